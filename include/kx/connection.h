@@ -1,0 +1,89 @@
+/* Starting the library, connecting to arms, time. */
+#ifndef KX_CONNECTION_H
+#define KX_CONNECTION_H
+
+#include "kx/types.h"
+
+/**
+ * How long a blocking command waits for its reply, in milliseconds. KX_API_Init sets it to 3000; an
+ * application may change it afterwards, from any thread, for all arms at once.
+ */
+KX_API int m_nOutTime;
+
+/**
+ * Starts the library: remembers the callback, resets m_nOutTime to 3000 ms, creates empty transmit queues
+ * and, on the first call only, starts the writer and receiver threads, which then run as long as the process.
+ *
+ * Call it once, from one thread, before anything else. A later call replaces the callback and drops requests
+ * that are still queued.
+ * @param callback receives realtime pushes on the receiver thread; may be null if none are requested
+ * @return 0
+ */
+KX_API int KX_API_Init(KX_Callback callback);
+
+/**
+ * Frees the transmit queue. Threads and connections stay as they are; blocking commands still work, and
+ * requests of non-blocking commands are dropped until KX_API_Init is called again.
+ * @return 0
+ */
+KX_API int KX_API_UnInit(void);
+
+/** The library's version, "4.0.0". Needs no KX_API_Init. */
+KX_API const char* API_Version(void);
+
+/**
+ * Connects to an arm controller and records the arm in the connection table (300 entries, never reused).
+ * Call it from one thread at a time, after KX_API_Init.
+ * @param ip IPv4 address in dotted form
+ * @param port TCP port
+ * @param model arm model code: 36 or 46 (six joints), 47 (seven joints)
+ * @param recv_timeout kept for compatibility; replies are bounded by m_nOutTime instead
+ * @return the descriptor, a positive number that every other call takes; or 2 unsupported model, 4 no socket
+ * or table full, 5 cannot connect. Descriptors 2, 4 and 5 cannot be told from these codes: keep standard
+ *         input, output and error open, and 3 is the first descriptor that a process hands out.
+ */
+KX_API int Arm_Socket_Start(const char* ip, int port, int model, int recv_timeout);
+
+/**
+ * Closes a connection; does nothing for a descriptor below 1. The arm's table entry stays: when the system
+ * hands the same number to a later connection, the older entry's model applies to it, so close arms only when
+ * done, or reconnect arms of one model in the order in which they were closed.
+ */
+KX_API void Arm_Socket_Close(int sockfd);
+
+/**
+ * Probes whether the connection still takes data: sends a small query and ignores its answer. Takes at least
+ * 20 ms.
+ * @return 0 sent, 2 library not started, 5 descriptor below 1, 6 connection lost
+ */
+KX_API int Arm_Sockrt_State(int sockfd);
+
+/** Milliseconds of the monotonic clock, wrapping after 49.7 days; compare as a signed difference. */
+KX_API unsigned int Get_Program_Runtime(void);
+
+/** Sleeps for some milliseconds. */
+KX_API void sleep_cp(unsigned int milliseconds);
+
+/* Workers and internals, exported for tools and tests. */
+KX_API int Arm_Sockrt_State_Block(int sockfd);
+KX_API void Init_Socket_Joint(int model, int sockfd);
+KX_API int Get_Socket_Idx(int sockfd);
+KX_API int KX_Mutex_Lock(void);
+KX_API int KX_Mutex_UnLock(void);
+KX_API void Add_Queue(int sockfd, const char* bytes, int length);
+KX_API int Get_Json_KeyCode(const char* text);
+
+/* Reply decoders shared by many commands: each takes a reply text and returns a status code. */
+KX_API int Parser_Set_DH_Data(const char* text);
+KX_API int Parser_Set_Hand(const char* text);
+KX_API int Parser_Plan_Feedback(const char* text);
+KX_API int Parser_Clear_System_Err(const char* text);
+KX_API int Parser_Set_DO_State(const char* text);
+KX_API int Parser_Stop_Drag_Trajectory(const char* text);
+KX_API int Parser_Joint_Speed(const char* text);
+KX_API int Parser_Get_DO_State(const char* text, unsigned char* state);
+KX_API int Parser_Get_AO_State(const char* text, unsigned char* volts);
+KX_API int Parser_Movej_CANFD(int sockfd, const char* text, float* pose, float* joint);
+KX_API int Parser_Force_Position_Move(const char* text);
+
+#endif

@@ -1,0 +1,93 @@
+/*
+ * Planned motions and control of the running trajectory. Every call takes 20 ms before it sends.
+ *
+ * Speeds are percent of the arm's limits (1 to 100) and blend radii `r` follow the controller; the library
+ * checks neither. Status of all setters: 0 done, 1 refused, 9 or 11 a reply that cannot be read; blocking
+ * also 6, 7.
+ */
+#ifndef KX_MOTION_H
+#define KX_MOTION_H
+
+#include "kx/types.h"
+
+/**
+ * Moves all joints to a target, arriving together.
+ *
+ * Blocking, it returns when the motion has ended, however long that takes: it looks for the completion reply
+ * once a second (so it may return up to a second late) and in between asks the controller for its state; if
+ * that answer fails, it gives up with 7. Stop such a move from another thread with Move_Stop_Cmd; that thread
+ * must not call Get_Current_Arm_State at the same time.
+ * @param joint target angles, degrees: 6 values, 7 for model 47
+ * @param v speed in percent
+ * @param r blend radius, sent in thousandths
+ * @return 0 arrived, 1 refused or broken off, 7 the controller stopped answering
+ */
+KX_API int Movej_Cmd(int sockfd, const float* joint, unsigned char v, float r, bool block);
+
+/** Moves the tool along a straight line to a pose; blocks like Movej_Cmd. */
+KX_API int Movel_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block);
+
+/**
+ * Moves the tool along the circle through a via pose and an end pose; blocks like Movej_Cmd.
+ * @param loop how often the circle is repeated
+ */
+KX_API int Movec_Cmd(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, float r, unsigned char loop,
+                     bool block);
+
+/**
+ * Moves to a pose in joint space. Unlike the other moves its blocking form waits for the end of the motion no
+ * longer than m_nOutTime; a longer motion goes on, and the call returns 7.
+ */
+KX_API int Movej_P_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block);
+
+/** Stops the arm and drops all planned motions. */
+KX_API int Move_Stop_Cmd(int sockfd, bool block);
+
+/** Pauses the running motion, keeping its plan. */
+KX_API int Move_Pause_Cmd(int sockfd, bool block);
+
+/** Continues a paused motion. */
+KX_API int Move_Continue_Cmd(int sockfd, bool block);
+
+/** Drops the motion being executed. */
+KX_API int Clear_Current_Trajectory(int sockfd, bool block);
+
+/** Drops all planned motions. */
+KX_API int Clear_All_Trajectory(int sockfd, bool block);
+
+/**
+ * Reads the kind of the running motion.
+ *
+ * The reply's data are not stored. The caller's own `data` are rescaled in place instead: for None_Mode and
+ * Joint_Mode one entry per joint is divided by 1000, for Line_Mode and Circle_Mode data[0..2] by 1000000 and
+ * data[3..5] by 1000.
+ * @param type receives the kind
+ * @param data room for 7 floats, rescaled as above
+ * @return 0; 9 unreadable reply, 11 wrong type or unknown kind; outputs are untouched unless 0
+ */
+KX_API int Get_Current_Trajectory(int sockfd, ARM_CTRL_MODES* type, float* data);
+
+/* Workers. */
+KX_API int Movej_Cmd_Block(int sockfd, const float* joint, unsigned char v, float r);
+KX_API int Movej_Cmd_NonBlock(int sockfd, const float* joint, unsigned char v, float r);
+KX_API int Movel_Cmd_Block(int sockfd, POSE pose, unsigned char v, float r);
+KX_API int Movel_Cmd_NonBlock(int sockfd, POSE pose, unsigned char v, float r);
+KX_API int Movec_Cmd_Block(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, float r,
+                           unsigned char loop);
+KX_API int Movec_Cmd_NonBlock(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, float r,
+                              unsigned char loop);
+KX_API int Movej_P_Cmd_Block(int sockfd, POSE pose, unsigned char v, float r);
+KX_API int Movej_P_Cmd_NonBlock(int sockfd, POSE pose, unsigned char v, float r);
+KX_API int Move_Stop_Cmd_Block(int sockfd);
+KX_API int Move_Stop_Cmd_NonBlock(int sockfd);
+KX_API int Move_Pause_Cmd_Block(int sockfd);
+KX_API int Move_Pause_Cmd_NonBlock(int sockfd);
+KX_API int Move_Continue_Cmd_Block(int sockfd);
+KX_API int Move_Continue_Cmd_NonBlock(int sockfd);
+KX_API int Clear_Current_Trajectory_Block(int sockfd);
+KX_API int Clear_Current_Trajectory_NonBlock(int sockfd);
+KX_API int Clear_All_Trajectory_Block(int sockfd);
+KX_API int Clear_All_Trajectory_NonBlock(int sockfd);
+KX_API int Get_Current_Trajectory_Block(int sockfd, ARM_CTRL_MODES* type, float* data);
+
+#endif

@@ -1,0 +1,116 @@
+/* Records, enumerations and status codes shared by every function of the library. C11 and C++17. */
+#ifndef KX_TYPES_H
+#define KX_TYPES_H
+
+#include <stdbool.h>
+#include <stdint.h>
+
+/** Marks an exported function or variable: C linkage, visible outside the shared object. */
+#ifdef __cplusplus
+#define KX_API extern "C" __attribute__((visibility("default")))
+#else
+#define KX_API extern __attribute__((visibility("default")))
+#endif
+
+/**
+ * What a command returns. Commands return plain `int`; which codes apply, and any further ones, stand with
+ * each function. The joint-parameter getters also return 10 for an array of the wrong type or length.
+ */
+typedef enum KX_STATUS {
+    KX_SUCCESS = 0,         /**< confirmed by the controller (blocking), or queued (non-blocking) */
+    KX_REFUSED = 1,         /**< the controller answered false */
+    KX_NOT_RUNNING = 2,     /**< KX_API_Init was not called; at connect: unsupported model code */
+    KX_NO_SOCKET = 4,       /**< at connect: no socket, or the connection table is full */
+    KX_BAD_DESCRIPTOR = 5,  /**< descriptor below 1; at connect: the controller cannot be reached */
+    KX_SEND_FAILED = 6,     /**< the request could not be sent, or no pending entry was free */
+    KX_TIMED_OUT = 7,       /**< no matching reply within m_nOutTime */
+    KX_NOT_BOOLEAN = 8,     /**< parameter set replies: the status is neither true nor false */
+    KX_BAD_REPLY = 9,       /**< the reply is not JSON or lacks the expected member */
+    KX_WRONG_SHAPE = 10,    /**< joint-parameter getters: not an array, or of the wrong length */
+    KX_WRONG_TYPE = 11,     /**< a member has the wrong JSON type or array length; argument out of range */
+    KX_INCOMPLETE_POSE = 12 /**< a pose array does not hold six numbers */
+} KX_STATUS;
+
+/** A Cartesian pose: position in metres, then the angles of Rz(rz)*Ry(ry)*Rx(rx) in radians. */
+typedef struct POSE {
+    float x, y, z;
+    float rx, ry, rz;
+} POSE;
+
+/** A named frame as the controller reports it. */
+typedef struct FRAME {
+    char frame_name[10]; /**< at most 9 characters, NUL-terminated */
+    POSE pose;           /**< the frame, relative to flange (tool frame) or base (work frame) */
+    float payload;       /**< mass carried, kg */
+    float x, y, z;       /**< its centre of mass, m */
+} FRAME;
+
+/** One name of a list of frames: at most 9 characters, NUL-terminated. */
+typedef struct FRAME_NAME {
+    char name[10];
+} FRAME_NAME;
+
+/** Per-joint state, filled by Get_Arm_All_State. Entries beyond the arm's joint count stay untouched. */
+typedef struct JOINT_STATE {
+    float temperature[7];             /**< degrees Celsius; see Get_Arm_All_State: left untouched */
+    float never_written[7];           /**< reserved; the library leaves it untouched */
+    float voltage[7];                 /**< V */
+    float current[7];                 /**< A */
+    unsigned char never_written_2[8]; /**< reserved; the library leaves it untouched */
+    uint16_t err_flag[7];             /**< error code per joint, 0 when healthy */
+    uint16_t sys_err;                 /**< error code of the controller, 0 when healthy */
+} JOINT_STATE;
+
+/** Kind of the motion that the controller is executing. */
+typedef enum ARM_CTRL_MODES { None_Mode = 0, Joint_Mode = 1, Line_Mode = 2, Circle_Mode = 3 } ARM_CTRL_MODES;
+
+/** Cartesian axis of a position jog or step. */
+typedef enum POS_TEACH_MODES { X_Dir = 0, Y_Dir = 1, Z_Dir = 2 } POS_TEACH_MODES;
+
+/** Rotation axis of an orientation jog or step. */
+typedef enum ORT_TEACH_MODES { RX_Rotate = 0, RY_Rotate = 1, RZ_Rotate = 2 } ORT_TEACH_MODES;
+
+/** A realtime push, handed by value to the callback given to KX_API_Init. */
+typedef struct CallbackData {
+    int sockfd;     /**< descriptor of the arm that pushed */
+    int push_type;  /**< 1 joint pass-through, 2 pose pass-through, 3 force-position */
+    int result;     /**< 0, or 9 when the push could not be read */
+    float pose[6];  /**< the push's "pose" as it came; keeps the previous push's value when it brought none */
+    float joint[7]; /**< the push's "joint" as it came; zeros when it brought none, [6] is 0 for six joints */
+} CallbackData;
+
+/** Receives realtime pushes on the library's receiver thread; must return quickly and must not block. */
+typedef void (*KX_Callback)(CallbackData data);
+
+/** A small matrix, row-major with a row stride of 4; 4x4 homogeneous transforms translate in column 3. */
+typedef struct Matrix {
+    int32_t rows, cols; /**< rows and columns in use: 3 or 4 */
+    float data[4][4];
+} Matrix;
+
+/** A point or translation, metres. */
+typedef struct Position {
+    float x, y, z;
+} Position;
+
+/** A rotation as a unit quaternion, scalar first. */
+typedef struct Quaternion {
+    float w, x, y, z;
+} Quaternion;
+
+/** A rotation as fixed-axis angles in radians: R = Rz(rz) * Ry(ry) * Rx(rx). */
+typedef struct Euler {
+    float rx, ry, rz;
+} Euler;
+
+/** The pose record of the kinematics: one position and the same rotation in two forms. */
+typedef struct KinPose {
+    Position position;
+    Quaternion quaternion;
+    Euler euler;
+} KinPose;
+
+/** Target of the inverse kinematics: the record that forward kinematics returns. */
+typedef KinPose KINEMATIC;
+
+#endif
