@@ -1,0 +1,95 @@
+#include "runtime/connection.h"
+#include "kx/connection.h"
+#include "runtime/command.h"
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace kx;
+
+Connection SockInfo[connection_capacity];
+std::atomic<int> m_nSockInfoLen;
+
+static bool is_supported(int model)
+{
+    return model == 36 || model == 46 || model == 47;
+}
+
+int Arm_Socket_Start(const char* ip, int port, int model, int recv_timeout)
+{
+    if (!is_supported(model)) return KX_NOT_RUNNING;
+    if (m_nSockInfoLen >= connection_capacity) return KX_NO_SOCKET;
+    if (!ip) return KX_BAD_DESCRIPTOR;
+
+    const int sockfd = socket(AF_INET, SOCK_STREAM, 0);
+    if (static_cast<unsigned int>(sockfd) > 100000u)
+        return KX_NO_SOCKET; // a failed creation, -1, is one of these
+
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = inet_addr(ip); // also takes the short forms that inet_pton leaves alone
+    inet_pton(AF_INET, ip, &address.sin_addr);
+
+    // The kernel wants a timeval here and refuses this length, so no time-out takes effect; none is needed,
+    // since nothing ever reads in blocking mode.
+    setsockopt(sockfd, SOL_SOCKET, SO_RCVTIMEO, &recv_timeout, 4);
+
+    if (connect(sockfd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0)
+        return KX_BAD_DESCRIPTOR;
+
+    Init_Socket_Joint(model, sockfd);
+    sleep_cp(50);
+    return sockfd;
+}
+
+void Init_Socket_Joint(int model, int sockfd)
+{
+    const int index = m_nSockInfoLen;
+    if (index >= connection_capacity) return;
+    Connection& entry = SockInfo[index];
+    entry.descriptor = sockfd;
+    entry.model = model;
+    if (is_supported(model)) entry.joint_count = model == 47 ? 7 : 6;
+    m_nSockInfoLen = index + 1;
+}
+
+void Arm_Socket_Close(int sockfd)
+{
+    if (sockfd >= 1) close(sockfd);
+}
+
+int Get_Socket_Idx(int sockfd)
+{
+    const int length = m_nSockInfoLen;
+    int index = 0;
+    while (index < length && SockInfo[index].descriptor != sockfd)
+        ++index;
+    return index;
+}
+
+int kx::joint_count(int sockfd)
+{
+    const int index = Get_Socket_Idx(sockfd);
+    return index < m_nSockInfoLen ? SockInfo[index].joint_count.load() : 0;
+}
+
+int kx::request_joints(int sockfd)
+{
+    const int index = Get_Socket_Idx(sockfd);
+    return index < m_nSockInfoLen && SockInfo[index].model == 47 ? 7 : 6;
+}
+
+// The answer finds nobody waiting and is dropped.
+int Arm_Sockrt_State_Block(int sockfd)
+{
+    return dispatch(sockfd, Request("get_joint_max_speed"));
+}
+
+int Arm_Sockrt_State(int sockfd)
+{
+    sleep_cp(entry_delay_ms);
+    if (const int fault = guard(sockfd)) return fault;
+    return quick_query(Arm_Sockrt_State_Block, sockfd);
+}

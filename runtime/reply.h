@@ -1,0 +1,108 @@
+// Reading a reply: a chain of steps, each of which decodes one member or records why it cannot. After the
+// first fault the remaining steps do nothing, so outputs decoded before it stay written.
+//
+//     reply.object("arm_state").pose("pose", *pose).integer("arm_err", *arm_err).code()
+#ifndef KX_RUNTIME_REPLY_H
+#define KX_RUNTIME_REPLY_H
+
+#include "kx/types.h"
+
+#include <cjson/cJSON.h>
+
+namespace kx {
+
+// Status codes of an array member that is no array, or that has not the expected number of items.
+struct ArrayFaults {
+    int not_an_array = KX_WRONG_TYPE;
+    int wrong_length = KX_WRONG_TYPE;
+};
+
+constexpr int any_length = -1;
+
+class Reply {
+  public:
+    Reply(const char* text)
+        : root_(cJSON_Parse(text)), scope_(root_), code_(root_ ? KX_SUCCESS : KX_BAD_REPLY)
+    {
+    }
+    Reply(const Reply&) = delete;
+    Reply& operator=(const Reply&) = delete;
+    ~Reply() { cJSON_Delete(root_); }
+
+    int code() const { return code_; }
+
+    // Ends a chain: 0 for true, 1 for false, `otherwise` for another type.
+    int boolean(const char* key, int otherwise = KX_WRONG_TYPE);
+
+    // Goes into a member that is an object.
+    Reply& object(const char* key);
+
+    // A number's integer part, cut to the width of the output.
+    template <class Integer>
+    Reply& integer(const char* key, Integer& out)
+    {
+        if (const cJSON* number = member(key, cJSON_Number)) out = static_cast<Integer>(number->valueint);
+        return *this;
+    }
+
+    // A number's integer part as a fraction of `unit`.
+    Reply& scaled(const char* key, float& out, float unit)
+    {
+        if (const cJSON* number = member(key, cJSON_Number))
+            out = static_cast<float>(number->valueint) / unit;
+        return *this;
+    }
+
+    // An array: store(i, integer part of item i) for every item.
+    template <class Store>
+    Reply& array(const char* key, int length, ArrayFaults faults, Store store)
+    {
+        const cJSON* items = member(key, cJSON_Array, faults.not_an_array);
+        if (!items) return *this;
+        if (length != any_length && cJSON_GetArraySize(items) != length) return fail(faults.wrong_length);
+        int i = 0;
+        for (const cJSON* item = items->child; item; item = item->next)
+            store(i++, item->valueint);
+        return *this;
+    }
+
+    Reply& pose(const char* key, POSE& out);
+
+    // A string, which lives as long as the reply; null after a fault.
+    const char* string(const char* key);
+
+  private:
+    // The member of that type, or null with the fault recorded.
+    const cJSON* member(const char* key, int type, int wrong_type = KX_WRONG_TYPE);
+    Reply& fail(int code);
+
+    cJSON* root_;
+    const cJSON* scope_; // the object in which members are looked up
+    int code_;
+};
+
+// Ways to store array items.
+template <class Number>
+auto plain(Number* out)
+{
+    return [out](int i, int value) { out[i] = static_cast<Number>(value); };
+}
+inline auto thousandths(float* out)
+{
+    return [out](int i, int value) { out[i] = static_cast<float>(value) / 1000.0f; };
+}
+inline void ignored(int, int) {}
+
+// Decoders that many commands share.
+inline auto boolean_state(const char* key)
+{
+    return [key](Reply reply) { return reply.boolean(key); };
+}
+inline auto parameter_set(const char* key)
+{
+    return [key](Reply reply) { return reply.boolean(key, KX_NOT_BOOLEAN); };
+}
+
+} // namespace kx
+
+#endif
