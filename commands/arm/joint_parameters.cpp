@@ -156,15 +156,17 @@ int Set_Joint_Err_Clear(int sockfd, unsigned char joint, bool block)
     return sleeping(sockfd, block, Set_Joint_Err_Clear_Block, Set_Joint_Err_Clear_NonBlock, joint);
 }
 
+static constexpr char start_calibrate[] = "start_calibrate";
+
 int Start_Calibrate_Block(int sockfd)
 {
-    return exchange(sockfd, Request("start_calibrate"), KeyCode::start_calibrate,
+    return exchange(sockfd, Request(start_calibrate), KeyCode::start_calibrate,
                     parameter_set("calibrate_state"));
 }
 
 int Start_Calibrate_NonBlock(int sockfd)
 {
-    return post(sockfd, Request("start_calibrate"));
+    return post(sockfd, Request(start_calibrate));
 }
 
 int Start_Calibrate(int sockfd, bool block)
@@ -172,15 +174,17 @@ int Start_Calibrate(int sockfd, bool block)
     return sleeping(sockfd, block, Start_Calibrate_Block, Start_Calibrate_NonBlock);
 }
 
+static constexpr char stop_calibrate[] = "stop_calibrate";
+
 int Stop_Calibrate_Block(int sockfd)
 {
-    return exchange(sockfd, Request("stop_calibrate"), KeyCode::stop_calibrate,
+    return exchange(sockfd, Request(stop_calibrate), KeyCode::stop_calibrate,
                     parameter_set("calibrate_state"));
 }
 
 int Stop_Calibrate_NonBlock(int sockfd)
 {
-    return post(sockfd, Request("stop_calibrate"));
+    return post(sockfd, Request(stop_calibrate));
 }
 
 int Stop_Calibrate(int sockfd, bool block)

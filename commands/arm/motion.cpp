@@ -110,14 +110,16 @@ int Movej_P_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block)
     return sleeping(sockfd, block, Movej_P_Cmd_Block, Movej_P_Cmd_NonBlock, pose, v, r);
 }
 
+static constexpr char arm_stop[] = "set_arm_stop";
+
 int Move_Stop_Cmd_Block(int sockfd)
 {
-    return exchange(sockfd, Request("set_arm_stop"), KeyCode::set_arm_stop, boolean_state("arm_stop"));
+    return exchange(sockfd, Request(arm_stop), KeyCode::set_arm_stop, boolean_state("arm_stop"));
 }
 
 int Move_Stop_Cmd_NonBlock(int sockfd)
 {
-    return post(sockfd, Request("set_arm_stop"));
+    return post(sockfd, Request(arm_stop));
 }
 
 int Move_Stop_Cmd(int sockfd, bool block)
@@ -125,14 +127,16 @@ int Move_Stop_Cmd(int sockfd, bool block)
     return sleeping(sockfd, block, Move_Stop_Cmd_Block, Move_Stop_Cmd_NonBlock);
 }
 
+static constexpr char arm_pause[] = "set_arm_pause";
+
 int Move_Pause_Cmd_Block(int sockfd)
 {
-    return exchange(sockfd, Request("set_arm_pause"), KeyCode::set_arm_pause, boolean_state("arm_pause"));
+    return exchange(sockfd, Request(arm_pause), KeyCode::set_arm_pause, boolean_state("arm_pause"));
 }
 
 int Move_Pause_Cmd_NonBlock(int sockfd)
 {
-    return post(sockfd, Request("set_arm_pause"));
+    return post(sockfd, Request(arm_pause));
 }
 
 int Move_Pause_Cmd(int sockfd, bool block)
@@ -140,15 +144,16 @@ int Move_Pause_Cmd(int sockfd, bool block)
     return sleeping(sockfd, block, Move_Pause_Cmd_Block, Move_Pause_Cmd_NonBlock);
 }
 
+static constexpr char arm_continue[] = "set_arm_continue";
+
 int Move_Continue_Cmd_Block(int sockfd)
 {
-    return exchange(sockfd, Request("set_arm_continue"), KeyCode::set_arm_continue,
-                    boolean_state("arm_continue"));
+    return exchange(sockfd, Request(arm_continue), KeyCode::set_arm_continue, boolean_state("arm_continue"));
 }
 
 int Move_Continue_Cmd_NonBlock(int sockfd)
 {
-    return post(sockfd, Request("set_arm_continue"));
+    return post(sockfd, Request(arm_continue));
 }
 
 int Move_Continue_Cmd(int sockfd, bool block)
@@ -156,15 +161,17 @@ int Move_Continue_Cmd(int sockfd, bool block)
     return sleeping(sockfd, block, Move_Continue_Cmd_Block, Move_Continue_Cmd_NonBlock);
 }
 
+static constexpr char delete_current_trajectory[] = "set_delete_current_trajectory";
+
 int Clear_Current_Trajectory_Block(int sockfd)
 {
-    return exchange(sockfd, Request("set_delete_current_trajectory"), KeyCode::set_delete_current_trajectory,
+    return exchange(sockfd, Request(delete_current_trajectory), KeyCode::set_delete_current_trajectory,
                     boolean_state("delete_current_trajectory"));
 }
 
 int Clear_Current_Trajectory_NonBlock(int sockfd)
 {
-    return post(sockfd, Request("set_delete_current_trajectory"));
+    return post(sockfd, Request(delete_current_trajectory));
 }
 
 int Clear_Current_Trajectory(int sockfd, bool block)
@@ -172,15 +179,17 @@ int Clear_Current_Trajectory(int sockfd, bool block)
     return sleeping(sockfd, block, Clear_Current_Trajectory_Block, Clear_Current_Trajectory_NonBlock);
 }
 
+static constexpr char arm_delete_trajectory[] = "set_arm_delete_trajectory";
+
 int Clear_All_Trajectory_Block(int sockfd)
 {
-    return exchange(sockfd, Request("set_arm_delete_trajectory"), KeyCode::set_arm_delete_trajectory,
+    return exchange(sockfd, Request(arm_delete_trajectory), KeyCode::set_arm_delete_trajectory,
                     boolean_state("arm_delete_trajectory"));
 }
 
 int Clear_All_Trajectory_NonBlock(int sockfd)
 {
-    return post(sockfd, Request("set_arm_delete_trajectory"));
+    return post(sockfd, Request(arm_delete_trajectory));
 }
 
 int Clear_All_Trajectory(int sockfd, bool block)
