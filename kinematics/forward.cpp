@@ -1,58 +1,63 @@
-// Forward kinematics: joint angles to tool pose, by the product of the link transforms.
-#include "kinematics/matrix.h"
+// Forward kinematics: joint angles to tool pose, along the links of each arm.
+#include "kinematics/rigid.h"
 #include "kx/model.h"
 
-#include <array>
+#include <algorithm>
 
 namespace kx {
 namespace {
 
-enum class Twist { none, plus_90, minus_90 };
-
-struct Link {
-    Twist twist; // alpha
-    float a, d;  // metres
-};
-
-// RotX(alpha) * TransX(a) * RotZ(theta) * TransZ(d): the modified Denavit-Hartenberg convention (Craig,
-// 1986).
-Matrix modified_link(const Link& link, SineCosine<float> theta)
+bool known(int model)
 {
-    const auto [s, c] = theta;
-    const float a = link.a, d = link.d;
-    switch (link.twist) {
-    case Twist::plus_90:
-        return {4, 4, {{c, -s, 0, a}, {0, 0, -1, -d}, {s, c, 0, 0}, {0, 0, 0, 1}}};
-    case Twist::minus_90:
-        return {4, 4, {{c, -s, 0, a}, {0, 0, 1, d}, {-s, -c, 0, 0}, {0, 0, 0, 1}}};
-    default:
-        return {4, 4, {{c, -s, 0, a}, {s, c, 0, 0}, {0, 0, 1, d}, {0, 0, 0, 1}}};
+    return model == 36 || model == 46 || model == 47;
+}
+
+Rigid base(int model)
+{
+    const float rz = model == 46 ? angleZ : 0;
+    if (angleU == 0 && angleV == 0 && rz == 0) return {};
+    return Rigid(homogeneous(euler2matrix(angleU, angleV, rz), {0, 0, 0}));
+}
+
+// From world to flange, for chain angles in degrees. The six-joint links follow the modified
+// Denavit-Hartenberg convention (Craig, 1986), RotX(alpha) * TransX(a) * RotZ(theta) * TransZ(d); the
+// seven-joint ones the standard convention (Denavit and Hartenberg, 1955), RotZ(theta) * TransZ(d) *
+// TransX(a) * RotX(alpha) with a = 0. A shift along an axis and a turn about it may change places.
+Rigid chain(int model, const float* degrees)
+{
+    SineCosine<float> theta[7];
+    for (int i = 0; i < (model == 47 ? 7 : 6); ++i)
+        theta[i] = sine_cosine<float>(degrees[i] * radians_per_degree);
+
+    Rigid m = base(model);
+    switch (model) {
+    case 36:
+        m.shift_z(d1).turn_z(theta[0]);
+        m.turn_x_plus_90().shift_x(a2).turn_z(theta[1]);
+        m.shift_xz(a3, d3).turn_z(theta[2]);
+        m.turn_x_plus_90().shift_xz(a4, d4).turn_z(theta[3]);
+        m.turn_x_minus_90().turn_z(theta[4]);
+        m.turn_x_minus_90().shift_z(lwt).turn_z(theta[5]);
+        break;
+    case 46:
+        m.shift_z(lsb).turn_z(theta[0]);
+        m.turn_x_plus_90().turn_z(theta[1]);
+        m.shift_xz(lse, d3).turn_z(theta[2]);
+        m.turn_x_plus_90().shift_z(lew).turn_z(theta[3]);
+        m.turn_x_minus_90().turn_z(theta[4]);
+        m.turn_x_plus_90().shift_z(lwt).turn_z(theta[5]);
+        break;
+    case 47:
+        m.shift_z(dbs).turn_z(theta[0]).turn_x_minus_90();
+        m.turn_z(theta[1]).turn_x_plus_90();
+        m.shift_z(dse).turn_z(theta[2]).turn_x_minus_90();
+        m.shift_z(d4).turn_z(theta[3]).turn_x_plus_90();
+        m.shift_z(dew).turn_z(theta[4]).turn_x_minus_90();
+        m.turn_z(theta[5]).turn_x_plus_90();
+        m.shift_z(lwt).turn_z(theta[6]);
+        break;
     }
-}
-
-// RotZ(theta) * TransZ(d) * RotX(alpha): the standard convention (Denavit and Hartenberg, 1955) with a = 0.
-Matrix standard_link(const Link& link, SineCosine<float> theta)
-{
-    const auto [s, c] = theta;
-    const float d = link.d;
-    switch (link.twist) {
-    case Twist::plus_90:
-        return {4, 4, {{c, 0, s, 0}, {s, 0, -c, 0}, {0, 1, 0, d}, {0, 0, 0, 1}}};
-    case Twist::minus_90:
-        return {4, 4, {{c, 0, -s, 0}, {s, 0, c, 0}, {0, -1, 0, d}, {0, 0, 0, 1}}};
-    default:
-        return {4, 4, {{c, -s, 0, 0}, {s, c, 0, 0}, {0, 0, 1, d}, {0, 0, 0, 1}}};
-    }
-}
-
-SineCosine<float> of_degrees(float theta)
-{
-    return sine_cosine<float>(theta * radians_per_degree);
-}
-
-Matrix base(int model)
-{
-    return homogeneous(euler2matrix(angleU, angleV, model == 46 ? angleZ : 0), {0, 0, 0});
+    return m;
 }
 
 float cleaned(float x)
@@ -71,6 +76,13 @@ Euler wrapped(Euler e)
     return {wrapped(e.rx), wrapped(e.ry), wrapped(e.rz)};
 }
 
+// Multiplying by an identity tool changes nothing, unless it spreads a NaN along its row.
+bool tool_has_no_effect(const Matrix& m)
+{
+    const float *tool = Tool_Matrix.data[0], *identity = identity4.data[0];
+    return std::equal(tool, tool + 16, identity) && std::isfinite(m.data[0][0]);
+}
+
 } // namespace
 } // namespace kx
 
@@ -78,55 +90,40 @@ using namespace kx;
 
 void Homogeneous_transformation_matrix(const float* theta, Matrix out[7])
 {
-    const Link links[7] = {
-        {Twist::minus_90, 0, dbs}, {Twist::plus_90, 0, 0}, {Twist::minus_90, 0, dse}, {Twist::plus_90, 0, d4},
-        {Twist::minus_90, 0, dew}, {Twist::plus_90, 0, 0}, {Twist::none, 0, lwt},
-    };
-    for (int i = 0; i < 7; ++i)
-        out[i] = standard_link(links[i], of_degrees(theta[i]));
+    static constexpr SineCosine<float> minus_90 = {-1, 0}, plus_90 = {1, 0}, none = {0, 1};
+    const SineCosine<float> alpha[] = {minus_90, plus_90, minus_90, plus_90, minus_90, plus_90, none};
+    const float d[] = {dbs, 0, dse, d4, dew, 0, lwt};
+    for (int i = 0; i < 7; ++i) {
+        const auto [s, c] = sine_cosine<float>(theta[i] * radians_per_degree);
+        const auto [sa, ca] = alpha[i];
+        out[i] = {4, 4, {{c, -s * ca, s * sa, 0}, {s, c * ca, -c * sa, 0}, {0, sa, ca, d[i]}, {0, 0, 0, 1}}};
+    }
 }
 
 Matrix Forward_Kinematics_e(int model, const float* theta)
 {
-    if (model != 36 && model != 46 && model != 47) return {};
-    Matrix m = base(model);
-    if (model == 47) {
-        Matrix links[7];
-        Homogeneous_transformation_matrix(theta, links);
-        for (const Matrix& link : links)
-            m = matrix_m(m, link);
-        return m;
-    }
-    const Link links_36[6] = {
-        {Twist::none, 0, d1},     {Twist::plus_90, a2, 0}, {Twist::none, a3, d3},
-        {Twist::plus_90, a4, d4}, {Twist::minus_90, 0, 0}, {Twist::minus_90, 0, lwt},
-    };
-    const Link links_46[6] = {
-        {Twist::none, 0, lsb},    {Twist::plus_90, 0, 0},  {Twist::none, lse, d3},
-        {Twist::plus_90, 0, lew}, {Twist::minus_90, 0, 0}, {Twist::plus_90, 0, lwt},
-    };
-    for (int i = 0; i < 6; ++i)
-        m = matrix_m(m, modified_link((model == 36 ? links_36 : links_46)[i], of_degrees(theta[i])));
-    return m;
+    return known(model) ? chain(model, theta).matrix() : Matrix{};
 }
 
 KinPose Forward_Kinematics(int model, const float* joint)
 {
-    if (model != 36 && model != 46 && model != 47) return {};
+    if (!known(model)) return {};
     Init_Sys_Data(model);
 
-    static constexpr float offsets[][7] = {{-90, 90, 90, 0, 180, 90}, {0, 90, 90}, {}};
-    const int joints = model == 47 ? 7 : 6;
+    static constexpr float offset[][7] = {{-90, 90, 90, 0, 180, 90}, {0, 90, 90}, {}};
+    const auto& offsets = offset[model == 36 ? 0 : model - 45];
     float theta[7];
-    for (int i = 0; i < joints; ++i)
-        theta[i] = joint[i] + offsets[model == 36 ? 0 : model - 45][i];
-    Matrix m = matrix_m(Forward_Kinematics_e(model, theta), Tool_Matrix);
+    for (int i = 0; i < (model == 47 ? 7 : 6); ++i)
+        theta[i] = joint[i] + offsets[i];
+
+    Matrix m = chain(model, theta).matrix();
+    if (!tool_has_no_effect(m)) m = matrix_m(m, Tool_Matrix);
 
     if (model != 47)
         for (float* x : {&m.data[2][1], &m.data[2][2], &m.data[2][0], &m.data[1][0], &m.data[0][0]})
             *x = cleaned(*x);
-    Euler e = euler_of(m);
-    e = {cleaned(e.rx), cleaned(e.ry), cleaned(e.rz)};
+    const Euler euler = euler_of(m);
+    Euler e = {cleaned(euler.rx), cleaned(euler.ry), cleaned(euler.rz)};
     if (model == 46) e = wrapped(e);
     const Quaternion q = euler2quaternion(e.rx, e.ry, e.rz);
     return {{m.data[0][3], m.data[1][3], m.data[2][3]}, q, wrapped(e)};
