@@ -27,6 +27,7 @@
 #include "kx/types.h"
 
 #include "kx/connection.h"
+#include "kx/frame_transforms.h"
 #include "kx/joint_parameters.h"
 #include "kx/kinematics.h"
 #include "kx/motion.h"
