@@ -1,0 +1,137 @@
+// Starting the library, the connection table, the liveness probe.
+#include "support/peer.h"
+
+#include "kx_base.h"
+#include "runtime/connection.h"
+#include "runtime/library.h"
+#include "runtime/transmit.h"
+
+#include <gtest/gtest.h>
+
+using namespace kx;
+
+TEST(Library, NamesItsVersionBeforeAnythingElse)
+{
+    EXPECT_STREQ(API_Version(), "4.0.0");
+}
+
+TEST(Library, RefusesGuardedCommandsBeforeItIsStarted)
+{
+    EXPECT_EQ(Set_Joint_Speed(0, 1, 1, false), 5) << "the descriptor is looked at first";
+    EXPECT_EQ(Set_Joint_Speed(3, 1, 1, false), 2);
+    EXPECT_EQ(Set_Joint_Acc(3, 1, 1, true), 2);
+    EXPECT_EQ(Set_Joint_Zero_Pos(3, 1, false), 2);
+    EXPECT_EQ(Arm_Sockrt_State(3), 2);
+    EXPECT_EQ(Set_Joint_Min_Pos(3, 1, 1, false), 0) << "unguarded: dropped, as there is no queue";
+}
+
+static void first(CallbackData) {}
+static void second(CallbackData) {}
+
+TEST(Library, AnotherInitRenewsAllButTheThreads)
+{
+    EXPECT_EQ(KX_API_Init(first), 0);
+    const pthread_t writer = m_hWThread;
+    const QueueItem* storage = Socket_Tx_Buffer.storage;
+    EXPECT_EQ(m_nOutTime, 3000);
+    m_nOutTime = 5;
+    KX_Mutex_Lock();
+    QueueItem item = {};
+    while (KX_Enqueu(&Socket_Tx_Buffer_M, &item)) {
+    }
+    KX_Mutex_UnLock();
+
+    EXPECT_EQ(KX_API_Init(second), 0);
+    EXPECT_EQ(callback1, second);
+    EXPECT_EQ(m_nOutTime, 3000);
+    EXPECT_EQ(m_nThreadIsRun, 1);
+    EXPECT_EQ(m_hWThread, writer);
+    EXPECT_NE(Socket_Tx_Buffer.storage, storage);
+    for (const Queue* queue :
+         {&Socket_Tx_Buffer, &Socket_Tx_Buffer_Block, &Socket_Tx_Buffer_NonBlock, &Socket_Tx_Buffer_M}) {
+        EXPECT_EQ(queue->capacity, 600);
+        EXPECT_NE(KX_Queue_Empty(queue), 0);
+    }
+}
+
+TEST(Connections, AreRecordedWithTheirModel)
+{
+    const int models[] = {36, 46, 47}, joints[] = {6, 6, 7};
+    Arm arms[] = {Arm(36), Arm(46), Arm(47)};
+    EXPECT_EQ(m_nSockInfoLen, 3);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(SockInfo[i].descriptor, arms[i].sockfd);
+        EXPECT_EQ(SockInfo[i].model, models[i]);
+        EXPECT_EQ(SockInfo[i].joint_count, joints[i]);
+    }
+    static_assert(sizeof(Connection) == 12);
+}
+
+TEST(Connections, AreFoundByTheOldestEntry)
+{
+    Init_Socket_Joint(47, 1000);
+    Init_Socket_Joint(46, 1001);
+    Init_Socket_Joint(46, 1000); // the same number again
+    EXPECT_EQ(Get_Socket_Idx(1000), 0);
+    EXPECT_EQ(Get_Socket_Idx(1001), 1);
+    EXPECT_EQ(Get_Socket_Idx(55), 3) << "unknown: the number of entries";
+    EXPECT_EQ(joint_count(1000), 7);
+    EXPECT_EQ(request_joints(1000), 7);
+    EXPECT_EQ(joint_count(55), 0);
+    EXPECT_EQ(request_joints(55), 6);
+    Init_Socket_Joint(12, 1002);
+    EXPECT_EQ(SockInfo[3].joint_count, 0) << "an unknown model leaves the joint count alone";
+}
+
+TEST(Connections, OutliveTheirSocket)
+{
+    Arm arm;
+    const int length = m_nSockInfoLen;
+    Arm_Socket_Close(arm.sockfd);
+    Arm_Socket_Close(0);
+    Arm_Socket_Close(-1);
+    EXPECT_EQ(m_nSockInfoLen, length);
+    EXPECT_EQ(Get_Socket_Idx(arm.sockfd), 0);
+}
+
+TEST(Connections, FailWithTheirCode)
+{
+    int closed_port;
+    {
+        Peer peer;
+        closed_port = peer.port();
+    }
+    KX_API_Init(nullptr);
+    for (int model : {0, 6, 35, 48, -46})
+        EXPECT_EQ(Arm_Socket_Start("127.0.0.1", closed_port, model, 0), 2);
+    EXPECT_EQ(Arm_Socket_Start("127.0.0.1", closed_port, 46, 0), 5);
+    EXPECT_EQ(Arm_Socket_Start("no address", closed_port, 46, 0), 5);
+    EXPECT_EQ(Arm_Socket_Start(nullptr, closed_port, 46, 0), 5);
+    EXPECT_EQ(m_nSockInfoLen, 0);
+}
+
+TEST(Connections, FillTheTableAndStopThere)
+{
+    Peer peer;
+    for (int i = 0; i < 300; ++i)
+        Init_Socket_Joint(46, 2000 + i);
+    Init_Socket_Joint(46, 3000);
+    EXPECT_EQ(m_nSockInfoLen, 300);
+    EXPECT_EQ(Get_Socket_Idx(3000), 300);
+    EXPECT_EQ(joint_count(3000), 0);
+    EXPECT_EQ(Arm_Socket_Start("127.0.0.1", peer.port(), 46, 0), 4);
+    EXPECT_EQ(Arm_Socket_Start("127.0.0.1", peer.port(), 1, 0), 2);
+}
+
+TEST(LivenessProbe, SendsAQueryAndAwaitsNothing)
+{
+    Arm arm;
+    const unsigned int start = Get_Program_Runtime();
+    EXPECT_EQ(Arm_Sockrt_State(0), 5);
+    EXPECT_GE(Get_Program_Runtime() - start, 20u);
+    EXPECT_EQ(Arm_Sockrt_State(arm.sockfd), 0);
+    EXPECT_EQ(arm.peer.next_request(), on_the_wire(R"({"command":"get_joint_max_speed"})"));
+    arm.peer.hang_up();
+    EXPECT_TRUE(eventually([&] { return Arm_Sockrt_State(arm.sockfd) == 6; }))
+        << "and no signal ends the process";
+}

@@ -1,0 +1,99 @@
+// The blocking exchange: time-outs, full lists, overlapping calls, pass-through registrations.
+#include "support/peer.h"
+
+#include "kx_base.h"
+#include "runtime/command.h"
+#include "runtime/pending.h"
+
+#include <gtest/gtest.h>
+
+using namespace kx;
+
+static const std::string speed_set = "{\"command\":\"set_joint_max_speed\",\"joint_max_speed\":true}\n";
+
+TEST(Exchange, TimesOutAfterThreeSecondsAndLeavesNothingBehind)
+{
+    Arm arm;
+    const unsigned int start = Get_Program_Runtime();
+    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7);
+    EXPECT_GE(Get_Program_Runtime() - start, 3000u);
+    EXPECT_EQ(m_nSockeRIinfosLen, 0);
+}
+
+TEST(Exchange, DropsAReplyThatComesTooLate)
+{
+    Arm arm;
+    m_nOutTime = 50;
+    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7);
+    arm.peer.send(speed_set);
+    sleep_cp(50);
+    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7) << "not an answer to the next call";
+}
+
+TEST(Exchange, IgnoresRepliesOfOtherKindsAndOtherArms)
+{
+    Arm arm, other;
+    m_nOutTime = 200;
+    arm.peer.answer("{\"command\":\"set_joint_max_acc\",\"joint_max_speed\":true}\n");
+    std::thread elsewhere([&] {
+        arm.peer.next_request();
+        other.peer.send(speed_set);
+    });
+    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7);
+    elsewhere.join();
+}
+
+TEST(Exchange, SendsNothingWhenTheListIsFull)
+{
+    Arm arm;
+    for (int i = 0; i < 300; ++i)
+        add_pending(-5, KeyCode::timer, waiting_caller);
+    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 6);
+    EXPECT_EQ(stream(arm.sockfd, Request("movej_canfd"), KeyCode::joint_state), 0);
+    EXPECT_EQ(arm.peer.next_request(), on_the_wire(R"({"command":"movej_canfd"})"))
+        << "a target still goes out";
+    EXPECT_EQ(m_nSockeRIinfosLen, 300);
+    EXPECT_EQ(arm.peer.unread(), 0u);
+}
+
+TEST(Exchange, ReadsTheTextAtThePlaceWhereItRegistered)
+{
+    Arm arm;
+    add_pending(-5, KeyCode::timer, waiting_caller);
+    std::thread mover([&] {
+        arm.peer.next_request();
+        remove_pending(0); // the caller's entry moves to index 0
+        arm.peer.send(speed_set);
+    });
+    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 9) << "at index 1 stands no text";
+    mover.join();
+}
+
+TEST(Exchange, ServesManyArmsFromManyThreads)
+{
+    Arm arms[4];
+    std::vector<std::thread> threads;
+    for (Arm& arm : arms)
+        threads.emplace_back([&arm] {
+            for (int i = 0; i < 5; ++i) {
+                arm.peer.answer(speed_set);
+                Set_Joint_Min_Pos(arm.sockfd, 1, 1, false);
+            }
+            for (int i = 0; i < 5; ++i)
+                arm.peer.next_request();
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST(Stream, RegistersOnePushPerTargetAndNoneForAFailedSend)
+{
+    Arm arm;
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(stream(arm.sockfd, Request("movej_canfd"), KeyCode::joint_state), 0);
+    ASSERT_EQ(m_nSockeRIinfosLen, 2);
+    EXPECT_EQ(SockeRIinfos[1].key, 65);
+    EXPECT_EQ(SockeRIinfos[1].waiting, 0);
+    EXPECT_EQ(stream(-1, Request("movej_canfd"), KeyCode::joint_state), 6);
+    EXPECT_EQ(m_nSockeRIinfosLen, 2);
+}

@@ -1,0 +1,107 @@
+// Wire numbers, lines that do not fit, and the decoders that many commands share.
+#include "kx_base.h"
+#include "runtime/request.h"
+
+#include <climits>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+using namespace kx;
+
+TEST(Request, TruncatesTowardZeroInSinglePrecision)
+{
+    const float infinity = std::numeric_limits<float>::infinity();
+    const struct {
+        float value, factor;
+        int expected;
+    } rows[] = {
+        {12.3456f, 1000, 12345},      {-0.0009f, 1000, 0},
+        {-1.9999f, 1000, -1999},      {0.1234567f, 1e6f, 123456},
+        {2147484, 1000, INT_MAX},     {-3e9f, 1, INT_MIN},
+        {infinity, 1000, INT_MAX},    {-infinity, 1000, INT_MIN},
+        {std::nanf(""), 1000, 0},     {2147483.5f, 1000, 2147483520},
+        {-2147483648.0f, 1, INT_MIN}, {16777.217f, 1000, 16777216}, // 16777217 is no single-precision number
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(truncated(row.value, row.factor), row.expected) << row.value;
+}
+
+TEST(Request, PrintsFormattedJsonInTheOrderOfItsMembers)
+{
+    EXPECT_STREQ(framed(Request("set_joint_max_speed").pair("joint_max_speed", 3, 12345)).text,
+                 "{\n\t\"command\":\t\"set_joint_max_speed\",\n\t\"joint_max_speed\":\t[3, 12345]\n}\r\n");
+    EXPECT_STREQ(framed(Request().number("b", 1.5).object("a", Request().text("y", "x"))).text,
+                 "{\n\t\"b\":\t1.5,\n\t\"a\":\t{\n\t\t\"y\":\t\"x\"\n\t}\n}\r\n");
+}
+
+TEST(Request, FitsTwoHundredNinetyNineCharacters)
+{
+    const size_t frame = strlen("{\n\t\"command\":\t\"\"\n}\r\n");
+    Line line;
+    EXPECT_TRUE(Request(std::string(299 - frame, 'x').c_str()).print(line));
+    EXPECT_EQ(line.length, 299);
+    EXPECT_FALSE(Request(std::string(300 - frame, 'x').c_str()).print(line));
+}
+
+TEST(RequestDeathTest, ALineThatDoesNotFitEndsTheProcess)
+{
+    EXPECT_EXIT(framed(Request(std::string(300, 'x').c_str())), testing::KilledBySignal(SIGABRT), "");
+}
+
+struct StatusDecoder {
+    const char* key;
+    int (*decode)(const char* text);
+    int other_type;
+};
+
+TEST(Decoders, ReadAStatus)
+{
+    for (const StatusDecoder& row : {StatusDecoder{"set_state", Parser_Set_DH_Data, 11},
+                                     {"set_state", Parser_Set_Hand, 11},
+                                     {"trajectory_state", Parser_Plan_Feedback, 11},
+                                     {"clear_state", Parser_Clear_System_Err, 11},
+                                     {"state", Parser_Set_DO_State, 11},
+                                     {"stop_state", Parser_Stop_Drag_Trajectory, 11},
+                                     {"joint_max_speed", Parser_Joint_Speed, 8}}) {
+        const auto status = [&](const std::string& value) {
+            return row.decode(("{\"" + std::string(row.key) + "\":" + value + "}\n").c_str());
+        };
+        EXPECT_EQ(status("true"), 0) << row.key;
+        EXPECT_EQ(status("false"), 1) << row.key;
+        for (const char* other : {"1", "0", "\"true\"", "null", "[]", "{}"})
+            EXPECT_EQ(status(other), row.other_type) << row.key << " " << other;
+        EXPECT_EQ(status("tru"), 9) << row.key;
+        for (const char* text : {"{}", "", "[true]", "true", "{\"other\":true}"})
+            EXPECT_EQ(row.decode(text), 9) << row.key << " " << text;
+    }
+    EXPECT_EQ(Parser_Set_Hand, Parser_Set_DH_Data);
+}
+
+TEST(Decoders, ReadANumberIntoAByte)
+{
+    const struct {
+        const char* key;
+        int (*decode)(const char* text, unsigned char* out);
+        const char* value;
+        int status;
+        unsigned char out;
+    } rows[] = {
+        {"IO_state", Parser_Get_DO_State, "1", 0, 1},
+        {"IO_state", Parser_Get_DO_State, "257.9", 0, 1},
+        {"IO_state", Parser_Get_DO_State, "true", 11, 77},
+        {"other", Parser_Get_DO_State, "1", 9, 77},
+        {"voltage", Parser_Get_AO_State, "2999", 0, 2},
+        {"voltage", Parser_Get_AO_State, "-2999", 0, 254},
+        {"voltage", Parser_Get_AO_State, "257000", 0, 1},
+        {"voltage", Parser_Get_AO_State, "999", 0, 0},
+        {"voltage", Parser_Get_AO_State, "\"2999\"", 11, 77},
+        {"volts", Parser_Get_AO_State, "2999", 9, 77},
+    };
+    for (const auto& row : rows) {
+        unsigned char out = 77;
+        const std::string text = "{\"" + std::string(row.key) + "\":" + row.value + "}";
+        EXPECT_EQ(row.decode(text.c_str(), &out), row.status) << text;
+        EXPECT_EQ(out, row.out) << text;
+    }
+}

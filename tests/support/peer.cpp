@@ -1,0 +1,139 @@
+#include "peer.h"
+
+#include "kx_base.h"
+#include "runtime/connection.h"
+#include "runtime/library.h"
+
+#include <arpa/inet.h>
+#include <cjson/cJSON.h>
+#include <functional>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+Peer::Peer()
+{
+    listener_ = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    if (bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(listener_, 4) != 0 ||
+        getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+        throw std::runtime_error("no loopback port");
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread(&Peer::serve, this);
+}
+
+Peer::~Peer()
+{
+    shutdown(listener_, SHUT_RDWR);
+    hang_up();
+    thread_.join();
+    close(listener_);
+}
+
+void Peer::serve()
+{
+    for (int client; (client = accept(listener_, nullptr, nullptr)) >= 0;) {
+        {
+            std::lock_guard lock(mutex_);
+            client_ = client;
+            changed_.notify_all();
+        }
+        char bytes[4096];
+        for (ssize_t count; (count = recv(client, bytes, sizeof bytes, 0)) > 0;)
+            receive(bytes, static_cast<size_t>(count));
+        std::lock_guard lock(mutex_);
+        client_ = -1;
+        close(client);
+    }
+}
+
+void Peer::receive(const char* bytes, size_t count)
+{
+    std::lock_guard lock(mutex_);
+    partial_.append(bytes, count);
+    for (size_t end; (end = partial_.find("\r\n")) != std::string::npos;) {
+        requests_.push_back(partial_.substr(0, end + 2));
+        partial_.erase(0, end + 2);
+        if (!answers_.empty()) {
+            const std::string text = answers_.front();
+            answers_.pop_front();
+            ::send(client_, text.data(), text.size(), MSG_NOSIGNAL);
+        }
+    }
+    changed_.notify_all();
+}
+
+void Peer::answer(std::string text)
+{
+    std::lock_guard lock(mutex_);
+    answers_.push_back(std::move(text));
+}
+
+std::string Peer::next_request()
+{
+    std::unique_lock lock(mutex_);
+    if (!changed_.wait_for(lock, 5s, [&] { return !requests_.empty(); })) {
+        ADD_FAILURE() << "no request came";
+        return {};
+    }
+    std::string request = requests_.front();
+    requests_.pop_front();
+    return request;
+}
+
+size_t Peer::unread()
+{
+    std::lock_guard lock(mutex_);
+    return requests_.size();
+}
+
+void Peer::send(const std::string& bytes)
+{
+    std::unique_lock lock(mutex_);
+    ASSERT_TRUE(changed_.wait_for(lock, 5s, [&] { return client_ >= 0; })) << "nobody is connected";
+    ::send(client_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+}
+
+void Peer::hang_up()
+{
+    std::lock_guard lock(mutex_);
+    if (client_ >= 0) shutdown(client_, SHUT_RDWR);
+}
+
+Arm::Arm(int model)
+{
+    if (!m_nThreadIsRun) KX_API_Init(nullptr);
+    sockfd = Arm_Socket_Start("127.0.0.1", peer.port(), model, 0);
+    EXPECT_EQ(Get_Socket_Idx(sockfd), m_nSockInfoLen - 1) << "not connected";
+}
+
+Arm::~Arm()
+{
+    Arm_Socket_Close(sockfd);
+}
+
+std::string on_the_wire(const std::string& json)
+{
+    cJSON* parsed = cJSON_Parse(json.c_str());
+    EXPECT_NE(parsed, nullptr) << json;
+    char* printed = cJSON_Print(parsed);
+    std::string line = std::string(printed) + "\r\n";
+    cJSON_free(printed);
+    cJSON_Delete(parsed);
+    return line;
+}
+
+bool eventually(const std::function<bool()>& condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + 5s;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
