@@ -1,0 +1,205 @@
+#include "arm.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "refused.h"
+
+namespace kx::sim {
+
+namespace {
+
+constexpr double max_joint_speed = 360;         // degrees/s, what the drives can do at most
+constexpr double max_joint_acceleration = 3600; // degrees/s^2
+constexpr double finest_limit = 0.001;          // the wire's resolution
+constexpr double calibration_time = 1;          // s per joint
+
+constexpr double room_temperature = 25; // degrees Celsius
+constexpr double idle_warmth = 5;       // of a powered joint at rest, above the room
+constexpr double cooling_time = 600;    // s, time constant
+constexpr double warmth_per_degree =
+    3e-4;                                // of travel: 40 degrees Celsius above the room at steady full speed
+constexpr double supply_voltage = 48;    // V
+constexpr double line_resistance = 0.05; // Ohm, from the supply to the joints
+
+} // namespace
+
+Arm::Arm(int model_code) : model_(model_code), motions_(Joints(model_.lower.size()))
+{
+    for (std::size_t i = 0; i < model_.lower.size(); ++i)
+        joints_.push_back({.min_position = model_.lower[i], .max_position = model_.upper[i]});
+    calibration_ended_ = calibration_began_ + calibration_time * static_cast<double>(joints_.size());
+}
+
+void Arm::advance(double time)
+{
+    const Joints before = position();
+    motions_.advance(time);
+    const double kept = std::exp(-(time - time_) / cooling_time);
+    for (std::size_t i = 0; i < joints_.size(); ++i)
+        joints_[i].warmth = idle_warmth + (joints_[i].warmth - idle_warmth) * kept +
+                            warmth_per_degree * std::abs(position()[i] - before[i]);
+    time_ = time;
+}
+
+int Arm::error() const
+{
+    const auto faulty = std::ranges::find_if(joints_, [](const Joint& joint) { return joint.error != 0; });
+    return faulty == joints_.end() ? 0 : faulty->error;
+}
+
+void Arm::set_max_speed(std::size_t joint, double speed)
+{
+    if (!(speed >= finest_limit && speed <= max_joint_speed))
+        throw Refused("speed must be above 0 and at most 360");
+    joints_[joint].max_speed = speed;
+}
+
+void Arm::set_max_acceleration(std::size_t joint, double acceleration)
+{
+    if (!(acceleration >= finest_limit && acceleration <= max_joint_acceleration))
+        throw Refused("acceleration must be above 0 and at most 3600");
+    joints_[joint].max_acceleration = acceleration;
+}
+
+void Arm::set_min_position(std::size_t joint, double position)
+{
+    if (!(position < joints_[joint].max_position))
+        throw Refused("the lower limit must lie below the upper one");
+    if (!(position >= model_.lower[joint])) throw Refused("beyond the joint's mechanical range");
+    joints_[joint].min_position = position;
+}
+
+void Arm::set_max_position(std::size_t joint, double position)
+{
+    if (!(position > joints_[joint].min_position))
+        throw Refused("the upper limit must lie above the lower one");
+    if (!(position <= model_.upper[joint])) throw Refused("beyond the joint's mechanical range");
+    joints_[joint].max_position = position;
+}
+
+void Arm::set_enabled(std::size_t joint, bool enabled)
+{
+    joints_[joint].enabled = enabled;
+    if (!enabled) motions_.drop_all("a joint was disabled");
+}
+
+void Arm::set_zero_position(std::size_t joint)
+{
+    if (!motions_.idle()) throw Refused("the arm is moving");
+    Joints moved = position();
+    moved[joint] = 0;
+    motions_.set_position(std::move(moved));
+}
+
+void Arm::set_initial_pose(const Joints& pose)
+{
+    check_within_limits(pose);
+    for (std::size_t i = 0; i < joints_.size(); ++i)
+        joints_[i].initial_position = pose[i];
+}
+
+void Arm::raise_error(std::size_t joint, int code)
+{
+    joints_[joint].error = code;
+    motions_.drop_all("a joint has failed");
+}
+
+void Arm::clear_error(std::size_t joint)
+{
+    joints_[joint].error = 0;
+}
+
+void Arm::start_calibration()
+{
+    if (!motions_.idle()) throw Refused("the arm is moving");
+    if (time_ < calibration_ended_) throw Refused("calibration is running already");
+    calibration_began_ = time_;
+    calibration_ended_ = time_ + calibration_time * static_cast<double>(joints_.size());
+}
+
+void Arm::stop_calibration()
+{
+    calibration_ended_ = std::min(calibration_ended_, time_);
+}
+
+Calibration Arm::calibration(std::size_t joint) const
+{
+    const double done = calibration_began_ + calibration_time * static_cast<double>(joint + 1);
+    if (done <= std::min(time_, calibration_ended_)) return Calibration::done;
+    return time_ < calibration_ended_ && done - calibration_time <= time_ ? Calibration::running
+                                                                          : Calibration::none;
+}
+
+Joints Arm::temperatures() const
+{
+    Joints temperatures = each(&Joint::warmth);
+    for (double& temperature : temperatures)
+        temperature += room_temperature;
+    return temperatures;
+}
+
+Joints Arm::currents() const
+{
+    // Enough to look alive: the joints that carry the arm hold it against gravity, and all draw more when
+    // they run.
+    const Joints velocity = motions_.velocity();
+    Joints currents(joints_.size());
+    for (std::size_t i = 0; i < currents.size(); ++i) {
+        if (!joints_[i].enabled) continue;
+        const double reach = std::sin(position()[1] * 3.14159265358979 / 180);
+        const double holding = i == 1 || i == 2 ? 0.8 * std::abs(reach) : 0.1;
+        currents[i] = 0.2 + holding + 0.01 * std::abs(velocity[i]);
+    }
+    return currents;
+}
+
+Joints Arm::voltages() const
+{
+    const Joints drawn = currents();
+    double total = 0;
+    for (double current : drawn)
+        total += current;
+    return Joints(joints_.size(), supply_voltage - line_resistance * total);
+}
+
+void Arm::move_joints(const Joints& target, double percent, Ended ended)
+{
+    auto plan = [this, target, percent](const Joints& from) {
+        check_ready();
+        check_within_limits(target);
+        const Pace full =
+            joint_line_pace(from, target, each(&Joint::max_speed), each(&Joint::max_acceleration));
+        return Course{std::make_unique<JointLine>(from, target),
+                      {full.speed * percent / 100, full.acceleration * percent / 100},
+                      full.acceleration};
+    };
+    motions_.add({MotionKind::joint, target, std::move(plan), std::move(ended)});
+}
+
+void Arm::check_ready() const
+{
+    if (time_ < calibration_ended_) throw Refused("calibration is running");
+    for (std::size_t i = 0; i < joints_.size(); ++i) {
+        const std::string joint = "joint " + std::to_string(i + 1);
+        if (joints_[i].error) throw Refused(joint + " is in error");
+        if (!joints_[i].enabled) throw Refused(joint + " is disabled");
+    }
+}
+
+void Arm::check_within_limits(const Joints& position) const
+{
+    for (std::size_t i = 0; i < joints_.size(); ++i)
+        if (!(position[i] >= joints_[i].min_position && position[i] <= joints_[i].max_position))
+            throw Refused("joint " + std::to_string(i + 1) + " would leave its limits");
+}
+
+Joints Arm::each(double Joint::*member) const
+{
+    Joints values;
+    for (const Joint& joint : joints_)
+        values.push_back(joint.*member);
+    return values;
+}
+
+} // namespace kx::sim

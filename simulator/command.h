@@ -1,0 +1,57 @@
+// The form of a command: one row in the table of its family, with everything that belongs to it.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "arm.h"
+#include "controller.h"
+#include "json.h"
+#include "refused.h"
+#include "request.h"
+
+namespace kx::sim {
+
+/** One request in the hands of its command. */
+struct Call {
+    const Json& request;
+    Arm& arm;
+    const Send& send;
+
+    const Json& operator[](const char* key) const { return member(request, key); }
+
+    /** A joint counted from 1, as an index. */
+    std::size_t joint(const Json& number) const;
+
+    /** The pair [joint, value in thousandths]. */
+    std::pair<std::size_t, double> joint_and_value(const char* key) const;
+
+    /** Tells the asker that its motion has ended. */
+    Arm::Ended completion() const;
+};
+
+/** What a handler returns when the answer comes later. */
+inline const Json answered_later = nullptr;
+
+struct Command {
+    std::string_view name;
+
+    /** Under which the handler's value is answered, or false if it was refused. Without a key the value is an
+     *  object whose members are put into the reply. */
+    std::string_view key;
+
+    /** Acts and returns the value, true for a command that only had to be done. May throw Refused. */
+    Json (*handle)(Call& call);
+
+    /** The reply's "command": clients recognise the reply by it. Mostly the command's name. */
+    std::string_view recognised_by = name;
+};
+
+/** The line of a reply. An error text is cut as far as needed. @throws std::length_error if it cannot fit */
+std::string reply_line(Json reply);
+
+std::span<const Command> joint_parameter_commands();
+std::span<const Command> motion_commands();
+std::span<const Command> state_commands();
+
+} // namespace kx::sim

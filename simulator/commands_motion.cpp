@@ -1,0 +1,79 @@
+// Planned motions and control of the one that runs.
+#include "command.h"
+
+namespace kx::sim {
+
+namespace {
+
+int percent(const Call& call)
+{
+    return integer(call["v"], "the speed", 1, 100);
+}
+
+/** The arm comes to rest between two motions, so the radius for blending them is only checked. */
+void check_blend_radius(const Call& call)
+{
+    const auto radius = call.request.find("r");
+    if (radius != call.request.end() && !(from_thousandths(*radius) >= 0))
+        throw Refused("negative blend radius");
+}
+
+Json no_path_in_space(Call&)
+{
+    throw Refused("only joint space motions are available");
+}
+
+constexpr Command commands[] = {
+    {"movej", "trajectory_state",
+     [](Call& call) -> Json {
+         const Joints target = joints_from(call["joint"], call.arm.joint_count());
+         check_blend_radius(call);
+         call.arm.move_joints(target, percent(call), call.completion());
+         return answered_later;
+     },
+     "current_trajectory_state"},
+    {"movel", "trajectory_state", no_path_in_space, "current_trajectory_state"},
+    {"movec", "trajectory_state", no_path_in_space, "current_trajectory_state"},
+    {"movej_p", "trajectory_state", no_path_in_space, "current_trajectory_state"},
+    {"set_arm_stop", "arm_stop",
+     [](Call& call) -> Json {
+         call.arm.motions().drop_all("the arm was stopped");
+         return true;
+     }},
+    {"set_arm_pause", "arm_pause",
+     [](Call& call) -> Json {
+         call.arm.motions().pause();
+         return true;
+     }},
+    {"set_arm_continue", "arm_continue",
+     [](Call& call) -> Json {
+         call.arm.motions().resume();
+         return true;
+     }},
+    {"set_delete_current_trajectory", "delete_current_trajectory",
+     [](Call& call) -> Json {
+         call.arm.motions().drop_current("the motion was deleted");
+         return true;
+     }},
+    {"set_arm_delete_trajectory", "arm_delete_trajectory",
+     [](Call& call) -> Json {
+         call.arm.motions().drop_all("all motions were deleted");
+         return true;
+     }},
+    // The target of the motion that runs, or where the arm stands.
+    {"get_arm_current_trajectory", "",
+     [](Call& call) -> Json {
+         const Motion* motion = call.arm.motions().current();
+         if (!motion) return {{"data", thousandths(call.arm.position())}, {"type", "none"}};
+         return {{"data", thousandths(motion->target)}, {"type", "movej"}};
+     }},
+};
+
+} // namespace
+
+std::span<const Command> motion_commands()
+{
+    return commands;
+}
+
+} // namespace kx::sim

@@ -1,0 +1,48 @@
+// The controller without its network: takes request texts, lets the arm act, and answers with reply lines.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "arm.h"
+
+namespace kx::sim {
+
+struct Command;
+
+/** Sends one reply line, line feed included, to the client that asked; also later, when a motion ends. */
+using Send = std::function<void(const std::string& line)>;
+
+class Controller {
+  public:
+    /** Clients read replies into a buffer of this many bytes, line feed and terminating zero included. */
+    static constexpr std::size_t reply_buffer = 300;
+
+    /** @param log takes a line without line end for everything that was refused */
+    Controller(int model, std::function<void(const std::string&)> log);
+
+    /** Answers a request; `time` as for advance(). */
+    void handle(const std::string& request, double time, const Send& send);
+
+    /** Answers bytes that are no request at all. */
+    void complain(const std::string& fault, const Send& send);
+
+    /** Moves the arm's time on (s, never back), which may end motions and so answer those who asked for them.
+     */
+    void advance(double time) { arm_.advance(time); }
+
+    std::optional<double> next_event() const { return arm_.next_event(); }
+
+    Arm& arm() { return arm_; }
+
+  private:
+    void answer(const std::string& request, const Send& send);
+
+    Arm arm_;
+    std::function<void(const std::string&)> log_;
+    std::unordered_map<std::string_view, const Command*> commands_;
+};
+
+} // namespace kx::sim

@@ -1,0 +1,55 @@
+#include "request.h"
+
+#include <cmath>
+
+#include "refused.h"
+
+namespace kx::sim {
+
+const Json& member(const Json& request, const char* key)
+{
+    const auto found = request.find(key);
+    if (found == request.end()) throw Refused(std::string("no \"") + key + "\" given");
+    return *found;
+}
+
+int integer(const Json& value, const char* what, int low, int high)
+{
+    const double number = value.is_number() ? value.get<double>() : NAN;
+    if (!(number >= low && number <= high && number == std::floor(number)))
+        throw Refused(std::string(what) + " must be a whole number from " + std::to_string(low) + " to " +
+                      std::to_string(high));
+    return static_cast<int>(number);
+}
+
+double from_thousandths(const Json& value)
+{
+    if (!value.is_number()) throw Refused("a number was expected");
+    return value.get<double>() / 1000;
+}
+
+Joints joints_from(const Json& array, std::size_t count)
+{
+    if (!array.is_array() || array.size() != count)
+        throw Refused("an array of " + std::to_string(count) + " joint values was expected");
+    Joints values;
+    for (const Json& value : array)
+        values.push_back(from_thousandths(value));
+    return values;
+}
+
+Json thousandths(const std::vector<double>& values)
+{
+    Json array = Json::array();
+    for (double value : values)
+        array.push_back(std::lround(value * 1000));
+    return array;
+}
+
+Json pose_of(const POSE& pose)
+{
+    return {std::lround(pose.x * 1e6),  std::lround(pose.y * 1e6),  std::lround(pose.z * 1e6),
+            std::lround(pose.rx * 1e3), std::lround(pose.ry * 1e3), std::lround(pose.rz * 1e3)};
+}
+
+} // namespace kx::sim

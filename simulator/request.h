@@ -1,0 +1,30 @@
+// Reads the members of a request and writes numbers into replies. Values travel as integers in thousandths
+// (positions of poses in millionths); whatever does not fit is refused with a text that says what was
+// expected.
+#pragma once
+
+#include <vector>
+
+#include "json.h"
+#include "model.h"
+
+namespace kx::sim {
+
+/** @throws Refused if it is missing */
+const Json& member(const Json& request, const char* key);
+
+/** A whole number within [low, high]. @throws Refused otherwise */
+int integer(const Json& value, const char* what, int low, int high);
+
+/** A number of thousandths, divided by 1000. @throws Refused if it is not a number */
+double from_thousandths(const Json& value);
+
+/** An array of exactly `count` numbers of thousandths. @throws Refused otherwise */
+Joints joints_from(const Json& array, std::size_t count);
+
+Json thousandths(const std::vector<double>& values);
+
+/** A pose as six integers: micrometres, then thousandths of a radian. */
+Json pose_of(const POSE& pose);
+
+} // namespace kx::sim

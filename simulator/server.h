@@ -1,0 +1,19 @@
+// Runs a controller on a TCP port, on the calling thread.
+#pragma once
+
+#include <string>
+
+namespace kx::sim {
+
+struct ServerOptions {
+    std::string host = "127.0.0.1";
+    unsigned short port = 8080; ///< 0 picks a free one
+    int model = 46;
+    double speed = 1;   ///< of simulated time against real time
+    bool trace = false; ///< print every line in and out
+};
+
+/** Serves until SIGINT or SIGTERM. @throws std::exception if it cannot listen */
+void serve(const ServerOptions& options);
+
+} // namespace kx::sim
