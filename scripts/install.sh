@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that are missing: install.sh demo | all
+set -euo pipefail
+demo=(g++ cmake ninja-build libcjson-dev libasio-dev nlohmann-json3-dev libcli11-dev liborocos-kdl-dev)
+tests=(clang clang-format libclang-rt-14-dev binutils libgtest-dev libbenchmark-dev)
+
+packages=("${demo[@]}")
+[ "${1:-all}" = demo ] || packages+=("${tests[@]}")
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "installing ${missing[*]}"
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then as_root=(sudo); fi
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! { "${as_root[@]}" apt-get update && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+  apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+  tail -n 20 "$log" >&2
+  exit 1
+fi

@@ -1,0 +1,5 @@
+#!/usr/bin/env bash
+# Every source file is formatted by .clang-format.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+git ls-files '*.c' '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
