@@ -15,8 +15,11 @@
  * ms.
  * - Joint angles are degrees, one float per joint (6, or 7 for model 47); lengths metres; pose angles
  * radians.
- * - Commands may be called from any thread. Two blocking calls of the same kind on one arm must not overlap:
- *   their replies cannot be told apart. A callback must not call a blocking command.
+ * - Non-blocking commands may be called from any thread at any time. Blocking ones must not overlap within a
+ * process, not even for different arms: a caller finds its reply by its place among those who wait, and an
+ * earlier caller that leaves moves the later ones, who then end with 9 or another's reply. So guard them with
+ * a mutex. To act while a blocking move runs, use non-blocking commands; to watch the arm meanwhile, send the
+ * move non-blocking and read the state until it has arrived. A callback must not call a blocking command.
  * - On a non-zero status outputs are untouched, except where a function says which are written first.
  * - Each command has exported workers, `_Block` and `_NonBlock`, which take its arguments less `block` and
  * skip the waits and checks that the command makes before.

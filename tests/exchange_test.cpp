@@ -69,21 +69,22 @@ TEST(Exchange, ReadsTheTextAtThePlaceWhereItRegistered)
     mover.join();
 }
 
-TEST(Exchange, ServesManyArmsFromManyThreads)
+TEST(Exchange, QueuesForManyArmsFromManyThreads)
 {
     Arm arms[4];
     std::vector<std::thread> threads;
     for (Arm& arm : arms)
         threads.emplace_back([&arm] {
-            for (int i = 0; i < 5; ++i) {
-                arm.peer.answer(speed_set);
-                Set_Joint_Min_Pos(arm.sockfd, 1, 1, false);
-            }
             for (int i = 0; i < 5; ++i)
-                arm.peer.next_request();
+                EXPECT_EQ(Set_Joint_Min_Pos(arm.sockfd, 1, static_cast<float>(i), false), 0);
         });
     for (std::thread& thread : threads)
         thread.join();
+    for (Arm& arm : arms)
+        for (int i = 0; i < 5; ++i)
+            EXPECT_EQ(arm.peer.next_request(),
+                      on_the_wire(R"({"command":"set_joint_min_pos","joint_min_pos":[1,)" +
+                                  std::to_string(1000 * i) + "]}"));
 }
 
 TEST(Stream, RegistersOnePushPerTargetAndNoneForAFailedSend)

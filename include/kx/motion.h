@@ -15,8 +15,8 @@
  *
  * Blocking, it returns when the motion has ended, however long that takes: it looks for the completion reply
  * once a second (so it may return up to a second late) and in between asks the controller for its state; if
- * that answer fails, it gives up with 7. Stop such a move from another thread with Move_Stop_Cmd; that thread
- * must not call Get_Current_Arm_State at the same time.
+ * that answer fails, it gives up with 7. Meanwhile other threads may only use non-blocking commands, for
+ * instance Move_Stop_Cmd(sockfd, false), which makes this call return 1.
  * @param joint target angles, degrees: 6 values, 7 for model 47
  * @param v speed in percent
  * @param r blend radius, sent in thousandths

@@ -1,0 +1,156 @@
+// Watches an arm from a thread of its own, beside whatever the application does with it: prints a running
+// table and keeps the samples for a picture. It asks for the joint angles only, so that a blocking move,
+// which asks for the whole state, can go on meanwhile.
+#pragma once
+
+#include "kx_base.h"
+#include "picture.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <mutex>
+#include <thread>
+#include <unistd.h>
+
+class Watcher {
+  public:
+    Watcher(int arm, int model)
+        : arm_(arm), model_(model), joints_(model == 47 ? 7 : 6), start_(Get_Program_Runtime()),
+          thread_(&Watcher::watch, this)
+    {
+    }
+
+    ~Watcher() { stop(); }
+
+    void stop()
+    {
+        stopping_ = true;
+        if (thread_.joinable()) thread_.join();
+    }
+
+    // Runs a blocking command while the watcher makes none.
+    template <class Command>
+    auto exclusively(Command command)
+    {
+        const std::lock_guard lock(commands_);
+        return command();
+    }
+
+    // Waits until every joint is at its target; false when that takes longer than some seconds.
+    bool wait_for(const float* target, double seconds)
+    {
+        for (const double deadline = now() + seconds; now() < deadline; sleep_cp(20)) {
+            const std::lock_guard lock(mutex_);
+            bool is_there = !samples_.empty();
+            for (int j = 0; is_there && j < joints_; ++j)
+                is_there = std::fabs(samples_.back().joint[static_cast<size_t>(j)] - target[j]) < 0.002;
+            if (is_there) return true;
+        }
+        return false;
+    }
+
+    // Names what happens from now on.
+    void phase(const std::string& name, bool highlighted = false)
+    {
+        const std::lock_guard lock(mutex_);
+        phases_.push_back({now(), 0, name, highlighted});
+        row_is_due_ = true;
+    }
+
+    // A line between the rows of the table.
+    template <class... Values>
+    void say(const char* format, Values... values)
+    {
+        const std::lock_guard lock(mutex_);
+        if (is_terminal_) printf("\r\033[K");
+        printf(format, values...);
+        printf("\n");
+    }
+
+    // How far the joint that moved most has moved in the last seconds, degrees.
+    double travel(double seconds)
+    {
+        const std::lock_guard lock(mutex_);
+        double result = 0;
+        for (int j = 0; j < joints_; ++j) {
+            double low = 1e9, high = -1e9;
+            for (const Sample& sample : samples_) {
+                if (sample.time < now() - seconds) continue;
+                low = std::min(low, sample.joint[static_cast<size_t>(j)]);
+                high = std::max(high, sample.joint[static_cast<size_t>(j)]);
+            }
+            result = std::max(result, high - low);
+        }
+        return result;
+    }
+
+    // After stop().
+    bool picture(const std::string& file)
+    {
+        for (size_t i = 0; i < phases_.size(); ++i)
+            phases_[i].end = i + 1 < phases_.size() ? phases_[i + 1].begin : samples_.back().time;
+        return draw(file, "KX Service drives an arm of model " + std::to_string(model_), joints_, samples_,
+                    phases_);
+    }
+
+  private:
+    double now() const { return (Get_Program_Runtime() - start_) / 1000.0; }
+
+    void watch()
+    {
+        print_heading();
+        while (!stopping_) {
+            float joint[7] = {};
+            if (exclusively([&] { return Get_Joint_Degree(arm_, joint); }) != KX_SUCCESS) continue;
+            const Position tool = Forward_Kinematics(model_, joint).position;
+            Sample sample = {now(), {}, tool.x, tool.y, tool.z};
+            std::copy(joint, joint + 7, sample.joint.begin());
+
+            const std::lock_guard lock(mutex_);
+            samples_.push_back(sample);
+            print(sample);
+        }
+        if (is_terminal_) printf("\r\033[K");
+    }
+
+    void print_heading() const
+    {
+        std::string heading = "    time ";
+        for (int j = 1; j <= joints_; ++j)
+            heading += "  joint " + std::to_string(j);
+        heading += "     x mm    y mm    z mm";
+        printf(is_terminal_ ? "\033[1m%s\033[0m\n" : "%s\n", heading.c_str());
+    }
+
+    // A row every half second and for every new phase; on a terminal every sample in between, in place.
+    void print(const Sample& sample)
+    {
+        const bool is_due = row_is_due_ || sample.time - printed_ >= 0.5;
+        if (!is_due && !is_terminal_) return;
+        if (is_terminal_) printf("\r\033[K");
+        printf("%6.2f s ", sample.time);
+        for (int j = 0; j < joints_; ++j)
+            printf("%9.3f", sample.joint[static_cast<size_t>(j)]);
+        printf("  %8.1f%8.1f%8.1f  %s", 1000 * sample.x, 1000 * sample.y, 1000 * sample.z,
+               phases_.empty() ? "" : phases_.back().name.c_str());
+        if (is_due) {
+            printf("\n");
+            printed_ = sample.time;
+            row_is_due_ = false;
+        }
+        fflush(stdout);
+    }
+
+    const int arm_, model_, joints_;
+    const unsigned int start_;
+    const bool is_terminal_ = isatty(STDOUT_FILENO);
+    std::mutex commands_; // held during a blocking command
+    std::mutex mutex_;    // guards what follows, and the terminal
+    std::vector<Sample> samples_;
+    std::vector<Phase> phases_;
+    double printed_ = -1; // time of the last row that was kept
+    bool row_is_due_ = false;
+    std::atomic<bool> stopping_ = false;
+    std::thread thread_;
+};
