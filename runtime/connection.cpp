@@ -3,6 +3,7 @@
 #include "runtime/command.h"
 
 #include <arpa/inet.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -55,9 +56,37 @@ void Init_Socket_Joint(int model, int sockfd)
     m_nSockInfoLen = index + 1;
 }
 
+static std::atomic<bool> is_closed[connection_capacity];
+static std::atomic<int> being_read = -1; // index of a connection
+
+Reading::Reading(int index)
+{
+    being_read = index;
+    is_open_ = !is_closed[index];
+}
+
+Reading::~Reading()
+{
+    being_read = -1;
+}
+
+static bool is_being_read(int sockfd)
+{
+    const int index = being_read;
+    return index >= 0 && SockInfo[index].descriptor == sockfd;
+}
+
+// Under the mutex, since the writer thread may be about to send on the descriptor.
 void Arm_Socket_Close(int sockfd)
 {
-    if (sockfd >= 1) close(sockfd);
+    if (sockfd < 1) return;
+    KX_Mutex_Lock();
+    for (int index = 0; index < m_nSockInfoLen; ++index)
+        if (SockInfo[index].descriptor == sockfd) is_closed[index] = true;
+    while (is_being_read(sockfd))
+        sched_yield();
+    close(sockfd);
+    KX_Mutex_UnLock();
 }
 
 int Get_Socket_Idx(int sockfd)

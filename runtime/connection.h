@@ -24,6 +24,19 @@ int joint_count(int sockfd);
 // Joints of an arm as its requests carry them: decided by the model, not by the joint count.
 int request_joints(int sockfd);
 
+// Held by the receiver thread while it reads from a connection. False once the connection was closed; while
+// it is true, closing waits, so that no read ever reaches a file that was given the same number afterwards.
+class Reading {
+  public:
+    explicit Reading(int index);
+    Reading(const Reading&) = delete;
+    ~Reading();
+    explicit operator bool() const { return is_open_; }
+
+  private:
+    bool is_open_;
+};
+
 } // namespace kx
 
 KX_API kx::Connection SockInfo[kx::connection_capacity];

@@ -6,7 +6,10 @@
 #include "runtime/library.h"
 #include "runtime/transmit.h"
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace kx;
 
@@ -92,6 +95,24 @@ TEST(Connections, OutliveTheirSocket)
     Arm_Socket_Close(-1);
     EXPECT_EQ(m_nSockInfoLen, length);
     EXPECT_EQ(Get_Socket_Idx(arm.sockfd), 0);
+}
+
+TEST(Connections, DoNotReadFromAFileThatGetsTheirNumber)
+{
+    Arm arm;
+    Peer elsewhere;
+    Arm_Socket_Close(arm.sockfd);
+    const int own = dup2(socket(AF_INET, SOCK_STREAM, 0), arm.sockfd);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(elsewhere.port()));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(connect(own, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    elsewhere.send("mine");
+    sleep_cp(50);
+    char bytes[5] = {};
+    EXPECT_EQ(recv(own, bytes, 4, MSG_DONTWAIT), 4);
+    EXPECT_STREQ(bytes, "mine");
 }
 
 TEST(Connections, FailWithTheirCode)

@@ -1,6 +1,6 @@
 /* The C interface compiles as C11, and a C program links against it. */
-#include "kx_base.h"
 #include "kx/model.h"
+#include "kx_base.h"
 
 int main(void)
 {
