@@ -101,18 +101,22 @@ TEST(Connections, DoNotReadFromAFileThatGetsTheirNumber)
 {
     Arm arm;
     Peer elsewhere;
-    Arm_Socket_Close(arm.sockfd);
-    const int own = dup2(socket(AF_INET, SOCK_STREAM, 0), arm.sockfd);
+    const int own = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(elsewhere.port()));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     ASSERT_EQ(connect(own, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    elsewhere.send("mine");
+    elsewhere.send("greeting");
+
+    Arm_Socket_Close(arm.sockfd);
+    ASSERT_EQ(dup2(own, arm.sockfd), arm.sockfd);
+    elsewhere.send(", mine");
     sleep_cp(50);
-    char bytes[5] = {};
-    EXPECT_EQ(recv(own, bytes, 4, MSG_DONTWAIT), 4);
-    EXPECT_STREQ(bytes, "mine");
+    char bytes[15] = {};
+    EXPECT_EQ(recv(own, bytes, 14, MSG_DONTWAIT), 14);
+    EXPECT_STREQ(bytes, "greeting, mine");
+    close(own);
 }
 
 TEST(Connections, FailWithTheirCode)
