@@ -93,10 +93,16 @@ void Homogeneous_transformation_matrix(const float* theta, Matrix out[7])
     static constexpr SineCosine<float> minus_90 = {-1, 0}, plus_90 = {1, 0}, none = {0, 1};
     const SineCosine<float> alpha[] = {minus_90, plus_90, minus_90, plus_90, minus_90, plus_90, none};
     const float d[] = {dbs, 0, dse, d4, dew, 0, lwt};
+    const auto times = [](float x, float right_angle) { return right_angle == 0 ? 0 : x * right_angle; };
     for (int i = 0; i < 7; ++i) {
         const auto [s, c] = sine_cosine<float>(theta[i] * radians_per_degree);
         const auto [sa, ca] = alpha[i];
-        out[i] = {4, 4, {{c, -s * ca, s * sa, 0}, {s, c * ca, -c * sa, 0}, {0, sa, ca, d[i]}, {0, 0, 0, 1}}};
+        out[i] = {4,
+                  4,
+                  {{c, -times(s, ca), times(s, sa), 0},
+                   {s, times(c, ca), -times(c, sa), 0},
+                   {0, sa, ca, d[i]},
+                   {0, 0, 0, 1}}};
     }
 }
 

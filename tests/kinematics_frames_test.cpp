@@ -1,0 +1,87 @@
+// Frame transforms and rotation about an axis, against Orocos KDL.
+#include "kinematics_support.h"
+
+namespace {
+
+class Frames : public ::testing::Test {
+  protected:
+    Random random;
+};
+
+TEST_F(Frames, TransformsAgreeWithKdlAndUndoEachOther)
+{
+    for (int round = 0; round < 500; ++round) {
+        const KinPose pose = random.pose(), tool = random.pose(), work = random.pose();
+        const KDL::Frame P = frame_by_euler(pose), T = frame_by_euler(tool), W = frame_by_euler(work);
+        EXPECT_TRUE(matches(Base_To_WorkFrame(pose, pos2matrix(work)), W.Inverse() * P));
+        EXPECT_TRUE(matches(WorkFrame_To_Base(pose, pos2matrix(work)), W * P));
+        EXPECT_TRUE(matches(end2tool(pose, tool, work), W.Inverse() * P * T));
+        EXPECT_TRUE(matches(tool2end(pose, tool, work), W * P * T.Inverse()));
+        EXPECT_TRUE(matches(tool2end(end2tool(pose, tool, work), tool, work), P));
+    }
+}
+
+TEST_F(Frames, NoWrapAndNoCleanUp)
+{
+    const KinPose pose = {{1, 2, 3}, {}, {1e-7f, -2e-7f, -3.141f}};
+    const auto [position, quaternion, euler] = Base_To_WorkFrame(pose, pos2matrix({}));
+    EXPECT_EQ(position.x, 1);
+    EXPECT_EQ(position.y, 2);
+    EXPECT_EQ(position.z, 3);
+    EXPECT_NEAR(euler.rx, 1e-7, 1e-9);
+    EXPECT_NEAR(euler.ry, -2e-7, 1e-9);
+    EXPECT_FLOAT_EQ(euler.rz, -3.141f);
+}
+
+TEST_F(Frames, SingularFrameGivesNonFinite)
+{
+    EXPECT_FALSE(std::isfinite(Base_To_WorkFrame(random.pose(), Matrix{4, 4, {}}).position.x));
+}
+
+KDL::Rotation about(int axis, double angle)
+{
+    return KDL::Rotation::Rot(KDL::Vector(axis == 1, axis == 2, axis == 3), angle);
+}
+
+TEST_F(Frames, RotateMoveTurnsAboutThePosesOwnAxis)
+{
+    for (int round = 0; round < 200; ++round)
+        for (int axis : {1, 2, 3}) {
+            const KinPose pose = random.pose();
+            const float angle = random.between(-7, 7);
+            KDL::Frame turned = frame_by_euler(pose);
+            turned.M = turned.M * about(axis, angle);
+            EXPECT_TRUE(matches(RotateMove(pose, axis, angle), turned));
+            EXPECT_TRUE(
+                matches(RotateMove(RotateMove(pose, axis, angle), axis, -angle), frame_by_euler(pose)));
+        }
+}
+
+TEST_F(Frames, RotateMoveAboutNoAxisTurnsNothing)
+{
+    const KinPose pose = random.pose();
+    for (int axis : {0, 4, -1})
+        EXPECT_TRUE(matches(RotateMove(pose, axis, 1), frame_by_euler(pose), 1e-6)) << axis;
+}
+
+TEST_F(Frames, RotationAboutAnAxisOfAnotherFrame)
+{
+    const KinPose pose = random.pose(), frame = random.pose();
+    const KDL::Rotation P = frame_by_euler(pose).M, F = frame_by_euler(frame).M;
+    const struct {
+        int x, y, z;
+        KDL::Vector axis; // in the frame; zero for none
+    } rows[] = {
+        {1, 0, 0, {1, 0, 0}},   {0, -1, 0, {0, -1, 0}}, {0, 0, -1, {0, 0, -1}},
+        {-1, 0, 1, {-1, 0, 1}}, {2, 0, 1, {0, 0, 1}},   {-2, 5, 7, {0, 0, 0}},
+    };
+    for (const auto& [x, y, z, axis] : rows) {
+        const float angle = 0.7f;
+        const KDL::Rotation turned =
+            axis.Norm() > 0 ? F * KDL::Rotation::Rot(axis, angle) * F.Inverse() * P : P;
+        const Euler e = Rodrigues_rotate_simplify(frame.euler, angle, x, y, z, pose);
+        EXPECT_TRUE(KDL::Equal(KDL::Rotation::RPY(e.rx, e.ry, e.rz), turned, 1e-6)) << axis;
+    }
+}
+
+} // namespace

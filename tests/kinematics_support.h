@@ -1,0 +1,63 @@
+// What the kinematics tests share: the judge's view of poses (KDL frames), comparisons, random numbers.
+#pragma once
+
+#include "kdl_arms.h"
+#include "kx_base.h"
+
+#include <gtest/gtest.h>
+#include <kdl/frames_io.hpp>
+
+#include <array>
+#include <cmath>
+#include <random>
+
+using Joints = std::array<float, 7>; // degrees
+
+inline constexpr float nan_f = std::numeric_limits<float>::quiet_NaN();
+inline constexpr float infinity_f = std::numeric_limits<float>::infinity();
+
+inline KDL::Frame frame_by_euler(const KinPose& p)
+{
+    const auto& [position, quaternion, e] = p;
+    return {KDL::Rotation::RPY(e.rx, e.ry, e.rz), {position.x, position.y, position.z}};
+}
+
+inline KDL::Frame frame_by_quaternion(const KinPose& p)
+{
+    const auto& [position, q, euler] = p;
+    return {KDL::Rotation::Quaternion(q.x, q.y, q.z, q.w), {position.x, position.y, position.z}};
+}
+
+inline KDL::Frame frame_of(const Matrix& matrix)
+{
+    const auto& m = matrix.data;
+    return {{m[0][0], m[0][1], m[0][2], m[1][0], m[1][1], m[1][2], m[2][0], m[2][1], m[2][2]},
+            {m[0][3], m[1][3], m[2][3]}};
+}
+
+// Both forms of a pose's rotation, and its position, against a frame; tolerance in metres and radians.
+inline ::testing::AssertionResult matches(const KinPose& pose, const KDL::Frame& frame,
+                                          double tolerance = 1e-5)
+{
+    for (const KDL::Frame& form : {frame_by_euler(pose), frame_by_quaternion(pose)})
+        if (!(KDL::diff(form, frame).vel.Norm() <= tolerance &&
+              KDL::diff(form, frame).rot.Norm() <= tolerance))
+            return ::testing::AssertionFailure() << "got\n" << form << "\nexpected\n" << frame;
+    return ::testing::AssertionSuccess();
+}
+
+class Random {
+    std::mt19937 bits{1};
+
+  public:
+    float between(float low, float high) { return std::uniform_real_distribution<float>(low, high)(bits); }
+
+    // Within 1.5 m and with ry short of gimbal lock.
+    KinPose pose()
+    {
+        const Euler e = {between(-3.1f, 3.1f), between(-1.5f, 1.5f), between(-3.1f, 3.1f)};
+        return {{between(-1.5f, 1.5f), between(-1.5f, 1.5f), between(-1.5f, 1.5f)},
+                euler2quaternion(e.rx, e.ry, e.rz),
+                e};
+    }
+};
