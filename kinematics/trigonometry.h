@@ -22,11 +22,12 @@ inline constexpr auto inverse_factorial = [] {
     return f;
 }();
 
-// Computed in double to within an ulp or so, then rounded to T; as a float it equals what the C library's double
-// sine and cosine round to, which was compared for every angle below 1e5. Joint angles come from all over the
-// circle, and a library's sine spends more time on mispredicted branches between its ranges than on arithmetic.
-// So there are none here: the multiple of a quarter turn nearest to the angle is taken off, in two parts of pi / 2
-// (Cody and Waite, 1980); the rest is small enough for the Taylor series; the quarter tells which series is which.
+// Computed in double to within an ulp or so, then rounded to T; as a float it equals what the C library's
+// double sine and cosine round to, which was compared for every angle below 1e5. Joint angles come from all
+// over the circle, and a library's sine spends more time on mispredicted branches between its ranges than on
+// arithmetic. So there are none here: the multiple of a quarter turn nearest to the angle is taken off, in
+// two parts of pi / 2 (Cody and Waite, 1980); the rest is small enough for the Taylor series; the quarter
+// tells which series is which.
 template <typename T>
 inline SineCosine<T> sine_cosine(float angle)
 {
