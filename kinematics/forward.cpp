@@ -12,6 +12,11 @@ bool known(int model)
     return model == 36 || model == 46 || model == 47;
 }
 
+int joint_count(int model)
+{
+    return model == 47 ? 7 : 6;
+}
+
 Rigid base(int model)
 {
     const float rz = model == 46 ? angleZ : 0;
@@ -26,7 +31,7 @@ Rigid base(int model)
 Rigid chain(int model, const float* degrees)
 {
     SineCosine<float> theta[7];
-    for (int i = 0; i < (model == 47 ? 7 : 6); ++i)
+    for (int i = 0; i < joint_count(model); ++i)
         theta[i] = sine_cosine<float>(degrees[i] * radians_per_degree);
 
     Rigid m = base(model);
@@ -83,6 +88,17 @@ bool tool_has_no_effect(const Matrix& m)
     return std::equal(tool, tool + 16, identity) && std::isfinite(m.data[0][0]);
 }
 
+KinPose pose_of(int model, Matrix m)
+{
+    if (model != 47)
+        for (float* x : {&m.data[2][1], &m.data[2][2], &m.data[2][0], &m.data[1][0], &m.data[0][0]})
+            *x = cleaned(*x);
+    Euler e = euler_of(m);
+    e = {cleaned(e.rx), cleaned(e.ry), cleaned(e.rz)};
+    if (model == 46) e = wrapped(e); // a turn more changes the sign of the quaternion
+    return {{m.data[0][3], m.data[1][3], m.data[2][3]}, euler2quaternion(e.rx, e.ry, e.rz), wrapped(e)};
+}
+
 } // namespace
 } // namespace kx
 
@@ -93,14 +109,14 @@ void Homogeneous_transformation_matrix(const float* theta, Matrix out[7])
     static constexpr SineCosine<float> minus_90 = {-1, 0}, plus_90 = {1, 0}, none = {0, 1};
     const SineCosine<float> alpha[] = {minus_90, plus_90, minus_90, plus_90, minus_90, plus_90, none};
     const float d[] = {dbs, 0, dse, d4, dew, 0, lwt};
-    const auto times = [](float x, float right_angle) { return right_angle == 0 ? 0 : x * right_angle; };
+    const auto times = [](float x, float exact) { return exact == 0 ? 0 : x * exact; };
     for (int i = 0; i < 7; ++i) {
         const auto [s, c] = sine_cosine<float>(theta[i] * radians_per_degree);
         const auto [sa, ca] = alpha[i];
         out[i] = {4,
                   4,
-                  {{c, -times(s, ca), times(s, sa), 0},
-                   {s, times(c, ca), -times(c, sa), 0},
+                  {{c, times(-s, ca), times(s, sa), 0},
+                   {s, times(c, ca), times(-c, sa), 0},
                    {0, sa, ca, d[i]},
                    {0, 0, 0, 1}}};
     }
@@ -116,21 +132,13 @@ KinPose Forward_Kinematics(int model, const float* joint)
     if (!known(model)) return {};
     Init_Sys_Data(model);
 
-    static constexpr float offset[][7] = {{-90, 90, 90, 0, 180, 90}, {0, 90, 90}, {}};
-    const auto& offsets = offset[model == 36 ? 0 : model - 45];
+    static constexpr float offsets_36[] = {-90, 90, 90, 0, 180, 90}, offsets_46[6] = {0, 90, 90},
+                           offsets_47[7] = {};
+    const float* offsets = model == 36 ? offsets_36 : model == 46 ? offsets_46 : offsets_47;
     float theta[7];
-    for (int i = 0; i < (model == 47 ? 7 : 6); ++i)
+    for (int i = 0; i < joint_count(model); ++i)
         theta[i] = joint[i] + offsets[i];
 
-    Matrix m = chain(model, theta).matrix();
-    if (!tool_has_no_effect(m)) m = matrix_m(m, Tool_Matrix);
-
-    if (model != 47)
-        for (float* x : {&m.data[2][1], &m.data[2][2], &m.data[2][0], &m.data[1][0], &m.data[0][0]})
-            *x = cleaned(*x);
-    const Euler euler = euler_of(m);
-    Euler e = {cleaned(euler.rx), cleaned(euler.ry), cleaned(euler.rz)};
-    if (model == 46) e = wrapped(e);
-    const Quaternion q = euler2quaternion(e.rx, e.ry, e.rz);
-    return {{m.data[0][3], m.data[1][3], m.data[2][3]}, q, wrapped(e)};
+    const Matrix flange = chain(model, theta).matrix();
+    return pose_of(model, tool_has_no_effect(flange) ? flange : matrix_m(flange, Tool_Matrix));
 }

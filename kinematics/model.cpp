@@ -83,7 +83,8 @@ void load_36()
     load(limits_36);
 }
 
-void load_upright_wrist()
+// What models 46 and 47 have in common.
+void load_common()
 {
     dwt = lwt = 0.144f, dwt_ZF = 0.1642f, dwt_SF = 0.1725f;
     angleU = angleV = 0;
@@ -95,7 +96,7 @@ void load_46()
     d1 = 0.149f, d3 = 0, d4 = 0.405f; // of these the chain uses d3 only
     a2 = 0.082f, a3 = 0.38f, a4 = -0.069f;
     lsb = 0.2405f, lse = 0.256f, lew = 0.21f;
-    load_upright_wrist();
+    load_common();
     load(limits_46);
 }
 
@@ -103,7 +104,7 @@ void load_47()
 {
     d4 = 0;
     dbs = 0.2405f, dse = 0.256f, dew = 0.21f;
-    load_upright_wrist();
+    load_common();
     load(limits_47);
 }
 
