@@ -12,11 +12,18 @@
 #define KX_API extern __attribute__((visibility("default")))
 #endif
 
+/* Gives enumerations 32 bits, and in C++ the right to hold values beyond their names, as in C. */
+#ifdef __cplusplus
+#define KX_INT32 : int32_t
+#else
+#define KX_INT32
+#endif
+
 /**
  * What a command returns. Commands return plain `int`; which codes apply, and any further ones, stand with
  * each function. The joint-parameter getters also return 10 for an array of the wrong type or length.
  */
-typedef enum KX_STATUS {
+typedef enum KX_STATUS KX_INT32 {
     KX_SUCCESS = 0,         /**< confirmed by the controller (blocking), or queued (non-blocking) */
     KX_REFUSED = 1,         /**< the controller answered false */
     KX_NOT_RUNNING = 2,     /**< KX_API_Init was not called; at connect: unsupported model code */
@@ -62,13 +69,18 @@ typedef struct JOINT_STATE {
 } JOINT_STATE;
 
 /** Kind of the motion that the controller is executing. */
-typedef enum ARM_CTRL_MODES { None_Mode = 0, Joint_Mode = 1, Line_Mode = 2, Circle_Mode = 3 } ARM_CTRL_MODES;
+typedef enum ARM_CTRL_MODES KX_INT32 {
+    None_Mode = 0,
+    Joint_Mode = 1,
+    Line_Mode = 2,
+    Circle_Mode = 3
+} ARM_CTRL_MODES;
 
 /** Cartesian axis of a position jog or step. */
-typedef enum POS_TEACH_MODES { X_Dir = 0, Y_Dir = 1, Z_Dir = 2 } POS_TEACH_MODES;
+typedef enum POS_TEACH_MODES KX_INT32 { X_Dir = 0, Y_Dir = 1, Z_Dir = 2 } POS_TEACH_MODES;
 
 /** Rotation axis of an orientation jog or step. */
-typedef enum ORT_TEACH_MODES { RX_Rotate = 0, RY_Rotate = 1, RZ_Rotate = 2 } ORT_TEACH_MODES;
+typedef enum ORT_TEACH_MODES KX_INT32 { RX_Rotate = 0, RY_Rotate = 1, RZ_Rotate = 2 } ORT_TEACH_MODES;
 
 /** A realtime push, handed by value to the callback given to KX_API_Init. */
 typedef struct CallbackData {
