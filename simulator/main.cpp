@@ -12,7 +12,7 @@ int main(int argc, char** argv)
     kx::sim::ServerOptions options;
     CLI::App app("Virtual controller of a robot arm: any number of clients, one simulated arm.",
                  "kx-controller");
-    app.add_option("--host", options.host, "IPv4 address to listen on")->capture_default_str();
+    app.add_option("--host", options.host, "address to listen on")->capture_default_str();
     app.add_option("--port", options.port, "TCP port to listen on, 0 picks a free one")
         ->capture_default_str();
     app.add_option("--model", options.model, "arm model code")
@@ -27,8 +27,7 @@ int main(int argc, char** argv)
     try {
         kx::sim::serve(options);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "kx-controller: cannot listen on %s:%hu: %s\n", options.host.c_str(),
-                     options.port, error.what());
+        std::fprintf(stderr, "kx-controller: %s:%hu: %s\n", options.host.c_str(), options.port, error.what());
         return 1;
     }
 }
