@@ -26,7 +26,7 @@ std::vector<Request> Framing::feed(std::string_view bytes)
     std::vector<Request> out;
     for (char c : bytes) {
         take(c, out);
-        line_begins_ = c == '\n';
+        last_ = c;
     }
     return out;
 }
@@ -35,12 +35,14 @@ void Framing::take(char c, std::vector<Request>& out)
 {
     // Printed objects indent or close every line but their first, so a line that opens one begins a new
     // request: the one before it was broken off.
-    if (c == '{' && line_begins_ && state_ == State::object) {
+    if (c == '{' && last_ == '\n' && state_ == State::object) {
         give_up("the request before this one is incomplete", out);
         state_ = State::between;
     }
+    if (state_ == State::after_fault)
+        state_ = c == '\t' || c == '}' || c == ']' ? State::skipping : State::between;
     if (state_ == State::skipping) {
-        if (c == '\n') state_ = State::between;
+        if (c == '\n') state_ = last_ == '\r' ? State::between : State::after_fault;
         return;
     }
     if (state_ == State::between) {
@@ -57,12 +59,13 @@ void Framing::take(char c, std::vector<Request>& out)
     switch (state_) {
     case State::escape:
         state_ = State::string;
-        return;
+        if (c != '\n') return;
+        break; // no string goes over a line end
     case State::string:
         if (c == '\\') state_ = State::escape;
         if (c == '"') state_ = State::object;
-        if (c == '\n') break; // no string goes over a line end
-        return;
+        if (c != '\n') return;
+        break;
     default:
         if (c == '"') state_ = State::string;
         if (c == '{') ++depth_;
@@ -74,13 +77,13 @@ void Framing::take(char c, std::vector<Request>& out)
         if (c != '\n') return;
     }
 
-    // The end of a line inside an object. CR LF ends a request, and so does a first line that cannot become
-    // JSON.
-    const bool request_ends = text_.ends_with("\r\n");
+    // A line ends inside an object. CR LF ends the request too; and a first line that cannot become JSON is
+    // no request at all.
+    const bool request_ends = last_ == '\r';
     const bool first_line = text_.find('\n') == text_.size() - 1;
     if (state_ == State::string || request_ends || (first_line && !begins_json(text_))) {
         give_up("not JSON", out);
-        state_ = State::between;
+        state_ = request_ends ? State::between : State::after_fault;
     }
 }
 

@@ -24,7 +24,14 @@ class Framing {
     std::vector<Request> feed(std::string_view bytes);
 
   private:
-    enum class State { between, object, string, escape, skipping };
+    enum class State {
+        between, ///< of two requests
+        object,
+        string,
+        escape,
+        skipping,   ///< the rest of a faulty line
+        after_fault ///< at the begin of the line after it: an indented or closing line is still part of it
+    };
 
     void take(char c, std::vector<Request>& out);
     void give_up(const char* fault, std::vector<Request>& out);
@@ -32,7 +39,7 @@ class Framing {
     State state_ = State::between;
     std::string text_;
     int depth_ = 0;
-    bool line_begins_ = true; ///< the byte to come is the first of its line
+    char last_ = '\n'; ///< the byte before
 };
 
 } // namespace kx::sim

@@ -51,6 +51,11 @@ const FramingRow framing_rows[] = {
     {"object without end", "{\"a\":[" + std::string(70000, '1') + "\n" + printed, {"!", movej}},
     {"line without end", std::string(70000, 'x') + "\n" + printed, {"!", movej}},
     {"zero bytes", std::string(3, '\0') + "\n" + printed, {"!", movej}},
+    {"a faulty first line is known at once", "{oops\n", {"!"}},
+    {"an end that comes too early is known at once", "{\n\t\"a\":\t[1,\r\n", {"!"}},
+    {"too long is known before the end", "{\"a\":[" + std::string(70000, '1'), {"!"}},
+    {"one fault for all its lines", "{\n\t\"a\":\t\"x\n\t\"b\":\t[\n\t]\n}\r\n" + printed, {"!", movej}},
+    {"two faulty lines", "hello\nhello\n\n" + printed, {"!", "!", movej}},
     {"still incomplete", "{\n\t\"a\":\t1", {}},
 };
 
@@ -293,6 +298,21 @@ TEST(Motion, DeletingTheCurrentOneLetsTheNextOneRunUnlessPaused)
     }
 }
 
+TEST(Motion, DeletingTheLastOneEndsThePause)
+{
+    Bench bench;
+    bench.send(far_move);
+    bench.run(0.4);
+    bench.value("set_arm_pause", "arm_pause");
+    bench.run(1);
+    bench.send(R"({"command":"set_delete_current_trajectory"})");
+    EXPECT_EQ(bench.take().size(), 2u);
+    EXPECT_EQ(bench.value("set_arm_continue", "arm_continue"), false);
+    bench.send(move_back);
+    bench.run(1);
+    EXPECT_EQ(bench.take(), Strings{arrived});
+}
+
 TEST(Motion, AJointThatIsDisabledOrFailsStopsTheArmAndKeepsItFromMoving)
 {
     for (bool fails : {false, true}) {
@@ -494,8 +514,7 @@ TEST(Commands, WhatIsNoCommandGetsOneErrorThatFitsALine)
          {std::string("{}"), std::string(R"({"command":5})"), std::string(R"({"command":"fly"})"),
           std::string("{oops}"), "{\"command\":\"" + std::string(5000, 'x') + "\"}",
           "{\"command\":\"" + std::string(500, '\x01') + "\"}",
-          std::string("{\"command\":\"\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80 and forty characters of other "
-                      "text here\"}"),
+          "{\"command\":\"" + std::string(39, 'x') + "\xc3\xa4\"}", // would be cut inside a letter
           "{\"a\":" + std::string(20000, '[') + "}"})
         EXPECT_FALSE(bench.ask(request).at("error").get<std::string>().empty()) << request.substr(0, 50);
 }
