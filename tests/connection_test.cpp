@@ -6,7 +6,6 @@
 #include "runtime/library.h"
 #include "runtime/transmit.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -99,24 +98,22 @@ TEST(Connections, OutliveTheirSocket)
 
 TEST(Connections, DoNotReadFromAFileThatGetsTheirNumber)
 {
-    Arm arm;
-    Peer elsewhere;
-    const int own = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(elsewhere.port()));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(connect(own, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    elsewhere.send("greeting");
+    int arm[2], own[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, arm), 0);
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, own), 0);
+    KX_API_Init(nullptr);
+    Init_Socket_Joint(46, arm[0]);
+    ASSERT_EQ(write(arm[1], "read\n", 5), 5);
+    char bytes[5] = {};
+    EXPECT_TRUE(eventually([&] { return recv(arm[0], bytes, 4, MSG_DONTWAIT | MSG_PEEK) < 0; }))
+        << "read while open";
 
-    Arm_Socket_Close(arm.sockfd);
-    ASSERT_EQ(dup2(own, arm.sockfd), arm.sockfd);
-    elsewhere.send(", mine");
+    Arm_Socket_Close(arm[0]);
+    ASSERT_EQ(dup2(own[0], arm[0]), arm[0]);
+    ASSERT_EQ(write(own[1], "mine", 4), 4);
     sleep_cp(50);
-    char bytes[15] = {};
-    EXPECT_EQ(recv(own, bytes, 14, MSG_DONTWAIT), 14);
-    EXPECT_STREQ(bytes, "greeting, mine");
-    close(own);
+    EXPECT_EQ(recv(arm[0], bytes, 4, MSG_DONTWAIT), 4);
+    EXPECT_STREQ(bytes, "mine");
 }
 
 TEST(Connections, FailWithTheirCode)
