@@ -1,0 +1,275 @@
+// The library and the virtual controller together, as an application meets them.
+#include "support/controller.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <thread>
+
+// An application connected to a virtual arm of its own.
+struct Application {
+    explicit Application(int arm_model = 46, std::vector<std::string> options = {"--speed", "10"})
+        : model(arm_model)
+    {
+        options.insert(options.end(), {"--model", std::to_string(model)});
+        controller = std::make_unique<Controller>(options);
+        KX_API_Init(nullptr);
+        arm = connect();
+    }
+    ~Application() { Arm_Socket_Close(arm); }
+
+    int connect() const
+    {
+        const int sockfd = Arm_Socket_Start("127.0.0.1", controller->port(), model, 0);
+        EXPECT_EQ(Arm_Sockrt_State(sockfd), 0);
+        return sockfd;
+    }
+    std::vector<float> joints() const
+    {
+        std::vector<float> joint(7);
+        EXPECT_EQ(Get_Joint_Degree(arm, joint.data()), 0);
+        return joint;
+    }
+    // Waits until the arm has not moved for a moment, and gives where it stands.
+    std::vector<float> standing() const
+    {
+        for (int i = 0; i < 100; ++i) {
+            const auto before = joints();
+            sleep_cp(100);
+            if (joints() == before) return before;
+        }
+        ADD_FAILURE() << "the arm does not come to rest";
+        return joints();
+    }
+
+    int model;
+    std::unique_ptr<Controller> controller;
+    int arm;
+};
+
+struct Models : testing::TestWithParam<int> {
+    Application app{GetParam()};
+    int arm = app.arm;
+    int joints = GetParam() == 47 ? 7 : 6;
+};
+
+INSTANTIATE_TEST_SUITE_P(Arm, Models, testing::Values(36, 46, 47));
+
+TEST_P(Models, KeepTheirJointParameters)
+{
+    const struct {
+        int (*set)(int, unsigned char, float, bool);
+        int (*get)(int, float*);
+        float value, refused;
+    } rows[] = {
+        {Set_Joint_Speed, Get_Joint_Speed, 90.5f, -1},
+        {Set_Joint_Acc, Get_Joint_Acc, 300.25f, 0},
+        {Set_Joint_Min_Pos, Get_Joint_Min_Pos, -60.125f, 181},
+        {Set_Joint_Max_Pos, Get_Joint_Max_Pos, 61, -61},
+    };
+    for (const auto& row : rows) {
+        float before[7], after[7];
+        ASSERT_EQ(row.get(arm, before), 0);
+        for (int joint = 1; joint <= joints; ++joint)
+            EXPECT_EQ(row.set(arm, static_cast<unsigned char>(joint), row.value, true), 0) << joint;
+        ASSERT_EQ(row.get(arm, after), 0);
+        for (int j = 0; j < joints; ++j)
+            EXPECT_EQ(after[j], row.value);
+
+        EXPECT_EQ(row.set(arm, 2, row.refused, true), 1);
+        EXPECT_EQ(row.set(arm, 0, row.value, true), 1);
+        EXPECT_EQ(row.set(arm, static_cast<unsigned char>(joints + 1), row.value, true), 1);
+        ASSERT_EQ(row.get(arm, after), 0);
+        EXPECT_EQ(after[1], row.value) << "a refused value changes nothing";
+
+        EXPECT_EQ(row.set(arm, 1, row.value + 1, false), 0);
+        sleep_cp(100);
+        ASSERT_EQ(row.get(arm, after), 0);
+        EXPECT_EQ(after[0], row.value + 1) << "non-blocking";
+    }
+}
+
+TEST_P(Models, AnswerEveryQuery)
+{
+    unsigned char enabled[7] = {};
+    unsigned short error[7] = {9, 9, 9, 9, 9, 9, 9};
+    float values[7] = {};
+    EXPECT_EQ(Get_Joint_EN_State(arm, enabled), 0);
+    EXPECT_EQ(enabled[joints - 1], 1);
+    EXPECT_EQ(Set_Joint_EN_State(arm, 1, false, true), 0);
+    EXPECT_EQ(Get_Joint_EN_State(arm, enabled), 0);
+    EXPECT_EQ(enabled[0], 0);
+    EXPECT_EQ(Set_Joint_EN_State(arm, 1, true, true), 0);
+    EXPECT_EQ(Get_Joint_Err_Flag(arm, error), 0);
+    EXPECT_EQ(error[joints - 1], 0);
+    EXPECT_EQ(Set_Joint_Err_Clear(arm, 1, true), 0);
+    EXPECT_EQ(Get_Joint_Software_Version(arm, values), 0);
+    EXPECT_GT(values[0], 0);
+    EXPECT_EQ(Get_Joint_Temperature(arm, values), 0);
+    EXPECT_GT(values[joints - 1], 10);
+    EXPECT_EQ(Get_Joint_Current(arm, values), 0);
+    EXPECT_EQ(Get_Joint_Voltage(arm, values), 0);
+    EXPECT_GT(values[joints - 1], 10);
+
+    JOINT_STATE state = {};
+    EXPECT_EQ(Get_Arm_All_State(arm, &state), 0);
+    EXPECT_GT(state.voltage[joints - 1], 10);
+
+    const float home[7] = {1, -2, 3, -4, 5, -6, 7};
+    EXPECT_EQ(Set_Arm_Init_Pose(arm, home, true), 0);
+    EXPECT_EQ(Get_Arm_Init_Pose(arm, values), 0);
+    EXPECT_TRUE(std::equal(home, home + joints, values));
+
+    EXPECT_EQ(Start_Calibrate(arm, true), 0);
+    EXPECT_EQ(Get_Calibrate_State(arm, values, nullptr, nullptr), 0);
+    EXPECT_EQ(Stop_Calibrate(arm, true), 0);
+
+    int plan = -1;
+    EXPECT_EQ(Get_Arm_Plan_Num(arm, &plan), 0);
+    ARM_CTRL_MODES mode = Circle_Mode;
+    EXPECT_EQ(Get_Current_Trajectory(arm, &mode, values), 0);
+    EXPECT_EQ(mode, None_Mode);
+}
+
+TEST_P(Models, ArriveWhereTheyAreSentWithThePoseOfTheForwardKinematics)
+{
+    Init_Sys_Data(46); // gives model 36 its tool transform
+    const float target[7] = {30, -20, 45, 10, 50, -70, 15};
+    ASSERT_EQ(Movej_Cmd(arm, target, 100, 0, true), 0);
+
+    float joint[7];
+    POSE pose;
+    unsigned short arm_err = 9, sys_err = 9;
+    ASSERT_EQ(Get_Current_Arm_State(arm, joint, &pose, &arm_err, &sys_err), 0);
+    for (int j = 0; j < joints; ++j)
+        EXPECT_NEAR(joint[j], target[j], 0.0011);
+    EXPECT_EQ(arm_err, 0);
+    EXPECT_EQ(sys_err, 0);
+    const KinPose expected = Forward_Kinematics(GetParam(), target);
+    EXPECT_NEAR(pose.x, expected.position.x, 2e-6);
+    EXPECT_NEAR(pose.y, expected.position.y, 2e-6);
+    EXPECT_NEAR(pose.z, expected.position.z, 2e-6);
+    EXPECT_NEAR(pose.rx, expected.euler.rx, 2e-3);
+    EXPECT_NEAR(pose.ry, expected.euler.ry, 2e-3);
+    EXPECT_NEAR(pose.rz, expected.euler.rz, 2e-3);
+}
+
+TEST_P(Models, MakeTheirPresentPositionZero)
+{
+    const float target[7] = {10, 10, 10, 10, 10, 10, 10};
+    ASSERT_EQ(Movej_Cmd(arm, target, 100, 0, true), 0);
+    EXPECT_EQ(Set_Joint_Zero_Pos(arm, 3, true), 0);
+    const auto now = app.joints();
+    EXPECT_EQ(now[2], 0);
+    EXPECT_EQ(now[1], 10);
+}
+
+// A slow motion of joint 1, long enough to be acted on.
+struct Motion : testing::Test {
+    Application app{46, {"--speed", "1"}};
+    int arm = app.arm;
+    const float target[6] = {90, 0, 0, 0, 0, 0};
+
+    void start()
+    {
+        ASSERT_EQ(Movej_Cmd(arm, target, 20, 0, false), 0);
+        sleep_cp(600);
+        ARM_CTRL_MODES mode = None_Mode;
+        float data[7];
+        EXPECT_EQ(Get_Current_Trajectory(arm, &mode, data), 0);
+        EXPECT_EQ(mode, Joint_Mode);
+    }
+};
+
+TEST_F(Motion, IsSeenOnItsWay)
+{
+    start();
+    float before = 0;
+    for (int i = 0; i < 5; ++i) {
+        const float now = app.joints()[0];
+        EXPECT_GT(now, before);
+        EXPECT_LT(now, 90);
+        before = now;
+        sleep_cp(50);
+    }
+    EXPECT_EQ(app.standing()[0], 90);
+}
+
+TEST_F(Motion, PausesAndContinues)
+{
+    EXPECT_EQ(Move_Pause_Cmd(arm, true), 1) << "nothing to pause";
+    start();
+    EXPECT_EQ(Move_Pause_Cmd(arm, true), 0);
+    const float paused = app.standing()[0];
+    EXPECT_GT(paused, 1);
+    EXPECT_LT(paused, 89);
+    EXPECT_EQ(Move_Continue_Cmd(arm, true), 0);
+    sleep_cp(300);
+    EXPECT_EQ(app.standing()[0], 90);
+}
+
+TEST_F(Motion, StopsForGood)
+{
+    start();
+    EXPECT_EQ(Movej_Cmd(arm, target, 20, 0, false), 0) << "a second one waits behind it";
+    EXPECT_EQ(Move_Stop_Cmd(arm, true), 0);
+    const float stopped = app.standing()[0];
+    EXPECT_LT(stopped, 89);
+    EXPECT_EQ(Move_Continue_Cmd(arm, true), 1);
+    EXPECT_EQ(app.standing()[0], stopped);
+}
+
+TEST_F(Motion, GivesWayToTheNextWhenItIsDeleted)
+{
+    start();
+    const float back[6] = {};
+    EXPECT_EQ(Movej_Cmd(arm, back, 50, 0, false), 0);
+    sleep_cp(100);
+    EXPECT_EQ(Clear_Current_Trajectory(arm, true), 0);
+    sleep_cp(300);
+    EXPECT_EQ(app.standing()[0], 0);
+    start();
+    EXPECT_EQ(Clear_All_Trajectory(arm, true), 0);
+    EXPECT_LT(app.standing()[0], 89);
+}
+
+TEST_F(Motion, EndsABlockingCallWhenAnotherThreadStopsIt)
+{
+    std::thread stopper([this] {
+        sleep_cp(700);
+        EXPECT_EQ(Move_Stop_Cmd(arm, false), 0);
+    });
+    EXPECT_EQ(Movej_Cmd(arm, target, 5, 0, true), 1);
+    stopper.join();
+    EXPECT_LT(app.joints()[0], 89);
+}
+
+TEST_F(Motion, IsRefusedBeyondTheLimitsAndForADisabledJoint)
+{
+    const float beyond[6] = {0, 131, 0, 0, 0, 0}, near[6] = {5, 0, 0, 0, 0, 0};
+    EXPECT_EQ(Movej_Cmd(arm, beyond, 20, 0, true), 1);
+    EXPECT_EQ(Movej_Cmd(arm, near, 0, 0, true), 1) << "without speed";
+    EXPECT_EQ(Set_Joint_EN_State(arm, 2, false, true), 0);
+    EXPECT_EQ(Movej_Cmd(arm, near, 20, 0, true), 1);
+    EXPECT_EQ(app.joints()[0], 0);
+}
+
+TEST_F(Motion, OutlivesTheConnectionThatAskedForIt)
+{
+    start();
+    Arm_Socket_Close(arm);
+    arm = app.arm = app.connect();
+    EXPECT_EQ(app.standing()[0], 90);
+}
+
+TEST_F(Motion, EndsABlockingCallWhenTheControllerDies)
+{
+    m_nOutTime = 500;
+    std::thread killer([this] {
+        sleep_cp(500);
+        app.controller->end(SIGKILL);
+    });
+    const int status = Movej_Cmd(arm, target, 5, 0, true);
+    EXPECT_TRUE(status == 7) << status << ": and no signal ends the application";
+    killer.join();
+    EXPECT_EQ(Get_Joint_Degree(arm, std::vector<float>(7).data()), 6);
+}
