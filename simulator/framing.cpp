@@ -48,8 +48,7 @@ void Framing::take(char c, std::vector<Request>& out)
     if (state_ == State::between) {
         if (c == ' ' || c == '\t' || c == '\r' || c == '\n') return;
         text_ = c;
-        if (c != '{') return give_up("a request is a JSON object", out);
-        state_ = State::object;
+        state_ = c == '{' ? State::object : State::garbage;
         depth_ = 1;
         return;
     }
@@ -57,6 +56,11 @@ void Framing::take(char c, std::vector<Request>& out)
     text_ += c;
     if (text_.size() > max_length) return give_up("the request is too long", out);
     switch (state_) {
+    case State::garbage:
+        if (c != '\n') return;
+        give_up("a request is a JSON object", out);
+        state_ = State::between;
+        return;
     case State::escape:
         state_ = State::string;
         if (c != '\n') return;

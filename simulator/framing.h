@@ -29,6 +29,7 @@ class Framing {
         object,
         string,
         escape,
+        garbage,    ///< a line that is no object
         skipping,   ///< the rest of a faulty line
         after_fault ///< at the begin of the line after it: an indented or closing line is still part of it
     };

@@ -72,15 +72,13 @@ class Session : public std::enable_shared_from_this<Session> {
     void read()
     {
         reading_ = true;
-        socket_.async_read_some(
-            asio::buffer(buffer_), [self = shared_from_this()](auto error, std::size_t length) {
-                self->reading_ = false;
-                if (error) return self->end();
-                const Send send = [self](const std::string& line) { self->send(line); };
-                for (const Request& request : self->framing_.feed({self->buffer_, length}))
-                    self->server_.received(request, self->number_, send);
-                if (self->out_.size() < waiting_lines) self->read();
-            });
+        socket_.async_read_some(asio::buffer(buffer_), [self = shared_from_this()](auto error, auto length) {
+            self->reading_ = false;
+            if (error)
+                self->end();
+            else
+                self->take({self->buffer_, length});
+        });
     }
 
     void send(const std::string& line)
@@ -91,21 +89,29 @@ class Session : public std::enable_shared_from_this<Session> {
     }
 
   private:
-    /** Writes the first waiting line, then waits for the gap, and so on while there are lines. */
+    void take(std::string_view bytes)
+    {
+        const Send to_client = [self = shared_from_this()](const std::string& line) { self->send(line); };
+        for (const Request& request : framing_.feed(bytes))
+            server_.received(request, number_, to_client);
+        if (out_.size() < waiting_lines) read();
+    }
+
     void write()
     {
         server_.trace(number_, "<-", out_.front());
-        asio::async_write(socket_, asio::buffer(out_.front()),
-                          [self = shared_from_this()](auto error, std::size_t) {
-                              if (error) return self->fail();
-                              self->gap_.expires_after(gap_between_lines);
-                              self->gap_.async_wait([self](auto) {
-                                  self->out_.pop_front();
-                                  if (!self->out_.empty()) self->write();
-                                  if (!self->reading_ && !self->ended_ && self->out_.size() < waiting_lines)
-                                      self->read();
-                              });
-                          });
+        asio::async_write(socket_, asio::buffer(out_.front()), [self = shared_from_this()](auto error, auto) {
+            if (error) return self->fail();
+            self->gap_.expires_after(gap_between_lines);
+            self->gap_.async_wait([self](auto) { self->next(); });
+        });
+    }
+
+    void next()
+    {
+        out_.pop_front();
+        if (!out_.empty()) write();
+        if (!reading_ && !ended_ && out_.size() < waiting_lines) read();
     }
 
     void end()
