@@ -16,7 +16,8 @@ int post(int sockfd, Request request)
 
 int dispatch(int sockfd, Request request)
 {
-    const Line line = framed(std::move(request));
+    Line line;
+    if (!request.print(line)) return KX_WRONG_TYPE;
     return send_now(sockfd, line.text, line.length) ? KX_SUCCESS : KX_SEND_FAILED;
 }
 

@@ -3,7 +3,8 @@
 //     post      queue the request and return (non-blocking worker)
 //     exchange  send it, wait for the reply with a key code, decode it (blocking worker)
 //     stream    send it and register for the push that answers it
-//     dispatch  send it and await nothing
+//     dispatch  send it and await nothing; refuses a request that does not fit, where the others end the
+//               process
 //
 // and an entry that chooses between the workers: direct, sleeping or guarded; query and quick_query always
 // block.

@@ -13,7 +13,7 @@ const cJSON* Reply::member(const char* key, int type, int wrong_type)
 {
     if (code_ != KX_SUCCESS) return nullptr;
     const cJSON* found = cJSON_GetObjectItem(scope_, key);
-    if (found && (found->type & 0xFF) == type) return found;
+    if (found && (type == any_type || (found->type & 0xFF) == type)) return found;
     fail(found ? wrong_type : KX_BAD_REPLY);
     return nullptr;
 }

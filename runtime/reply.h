@@ -8,6 +8,7 @@
 #include "kx/types.h"
 
 #include <cjson/cJSON.h>
+#include <string.h>
 
 namespace kx {
 
@@ -18,6 +19,15 @@ struct ArrayFaults {
 };
 
 constexpr int any_length = -1;
+constexpr int any_type = -1;
+
+// Copies a text, cut to what fits.
+template <size_t capacity>
+void copy_cut(char (&out)[capacity], const char* text)
+{
+    strncpy(out, text, capacity - 1);
+    out[capacity - 1] = '\0';
+}
 
 class Reply {
   public:
@@ -37,11 +47,12 @@ class Reply {
     // Goes into a member that is an object.
     Reply& object(const char* key);
 
-    // A number's integer part, cut to the width of the output.
+    // A number's integer part, cut to the width of the output. With any_type, true counts as 1 and whatever
+    // else is no number as 0.
     template <class Integer>
-    Reply& integer(const char* key, Integer& out)
+    Reply& integer(const char* key, Integer& out, int type = cJSON_Number)
     {
-        if (const cJSON* number = member(key, cJSON_Number)) out = static_cast<Integer>(number->valueint);
+        if (const cJSON* number = member(key, type)) out = static_cast<Integer>(number->valueint);
         return *this;
     }
 
@@ -71,8 +82,34 @@ class Reply {
     // A string, which lives as long as the reply; null after a fault.
     const char* string(const char* key);
 
+    // A string, cut to what fits into the output.
+    template <size_t capacity>
+    Reply& text(const char* key, char (&out)[capacity])
+    {
+        if (const char* found = string(key)) copy_cut(out, found);
+        return *this;
+    }
+
+    // An array of strings: store(i, string i) for every item up to the string `end`; nothing is stored when
+    // one of them is no string.
+    template <class Store>
+    Reply& strings(const char* key, const char* end, Store store)
+    {
+        const cJSON* items = member(key, cJSON_Array);
+        if (!items) return *this;
+        const cJSON* last = items->child;
+        for (; last; last = last->next) {
+            if (!cJSON_IsString(last)) return fail(KX_WRONG_TYPE);
+            if (strcmp(last->valuestring, end) == 0) break;
+        }
+        int i = 0;
+        for (const cJSON* item = items->child; item != last; item = item->next)
+            store(i++, item->valuestring);
+        return *this;
+    }
+
   private:
-    // The member of that type, or null with the fault recorded.
+    // The member of that type or any, or null with the fault recorded.
     const cJSON* member(const char* key, int type, int wrong_type = KX_WRONG_TYPE);
     Reply& fail(int code);
 
