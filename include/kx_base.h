@@ -31,6 +31,7 @@
 
 #include "kx/connection.h"
 #include "kx/frame_transforms.h"
+#include "kx/frames.h"
 #include "kx/joint_parameters.h"
 #include "kx/kinematics.h"
 #include "kx/motion.h"
