@@ -35,6 +35,7 @@
 #include "kx/joint_parameters.h"
 #include "kx/kinematics.h"
 #include "kx/motion.h"
+#include "kx/pass_through.h"
 #include "kx/state.h"
 
 #endif
