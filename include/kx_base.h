@@ -37,5 +37,6 @@
 #include "kx/motion.h"
 #include "kx/pass_through.h"
 #include "kx/state.h"
+#include "kx/teaching.h"
 
 #endif

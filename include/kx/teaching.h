@@ -1,0 +1,113 @@
+/*
+ * Teaching by hand from the application: jogging until stopped, single steps, a list of waypoints that the
+ * controller plays back, and a wait on the controller's side. Every call takes 20 ms before it sends.
+ *
+ * The units of the speed `v`, of `frequency` and of `wait_time` are the controller's; they pass unchanged and
+ * unchecked. Status of all: 0 done, 1 refused, 9 or 11 a reply that cannot be read; blocking also 6, 7.
+ */
+#ifndef KX_TEACHING_H
+#define KX_TEACHING_H
+
+#include "kx/types.h"
+
+/**
+ * Moves one joint until Teach_Stop_Cmd.
+ * @param joint joint, counted from 1
+ * @param direction 0 negative, anything else positive
+ * @param v speed
+ */
+KX_API int Joint_Teach_Cmd(int sockfd, unsigned char joint, unsigned char direction, unsigned char v,
+                           bool block);
+
+/**
+ * Moves the tool along a Cartesian axis until Teach_Stop_Cmd.
+ * @param type axis; another value than the three sends the request without an axis
+ * @param direction 0 negative, anything else positive
+ * @param v speed
+ */
+KX_API int Pos_Teach_Cmd(int sockfd, POS_TEACH_MODES type, unsigned char direction, unsigned char v,
+                         bool block);
+
+/** Turns the tool about an axis until Teach_Stop_Cmd; parameters as for Pos_Teach_Cmd. */
+KX_API int Ort_Teach_Cmd(int sockfd, ORT_TEACH_MODES type, unsigned char direction, unsigned char v,
+                         bool block);
+
+/** Ends the jogging motion. */
+KX_API int Teach_Stop_Cmd(int sockfd, bool block);
+
+/**
+ * Moves one joint by a step. Blocking, it waits for the end of the step no longer than m_nOutTime: a longer
+ * one goes on, and the call returns 7. The same holds for the other steps.
+ * @param joint joint, counted from 1
+ * @param step degrees, signed; sent in thousandths and, unlike all other angles, with its fraction
+ * @param v speed
+ */
+KX_API int Joint_Step_Cmd(int sockfd, unsigned char joint, float step, unsigned char v, bool block);
+
+/**
+ * Moves the tool along a Cartesian axis by a step.
+ * @param type axis; another value than the three sends the request without an axis
+ * @param step metres, signed; sent in millionths, truncated
+ * @param v speed
+ */
+KX_API int Pos_Step_Cmd(int sockfd, POS_TEACH_MODES type, float step, unsigned char v, bool block);
+
+/**
+ * Turns the tool about an axis by a step.
+ * @param type axis; another value than the three sends the request without an axis
+ * @param step radians, signed; sent in thousandths, truncated
+ * @param v speed
+ */
+KX_API int Ort_Step_Cmd(int sockfd, ORT_TEACH_MODES type, float step, unsigned char v, bool block);
+
+/**
+ * Appends a waypoint to the controller's list.
+ * @param joint joint angles, degrees: 6 values, 7 for model 47
+ * @return as the others, but never 11: any state that is not false counts as done
+ */
+KX_API int Add_Waypoint(int sockfd, const float* joint, bool block);
+
+/** Starts playing back the waypoints at a frequency. */
+KX_API int Start_Waypoint(int sockfd, int frequency, bool block);
+
+/** Empties the list of waypoints. */
+KX_API int Clear_Waypoint(int sockfd, bool block);
+
+/**
+ * Stops playing back the waypoints. No reply is recognised as the answer to it: the blocking form sends the
+ * request, waits m_nOutTime and returns 7. Use the non-blocking form.
+ */
+KX_API int Stop_Waypoint(int sockfd, bool block);
+
+/** Lets the controller wait before it goes on. */
+KX_API int Timer(int sockfd, int wait_time, bool block);
+
+/* Workers and the decoder of Timer. */
+KX_API int Joint_Teach_Cmd_Block(int sockfd, unsigned char joint, unsigned char direction, unsigned char v);
+KX_API int Joint_Teach_Cmd_NonBlock(int sockfd, unsigned char joint, unsigned char direction,
+                                    unsigned char v);
+KX_API int Pos_Teach_Cmd_Block(int sockfd, POS_TEACH_MODES type, unsigned char direction, unsigned char v);
+KX_API int Pos_Teach_Cmd_NonBlock(int sockfd, POS_TEACH_MODES type, unsigned char direction, unsigned char v);
+KX_API int Ort_Teach_Cmd_Block(int sockfd, ORT_TEACH_MODES type, unsigned char direction, unsigned char v);
+KX_API int Ort_Teach_Cmd_NonBlock(int sockfd, ORT_TEACH_MODES type, unsigned char direction, unsigned char v);
+KX_API int Teach_Stop_Cmd_Blcok(int sockfd);
+KX_API int Teach_Stop_Cmd_NonBlcok(int sockfd);
+KX_API int Joint_Step_Cmd_Block(int sockfd, unsigned char joint, float step, unsigned char v);
+KX_API int Joint_Step_Cmd_NonBlock(int sockfd, unsigned char joint, float step, unsigned char v);
+KX_API int Pos_Step_Cmd_Block(int sockfd, POS_TEACH_MODES type, float step, unsigned char v);
+KX_API int Pos_Step_Cmd_NonBlock(int sockfd, POS_TEACH_MODES type, float step, unsigned char v);
+KX_API int Ort_Step_Cmd_Block(int sockfd, ORT_TEACH_MODES type, float step, unsigned char v);
+KX_API int Ort_Step_Cmd_NonBlock(int sockfd, ORT_TEACH_MODES type, float step, unsigned char v);
+KX_API int Add_Waypoint_Block(int sockfd, const float* joint);
+KX_API int Add_Waypoint_NonBlock(int sockfd, const float* joint);
+KX_API int Start_Waypoint_Block(int sockfd, int frequency);
+KX_API int Start_Waypoint_NonBlock(int sockfd, int frequency);
+KX_API int Clear_Waypoint_Block(int sockfd);
+KX_API int Clear_Waypoint_NonBlock(int sockfd);
+KX_API int Stop_Waypoint_Block(int sockfd);
+KX_API int Stop_Waypoint_NonBlock(int sockfd);
+KX_API int Timer_Block(int sockfd, int wait_time);
+KX_API int Timer_NonBlock(int sockfd, int wait_time);
+KX_API int Paser_Timer(const char* text);
+
+#endif
