@@ -29,6 +29,7 @@
 
 #include "kx/types.h"
 
+#include "kx/arm_settings.h"
 #include "kx/connection.h"
 #include "kx/frame_transforms.h"
 #include "kx/frames.h"

@@ -1,0 +1,114 @@
+/*
+ * Settings of the arm as a whole: Cartesian limits, collision detection, kinematic and dynamic parameters,
+ * servos, installation. Every call takes 20 ms before it sends.
+ *
+ * Setters return 0 done, 1 refused, 9 a reply that is no JSON or lacks the status, 11 (the four limits: 8) a
+ * status that is neither true nor false; blocking also 6, 7. Getters return 0, 6, 7, 9 a missing member or no
+ * JSON, 11 a member of the wrong type, and leave their outputs untouched unless 0.
+ */
+#ifndef KX_ARM_SETTINGS_H
+#define KX_ARM_SETTINGS_H
+
+#include "kx/types.h"
+
+/** Sets the tool's maximum speed, m/s; sent in thousandths, truncated. 8 in place of 11. */
+KX_API int Set_Arm_Line_Speed(int sockfd, float speed, bool block);
+
+/** Sets the tool's maximum acceleration, m/s^2; sent in thousandths, truncated. 8 in place of 11. */
+KX_API int Set_Arm_Line_Acc(int sockfd, float acc, bool block);
+
+/** Sets the tool's maximum angular speed, rad/s; sent in thousandths, truncated. 8 in place of 11. */
+KX_API int Set_Arm_Angular_Speed(int sockfd, float speed, bool block);
+
+/** Sets the tool's maximum angular acceleration, rad/s^2; sent in thousandths, truncated. 8 in place of 11.
+ */
+KX_API int Set_Arm_Angular_Acc(int sockfd, float acc, bool block);
+
+/** Reads the tool's maximum speed, m/s. */
+KX_API int Get_Arm_Line_Speed(int sockfd, float* speed);
+
+/** Reads the tool's maximum acceleration, m/s^2. */
+KX_API int Get_Arm_Line_Acc(int sockfd, float* acc);
+
+/** Reads the tool's maximum angular speed, rad/s. */
+KX_API int Get_Arm_Angular_Speed(int sockfd, float* speed);
+
+/** Reads the tool's maximum angular acceleration, rad/s^2. */
+KX_API int Get_Arm_Angular_Acc(int sockfd, float* acc);
+
+/** Restores the arm's initial parameters. */
+KX_API int Set_Arm_Tip_Init(int sockfd, bool block);
+
+/** Sets the stage of the collision detection, as the controller counts them; not checked. */
+KX_API int Set_Collision_Stage(int sockfd, int stage, bool block);
+
+/** Reads the stage of the collision detection. Never 11: what is no number reads as 0, true as 1. */
+KX_API int Get_Collision_Stage(int sockfd, int* stage);
+
+/**
+ * Sets the arm's five DH lengths, in the controller's order and unit; sent in tenths, truncated, so that
+ * 0.1234 becomes 0.1.
+ */
+KX_API int Set_DH_Data(int sockfd, float dh1, float dh2, float dh3, float dh4, float dh5, bool block);
+
+/** Reads the five DH lengths, to a tenth. 11 also for fewer than five. */
+KX_API int Get_DH_Data(int sockfd, float* dh1, float* dh2, float* dh3, float* dh4, float* dh5);
+
+/** Sets the zero offset of every joint, degrees: 6 values, 7 for model 47; sent in thousandths, truncated. */
+KX_API int Set_Joint_Zero_Offset(int sockfd, const float* offset, bool block);
+
+/**
+ * Sets the parameters of the arm's dynamic model: 12 values, 14 for model 47, in the controller's order; sent
+ * in thousandths with their fraction.
+ *
+ * A fraction may take 17 digits, and a request longer than 299 bytes ends the process: the numbers, with two
+ * more characters between any two of them, may take 246. Multiples of 0.125 always fit, having no fraction.
+ */
+KX_API int Set_Arm_Dynamic_Parm(int sockfd, const float* parm, bool block);
+
+/** Reads the end tool's software version. Never 11: what is no number reads as 0, true as 1. */
+KX_API int Get_Tool_Software_Version(int sockfd, int* version);
+
+/** Switches the arm's servos on (true) or off. */
+KX_API int Set_Arm_Servo_State(int sockfd, bool cmd, bool block);
+
+/** Switches the system's servo state on (true) or off. */
+KX_API int Set_System_State_Servo(int sockfd, bool cmd, bool block);
+
+/** Sets the two angles under which the arm is installed, in the controller's unit; sent as they are. */
+KX_API int Set_Install_Pose(int sockfd, float x, float y, bool block);
+
+/* Workers. */
+KX_API int Set_Arm_Line_Speed_Block(int sockfd, float speed);
+KX_API int Set_Arm_Line_Speed_NonBlock(int sockfd, float speed);
+KX_API int Set_Arm_Line_Acc_Block(int sockfd, float acc);
+KX_API int Set_Arm_Line_Acc_NonBlock(int sockfd, float acc);
+KX_API int Set_Arm_Angular_Speed_Block(int sockfd, float speed);
+KX_API int Set_Arm_Angular_Speed_NonBlock(int sockfd, float speed);
+KX_API int Set_Arm_Angular_Acc_Block(int sockfd, float acc);
+KX_API int Set_Arm_Angular_Acc_NonBlock(int sockfd, float acc);
+KX_API int Get_Arm_Line_Speed_Block(int sockfd, float* speed);
+KX_API int Get_Arm_Line_Acc_Block(int sockfd, float* acc);
+KX_API int Get_Arm_Angular_Speed_Block(int sockfd, float* speed);
+KX_API int Get_Arm_Angular_Acc_Block(int sockfd, float* acc);
+KX_API int Set_Arm_Tip_Init_Block(int sockfd);
+KX_API int Set_Arm_Tip_Init_NonBlock(int sockfd);
+KX_API int Set_Collision_Stage_Block(int sockfd, int stage);
+KX_API int Set_Collision_Stage_NonBlock(int sockfd, int stage);
+KX_API int Get_Collision_Stage_Block(int sockfd, int* stage);
+KX_API int Set_DH_Data_Block(int sockfd, float dh1, float dh2, float dh3, float dh4, float dh5);
+KX_API int Set_DH_Data_NonBlock(int sockfd, float dh1, float dh2, float dh3, float dh4, float dh5);
+KX_API int Get_DH_Data_Block(int sockfd, float* dh1, float* dh2, float* dh3, float* dh4, float* dh5);
+KX_API int Set_Joint_Zero_Offset_Block(int sockfd, const float* offset);
+KX_API int Set_Joint_Zero_Offset_NonBlock(int sockfd, const float* offset);
+KX_API int Set_Arm_Dynamic_Parm_Block(int sockfd, const float* parm);
+KX_API int Set_Arm_Dynamic_Parm_NonBlock(int sockfd, const float* parm);
+KX_API int Get_Tool_Software_Version_Block(int sockfd, int* version);
+KX_API int Set_Arm_Servo_State_Block(int sockfd, bool cmd);
+KX_API int Set_Arm_Servo_State_NonBlock(int sockfd, bool cmd);
+KX_API int Set_System_State_Servo_Block(int sockfd, bool cmd);
+KX_API int Set_System_State_Servo_NonBlock(int sockfd, bool cmd);
+KX_API int Set_Install_Pose_Block(int sockfd, float x, float y);
+KX_API int Set_Install_Pose_NonBlock(int sockfd, float x, float y);
+
+#endif
