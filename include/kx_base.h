@@ -31,6 +31,7 @@
 
 #include "kx/arm_settings.h"
 #include "kx/connection.h"
+#include "kx/controller.h"
 #include "kx/frame_transforms.h"
 #include "kx/frames.h"
 #include "kx/joint_parameters.h"

@@ -1,0 +1,51 @@
+/* The controller's own state and its communication interfaces. Every call takes 20 ms before it sends. */
+#ifndef KX_CONTROLLER_H
+#define KX_CONTROLLER_H
+
+#include "kx/types.h"
+
+/**
+ * Reads the controller's supply and health, written in the order of the parameters; when the reply breaks
+ * off, what was decoded before stays written.
+ * @param voltage V
+ * @param current A
+ * @param temperature degrees Celsius
+ * @param sys_err error code of the controller, 0 when healthy
+ * @return 0; 6 not sent, 7 no reply in time, 9 a missing member or no JSON, 11 a member that is no number
+ */
+KX_API int Get_Controller_State(int sockfd, float* voltage, float* current, float* temperature,
+                                unsigned short* sys_err);
+
+/*
+ * The settings below are sent at once and never wait for an answer, since the controller may drop the
+ * connection while it takes them: 0 says that the request went out, not that the controller accepted it. They
+ * return 0, 6 not sent, and 11 with nothing sent for a name and password of more than 230 bytes together, in
+ * which quotes and backslashes count twice and control characters up to six times. Texts go out in clear, and
+ * a null one is left out; the library keeps none.
+ */
+
+/** Sets up the controller's own WiFi access point. */
+KX_API int Set_WiFi_AP_Data(int sockfd, const char* wifi_name, const char* password);
+
+/** Makes the controller join a router's WiFi. */
+KX_API int Set_WiFI_STA_Data(int sockfd, const char* router_name, const char* password);
+
+/** Sets the baud rate of the USB port. */
+KX_API int Set_USB_Data(int sockfd, int baudrate);
+
+/** Sets the baud rate of the RS485 port. */
+KX_API int Set_RS485(int sockfd, int baudrate);
+
+/** Switches the controller to Ethernet. */
+KX_API int Set_Ethernet(int sockfd);
+
+/* Workers. */
+KX_API int Get_Controller_State_Block(int sockfd, float* voltage, float* current, float* temperature,
+                                      unsigned short* sys_err);
+KX_API int Set_WiFi_AP_Data_Blcok(int sockfd, const char* wifi_name, const char* password);
+KX_API int Set_WiFI_STA_Data_Block(int sockfd, const char* router_name, const char* password);
+KX_API int Set_USB_Data_Block(int sockfd, int baudrate);
+KX_API int Set_RS485_Block(int sockfd, int baudrate);
+KX_API int Set_Ethernet_Block(int sockfd);
+
+#endif
