@@ -9,20 +9,23 @@ Reply& Reply::fail(int code)
     return *this;
 }
 
-const cJSON* Reply::member(const char* key, int type, int wrong_type)
+const cJSON* Reply::find(const char* key) const
 {
-    if (code_ != KX_SUCCESS) return nullptr;
-    const cJSON* found = cJSON_GetObjectItem(scope_, key);
+    return code_ == KX_SUCCESS ? cJSON_GetObjectItem(scope_, key) : nullptr;
+}
+
+const cJSON* Reply::member(const char* key, int type, int wrong_type, int missing)
+{
+    const cJSON* found = find(key);
     if (found && (type == any_type || (found->type & 0xFF) == type)) return found;
-    fail(found ? wrong_type : KX_BAD_REPLY);
+    fail(found ? wrong_type : missing);
     return nullptr;
 }
 
 int Reply::boolean(const char* key, int otherwise)
 {
-    if (code_ != KX_SUCCESS) return code_;
-    const cJSON* state = cJSON_GetObjectItem(scope_, key);
-    if (!state) return KX_BAD_REPLY;
+    const cJSON* state = find(key);
+    if (!state) return fail(KX_BAD_REPLY).code();
     return cJSON_IsTrue(state) ? KX_SUCCESS : cJSON_IsFalse(state) ? KX_REFUSED : otherwise;
 }
 

@@ -48,11 +48,12 @@ class Reply {
     Reply& object(const char* key);
 
     // A number's integer part, cut to the width of the output. With any_type, true counts as 1 and whatever
-    // else is no number as 0.
+    // else is no number as 0. `missing` is the status when there is no such member.
     template <class Integer>
-    Reply& integer(const char* key, Integer& out, int type = cJSON_Number)
+    Reply& integer(const char* key, Integer& out, int type = cJSON_Number, int missing = KX_BAD_REPLY)
     {
-        if (const cJSON* number = member(key, type)) out = static_cast<Integer>(number->valueint);
+        if (const cJSON* number = member(key, type, KX_WRONG_TYPE, missing))
+            out = static_cast<Integer>(number->valueint);
         return *this;
     }
 
@@ -108,9 +109,14 @@ class Reply {
         return *this;
     }
 
+    // A look at a member of any type, for replies that come in two shapes: null when it is missing, which is
+    // no fault, and after a fault.
+    const cJSON* find(const char* key) const;
+
   private:
     // The member of that type or any, or null with the fault recorded.
-    const cJSON* member(const char* key, int type, int wrong_type = KX_WRONG_TYPE);
+    const cJSON* member(const char* key, int type, int wrong_type = KX_WRONG_TYPE,
+                        int missing = KX_BAD_REPLY);
     Reply& fail(int code);
 
     cJSON* root_;

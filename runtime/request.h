@@ -30,12 +30,12 @@ class Request {
     Request&& pose(const char* key, const POSE& pose); // micrometres and milliradians, truncated
     Request&& object(const char* key, Request members);
 
-    // An array of `count` numbers, value(0) to value(count - 1).
+    // An array of `count` numbers, value(0) to value(count - 1); empty for a negative count.
     template <class Value>
     Request&& array(const char* key, int count, Value value)
     {
         cJSON* items = cJSON_CreateArray();
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count && i < line_capacity; ++i) // no line holds more
             cJSON_AddItemToArray(items, cJSON_CreateNumber(value(i)));
         return add(key, items);
     }

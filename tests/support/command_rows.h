@@ -37,11 +37,23 @@ struct Getter {
     std::vector<ReplyCase> cases; // beside those that hold for all: no JSON, and an object without the member
     int model = 46;
     int missing = 9; // status of a reply without the member
+    bool sleeps = true;
 };
 
 // Whole life of a command against a scripted controller: both forms, all replies, no reply, no connection.
 void check(const Setter& row);
 void check(const Getter& row);
+
+// For commands that fit into neither table.
+void expect_delay(bool sleeps, const std::function<void()>& call);
+void expect_idle(); // no pending entry, no suspended queue
+
+// The call of a command with these arguments between descriptor and block flag.
+template <class Command, class... Arguments>
+auto with(Command command, Arguments... arguments)
+{
+    return [=](int fd, bool block) { return command(fd, arguments..., block); };
+}
 
 // Fills an array with -1, calls, and gives what the array holds then.
 template <class Number, size_t count, class Call>
