@@ -34,6 +34,7 @@
 #include "kx/controller.h"
 #include "kx/frame_transforms.h"
 #include "kx/frames.h"
+#include "kx/io.h"
 #include "kx/joint_parameters.h"
 #include "kx/kinematics.h"
 #include "kx/motion.h"
