@@ -32,6 +32,7 @@
 #include "kx/arm_settings.h"
 #include "kx/connection.h"
 #include "kx/controller.h"
+#include "kx/drag_teach.h"
 #include "kx/end_effectors.h"
 #include "kx/frame_transforms.h"
 #include "kx/frames.h"

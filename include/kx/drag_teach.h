@@ -1,0 +1,60 @@
+/*
+ * Teaching by hand: the controller lets an operator drag the arm, records the path and replays it. The usual
+ * order is start, drag, stop, go to the origin, run, pause and continue, stop; the library enforces none.
+ *
+ * Every call takes 20 ms before it sends and returns 0 done, 1 refused, 9 or 11 a reply that cannot be read,
+ * and when blocking 6 or 7.
+ */
+#ifndef KX_DRAG_TEACH_H
+#define KX_DRAG_TEACH_H
+
+#include "kx/types.h"
+
+/** Sets the arm free to be dragged and records its path. */
+KX_API int Start_Drag_Teach(int sockfd, bool block);
+
+/** Ends dragging and recording. */
+KX_API int Stop_Drag_Teach(int sockfd, bool block);
+
+/** Replays the recorded path; the arm must stand at its origin. */
+KX_API int Run_Drag_Trajectory(int sockfd, bool block);
+
+/** Pauses the replay. */
+KX_API int Pause_Drag_Trajectory(int sockfd, bool block);
+
+/** Continues a paused replay. */
+KX_API int Continue_Drag_Trajectory(int sockfd, bool block);
+
+/** Ends the replay. */
+KX_API int Stop_Drag_Trajectory(int sockfd, bool block);
+
+/**
+ * Moves the arm to the first point of the recorded path.
+ *
+ * Blocking, it returns when the motion has ended, but waits for that no longer than m_nOutTime; a longer
+ * motion goes on, and the call returns 7.
+ */
+KX_API int Drag_Trajectory_Origin(int sockfd, bool block);
+
+/** Sets some axes of the arm free to be dragged. @param mode which, as the controller numbers them */
+KX_API int Start_Multi_Drag_Teach(int sockfd, int mode, bool block);
+
+/* Workers. */
+KX_API int Start_Drag_Teach_Block(int sockfd);
+KX_API int Start_Drag_Teach_NonBlock(int sockfd);
+KX_API int Stop_Drag_Teach_Block(int sockfd);
+KX_API int Stop_Drag_Teach_NonBlock(int sockfd);
+KX_API int Run_Drag_Trajectory_Block(int sockfd);
+KX_API int Run_Drag_Trajectory_NonBlock(int sockfd);
+KX_API int Pause_Drag_Trajectory_Block(int sockfd);
+KX_API int Pause_Drag_Trajectory_NonBlock(int sockfd);
+KX_API int Continue_Drag_Trajectory_Block(int sockfd);
+KX_API int Continue_Drag_Trajectory_NonBlock(int sockfd);
+KX_API int Stop_Drag_Trajectory_Block(int sockfd);
+KX_API int Stop_Drag_Trajectory_NonBlock(int sockfd);
+KX_API int Drag_Trajectory_Origin_Block(int sockfd);
+KX_API int Drag_Trajectory_Origin_NonBlock(int sockfd);
+KX_API int Start_Multi_Drag_Teach_Block(int sockfd, int mode);
+KX_API int Start_Multi_Drag_Teach_NonBlock(int sockfd, int mode);
+
+#endif
