@@ -34,6 +34,7 @@
 #include "kx/controller.h"
 #include "kx/drag_teach.h"
 #include "kx/end_effectors.h"
+#include "kx/force.h"
 #include "kx/frame_transforms.h"
 #include "kx/frames.h"
 #include "kx/io.h"

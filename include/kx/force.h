@@ -1,0 +1,92 @@
+/*
+ * Force sensing: the force sensor, which delivers a vector, with its force-position control, and the Fz
+ * sensor, which delivers one value.
+ *
+ * Setters return 0 done, 1 refused, 9 or 11 a reply that cannot be read, and when blocking 6 or 7. Every call
+ * takes 20 ms before it sends. All calibrations of either sensor wait for the same reply, that of
+ * Set_Force_Sensor: run one at a time, and where a controller answers another calibration under that
+ * command's own name, the call ends with 7 after m_nOutTime although the calibration was taken on.
+ */
+#ifndef KX_FORCE_H
+#define KX_FORCE_H
+
+#include "kx/types.h"
+
+/**
+ * Switches force-position control on. Sensor, mode, direction and force N go out as the controller numbers
+ * them.
+ * @param block waits for the reply only when exactly 1; any other value queues
+ */
+KX_API int Set_Force_Postion(int sockfd, int sensor, int mode, int direction, int N, int block);
+
+/** Switches force-position control off. */
+KX_API int Stop_Force_Postion(int sockfd, bool block);
+
+/**
+ * Reads the force data in whole units, fractions cut off toward zero.
+ * @param force_data room for as many values as the controller sends
+ * @return 0; 9 unreadable reply, 11 no array; 6, 7
+ */
+KX_API int Get_Force_Data(int sockfd, float* force_data);
+
+/** Takes the present force data as zero. */
+KX_API int Clear_Force_Data(int sockfd, bool block);
+
+/** Starts the automatic calibration of the force sensor. */
+KX_API int Set_Force_Sensor(int sockfd, bool block);
+
+/**
+ * Gives one of the four poses of the manual calibration of the force sensor; call it once for each. Always
+ * blocks.
+ * @param type 1 to 4, which pose. Another number is not rejected here but sends a request without a command
+ * @param joint six joint angles, degrees, for arms with seven joints too; not rounded
+ */
+KX_API int Manual_Set_Force(int sockfd, int type, const float* joint);
+
+/** Breaks off the calibration of the force sensor. */
+KX_API int Stop_Set_Force_Sensor(int sockfd, bool block);
+
+/**
+ * Reads the Fz sensor, in the controller's unit; a value that is no number counts as 0 (true as 1).
+ * @return 0; 8 no value in the reply, 9 refused or unreadable reply; 6, 7
+ */
+KX_API int Get_Fz(int sockfd, float* Fz);
+
+/** Takes the present Fz as zero. */
+KX_API int Clear_Fz(int sockfd, bool block);
+
+/** Starts the automatic calibration of the Fz sensor. */
+KX_API int Auto_Set_Fz(int sockfd, bool block);
+
+/**
+ * Calibrates the Fz sensor by two poses. Always blocks.
+ *
+ * Angles go out with all their digits, and a request of more than 299 characters ends the process by abort():
+ * pass rounded angles. Multiples of 1/8 degree always fit; many angles with long fractions may not, above all
+ * on seven joints.
+ * @param pose1 joint angles, degrees: 6 values, 7 for model 47
+ * @param pose2 the same; for model 47 its seventh value travels as an eighth one of the first pose
+ */
+KX_API int Manual_Set_Fz(int sockfd, const float* pose1, const float* pose2);
+
+/* Workers. */
+KX_API int Set_Force_Postion_Block(int sockfd, int sensor, int mode, int direction, int N);
+KX_API int Set_Force_Postion_NonBlock(int sockfd, int sensor, int mode, int direction, int N);
+KX_API int Stop_Force_Postion_Block(int sockfd);
+KX_API int Stop_Force_Postion_NonBlock(int sockfd);
+KX_API int Get_Force_Data_Block(int sockfd, float* force_data);
+KX_API int Clear_Force_Data_Block(int sockfd);
+KX_API int Clear_Force_Data_NonBlock(int sockfd);
+KX_API int Set_Force_Sensor_Block(int sockfd);
+KX_API int Set_Force_Sensor_NonBlock(int sockfd);
+KX_API int Manual_Set_Force_Block(int sockfd, int type, const float* joint);
+KX_API int Stop_Set_Force_Sensor_Block(int sockfd);
+KX_API int Stop_Set_Force_Sensor_NonBlock(int sockfd);
+KX_API int Get_Fz_Block(int sockfd, float* Fz);
+KX_API int Clear_Fz_Block(int sockfd);
+KX_API int Clear_Fz_NonBlock(int sockfd);
+KX_API int Auto_Set_Fz_Block(int sockfd);
+KX_API int Auto_Set_Fz_NonBlock(int sockfd);
+KX_API int Manual_Set_Fz_Block(int sockfd, const float* pose1, const float* pose2);
+
+#endif
