@@ -1,0 +1,82 @@
+/*
+ * Modbus through the controller, which acts as master on one of its ports: opening a port, reading and
+ * writing coils and registers of the devices behind it.
+ *
+ * Ports and baud rates are the controller's numbers; addresses and devices are those of Modbus. Values go out
+ * as they are. Every call takes 20 ms before it sends. Setters return 0 done, 1 refused, 9 or 11 a reply that
+ * cannot be read, and when blocking 6 or 7.
+ *
+ * The reads always block. They give one number, 0 when the reply's data are no number (true gives 1), and
+ * return 0; 1 refused or no data, 9 unreadable reply; 6, 7.
+ */
+#ifndef KX_MODBUS_H
+#define KX_MODBUS_H
+
+#include "kx/types.h"
+
+/** Opens a port for Modbus. @param timeout how long a device may take, in the controller's unit */
+KX_API int Set_Modbus_Mode(int sockfd, int port, int baudrate, int timeout, bool block);
+
+/** Closes a port for Modbus. */
+KX_API int Close_Modbus_Mode(int sockfd, int port, bool block);
+
+/** Reads coils. @param coils_data the coils as one number */
+KX_API int Get_Read_Coils(int sockfd, int port, int address, int num, int device, int* coils_data);
+
+/** Reads discrete inputs. @param coils_data the inputs as one number */
+KX_API int Get_Read_Input_Status(int sockfd, int port, int address, int num, int device, int* coils_data);
+
+/** Reads one holding register. */
+KX_API int Get_Read_Holding_Registers(int sockfd, int port, int address, int device, int* coils_data);
+
+/** Reads one input register. */
+KX_API int Get_Read_Input_Registers(int sockfd, int port, int address, int device, int* coils_data);
+
+/** Writes one coil. @param data 1 on, 0 off */
+KX_API int Write_Single_Coil(int sockfd, int port, int address, int data, int device, bool block);
+
+/**
+ * Writes several coils.
+ * @param num how many. 272 always fit; more can make a request of over 299 characters, which ends the process
+ *        by abort()
+ * @param coils_data the coils, eight to a byte, lowest bit first; at least one byte. Only read
+ */
+KX_API int Write_Coils(int sockfd, int port, int address, int num, unsigned char* coils_data, int device,
+                       bool block);
+
+/** Writes one register. */
+KX_API int Write_Single_Register(int sockfd, int port, int address, int data, int device, bool block);
+
+/**
+ * Writes several registers with values of 0 to 255; for larger ones use Write_Single_Register.
+ * @param num how many; below 1 none. 34 always fit; more can make a request of over 299 characters, which
+ * ends the process by abort()
+ * @param single_data one byte per register. Only read
+ */
+KX_API int Write_Registers(int sockfd, int port, int address, int num, unsigned char* single_data, int device,
+                           bool block);
+
+/* Workers. */
+KX_API int Set_Modbus_Mode_Block(int sockfd, int port, int baudrate, int timeout);
+KX_API int Set_Modbus_Mode_NonBlock(int sockfd, int port, int baudrate, int timeout);
+KX_API int Close_Modbus_Mode_Block(int sockfd, int port);
+KX_API int Close_Modbus_Mode_NonBlock(int sockfd, int port);
+KX_API int Get_Read_Coils_Block(int sockfd, int port, int address, int num, int device, int* coils_data);
+KX_API int Get_Read_Input_Status_Block(int sockfd, int port, int address, int num, int device,
+                                       int* coils_data);
+KX_API int Get_Read_Holding_Registers_Block(int sockfd, int port, int address, int device, int* coils_data);
+KX_API int Get_Read_Input_Registers_Block(int sockfd, int port, int address, int device, int* coils_data);
+KX_API int Write_Single_Coil_Block(int sockfd, int port, int address, int data, int device);
+KX_API int Write_Single_Coil_NonBlock(int sockfd, int port, int address, int data, int device);
+KX_API int Write_Coils_Block(int sockfd, int port, int address, int num, unsigned char* coils_data,
+                             int device);
+KX_API int Write_Coils_NonBlock(int sockfd, int port, int address, int num, unsigned char* coils_data,
+                                int device);
+KX_API int Write_Single_Register_Block(int sockfd, int port, int address, int data, int device);
+KX_API int Write_Single_Register_NonBlock(int sockfd, int port, int address, int data, int device);
+KX_API int Write_Registers_Block(int sockfd, int port, int address, int num, unsigned char* single_data,
+                                 int device);
+KX_API int Write_Registers_NonBlock(int sockfd, int port, int address, int num, unsigned char* single_data,
+                                    int device);
+
+#endif
