@@ -44,6 +44,7 @@
 #include "kx/motion.h"
 #include "kx/pass_through.h"
 #include "kx/state.h"
+#include "kx/system.h"
 #include "kx/teaching.h"
 
 #endif

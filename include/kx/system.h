@@ -1,0 +1,82 @@
+/*
+ * The controller itself: arm power, errors, versions, log, run time, odometers, high-speed Ethernet.
+ *
+ * Every call takes 20 ms before it sends. Setters return 0 done, 1 refused, 9 or 11 a reply that cannot be
+ * read, and when blocking 6 or 7; getters 0, 6, 7, 9 unreadable reply, 11 wrong type.
+ */
+#ifndef KX_SYSTEM_H
+#define KX_SYSTEM_H
+
+#include "kx/types.h"
+
+/** Switches the arm's power on or off. */
+KX_API int Set_Arm_Power(int sockfd, bool on, bool block);
+
+/** Reads the arm's power state, as the controller numbers it. */
+KX_API int Get_Arm_Power_State(int sockfd, int* power_state);
+
+/** Clears the controller's error. */
+KX_API int Clear_System_Err(int sockfd, bool block);
+
+/**
+ * Checks that the controller tells a hardware version.
+ * @param version kept for compatibility, left untouched
+ */
+KX_API int Get_Arm_Hardware_Version(int sockfd, char* version);
+
+/**
+ * Reads the software versions as decimal text. The first is written before the second is looked at, and stays
+ * written when that cannot be read.
+ * @param plan_version version of the planner; room for 12 characters
+ * @param ctrl_version version of the control; room for 12 characters
+ */
+KX_API int Get_Arm_Software_Version(int sockfd, char* plan_version, char* ctrl_version);
+
+/** Asks the controller to write its log file. */
+KX_API int Get_Log_File(int sockfd, bool block);
+
+/**
+ * Reads how long the controller has run. Outputs are written in the order of the parameters up to the first
+ * fault in the reply. When the controller sends its state as a text instead, the result is 0 too and all
+ * outputs stay untouched: set them beforehand to tell.
+ * @param state kept for compatibility, left untouched
+ */
+KX_API int Get_System_Runtime(int sockfd, char* state, int* day, int* hour, int* min, int* sec);
+
+/** Sets the controller's run time back to zero. */
+KX_API int Clear_System_Runtime(int sockfd, bool block);
+
+/**
+ * Reads the joints' odometers, in the controller's unit; instead of them it may send its state, as for
+ * Get_System_Runtime.
+ * @param state kept for compatibility, left untouched
+ * @param odom as many values as the controller sends, one per joint
+ */
+KX_API int Get_Joint_Odom(int sockfd, char* state, float* odom);
+
+/** Sets the joints' odometers back to zero. */
+KX_API int Clear_Joint_Odom(int sockfd, bool block);
+
+/** Chooses the mode of the high-speed Ethernet by the controller's number. */
+KX_API int Set_High_Speed_Eth(int sockfd, unsigned char mode, bool block);
+
+/* Workers. */
+KX_API int Set_Arm_Power_Block(int sockfd, bool on);
+KX_API int Set_Arm_Power_NonBlock(int sockfd, bool on);
+KX_API int Get_Arm_Power_State_Block(int sockfd, int* power_state);
+KX_API int Clear_System_Err_Block(int sockfd);
+KX_API int Clear_System_Err_NonBlock(int sockfd);
+KX_API int Get_Arm_Hardware_Version_Block(int sockfd, char* version);
+KX_API int Get_Arm_Software_Version_Block(int sockfd, char* plan_version, char* ctrl_version);
+KX_API int Get_Log_File_Block(int sockfd);
+KX_API int Get_Log_File_NonBlock(int sockfd);
+KX_API int Get_System_Runtime_Block(int sockfd, char* state, int* day, int* hour, int* min, int* sec);
+KX_API int Clear_System_Runtime_Block(int sockfd);
+KX_API int Clear_System_Runtime_NonBlock(int sockfd);
+KX_API int Get_Joint_Odom_Block(int sockfd, char* state, float* odom);
+KX_API int Clear_Joint_Odom_Block(int sockfd);
+KX_API int Clear_Joint_Odom_NonBlock(int sockfd);
+KX_API int Set_High_Speed_Eth_Block(int sockfd, unsigned char mode);
+KX_API int Set_High_Speed_Eth_NonBlock(int sockfd, unsigned char mode);
+
+#endif
