@@ -40,6 +40,7 @@
 #include "kx/io.h"
 #include "kx/joint_parameters.h"
 #include "kx/kinematics.h"
+#include "kx/lift_and_base.h"
 #include "kx/modbus.h"
 #include "kx/motion.h"
 #include "kx/pass_through.h"
