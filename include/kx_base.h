@@ -35,6 +35,7 @@
 #include "kx/drag_teach.h"
 #include "kx/end_effectors.h"
 #include "kx/force.h"
+#include "kx/force_position.h"
 #include "kx/frame_transforms.h"
 #include "kx/frames.h"
 #include "kx/io.h"
