@@ -56,37 +56,40 @@ void Init_Socket_Joint(int model, int sockfd)
     m_nSockInfoLen = index + 1;
 }
 
-static std::atomic<bool> is_closed[connection_capacity];
-static std::atomic<int> being_read = -1; // index of a connection
+static std::atomic<bool> was_closed[connection_capacity];
+static std::atomic<int> in_use[2] = {-1, -1}; // descriptors, by thread
 
-Reading::Reading(int index)
+// A number may have been given out again: it is closed only if every connection that had it is.
+static bool is_closed(int sockfd)
 {
-    being_read = index;
-    is_open_ = !is_closed[index];
+    bool result = false;
+    for (int index = 0; index < m_nSockInfoLen; ++index) {
+        if (SockInfo[index].descriptor != sockfd) continue;
+        if (!was_closed[index]) return false;
+        result = true;
+    }
+    return result;
 }
 
-Reading::~Reading()
+InUse::InUse(Thread thread, int sockfd) : thread_(thread)
 {
-    being_read = -1;
+    in_use[thread] = sockfd;
+    is_open_ = !is_closed(sockfd);
 }
 
-static bool is_being_read(int sockfd)
+InUse::~InUse()
 {
-    const int index = being_read;
-    return index >= 0 && SockInfo[index].descriptor == sockfd;
+    in_use[thread_] = -1;
 }
 
-// Under the mutex, since the writer thread may be about to send on the descriptor.
 void Arm_Socket_Close(int sockfd)
 {
     if (sockfd < 1) return;
-    KX_Mutex_Lock();
     for (int index = 0; index < m_nSockInfoLen; ++index)
-        if (SockInfo[index].descriptor == sockfd) is_closed[index] = true;
-    while (is_being_read(sockfd))
+        if (SockInfo[index].descriptor == sockfd) was_closed[index] = true;
+    while (in_use[InUse::receiver] == sockfd || in_use[InUse::writer] == sockfd)
         sched_yield();
     close(sockfd);
-    KX_Mutex_UnLock();
 }
 
 int Get_Socket_Idx(int sockfd)

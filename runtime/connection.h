@@ -24,16 +24,20 @@ int joint_count(int sockfd);
 // Joints of an arm as its requests carry them: decided by the model, not by the joint count.
 int request_joints(int sockfd);
 
-// Held by the receiver thread while it reads from a connection. False once the connection was closed; while
-// it is true, closing waits, so that no read ever reaches a file that was given the same number afterwards.
-class Reading {
+// The library's two threads hold this while they work on a descriptor. Arm_Socket_Close waits for it, and it
+// is false once the connection was closed, so that they never reach a file that was given the same number
+// afterwards.
+class InUse {
   public:
-    explicit Reading(int index);
-    Reading(const Reading&) = delete;
-    ~Reading();
+    enum Thread { receiver, writer };
+
+    InUse(Thread thread, int sockfd);
+    InUse(const InUse&) = delete;
+    ~InUse();
     explicit operator bool() const { return is_open_; }
 
   private:
+    const Thread thread_;
     bool is_open_;
 };
 

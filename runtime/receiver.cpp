@@ -18,12 +18,12 @@ constexpr unsigned int receiver_period_ms = 5;
 // Appends what has arrived to the line; the result of recv, 0 for a connection that was closed. A line of 300
 // characters or more ends the process: a controller never sends one, and going on would deliver halves of
 // replies.
-static ssize_t receive_more(int connection, Line& line)
+static ssize_t receive_more(int sockfd, Line& line)
 {
-    const Reading reading(connection);
-    if (!reading) return 0;
+    const InUse open(InUse::receiver, sockfd);
+    if (!open) return 0;
     char chunk[line_capacity];
-    const ssize_t received = recv(SockInfo[connection].descriptor, chunk, sizeof chunk, MSG_DONTWAIT);
+    const ssize_t received = recv(sockfd, chunk, sizeof chunk, MSG_DONTWAIT);
     if (received <= 0) return received;
     const int added = static_cast<int>(strnlen(chunk, static_cast<size_t>(received)));
     if (line.length + added >= line_capacity) abort();
@@ -133,8 +133,9 @@ void* RecvThread(void*)
     CallbackData push = {};
     for (;;) {
         for (int c = 0; c < m_nSockInfoLen; ++c) {
+            const int sockfd = SockInfo[c].descriptor;
             Line line;
-            if (receive_line(c, line)) deliver(SockInfo[c].descriptor, line.text, push);
+            if (receive_line(sockfd, line)) deliver(sockfd, line.text, push);
         }
         sleep_cp(receiver_period_ms);
     }

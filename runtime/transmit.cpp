@@ -1,5 +1,6 @@
 #include "runtime/transmit.h"
 #include "kx/connection.h"
+#include "runtime/connection.h"
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -37,7 +38,9 @@ void* WriteThread(void*)
     for (;;) {
         KX_Mutex_Lock();
         QueueItem item;
-        if (KX_Dequeue(&Socket_Tx_Buffer, &item)) send_now(item.descriptor, item.payload, item.length);
+        if (KX_Dequeue(&Socket_Tx_Buffer, &item))
+            if (const InUse open(InUse::writer, item.descriptor); open)
+                send_now(item.descriptor, item.payload, item.length);
         KX_Mutex_UnLock();
         sleep_cp(writer_period_ms);
     }
