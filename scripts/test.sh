@@ -18,4 +18,4 @@ if [ "$(wc -l <<<"$digests")" -ne 1 ]; then
 fi
 
 # Most tests wait for time-outs, so more of them run at once than there are cores.
-for preset in "${presets[@]}"; do ctest --preset "$preset" -j 8; done
+for preset in "${presets[@]}"; do ctest --preset "$preset" -j 16; done
