@@ -38,6 +38,7 @@
 #include "kx/force_position.h"
 #include "kx/frame_transforms.h"
 #include "kx/frames.h"
+#include "kx/inverse_kinematics.h"
 #include "kx/io.h"
 #include "kx/joint_parameters.h"
 #include "kx/kinematics.h"

@@ -246,6 +246,8 @@ class __attribute__((visibility("default"))) KX_Service {
     // Kinematics.
     void Service_SetAngle(float U, float V, float Z);
     KinPose Service_Forward_Kinematics(int model, const float* joint);
+    int Service_Inverse_Kinematics(int model, const float* reference, const KINEMATIC* target, float* result,
+                                   unsigned char flag);
 };
 
 #endif

@@ -2,8 +2,6 @@
 #include "kinematics/rigid.h"
 #include "kx/model.h"
 
-#include <algorithm>
-
 namespace kx {
 namespace {
 
@@ -84,8 +82,7 @@ Euler wrapped(Euler e)
 // Multiplying by an identity tool changes nothing, unless it spreads a NaN along its row.
 bool tool_has_no_effect(const Matrix& m)
 {
-    const float *tool = Tool_Matrix.data[0], *identity = identity4.data[0];
-    return std::equal(tool, tool + 16, identity) && std::isfinite(m.data[0][0]);
+    return is_identity(Tool_Matrix) && std::isfinite(m.data[0][0]);
 }
 
 KinPose pose_of(int model, Matrix m)

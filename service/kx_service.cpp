@@ -938,3 +938,9 @@ KinPose KX_Service::Service_Forward_Kinematics(int model, const float* joint)
 {
     return Forward_Kinematics(model, joint);
 }
+
+int KX_Service::Service_Inverse_Kinematics(int model, const float* reference, const KINEMATIC* target,
+                                           float* result, unsigned char flag)
+{
+    return inverse_kinematics(model, reference, target, result, flag);
+}

@@ -1,5 +1,8 @@
 // The three arms as Orocos KDL chains, from the link tables; joint angles in radians, as the arm counts them.
+// Poses as KDL frames.
 #pragma once
+
+#include "kx_base.h"
 
 #include <kdl/chain.hpp>
 
@@ -63,6 +66,18 @@ inline KDL::Chain arm(int model)
                          {90, 0, 0, 0},
                          {0, 0, 0.144, 0}});
     }
+}
+
+inline KDL::Frame frame_by_euler(const KinPose& p)
+{
+    const auto& [position, quaternion, e] = p;
+    return {KDL::Rotation::RPY(e.rx, e.ry, e.rz), {position.x, position.y, position.z}};
+}
+
+inline KDL::Frame frame_by_quaternion(const KinPose& p)
+{
+    const auto& [position, q, euler] = p;
+    return {KDL::Rotation::Quaternion(q.x, q.y, q.z, q.w), {position.x, position.y, position.z}};
 }
 
 } // namespace kdl_arms

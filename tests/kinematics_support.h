@@ -16,17 +16,7 @@ using Joints = std::array<float, 7>; // degrees
 inline constexpr float nan_f = std::numeric_limits<float>::quiet_NaN();
 inline constexpr float infinity_f = std::numeric_limits<float>::infinity();
 
-inline KDL::Frame frame_by_euler(const KinPose& p)
-{
-    const auto& [position, quaternion, e] = p;
-    return {KDL::Rotation::RPY(e.rx, e.ry, e.rz), {position.x, position.y, position.z}};
-}
-
-inline KDL::Frame frame_by_quaternion(const KinPose& p)
-{
-    const auto& [position, q, euler] = p;
-    return {KDL::Rotation::Quaternion(q.x, q.y, q.z, q.w), {position.x, position.y, position.z}};
-}
+using kdl_arms::frame_by_euler, kdl_arms::frame_by_quaternion;
 
 inline KDL::Frame frame_of(const Matrix& matrix)
 {

@@ -244,6 +244,11 @@ TEST(ServiceWithoutLibrary, NamesItsVersionConnectsAndComputes)
                   expected = Forward_Kinematics(46, joint);
     EXPECT_EQ(memcmp(&pose, &expected, sizeof pose), 0);
     EXPECT_FLOAT_EQ(angleZ, 0.5f);
+    float result[7] = {}, direct[7] = {};
+    EXPECT_EQ(service.Service_Inverse_Kinematics(46, joint, &pose, result, 1),
+              inverse_kinematics(46, joint, &pose, direct, 1));
+    EXPECT_EQ(memcmp(result, direct, sizeof result), 0);
+    EXPECT_NEAR(result[4], joint[4], 0.01f);
 }
 
 } // namespace

@@ -1,0 +1,188 @@
+#include "kinematics/joint_distance.h"
+#include "kinematics/trigonometry.h"
+
+#include <numbers>
+
+namespace kx {
+namespace {
+
+using std::numbers::pi;
+
+constexpr double at_end = 1e-7; // this near to an end of its turn, a joint counts as standing there
+
+struct Interval {
+    Pair low, high;
+};
+
+Interval between(Pair a, Pair b)
+{
+    return {min(a, b), max(a, b)};
+}
+
+Interval operator-(const Interval& a, Pair b)
+{
+    return {a.low - b, a.high - b};
+}
+
+Interval operator-(const Interval& a)
+{
+    return {-a.high, -a.low};
+}
+
+Interval operator*(const Interval& a, const Interval& b)
+{
+    const Pair p = a.low * b.low, q = a.low * b.high, r = a.high * b.low, s = a.high * b.high;
+    return {min(min(p, q), min(r, s)), max(max(p, q), max(r, s))};
+}
+
+Pair least_square(const Interval& a)
+{
+    return square(max(pair(0), max(a.low, -a.high)));
+}
+
+// How much a sum or difference changes between two arm angles. It is known up to two turns, but changes by
+// less than one, towards where its rate tells.
+Pair rise(const Course& a, const Course& b)
+{
+    const Pair d = b.value - a.value, two_turns = pair(2 * two_pi), none = pair(0);
+    return a.rate < 0 ? d - (d > 1 ? two_turns : none) : d + (d < -1 ? two_turns : none);
+}
+
+} // namespace
+
+FullTurn::FullTurn(Pair lower, Pair upper, Pair reference_angle)
+    : start(max(lower, min(reference_angle - pi, upper - two_pi))), reference(reference_angle - start)
+{
+}
+
+Pair FullTurn::position(Pair angle) const
+{
+    const Pair beyond = angle - start;
+    return beyond - two_pi * rounded(beyond * (1 / two_pi) - 0.5);
+}
+
+Pair FullTurn::deviation(Pair position) const
+{
+    const Pair at_start = position < at_end ? position + two_pi : position;
+    const Pair at_finish = position > two_pi - at_end ? position - two_pi : position;
+    return (reference > pi ? at_start : at_finish) - reference;
+}
+
+void Point::move_to(const ArmAngle& arm, const BallJoints& balls, const JointGoals& goals)
+{
+    balls.evaluate(arm, angles);
+    const auto turned = [](Pair position) { return position > pi ? position - pi : position + pi; };
+    outer[0] = goals.outer.position(angles.outer());
+    outer[1] = turned(outer[0]);
+    inner[0] = goals.inner.position(angles.inner());
+    inner[1] = turned(inner[0]);
+}
+
+SquaredDistances squared_distances(const Point& p, const JointGoals& goals)
+{
+    SquaredDistances squared;
+    const Pair inner[2] = {square(goals.inner.deviation(p.inner[0])),
+                           square(goals.inner.deviation(p.inner[1]))};
+    for (int turned = 0; turned < 2; ++turned) {
+        const Pair middle = turned ? -p.angles.middle.value : p.angles.middle.value;
+        const Pair others =
+            square(goals.outer.deviation(p.outer[turned])) + square(middle - goals.middle_reference);
+        squared.of[0][turned] = others + inner[turned];
+        squared.of[1][turned] = others + inner[1 - turned];
+    }
+    return squared;
+}
+
+Piece::Piece(const BallJoints& balls, const JointGoals& goals, const Point& a, const Point& b)
+    : balls_(balls), goals_(goals), a_(a.angles), b_(b.angles), sum_rise_(rise(a_.sum, b_.sum)),
+      difference_rise_(rise(a_.difference, b_.difference))
+{
+    const Pair outer_rise = (sum_rise_ + difference_rise_) / 2,
+               inner_rise = (sum_rise_ - difference_rise_) / 2;
+    const Pair outer_rate = (a_.sum.rate + a_.difference.rate) / 2, inner_rate = a_.sum.rate - outer_rate;
+    for (int turned = 0; turned < 2; ++turned) {
+        outer_[turned] = deviation(goals.outer, a.outer[turned], b.outer[turned], outer_rise, outer_rate);
+        inner_[turned] = deviation(goals.inner, a.inner[turned], b.inner[turned], inner_rise, inner_rate);
+    }
+}
+
+// The deviation at a. The piece does not go through the ends of the turn, so the position that is farther
+// from them tells on which side the piece lies; if both are there, the rate tells, or neither end is wrong.
+Pair Piece::deviation(const FullTurn& turn, Pair a, Pair b, Pair rise, Pair rate) const
+{
+    const Pair inside_a = min(a, two_pi - a), inside_b = min(b, two_pi - b), inside = max(inside_a, inside_b);
+    Pair position = inside_a > inside_b ? a : b - rise;
+    if (!(inside[0] > at_end && inside[1] > at_end)) {
+        const auto stays = abs(rate) * (b_.psi - a_.psi) <= at_end;
+        const Pair falls = pair(1), grows = pair(0);
+        const Pair from_finish = stays ? (turn.reference > pi ? falls : grows) : (rate < 0 ? falls : grows);
+        const Pair at_start = a > pi ? a - two_pi : a, at_finish = a > pi ? a : a + two_pi;
+        position = inside > at_end ? position : from_finish > 0 ? at_finish : at_start;
+    }
+    return position - turn.reference;
+}
+
+Pair Piece::lower_bound(int turned, int inner_turned) const
+{
+    const Pair sum = outer_[turned] + inner_[inner_turned],
+               difference = outer_[turned] - inner_[inner_turned];
+    const Interval middle = between(a_.middle.value, b_.middle.value);
+    const Pair sums = least_square(between(sum, sum + sum_rise_));
+    const Pair differences = least_square(between(difference, difference + difference_rise_));
+    return (sums + differences) / 2 + least_square((turned ? -middle : middle) - goals_.middle_reference);
+}
+
+SquaredDistances Piece::lower_bounds() const
+{
+    return {{{lower_bound(0, 0), lower_bound(1, 1)}, {lower_bound(0, 1), lower_bound(1, 0)}}};
+}
+
+BranchStart Piece::start(const Branch& branch) const
+{
+    const auto [e, s, w] = branch;
+    const Pair outer = {outer_[s][0], outer_[w][1]}, inner = {inner_[s ^ e][0], inner_[w ^ e][1]};
+    return {outer + inner, outer - inner, Pair{s ? -1.0 : 1.0, w ? -1.0 : 1.0}, goals_.elbow_cost[e]};
+}
+
+// outer^2 + inner^2 = (sum^2 + difference^2)/2
+Distance Piece::distance(const BranchStart& start, const BallAngles& p) const
+{
+    const Pair sum = start.sum + rise(a_.sum, p.sum),
+               difference = start.difference + rise(a_.difference, p.difference);
+    const Pair middle = p.middle.value - start.middle_sign * goals_.middle_reference;
+    const Pair squared = (square(sum) + square(difference)) / 2 + square(middle);
+    const Pair rate = sum * p.sum.rate + difference * p.difference.rate + 2 * middle * p.middle.rate;
+    return {p.psi, squared[0] + squared[1] + start.elbow_cost, rate[0] + rate[1]};
+}
+
+double Piece::least_bend(const BranchStart& start) const
+{
+    // The middle angle's rate grows until it is steepest, and falls from there.
+    Interval middle_rate = between(a_.middle.rate, b_.middle.rate);
+    const Pair steepest = a_.middle_bend * b_.middle_bend < 0 ? balls_.steepest() : pair(0);
+    middle_rate = {min(middle_rate.low, middle_rate.high > 0 ? middle_rate.low : -steepest),
+                   max(middle_rate.high, middle_rate.low < 0 ? middle_rate.high : steepest)};
+    const Pair least_rate2 = least_square(middle_rate);
+    const Pair largest_rate2 = max(square(middle_rate.low), square(middle_rate.high));
+
+    const Interval cosine = between(a_.cos_middle, b_.cos_middle);
+    Interval inverse_sine = between(a_.inverse_sine, b_.inverse_sine);
+    inverse_sine.low = cosine.low * cosine.high < 0 ? pair(1) : inverse_sine.low;
+    const Interval middle_bend =
+        (cosine * Interval{1 - largest_rate2, 1 - least_rate2} - balls_.mean()) * inverse_sine;
+    const Interval sum_bend = between(a_.sum_gain, b_.sum_gain) * middle_rate;
+    const Interval difference_bend = between(a_.difference_gain, b_.difference_gain) * middle_rate;
+
+    const Interval sum = between(start.sum, start.sum + sum_rise_);
+    const Interval difference = between(start.difference, start.difference + difference_rise_);
+    const Interval middle =
+        between(a_.middle.value, b_.middle.value) - start.middle_sign * goals_.middle_reference;
+
+    const Pair sums = least_square(between(a_.sum.rate, b_.sum.rate)) + (sum * sum_bend).low;
+    const Pair differences =
+        least_square(between(a_.difference.rate, b_.difference.rate)) + (difference * difference_bend).low;
+    const Pair bend = sums + differences + 2 * (least_rate2 + (middle * middle_bend).low);
+    return bend[0] + bend[1];
+}
+
+} // namespace kx
