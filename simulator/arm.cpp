@@ -11,8 +11,9 @@ namespace {
 
 constexpr double max_joint_speed = 360;         // degrees/s, what the drives can do at most
 constexpr double max_joint_acceleration = 3600; // degrees/s^2
-constexpr double finest_limit = 0.001;          // the wire's resolution
-constexpr double calibration_time = 1;          // s per joint
+constexpr CartesianLimits max_cartesian_limits = {1, 10, 6, 60};
+constexpr double finest_limit = 0.001; // the wire's resolution
+constexpr double calibration_time = 1; // s per joint
 
 constexpr double room_temperature = 25; // degrees Celsius
 constexpr double idle_warmth = 5;       // of a powered joint at rest, above the room
@@ -94,7 +95,7 @@ void Arm::set_zero_position(std::size_t joint)
 
 void Arm::set_initial_pose(const Joints& pose)
 {
-    check_within_limits(pose);
+    joint_limits().check(pose);
     for (std::size_t i = 0; i < joints_.size(); ++i)
         joints_[i].initial_position = pose[i];
 }
@@ -167,14 +168,57 @@ void Arm::move_joints(const Joints& target, double percent, Ended ended)
 {
     auto plan = [this, target, percent](const Joints& from) {
         check_ready();
-        check_within_limits(target);
-        const Pace full =
-            joint_line_pace(from, target, each(&Joint::max_speed), each(&Joint::max_acceleration));
+        const JointLimits limits = joint_limits();
+        limits.check(target);
+        const Pace full = joint_line_pace(from, target, limits.max_speed, limits.max_acceleration);
         return Course{std::make_unique<JointLine>(from, target),
                       {full.speed * percent / 100, full.acceleration * percent / 100},
                       full.acceleration};
     };
     motions_.add({MotionKind::joint, target, std::move(plan), std::move(ended)});
+}
+
+void Arm::move_joints_to(const POSE& target, double percent, Ended ended)
+{
+    const KDL::Frame flange = frames_.flange_of(frames_.tool_in_base(target));
+    move_joints(model_.joints_for(flange, motions_.end(), Model::Elbow::anywhere), percent, std::move(ended));
+}
+
+void Arm::move_line(const POSE& target, double percent, Ended ended)
+{
+    const KDL::Frame to = frames_.tool_in_base(target);
+    move_tool(MotionKind::line, target, percent, std::move(ended),
+              [to](const KDL::Frame& from) { return line(from, to); });
+}
+
+void Arm::move_circle(const POSE& via, const POSE& target, int whole_circles, double percent, Ended ended)
+{
+    const KDL::Vector over = frames_.tool_in_base(via).p;
+    const KDL::Frame to = frames_.tool_in_base(target);
+    move_tool(MotionKind::circle, target, percent, std::move(ended),
+              [=](const KDL::Frame& from) { return circle(from, over, to, whole_circles); });
+}
+
+/** @param lay gives the tool's path from a frame in the base */
+template <typename LayPath>
+void Arm::move_tool(MotionKind kind, const POSE& target, double percent, Ended ended, LayPath lay)
+{
+    auto plan = [this, percent, lay, frames = frames_](const Joints& from) {
+        check_ready();
+        const ToolPath path = lay(frames.tool_of(model_.flange(from)));
+        return follow(path, from, model_, frames, joint_limits(), cartesian_limits_, percent);
+    };
+    motions_.add({kind,
+                  {target.x, target.y, target.z, target.rx, target.ry, target.rz},
+                  std::move(plan),
+                  std::move(ended)});
+}
+
+void Arm::set_cartesian_limit(double CartesianLimits::*limit, double value)
+{
+    if (!(value >= finest_limit && value <= max_cartesian_limits.*limit))
+        throw Refused("the limit must be above 0 and at most what the drives can do");
+    cartesian_limits_.*limit = value;
 }
 
 void Arm::check_ready() const
@@ -187,11 +231,10 @@ void Arm::check_ready() const
     }
 }
 
-void Arm::check_within_limits(const Joints& position) const
+JointLimits Arm::joint_limits() const
 {
-    for (std::size_t i = 0; i < joints_.size(); ++i)
-        if (!(position[i] >= joints_[i].min_position && position[i] <= joints_[i].max_position))
-            throw Refused("joint " + std::to_string(i + 1) + " would leave its limits");
+    return {each(&Joint::min_position), each(&Joint::max_position), each(&Joint::max_speed),
+            each(&Joint::max_acceleration)};
 }
 
 Joints Arm::each(double Joint::*member) const

@@ -5,6 +5,7 @@
 // Refused and has changed nothing. New limits hold for motions that begin after them.
 #pragma once
 
+#include "cartesian.h"
 #include "motion.h"
 
 namespace kx::sim {
@@ -61,15 +62,35 @@ class Arm {
     /** Moves all joints to a target. @param percent of speed and acceleration limits, 1 to 100 */
     void move_joints(const Joints& target, double percent, Ended ended);
 
+    /** The same to a pose, as near as can be to where the joints will be then. */
+    void move_joints_to(const POSE& target, double percent, Ended ended);
+
+    /** Moves the tool along a straight line. @param percent of the Cartesian limits, 1 to 100 */
+    void move_line(const POSE& target, double percent, Ended ended);
+
+    /** Moves the tool along the arc over `via` to the target, after so many whole circles. */
+    void move_circle(const POSE& via, const POSE& target, int whole_circles, double percent, Ended ended);
+
+    const CartesianLimits& cartesian_limits() const { return cartesian_limits_; }
+    void set_cartesian_limit(double CartesianLimits::*limit, double value);
+
+    /** The active ones; motions keep those under which they were asked for. */
+    const Frames& frames() const { return frames_; }
+    void set_frames(const Frames& frames) { frames_ = frames; }
+
     Motions& motions() { return motions_; }
 
   private:
+    template <typename LayPath>
+    void move_tool(MotionKind kind, const POSE& target, double percent, Ended ended, LayPath lay);
     void check_ready() const;
-    void check_within_limits(const Joints& position) const;
+    JointLimits joint_limits() const;
     Joints each(double Joint::*member) const;
 
     Model model_;
     std::vector<Joint> joints_;
+    CartesianLimits cartesian_limits_;
+    Frames frames_;
     Motions motions_;
     double time_ = 0;
     double calibration_began_ = -1e9; ///< arms come calibrated

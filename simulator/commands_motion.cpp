@@ -18,9 +18,15 @@ void check_blend_radius(const Call& call)
         throw Refused("negative blend radius");
 }
 
-Json no_path_in_space(Call&)
+constexpr std::string_view names[] = {"none", "movej", "movel", "movec"}; // of MotionKind
+
+/** What a motion was told to go to: joint angles or, in space, a pose. */
+Json target_of(const Motion& motion)
 {
-    throw Refused("only joint space motions are available");
+    const auto& target = motion.target;
+    if (motion.kind == MotionKind::joint) return thousandths(target);
+    const auto single = [&target](std::size_t i) { return static_cast<float>(target[i]); };
+    return pose_of({single(0), single(1), single(2), single(3), single(4), single(5)});
 }
 
 constexpr Command commands[] = {
@@ -32,9 +38,32 @@ constexpr Command commands[] = {
          return answered_later;
      },
      "current_trajectory_state"},
-    {"movel", "trajectory_state", no_path_in_space, "current_trajectory_state"},
-    {"movec", "trajectory_state", no_path_in_space, "current_trajectory_state"},
-    {"movej_p", "trajectory_state", no_path_in_space, "current_trajectory_state"},
+    {"movel", "trajectory_state",
+     [](Call& call) -> Json {
+         const POSE target = pose_from(call["pose"]);
+         check_blend_radius(call);
+         call.arm.move_line(target, percent(call), call.completion());
+         return answered_later;
+     },
+     "current_trajectory_state"},
+    {"movec", "trajectory_state",
+     [](Call& call) -> Json {
+         const POSE via = pose_from(member(call["pose"], "pose_via"));
+         const POSE target = pose_from(member(call["pose"], "pose_to"));
+         check_blend_radius(call);
+         const int loop = integer(call["loop"], "the number of repetitions", 0, 255);
+         call.arm.move_circle(via, target, loop, percent(call), call.completion());
+         return answered_later;
+     },
+     "current_trajectory_state"},
+    {"movej_p", "trajectory_state",
+     [](Call& call) -> Json {
+         const POSE target = pose_from(call["pose"]);
+         check_blend_radius(call);
+         call.arm.move_joints_to(target, percent(call), call.completion());
+         return answered_later;
+     },
+     "current_trajectory_state"},
     {"set_arm_stop", "arm_stop",
      [](Call& call) -> Json {
          call.arm.motions().drop_all("the arm was stopped");
@@ -65,7 +94,7 @@ constexpr Command commands[] = {
      [](Call& call) -> Json {
          const Motion* motion = call.arm.motions().current();
          if (!motion) return {{"data", thousandths(call.arm.position())}, {"type", "none"}};
-         return {{"data", thousandths(motion->target)}, {"type", "movej"}};
+         return {{"data", target_of(*motion)}, {"type", names[static_cast<int>(motion->kind)]}};
      }},
 };
 

@@ -1,7 +1,10 @@
-// The geometry of one arm model, asked of the client library: joint limits and the tool pose of joint angles.
+// The geometry of one arm model, asked of the client library: joint limits, poses of joint angles, and joint
+// angles of poses.
 #pragma once
 
 #include <vector>
+
+#include <kdl/frames.hpp>
 
 #include "kx/types.h"
 
@@ -18,8 +21,22 @@ class Model {
 
     POSE tool_pose(const Joints& angles) const;
 
+    /** The flange in the base frame; exact also where a pose's angles are not (ry = +-90 degrees). */
+    KDL::Frame flange(const Joints& angles) const;
+
+    /** How far the elbow of seven joints may swing about the line from shoulder to wrist. */
+    enum class Elbow { near, anywhere };
+
+    /** Joint angles that put the flange at a pose, the nearest to others. @throws Refused if there are none
+     */
+    Joints joints_for(const KDL::Frame& flange, const Joints& reference, Elbow elbow) const;
+
     const int code;
     Joints lower, upper; ///< mechanical range of each joint
+
+  private:
+    Joints bent_towards(const KDL::Frame& target, Joints found) const;
+    Joints nearest(const KDL::Frame& flange, const Joints& reference, Elbow elbow) const;
 };
 
 } // namespace kx::sim

@@ -36,8 +36,15 @@ Pace joint_line_pace(const Joints& from, const Joints& to, const Joints& max_spe
 void Motions::add(Motion motion)
 {
     if (waiting_.size() >= capacity) throw Refused("too many motions are waiting");
-    motion.plan(position_);
-    waiting_.push_back({std::move(motion), ++last_number_});
+    Joints end = motion.plan(this->end()).path->at(1);
+    waiting_.push_back({std::move(motion), ++last_number_, std::move(end)});
+}
+
+Joints Motions::end() const
+{
+    if (!waiting_.empty()) return waiting_.back().end;
+    if (!running_) return position_;
+    return running_->course.path->at(running_->dropped.empty() ? 1 : halt());
 }
 
 void Motions::pause()
@@ -159,10 +166,15 @@ void Motions::brake()
     running_->braking = true;
 }
 
+/** Where on its path the current motion stands when its profile is over. */
+double Motions::halt() const
+{
+    return running_->braking ? std::min(running_->profile->Pos(running_->profile->Duration()), 1.0) : 1.0;
+}
+
 void Motions::profile_done()
 {
-    const double halt = running_->profile->Pos(running_->profile->Duration());
-    running_->s = running_->braking ? std::min(halt, 1.0) : 1.0;
+    running_->s = halt();
     position_ = running_->course.path->at(running_->s);
     if (!running_->braking) return finish("");
     if (!running_->dropped.empty()) return finish(running_->dropped);

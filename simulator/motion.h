@@ -72,9 +72,12 @@ class Motions {
 
     explicit Motions(Joints position) : position_(std::move(position)) {}
 
-    /** Puts a motion behind those that wait. @throws Refused if it has no path from here, or the queue is
+    /** Puts a motion behind those that wait. @throws Refused if it has no path from end(), or the queue is
      * full */
     void add(Motion motion);
+
+    /** Where the arm will stand after all motions, if none is broken off. */
+    Joints end() const;
 
     /** Slows the arm down to a halt on its path; its plan stays. @throws Refused if there is nothing to pause
      */
@@ -114,6 +117,7 @@ class Motions {
     struct Queued {
         Motion motion;
         int number;
+        Joints end;
     };
 
     struct Running {
@@ -130,6 +134,7 @@ class Motions {
     void begin_next();
     void run();
     void brake();
+    double halt() const;
     void profile_done();
     void finish(const std::string& broken_off);
     void report(Motion& motion, const std::string& broken_off);

@@ -46,6 +46,17 @@ Json thousandths(const std::vector<double>& values)
     return array;
 }
 
+POSE pose_from(const Json& array)
+{
+    if (!array.is_array() || array.size() != 6) throw Refused("a pose of six numbers was expected");
+    float values[6];
+    for (std::size_t i = 0; i < 6; ++i)
+        values[i] = static_cast<float>(from_thousandths(array[i]) / (i < 3 ? 1000 : 1));
+    for (float value : values)
+        if (!(std::abs(value) <= 100)) throw Refused("a pose beyond all reach");
+    return {values[0], values[1], values[2], values[3], values[4], values[5]};
+}
+
 Json pose_of(const POSE& pose)
 {
     return {std::lround(pose.x * 1e6),  std::lround(pose.y * 1e6),  std::lround(pose.z * 1e6),

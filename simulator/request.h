@@ -24,6 +24,9 @@ Joints joints_from(const Json& array, std::size_t count);
 
 Json thousandths(const std::vector<double>& values);
 
+/** An array of six numbers: micrometres, then thousandths of a radian. @throws Refused otherwise */
+POSE pose_from(const Json& array);
+
 /** A pose as six integers: micrometres, then thousandths of a radian. */
 Json pose_of(const POSE& pose);
 
