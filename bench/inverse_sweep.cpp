@@ -3,6 +3,7 @@
 // First with the joints themselves as reference, then with other random joints, where the plain judge says
 // which of all solutions is nearest.
 #include "six_joint_judge.h"
+#include "tally.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,24 +14,6 @@ namespace {
 
 using Joints = std::array<float, 6>; // degrees
 using kdl_arms::frame_by_euler;
-
-struct Tally {
-    long total = 0, good = 0;
-    double worst = 0;
-
-    void add(bool is_good) { ++total, good += is_good; }
-    void add(double value, double bound)
-    {
-        add(value <= bound);
-        worst = std::max(worst, value);
-    }
-    void print(const char* what) const
-    {
-        std::printf("  %-62s %9ld of %9ld  %9.5f %%", what, good, total, 100.0 * good / total);
-        if (worst > 0) std::printf("  worst %.2g", worst);
-        std::printf("\n");
-    }
-};
 
 double greatest_difference(const Joints& a, const Joints& b)
 {

@@ -9,8 +9,8 @@ namespace {
 
 using std::numbers::pi;
 
-// Half of the least middle angle, which turns the flange by no more than 1e-6.
-constexpr double passing_distance = 5e-7;
+// Half of the least middle angle of a ball; and what half the middle angle may be due to the target's rounding.
+constexpr double passing_distance = 5e-7, stretched = 1.5e-6;
 
 struct Complex {
     double re, im;
@@ -70,13 +70,14 @@ void BallJoints::pass_stretched_point(int ball, double difference, double psi_ce
     auto [s, c] = sine_cosine<double>(nearest_[ball] / 2);
     const Complex u = {u_.y[ball], -u_.x[ball]}, v = {v_.y[ball], -v_.x[ball]};
     Complex near = c * u + s * v, far = c * v + -s * u;
-    if (near.length() >= passing_distance) return;
-    if (far.length() >= passing_distance) {
+    const bool is_stretched = std::max(near.length(), far.length()) < stretched;
+    if (near.length() >= passing_distance && !is_stretched) return;
+    if (!is_stretched) {
         near = passing_distance / far.length() * Complex{-far.im, far.re};
     } else {
         const auto [s_half, c_half] = sine_cosine<double>(difference / 2);
         near = passing_distance * Complex{c_half, s_half};
-        far = {0, 0};
+        far = 1e-3 * Complex{-near.im, near.re}; // not zero, or there would be no phase half a turn away
         nearest_[ball] = psi_centre;
         const auto centre = sine_cosine<double>(psi_centre / 2);
         s = centre.sine;

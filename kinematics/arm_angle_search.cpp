@@ -62,7 +62,7 @@ class Search {
     void offer(double psi, double squared)
     {
         psi_ = squared < least_ ? psi : psi_;
-        least_ = std::min(squared, least_);
+        least_ = squared < least_ ? squared : least_;
     }
     void descend(const Piece& piece, const BranchStart& start, Distance a, Distance b, double least_bend);
 

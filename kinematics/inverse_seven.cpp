@@ -26,6 +26,7 @@ using Joints = std::array<double, 7>; // radians
 // far off the pose of the joints it was computed from (metres, and radians of half a turn). Away from
 // singularities the joints show little of it (radians).
 constexpr double joint_rounding = 3e-6, wrist_rounding = 1e-6, turn_rounding = 1.5e-6, regular_change = 2e-5;
+constexpr double elbow_rounding = 1e-6; // of the cosine; moves the wrist by 0.12 micrometres
 
 // A target is reachable while the cosine of its elbow angle is not beyond this.
 constexpr float cosine_bound = 1.001f;
@@ -101,12 +102,13 @@ struct Target {
 
 // The pose of the reference joints.
 struct Reference {
+    Joints joints;
     Rotor shoulder, rotation;
     Elbow elbow;
 
     explicit Reference(const Joints& r)
-        : shoulder(ball(r[0], r[1], r[2])), rotation(shoulder * turn_y(r[3]) * ball(r[4], r[5], r[6])),
-          elbow(r[3])
+        : joints(r), shoulder(ball(r[0], r[1], r[2])),
+          rotation(shoulder * turn_y(r[3]) * ball(r[4], r[5], r[6])), elbow(r[3])
     {
     }
 
@@ -118,38 +120,39 @@ struct Reference {
                square(off.x) + square(off.y) + square(off.z) < square(turn_rounding);
     }
 
-    // The arm angle, which counts from the vertical plane through the line from shoulder to wrist. Where that
-    // plane changes quickly or is not defined, because the line is upright or near to one that is, it is the
-    // arm angle at which the elbow keeps its place for the target's line.
+    // The arm angle, which counts from the vertical plane through the line from shoulder to wrist. An upright
+    // line has no such plane, and near to it the plane turns quickly from one line to the next: then it is
+    // the arm angle at which the elbow keeps its place.
     double arm_angle(const Rotor& target_line) const
     {
-        constexpr double upright = 1e-3, near = 0.1;
+        constexpr double upright = 1e-3, next = 0.02, quickly = 0.1;
         const Rotor bent = shoulder * turn_y(elbow.lift);
         const Rotor line =
             elbow.angle < 0 ? bent * half_turn_z : bent; // its xz plane holds the elbow, at x < 0
         const Rotor off = conjugate(target_line) * line;
-        const auto squared_sine_to_vertical = [](const Rotor& q) {
+        const auto squared_sine = [](const Rotor& q) { // of the angle by which z turns
             return 4 * (q.w * q.w + q.z * q.z) * (q.x * q.x + q.y * q.y);
         };
-        if (square(off.x) + square(off.y) < square(near / 2) ||
-            squared_sine_to_vertical(line) < square(upright) ||
-            squared_sine_to_vertical(target_line) < square(upright))
+        const double to_vertical = std::min(squared_sine(line), squared_sine(target_line));
+        const double step = 4 * (square(off.x) + square(off.y)); // from line to line, squared
+        if (to_vertical < square(upright) || (step < square(next) && step > square(quickly) * to_vertical))
             return 2 * std::atan2(off.z, off.w);
         return arc_tangent(line.z, line.w) - arc_tangent(-line.x, line.y);
     }
 };
 
 // All limits of this arm are symmetric. Those of the chain were typed with fewer digits than the joints' own
-// and are up to 3e-5 radians narrower.
+// and are up to 3e-5 radians narrower: a reference in between may stay there, and where the chain's leave
+// nothing, the joints' own count.
 struct Limits {
-    Joints chain, joint;
+    Joints first, second;
 
-    Limits()
+    explicit Limits(const Joints& reference)
     {
-        const auto chains = chain_limits(), joints = joint_limits();
+        const auto chain = chain_limits(), joint = joint_limits();
         for (int i = 0; i < 7; ++i) {
-            chain[i] = chains[i].upper;
-            joint[i] = std::max<double>(chain[i], joints[i].upper * radians_per_degree);
+            second[i] = std::max<double>(chain[i].upper, joint[i].upper * radians_per_degree);
+            first[i] = std::clamp<double>(std::fabs(reference[i]), chain[i].upper, second[i]);
         }
     }
 };
@@ -170,39 +173,39 @@ JointGoals goals(const Joints& reference, const Joints& limit, const Elbow& elbo
             {square(elbow.angle - reference[3]), square(-elbow.angle - reference[3])}};
 }
 
-// The solution nearest to the reference joints r, with arm angles up to `range` from theirs; false if there
-// is none.
-bool solve(const Target& target, const Joints& r, const Reference& present, double range, Joints& theta)
+struct Solution {
+    double squared_distance = INFINITY;
+    Joints theta = {};
+};
+
+// The nearest solution for arm angles up to `range` from the reference's.
+Solution solve(const Target& target, const Elbow& elbow, const Reference& reference, double range)
 {
-    const double cosine = std::clamp(target.elbow_cosine(), -1.0, 1.0);
-    const Elbow elbow(arc_tangent(std::sqrt((1 - cosine) * (1 + cosine)), cosine));
+    const Joints& r = reference.joints;
     const Rotor line = target.line(), lower = turn_y(-elbow.lift), unbend = turn_y(-elbow.angle);
     const Rotor shoulder[] = {line * lower, line * half_turn_z * lower}; // at psi = 0 and pi
     const Rotor wrist[] = {unbend * conjugate(shoulder[0]) * target.rotation,
                            unbend * conjugate(shoulder[1]) * target.rotation};
-    const double psi_reference = present.arm_angle(line);
+    const double psi_reference = reference.arm_angle(line);
     const BallJoints balls(shoulder, wrist, Pair{r[0] - r[2], r[6] - r[4]}, psi_reference);
 
-    // A reference between the limits of chain and joint may stay there; and where the chain's leave nothing,
-    // the joints' own count.
-    const Limits limits;
-    Joints limit;
-    for (int i = 0; i < 7; ++i)
-        limit[i] = std::clamp(std::fabs(r[i]), limits.chain[i], limits.joint[i]);
-    double psi = nearest_arm_angle(balls, goals(r, limit, elbow), psi_reference, range);
-    if (std::isnan(psi)) {
-        limit = limits.joint;
-        psi = nearest_arm_angle(balls, goals(r, limit, elbow), psi_reference, range);
-    }
-    if (std::isnan(psi)) return false;
+    const Limits limits(r);
+    for (const Joints& limit : {limits.first, limits.second}) {
+        const JointGoals goal = goals(r, limit, elbow);
+        const double psi = nearest_arm_angle(balls, goal, psi_reference, range);
+        if (std::isnan(psi)) continue;
 
-    const auto [branch, outer, middle, inner] = nearest_branch(balls, goals(r, limit, elbow), psi);
-    const double change[7] = {outer[0], middle[0], inner[0], 0, inner[1], middle[1], outer[1]};
-    for (int i = 0; i < 7; ++i)
-        theta[i] = std::clamp(r[i] + change[i], -limit[i], limit[i]);
-    theta[3] =
-        branch.elbow ? -elbow.angle : elbow.angle; // whatever the arm angle: its limits have no say in it
-    return true;
+        const auto [branch, outer, middle, inner] = nearest_branch(balls, goal, psi);
+        const double change[7] = {outer[0], middle[0], inner[0], 0, inner[1], middle[1], outer[1]};
+        Solution s = {0, {}};
+        for (int i = 0; i < 7; ++i)
+            s.theta[i] = std::clamp(r[i] + change[i], -limit[i], limit[i]);
+        s.theta[3] = branch.elbow ? -elbow.angle : elbow.angle; // its limits have no say in the arm angle
+        for (int i = 0; i < 7; ++i)
+            s.squared_distance += square(s.theta[i] - r[i]);
+        return s;
+    }
+    return {};
 }
 
 } // namespace
@@ -219,23 +222,30 @@ int inverse_seven(const float* reference, const KINEMATIC& target_pose, float* r
 
     float degrees[7];
     clamp_reference(reference, 7, degrees);
-    Joints r, theta;
+    Joints r;
     for (int i = 0; i < 7; ++i)
         r[i] = degrees[i] * radians_per_degree;
     const Reference present(r);
-    const bool solved = solve(target, r, present, flag == 2 ? pi : 0.26, theta);
 
-    // Near a singularity the rounding of a target would drive the joints about; so an arm at rest stays at
-    // rest.
+    const double c = std::clamp(cosine, -1.0, 1.0), range = flag == 2 ? pi : 0.26;
+    Solution best = solve(target, Elbow(arc_tangent(std::sqrt((1 - c) * (1 + c)), c)), present, range);
+    // The rounding of a target does not tell a slightly bent elbow from a stretched one, which may be much
+    // nearer: where joints 1 and 3, or 5 and 7, turn about one axis then.
+    if (c > 1 - elbow_rounding)
+        if (const Solution s = solve(target, Elbow(0), present, range);
+            s.squared_distance < best.squared_distance - 0.01)
+            best = s;
+
+    // Near a singularity it would also drive the joints about; so an arm at rest stays at rest.
     const auto nearly = [](double a, double b) { return std::fabs(a - b) < regular_change; };
-    const bool regular = solved && std::equal(r.begin(), r.end(), theta.begin(), nearly);
+    const bool regular = std::equal(r.begin(), r.end(), best.theta.begin(), nearly);
     if (!regular && present.reaches(target) && check_limits(degrees, 7, -5) == 1) {
         std::copy(degrees, degrees + 7, result);
         return 1;
     }
-    if (!solved) return -3;
+    if (best.squared_distance == INFINITY) return -3;
     for (int i = 0; i < 7; ++i)
-        result[i] = static_cast<float>(theta[i] * degrees_per_radian);
+        result[i] = static_cast<float>(best.theta[i] * degrees_per_radian);
     return check_limits(result, 7, -5);
 }
 

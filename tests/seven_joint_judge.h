@@ -1,0 +1,175 @@
+// The plain judge of the seven-joint inverse kinematics: all branches at any arm angle by rotation matrices,
+// in the symbols of Shimizu, Kakuya, Yoon, Kitagaki and Kosuge (2008), and the nearest solution by a fine
+// sweep of the arm angle in every branch. Forward, it is an Orocos KDL chain.
+#pragma once
+
+#include "kdl_arms.h"
+
+#include <kdl/chainfksolverpos_recursive.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+namespace judge {
+
+using Seven = std::array<double, 7>;
+using KDL::Frame, KDL::Rotation, KDL::Vector;
+using kdl_arms::degree;
+
+inline constexpr double d_bs = 0.2405, d_se = 0.256, d_ew = 0.21, d_wt = 0.144; // metres
+
+inline constexpr Seven joint_limits = {180, 130, 180, 135, 180, 128, 360}; // degrees
+inline constexpr Seven chain_limits = {3.14159, 2.2689, 3.14159,  2.3562,
+                                       3.14159, 2.234,  6.2831855}; // radians
+
+inline Frame forward(const float* joint) // degrees
+{
+    static const KDL::Chain chain = kdl_arms::arm(47);
+    static KDL::ChainFkSolverPos_recursive solver(chain);
+    KDL::JntArray radians(7);
+    for (int i = 0; i < 7; ++i)
+        radians(i) = joint[i] * degree;
+    Frame flange;
+    solver.JntToCart(radians, flange);
+    return flange;
+}
+
+inline Vector wrist_centre(const Frame& flange) // seen from the shoulder
+{
+    return flange.p - d_wt * flange.M.UnitZ() - Vector(0, 0, d_bs);
+}
+
+// Turns z onto a line from the shoulder and x into the vertical plane through it.
+inline Rotation reference_plane(const Vector& line)
+{
+    return Rotation::RotZ(std::atan2(line.y(), line.x())) *
+           Rotation::RotY(std::atan2(std::hypot(line.x(), line.y()), line.z()));
+}
+
+// The arm angle of joints, from where their elbow is.
+inline double arm_angle(const float* joint)
+{
+    const Rotation upper_arm = Rotation::RotZ(joint[0] * degree) * Rotation::RotY(joint[1] * degree);
+    const Vector elbow = reference_plane(wrist_centre(forward(joint))).Inverse() * upper_arm.UnitZ();
+    return std::atan2(-elbow.y(), -elbow.x());
+}
+
+class Redundancy {
+    const Rotation target;
+    double theta4;
+    Rotation a_s, b_s, c_s; // of the shoulder: a_s*sin(psi) + b_s*cos(psi) + c_s
+
+    static Rotation sum(double f, const Rotation& a, double g, const Rotation& b, double h, const Rotation& c)
+    {
+        Rotation r;
+        for (int i = 0; i < 9; ++i)
+            r.data[i] = f * a.data[i] + g * b.data[i] + h * c.data[i];
+        return r;
+    }
+
+    static Rotation exact(const Rotation& r) // of one that was rounded
+    {
+        double x, y, z, w;
+        r.GetQuaternion(x, y, z, w);
+        const double length = std::sqrt(x * x + y * y + z * z + w * w);
+        return Rotation::Quaternion(x / length, y / length, z / length, w / length);
+    }
+
+  public:
+    explicit Redundancy(const Frame& flange) : target(exact(flange.M))
+    {
+        const Vector w = wrist_centre({target, flange.p});
+        const double cosine = (dot(w, w) - d_se * d_se - d_ew * d_ew) / (2 * d_se * d_ew);
+        theta4 = std::acos(std::clamp(cosine, -1., 1.));
+        const double lift = std::atan2(d_ew * std::sin(theta4), d_se + d_ew * std::cos(theta4));
+        const Rotation at_0 = reference_plane(w) * Rotation::RotY(-lift);
+        const Vector u = reference_plane(w).UnitZ();
+        const Rotation cross(0, -u.z(), u.y(), u.z(), 0, -u.x(), -u.y(), u.x(), 0);
+        a_s = cross * at_0;
+        b_s = sum(-1, cross * a_s, 0, {}, 0, {});
+        c_s = sum(1, at_0, -1, b_s, 0, {});
+    }
+
+    // Radians, of one of the eight branches, each joint within its chain's limits and as near to the
+    // reference as whole turns allow; NaN if it cannot be.
+    Seven joints(double psi, int branch, const Seven& reference) const
+    {
+        const double elbow = branch & 1 ? -1 : 1, s = branch & 2 ? -1 : 1, w = branch & 4 ? -1 : 1;
+        const Rotation r03 =
+            sum(std::sin(psi), a_s, std::cos(psi), b_s, 1, c_s) * Rotation::RotZ(elbow < 0 ? M_PI : 0);
+        const Rotation r47 = (r03 * Rotation::RotY(elbow * theta4)).Inverse() * target;
+        const auto middle = [](const Rotation& r) {
+            return std::atan2(std::hypot(r(0, 2), r(1, 2)), r(2, 2));
+        };
+        const auto first = [](const Rotation& r, double side) {
+            return std::atan2(side * r(1, 2), side * r(0, 2));
+        };
+        const auto last = [](const Rotation& r, double side) {
+            return std::atan2(side * r(2, 1), -side * r(2, 0));
+        };
+        Seven joint = {first(r03, s), s * middle(r03), last(r03, s), elbow * theta4,
+                       first(r47, w), w * middle(r47), last(r47, w)};
+        for (int i = 0; i < 7; ++i) {
+            constexpr double rounding = 3e-6;
+            double nearest = NAN;
+            for (double turn : {-2 * M_PI, 0., 2 * M_PI})
+                if (const double angle = joint[i] + turn; std::fabs(angle) <= chain_limits[i] + rounding)
+                    if (!(std::fabs(nearest - reference[i]) <= std::fabs(angle - reference[i])))
+                        nearest = angle;
+            joint[i] = nearest;
+        }
+        return joint;
+    }
+
+    double squared_distance(double psi, int branch, const Seven& reference) const // infinite if there is none
+    {
+        const Seven joint = joints(psi, branch, reference);
+        double sum_of_squares = 0;
+        for (int i = 0; i < 7; ++i)
+            sum_of_squares += (joint[i] - reference[i]) * (joint[i] - reference[i]);
+        return std::isnan(sum_of_squares) ? INFINITY : sum_of_squares;
+    }
+
+    // The least squared distance for arm angles from `from` to `to`; infinite if there is no solution.
+    double nearest(const Seven& reference, double from, double to, int steps) const
+    {
+        double best = INFINITY;
+        std::vector<double> at(steps + 1);
+        for (int branch = 0; branch < 8; ++branch) {
+            const double width = (to - from) / steps;
+            for (int i = 0; i <= steps; ++i)
+                at[i] = squared_distance(from + width * i, branch, reference);
+            for (int i = 0; i <= steps; ++i)
+                if (at[i] < INFINITY && at[i] <= at[std::max(i - 1, 0)] &&
+                    at[i] <= at[std::min(i + 1, steps)])
+                    best = std::min(best,
+                                    golden_section(from + width * std::max(i - 1, 0),
+                                                   from + width * std::min(i + 1, steps), branch, reference));
+        }
+        return best;
+    }
+
+  private:
+    double golden_section(double a, double b, int branch, const Seven& reference) const
+    {
+        const double ratio = 0.618033988749895;
+        double c = b - ratio * (b - a), d = a + ratio * (b - a);
+        double at_c = squared_distance(c, branch, reference), at_d = squared_distance(d, branch, reference);
+        double best = squared_distance((a + b) / 2, branch, reference);
+        for (int i = 0; i < 50; ++i) {
+            best = std::min({best, at_c, at_d});
+            if (at_c < at_d) {
+                b = d, d = c, at_d = at_c;
+                at_c = squared_distance(c = b - ratio * (b - a), branch, reference);
+            } else {
+                a = c, c = d, at_c = at_d;
+                at_d = squared_distance(d = a + ratio * (b - a), branch, reference);
+            }
+        }
+        return best;
+    }
+};
+
+} // namespace judge
