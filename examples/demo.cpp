@@ -1,6 +1,6 @@
 // The main job in one go: connect to an arm, read it, set a limit, move joint by joint and back while a
-// second thread watches, pause and continue a motion, and see a command refused. Ends with status 0 only if
-// everything was as expected.
+// second thread watches, pause and continue a motion, move along a line and a circle, and see a command
+// refused. Ends with status 0 only if everything was as expected.
 //
 //     demo PORT [MODEL [PICTURE]]        of a controller on this machine, e.g. kx-controller
 #include "kx_base.h"
@@ -99,7 +99,7 @@ void pause_and_continue(int arm, Watcher& watcher)
     sleep_cp(1000);
     expect(watcher.travel(0.3) > 1, "the arm moves");
 
-    watcher.phase("pause", true);
+    watcher.phase("pause", Phase::Shown::over_time);
     expect_success(watcher.exclusively([&] { return Move_Pause_Cmd(arm, true); }), "pausing");
     sleep_cp(1500);
     expect(watcher.travel(0.5) == 0, "the arm stands still while paused");
@@ -107,6 +107,84 @@ void pause_and_continue(int arm, Watcher& watcher)
     watcher.phase("continue");
     expect_success(watcher.exclusively([&] { return Move_Continue_Cmd(arm, true); }), "continuing");
     expect(watcher.wait_for(target, 10), "the paused motion arrives where it was sent");
+}
+
+struct Vector {
+    double x, y, z; // m
+
+    Vector operator+(const Vector& b) const { return {x + b.x, y + b.y, z + b.z}; }
+    Vector operator*(double f) const { return {x * f, y * f, z * f}; }
+    Vector operator-(const Vector& b) const { return *this + b * -1; }
+    double length() const { return std::hypot(x, y, z); }
+};
+
+double dot(const Vector& a, const Vector& b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+// A pose in another place.
+POSE moved(POSE pose, const Vector& way)
+{
+    pose.x += static_cast<float>(way.x);
+    pose.y += static_cast<float>(way.y);
+    pose.z += static_cast<float>(way.z);
+    return pose;
+}
+
+// Sends the tool along a path, and holds what the watcher saw against it.
+// @param beside gives the distance of a place from the path, m
+template <class Beside>
+void follow(Watcher& watcher, const char* path, int sent, const POSE& end, Beside beside)
+{
+    expect_success(sent, path);
+    expect(watcher.wait_for_end(15), "the motion ends");
+    const std::vector<Sample> samples = watcher.samples_of_phase();
+    double farthest = 0;
+    for (const Sample& sample : samples)
+        farthest = std::max(farthest, beside(Vector{sample.x, sample.y, sample.z}));
+    const Sample& last = samples.back();
+    watcher.say("%s: %zu places, none more than %.3f mm beside it", path, samples.size(), 1000 * farthest);
+    expect(samples.size() > 30, "the tool is watched on its way");
+    expect(farthest < 1e-4, "the tool keeps to its path");
+    expect(std::hypot(last.x - end.x, last.y - end.y, last.z - end.z) < 1e-4, "the tool arrives");
+}
+
+void move_along_a_line_and_a_circle(int arm, int model, Watcher& watcher)
+{
+    const float ready_36[7] = {-90, 30, 60, 0, 90}, ready_46[7] = {0, -30, -60, 0, -90},
+                ready_47[7] = {0, 30, 0, 60, 0, 90}; // hand down, in front
+    const float* ready = model == 36 ? ready_36 : model == 46 ? ready_46 : ready_47;
+    watcher.phase("get ready");
+    expect_success(Movej_Cmd(arm, ready, 50, 0, false), "moving");
+    expect(watcher.wait_for(ready, 10), "the arm gets ready");
+    const POSE start = watcher.exclusively([&] { return read_state(arm).pose; });
+
+    const Vector from = {start.x, start.y, start.z}, way = {-0.08, 0.2, 0.05};
+    const POSE corner = moved(start, way);
+    watcher.phase("line", Phase::Shown::along_path);
+    follow(watcher, "line", Movel_Cmd(arm, corner, 50, 0, false), corner, [&](const Vector& place) {
+        const Vector gone = place - from;
+        const double part = std::clamp(dot(gone, way) / dot(way, way), 0.0, 1.0);
+        return (gone - way * part).length();
+    });
+
+    // A circle in the plane of two directions, begun at the first: once round, and two thirds more.
+    const double radius = 0.08, degree = 3.14159265358979 / 180;
+    const Vector first = {0.8, 0.6, 0}, second = {-0.36, 0.48, 0.8}, centre = from + way - first * radius;
+    const auto at = [&](double angle) {
+        return moved(start,
+                     centre - from +
+                         (first * std::cos(angle * degree) + second * std::sin(angle * degree)) * radius);
+    };
+    const POSE via = at(120), end = at(240);
+    watcher.phase("circle", Phase::Shown::along_path);
+    follow(watcher, "circle", Movec_Cmd(arm, via, end, 50, 0, 1, false), end, [&](const Vector& place) {
+        const Vector spoke = place - centre;
+        const double x = dot(spoke, first), y = dot(spoke, second);
+        const double out_of_plane = (spoke - first * x - second * y).length();
+        return std::hypot(out_of_plane, std::hypot(x, y) - radius);
+    });
 }
 
 // The blocking form of a move returns when the motion has ended, or with what went wrong.
@@ -147,6 +225,7 @@ int main(int argc, char** argv)
     Watcher watcher(arm, model);
     move_joint_by_joint_and_back(arm, joints, watcher);
     pause_and_continue(arm, watcher);
+    move_along_a_line_and_a_circle(arm, model, watcher);
     see_a_command_refused(arm, watcher);
     watcher.stop();
     expect(watcher.picture(picture), "the picture is drawn");

@@ -15,9 +15,11 @@ struct Sample {
 
 // A stretch of time in which something particular happened.
 struct Phase {
+    enum class Shown { plain, over_time, along_path }; // where the picture stresses it
+
     double begin, end; // s
     std::string name;
-    bool highlighted;
+    Shown shown;
 };
 
 // False when gnuplot is missing or fails.
@@ -45,7 +47,7 @@ inline bool draw(const std::string& file, const std::string& title, int joints,
         fprintf(plot,
                 "set label '%s' at %.2f, graph 0.02 offset 0.7,0 rotate textcolor '#888888' font ',10'\n",
                 phase.name.c_str(), phase.begin);
-        if (phase.highlighted)
+        if (phase.shown == Phase::Shown::over_time)
             fprintf(plot,
                     "set object rectangle from %.2f, graph 0 to %.2f, graph 1 behind fillcolor '#fff0c8' "
                     "fillstyle noborder\n",
@@ -58,13 +60,26 @@ inline bool draw(const std::string& file, const std::string& title, int joints,
         "plot for [j=1:%d] $arm using 1:(column(j+4)) with lines linewidth 2 title sprintf('joint %%d', j)\n",
         joints);
 
+    // Column 2 is x, 3 is y, 4 is z.
     fputs("unset arrow\nunset label\nunset object\nset key off\nset size ratio -1 0.38,0.475\nset xlabel 'x, "
-          "m'\n"
-          "set origin 0.62,0.475\nset ylabel 'y, m'\nset title 'tool path from above'\n"
-          "plot $arm using 2:3 with lines linewidth 2, '' every ::0::0 using 2:3 with points pointtype 7\n"
-          "set origin 0.62,0\nset ylabel 'z, m'\nset title 'tool path from the side'\n"
-          "plot $arm using 2:4 with lines linewidth 2, '' every ::0::0 using 2:4 with points pointtype 7\n"
-          "unset multiplot\n",
+          "m'\nset xtics 0.2\nset ytics 0.2\n",
           plot);
+    const auto tool_path = [&](const char* view, double top, char axis, int column) {
+        fprintf(plot,
+                "set origin 0.62,%g\nset ylabel '%c, m'\nset title 'tool path from %s'\n"
+                "plot $arm using 2:%d with lines linewidth 2 linecolor 1,"
+                " '' every ::0::0 using 2:%d with points pointtype 7 linecolor 1",
+                top, axis, view, column, column);
+        for (const Phase& phase : phases)
+            if (phase.shown == Phase::Shown::along_path)
+                fprintf(
+                    plot,
+                    ", '' using ($1 >= %.3f && $1 <= %.3f ? $2 : 1/0):%d with lines linewidth 4 linecolor 7",
+                    phase.begin, phase.end, column);
+        fputc('\n', plot);
+    };
+    tool_path("above", 0.475, 'y', 3);
+    tool_path("the side", 0, 'z', 4);
+    fputs("unset multiplot\n", plot);
     return pclose(plot) == 0;
 }

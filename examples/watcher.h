@@ -50,12 +50,30 @@ class Watcher {
         return false;
     }
 
+    // Waits until a motion has begun and the arm stands again; false when that takes longer than some
+    // seconds.
+    bool wait_for_end(double seconds)
+    {
+        sleep_cp(500);
+        for (const double deadline = now() + seconds; now() < deadline; sleep_cp(20))
+            if (travel(0.3) == 0) return true;
+        return false;
+    }
+
     // Names what happens from now on.
-    void phase(const std::string& name, bool highlighted = false)
+    void phase(const std::string& name, Phase::Shown shown = Phase::Shown::plain)
     {
         const std::lock_guard lock(mutex_);
-        phases_.push_back({now(), 0, name, highlighted});
+        phases_.push_back({now(), 0, name, shown});
         row_is_due_ = true;
+    }
+
+    // What was seen since then.
+    std::vector<Sample> samples_of_phase()
+    {
+        const std::lock_guard lock(mutex_);
+        const auto begins = [this](const Sample& sample) { return sample.time >= phases_.back().begin; };
+        return {std::find_if(samples_.begin(), samples_.end(), begins), samples_.end()};
     }
 
     // A line between the rows of the table.
