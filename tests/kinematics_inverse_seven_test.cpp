@@ -150,7 +150,7 @@ TEST_F(InverseSeven, IsTheNearestAtSingularPlaces)
         {{40, 50, 70, 0, 30, 0, 100}, true},          // upper arm, forearm and hand in line
         {{0, 0, 0, 0, 0, 0, 0}, true},                // all of it
         {{40, 0, 70, 80, 30, 0, 100}, false},         // upper arm and hand upright
-        {{40, -35.2649f, 0, 80, 30, 60, 100}, false},  // wrist upright over the shoulder, elbow bent
+        {{40, -35.2649f, 0, 80, 30, 60, 100}, false}, // wrist upright over the shoulder, elbow bent
         {{40, 1e-3f, 70, 50, 30, 1e-3f, 100}, false}, // nearly so
         {{40, 50, 70, 1e-2f, 30, 60, 100}, false},    //
         {{180, 130, -180, 0, 180, -128, 360}, false}, // at the limits besides
