@@ -3,6 +3,7 @@
 #include "runtime/command.h"
 
 #include <arpa/inet.h>
+#include <netinet/tcp.h>
 #include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -36,6 +37,11 @@ int Arm_Socket_Start(const char* ip, int port, int model, int recv_timeout)
     // The kernel wants a timeval here and refuses this length, so no time-out takes effect; none is needed,
     // since nothing ever reads in blocking mode.
     setsockopt(sockfd, SOL_SOCKET, SO_RCVTIMEO, &recv_timeout, 4);
+
+    // Every line goes out at once. Otherwise the kernel would hold it back until the controller has
+    // acknowledged the one before, and streamed targets would come in bunches of 20 ms and more.
+    const int at_once = 1;
+    setsockopt(sockfd, IPPROTO_TCP, TCP_NODELAY, &at_once, sizeof at_once);
 
     if (connect(sockfd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0)
         return KX_BAD_DESCRIPTOR;
