@@ -14,6 +14,7 @@ constexpr double max_joint_acceleration = 3600; // degrees/s^2
 constexpr CartesianLimits max_cartesian_limits = {1, 10, 6, 60};
 constexpr double finest_limit = 0.001; // the wire's resolution
 constexpr double calibration_time = 1; // s per joint
+constexpr std::size_t max_waypoints = 10000;
 
 constexpr double room_temperature = 25; // degrees Celsius
 constexpr double idle_warmth = 5;       // of a powered joint at rest, above the room
@@ -23,6 +24,11 @@ constexpr double warmth_per_degree =
 constexpr double supply_voltage = 48;    // V
 constexpr double line_resistance = 0.05; // Ohm, from the supply to the joints
 
+std::vector<double> values(const POSE& pose)
+{
+    return {pose.x, pose.y, pose.z, pose.rx, pose.ry, pose.rz};
+}
+
 } // namespace
 
 Arm::Arm(int model_code) : model_(model_code), motions_(Joints(model_.lower.size()))
@@ -30,17 +36,36 @@ Arm::Arm(int model_code) : model_(model_code), motions_(Joints(model_.lower.size
     for (std::size_t i = 0; i < model_.lower.size(); ++i)
         joints_.push_back({.min_position = model_.lower[i], .max_position = model_.upper[i]});
     calibration_ended_ = calibration_began_ + calibration_time * static_cast<double>(joints_.size());
+    settings_.lengths = model_.lengths;
+    settings_.zero_offset = Joints(joints_.size());
 }
 
 void Arm::advance(double time)
 {
     const Joints before = position();
-    motions_.advance(time);
+    if (follower_.moving()) {
+        const double until = follower_.advance(time);
+        motions_.set_position(follower_.position(), until);
+    }
+    if (!follower_.moving()) motions_.advance(time);
     const double kept = std::exp(-(time - time_) / cooling_time);
     for (std::size_t i = 0; i < joints_.size(); ++i)
         joints_[i].warmth = idle_warmth + (joints_[i].warmth - idle_warmth) * kept +
                             warmth_per_degree * std::abs(position()[i] - before[i]);
     time_ = time;
+}
+
+std::optional<double> Arm::next_event() const
+{
+    return follower_.moving() ? follower_.next_event() : motions_.next_event();
+}
+
+POSE Arm::tool_pose() const
+{
+    if (frames_.are_references())
+        return model_.tool_pose(position()); // as applications compute it themselves
+    const Frames frames = frames_.active();
+    return frames.pose_of(frames.tool_of(flange()));
 }
 
 int Arm::error() const
@@ -82,14 +107,25 @@ void Arm::set_max_position(std::size_t joint, double position)
 void Arm::set_enabled(std::size_t joint, bool enabled)
 {
     joints_[joint].enabled = enabled;
-    if (!enabled) motions_.drop_all("a joint was disabled");
+    if (!enabled) stop("a joint was disabled");
 }
 
 void Arm::set_zero_position(std::size_t joint)
 {
-    if (!motions_.idle()) throw Refused("the arm is moving");
+    if (!standing()) throw Refused("the arm is moving");
     Joints moved = position();
     moved[joint] = 0;
+    motions_.set_position(std::move(moved));
+}
+
+void Arm::set_zero_offset(const Joints& offset)
+{
+    if (!standing()) throw Refused("the arm is moving");
+    Joints moved = position();
+    for (std::size_t i = 0; i < moved.size(); ++i)
+        moved[i] += offset[i] - settings_.zero_offset[i];
+    joint_limits().check(moved);
+    settings_.zero_offset = offset;
     motions_.set_position(std::move(moved));
 }
 
@@ -103,7 +139,7 @@ void Arm::set_initial_pose(const Joints& pose)
 void Arm::raise_error(std::size_t joint, int code)
 {
     joints_[joint].error = code;
-    motions_.drop_all("a joint has failed");
+    stop("a joint has failed");
 }
 
 void Arm::clear_error(std::size_t joint)
@@ -113,7 +149,7 @@ void Arm::clear_error(std::size_t joint)
 
 void Arm::start_calibration()
 {
-    if (!motions_.idle()) throw Refused("the arm is moving");
+    if (!standing()) throw Refused("the arm is moving");
     if (time_ < calibration_ended_) throw Refused("calibration is running already");
     calibration_began_ = time_;
     calibration_ended_ = time_ + calibration_time * static_cast<double>(joints_.size());
@@ -144,12 +180,13 @@ Joints Arm::currents() const
 {
     // Enough to look alive: the joints that carry the arm hold it against gravity, and all draw more when
     // they run.
-    const Joints velocity = motions_.velocity();
+    const Joints velocity = follower_.moving() ? follower_.velocity() : motions_.velocity();
     Joints currents(joints_.size());
     for (std::size_t i = 0; i < currents.size(); ++i) {
         if (!joints_[i].enabled) continue;
         const double reach = std::sin(position()[1] * 3.14159265358979 / 180);
-        const double holding = i == 1 || i == 2 ? 0.8 * std::abs(reach) : 0.1;
+        const double load = 1 + 0.1 * frames_.tools.active().load.mass;
+        const double holding = i == 1 || i == 2 ? 0.8 * load * std::abs(reach) : 0.1;
         currents[i] = 0.2 + holding + 0.01 * std::abs(velocity[i]);
     }
     return currents;
@@ -166,52 +203,182 @@ Joints Arm::voltages() const
 
 void Arm::move_joints(const Joints& target, double percent, Ended ended)
 {
+    plan_joints([target](const Joints&) { return target; }, percent, std::move(ended));
+}
+
+void Arm::step_joint(std::size_t joint, double degrees, double percent, Ended ended)
+{
+    const auto target = [joint, degrees](Joints position) {
+        position[joint] += degrees;
+        return position;
+    };
+    plan_joints(target, percent, std::move(ended));
+}
+
+void Arm::jog_joint(std::size_t joint, bool up, double percent)
+{
+    const auto limit = [this, joint, up](Joints position) {
+        double& angle = position[joint];
+        angle =
+            up ? std::max(angle, joints_[joint].max_position) : std::min(angle, joints_[joint].min_position);
+        return position;
+    };
+    plan_joints(
+        limit, percent, [](const std::string&) {}, true);
+}
+
+void Arm::stop_jogging()
+{
+    if (motions_.jogging()) motions_.drop_all("jogging was stopped");
+}
+
+void Arm::plan_joints(std::function<Joints(const Joints& from)> target, double percent, Ended ended,
+                      bool is_jog)
+{
     auto plan = [this, target, percent](const Joints& from) {
+        const Joints to = target(from);
         check_ready();
         const JointLimits limits = joint_limits();
-        limits.check(target);
-        const Pace full = joint_line_pace(from, target, limits.max_speed, limits.max_acceleration);
-        return Course{std::make_unique<JointLine>(from, target),
+        limits.check(to);
+        const Pace full = joint_line_pace(from, to, limits.max_speed, limits.max_acceleration);
+        return Course{std::make_unique<JointLine>(from, to),
                       {full.speed * percent / 100, full.acceleration * percent / 100},
                       full.acceleration};
     };
-    motions_.add({MotionKind::joint, target, std::move(plan), std::move(ended)});
+    motions_.add({MotionKind::joint, target(motions_.end()), std::move(plan), std::move(ended), is_jog});
+}
+
+void Arm::wait(double seconds)
+{
+    // A path without length, run at an even pace.
+    auto plan = [seconds](const Joints& from) {
+        const Pace pace = {1 / seconds, 1e6 / (seconds * seconds)};
+        return Course{std::make_unique<JointLine>(from, from), pace, pace.acceleration};
+    };
+    motions_.add({MotionKind::none, position(), std::move(plan), [](const std::string&) {}});
+}
+
+void Arm::pass_through(const Joints& target)
+{
+    aim(target);
+}
+
+void Arm::pass_through(const POSE& target)
+{
+    const Frames frames = frames_.active();
+    aim(model_.joints_for(frames.flange_of(frames.tool_in_base(target)), position(), Model::Elbow::near));
+}
+
+void Arm::add_waypoint(const Joints& position)
+{
+    joint_limits().check(position);
+    if (waypoints_.size() >= max_waypoints) throw Refused("there is no room for another waypoint");
+    waypoints_.push_back(position);
+}
+
+void Arm::clear_waypoints()
+{
+    if (follower_.playing()) throw Refused("waypoints are being played");
+    waypoints_.clear();
+}
+
+void Arm::play_waypoints(double frequency)
+{
+    if (waypoints_.empty()) throw Refused("there are no waypoints");
+    if (!standing()) throw Refused("the arm is moving");
+    for (const Joints& waypoint : waypoints_)
+        joint_limits().check(waypoint);
+    aim(waypoints_.front());
+    follower_.play(waypoints_, frequency);
+}
+
+void Arm::stop_waypoints()
+{
+    if (follower_.playing()) follower_.halt();
+}
+
+void Arm::stop(const std::string& why)
+{
+    motions_.drop_all(why);
+    if (follower_.moving()) follower_.halt();
+}
+
+void Arm::aim(const Joints& target)
+{
+    check_ready();
+    joint_limits().check(target);
+    if (follower_.playing()) throw Refused("waypoints are being played");
+    if (!motions_.idle()) throw Refused("motions are planned");
+    if (!follower_.moving()) {
+        std::vector<Follower::Limits> limits;
+        for (const Joint& joint : joints_)
+            limits.push_back({joint.max_speed, joint.max_acceleration});
+        follower_.start(time_, position(), std::move(limits));
+    }
+    follower_.aim(target);
 }
 
 void Arm::move_joints_to(const POSE& target, double percent, Ended ended)
 {
-    const KDL::Frame flange = frames_.flange_of(frames_.tool_in_base(target));
+    const Frames frames = frames_.active();
+    const KDL::Frame flange = frames.flange_of(frames.tool_in_base(target));
     move_joints(model_.joints_for(flange, motions_.end(), Model::Elbow::anywhere), percent, std::move(ended));
 }
 
 void Arm::move_line(const POSE& target, double percent, Ended ended)
 {
-    const KDL::Frame to = frames_.tool_in_base(target);
+    const KDL::Frame to = frames_.active().tool_in_base(target);
     move_tool(MotionKind::line, target, percent, std::move(ended),
               [to](const KDL::Frame& from) { return line(from, to); });
 }
 
 void Arm::move_circle(const POSE& via, const POSE& target, int whole_circles, double percent, Ended ended)
 {
-    const KDL::Vector over = frames_.tool_in_base(via).p;
-    const KDL::Frame to = frames_.tool_in_base(target);
+    const KDL::Vector over = frames_.active().tool_in_base(via).p;
+    const KDL::Frame to = frames_.active().tool_in_base(target);
     move_tool(MotionKind::circle, target, percent, std::move(ended),
               [=](const KDL::Frame& from) { return circle(from, over, to, whole_circles); });
+}
+
+void Arm::step_tool(const KDL::Twist& step, double percent, Ended ended)
+{
+    const Frames frames = frames_.active();
+    const auto stepped = [in_base = frames.work.M * step](const KDL::Frame& from) {
+        return KDL::addDelta(from, in_base);
+    };
+    const POSE target = frames.pose_of(stepped(frames.tool_of(model_.flange(motions_.end()))));
+    move_tool(MotionKind::line, target, percent, std::move(ended),
+              [stepped](const KDL::Frame& from) { return line(from, stepped(from)); });
+}
+
+void Arm::jog_tool(const KDL::Twist& direction, double percent)
+{
+    constexpr double beyond_reach = 2, longest_turn = 3; // m, rad: a line turns less than half a turn
+    auto plan = [this, percent, direction, frames = frames_.active()](const Joints& from) {
+        check_ready();
+        const KDL::Frame tool = frames.tool_of(model_.flange(from));
+        const KDL::Twist in_base = frames.work.M * direction;
+        const auto course = [&](double length) {
+            return follow(line(tool, KDL::addDelta(tool, in_base, length)), from, model_, frames,
+                          joint_limits(), cartesian_limits_, percent);
+        };
+        return farthest(course, direction.rot.Norm() > 0 ? longest_turn : beyond_reach);
+    };
+    const Frames frames = frames_.active();
+    const POSE here = frames.pose_of(frames.tool_of(model_.flange(motions_.end())));
+    motions_.add({MotionKind::line, values(here), std::move(plan), [](const std::string&) {}, true});
 }
 
 /** @param lay gives the tool's path from a frame in the base */
 template <typename LayPath>
 void Arm::move_tool(MotionKind kind, const POSE& target, double percent, Ended ended, LayPath lay)
 {
-    auto plan = [this, percent, lay, frames = frames_](const Joints& from) {
+    auto plan = [this, percent, lay, frames = frames_.active()](const Joints& from) {
         check_ready();
         const ToolPath path = lay(frames.tool_of(model_.flange(from)));
         return follow(path, from, model_, frames, joint_limits(), cartesian_limits_, percent);
     };
-    motions_.add({kind,
-                  {target.x, target.y, target.z, target.rx, target.ry, target.rz},
-                  std::move(plan),
-                  std::move(ended)});
+    motions_.add({kind, values(target), std::move(plan), std::move(ended)});
 }
 
 void Arm::set_cartesian_limit(double CartesianLimits::*limit, double value)
@@ -224,6 +391,7 @@ void Arm::set_cartesian_limit(double CartesianLimits::*limit, double value)
 void Arm::check_ready() const
 {
     if (time_ < calibration_ended_) throw Refused("calibration is running");
+    if (!settings_.arm_servo || !settings_.system_servo) throw Refused("the servos are off");
     for (std::size_t i = 0; i < joints_.size(); ++i) {
         const std::string joint = "joint " + std::to_string(i + 1);
         if (joints_[i].error) throw Refused(joint + " is in error");

@@ -5,7 +5,9 @@
 // Refused and has changed nothing. New limits hold for motions that begin after them.
 #pragma once
 
+#include "arm_settings.h"
 #include "cartesian.h"
+#include "follower.h"
 #include "motion.h"
 
 namespace kx::sim {
@@ -31,14 +33,15 @@ class Arm {
     explicit Arm(int model_code);
 
     void advance(double time);
-    std::optional<double> next_event() const { return motions_.next_event(); }
+    std::optional<double> next_event() const;
 
     const Model& model() const { return model_; }
     std::size_t joint_count() const { return joints_.size(); }
     const std::vector<Joint>& joints() const { return joints_; }
     const Joints& position() const { return motions_.position(); }
-    POSE tool_pose() const { return model_.tool_pose(position()); }
-    int error() const; ///< that of the first joint in error, 0 when healthy
+    KDL::Frame flange() const { return model_.flange(position()); }
+    POSE tool_pose() const; ///< of the active tool in the active work frame
+    int error() const;      ///< that of the first joint in error, 0 when healthy
 
     // Joints are counted from 0 here.
     void set_max_speed(std::size_t joint, double speed);
@@ -47,6 +50,7 @@ class Arm {
     void set_max_position(std::size_t joint, double position);
     void set_enabled(std::size_t joint, bool enabled); ///< disabling stops the arm
     void set_zero_position(std::size_t joint);         ///< the present position reads 0 from now on
+    void set_zero_offset(const Joints& offset);        ///< is part of the readings from now on
     void set_initial_pose(const Joints& pose);
     void raise_error(std::size_t joint, int code); ///< what a fault in the joint would do: stops the arm
     void clear_error(std::size_t joint);
@@ -59,30 +63,60 @@ class Arm {
     Joints currents() const;     ///< A
     Joints voltages() const;     ///< V
 
-    /** Moves all joints to a target. @param percent of speed and acceleration limits, 1 to 100 */
-    void move_joints(const Joints& target, double percent, Ended ended);
+    // Percentages are of the limits of the joints, or of the tool, 1 to 100. Motions keep the frames under
+    // which they were asked for.
 
-    /** The same to a pose, as near as can be to where the joints will be then. */
+    void move_joints(const Joints& target, double percent, Ended ended);
+    void step_joint(std::size_t joint, double degrees, double percent, Ended ended);
+
+    /** To a pose, as near as can be to where the joints will be then. */
     void move_joints_to(const POSE& target, double percent, Ended ended);
 
-    /** Moves the tool along a straight line. @param percent of the Cartesian limits, 1 to 100 */
+    /** Moves the tool along a straight line. */
     void move_line(const POSE& target, double percent, Ended ended);
 
     /** Moves the tool along the arc over `via` to the target, after so many whole circles. */
     void move_circle(const POSE& via, const POSE& target, int whole_circles, double percent, Ended ended);
 
+    /** Moves the tool along or about axes of the work frame, by metres, or by radians less than half a turn.
+     */
+    void step_tool(const KDL::Twist& step, double percent, Ended ended);
+
+    // Jogging goes on until the arm can go no farther, or until it is stopped.
+    void jog_joint(std::size_t joint, bool up, double percent);
+    void jog_tool(const KDL::Twist& direction, double percent); ///< a unit vector of either kind
+    void stop_jogging();
+
+    /** Lets the planned motions wait. */
+    void wait(double seconds);
+
+    // Hands a target to the drives. Motions begin when it is reached.
+    void pass_through(const Joints& target);
+    void pass_through(const POSE& target);
+
+    void add_waypoint(const Joints& position);
+    void clear_waypoints();
+    void play_waypoints(double frequency); ///< Hz: hands one after the other to the drives
+    void stop_waypoints();
+
+    /** Slows the arm down and drops all that it was to do. */
+    void stop(const std::string& why);
+
     const CartesianLimits& cartesian_limits() const { return cartesian_limits_; }
     void set_cartesian_limit(double CartesianLimits::*limit, double value);
-
-    /** The active ones; motions keep those under which they were asked for. */
-    const Frames& frames() const { return frames_; }
-    void set_frames(const Frames& frames) { frames_ = frames; }
+    void restore_cartesian_limits() { cartesian_limits_ = {}; }
 
     Motions& motions() { return motions_; }
+    StoredFrames& frames() { return frames_; }
+    ArmSettings& settings() { return settings_; }
 
   private:
+    void plan_joints(std::function<Joints(const Joints& from)> target, double percent, Ended ended,
+                     bool is_jog = false);
     template <typename LayPath>
     void move_tool(MotionKind kind, const POSE& target, double percent, Ended ended, LayPath lay);
+    void aim(const Joints& target);
+    bool standing() const { return motions_.idle() && !follower_.moving(); }
     void check_ready() const;
     JointLimits joint_limits() const;
     Joints each(double Joint::*member) const;
@@ -90,8 +124,11 @@ class Arm {
     Model model_;
     std::vector<Joint> joints_;
     CartesianLimits cartesian_limits_;
-    Frames frames_;
     Motions motions_;
+    Follower follower_; ///< moves the arm when no motion does
+    std::vector<Joints> waypoints_;
+    StoredFrames frames_;
+    ArmSettings settings_;
     double time_ = 0;
     double calibration_began_ = -1e9; ///< arms come calibrated
     double calibration_ended_;        ///< when the run is or was over

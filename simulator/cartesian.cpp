@@ -27,6 +27,9 @@ constexpr double off_rotation = 5e-4; // rad
 // Joints that move more than this in the shortest step have come to another branch of solutions.
 constexpr double jump = 1; // degrees
 
+// The end of what the arm can follow is found to this part of the longest path.
+constexpr double finest_end = 1.0 / 2048;
+
 // Less is no path: the wire counts in micrometres and thousandths of a radian.
 constexpr double no_length = 1e-6; // m
 constexpr double no_turn = 1e-5;   // rad
@@ -206,11 +209,6 @@ void JointLimits::check(const Joints& position) const
             throw Refused("joint " + std::to_string(i + 1) + " would leave its limits");
 }
 
-KDL::Frame Frames::tool_in_base(const POSE& pose) const
-{
-    return work * KDL::Frame(KDL::Rotation::RPY(pose.rx, pose.ry, pose.rz), {pose.x, pose.y, pose.z});
-}
-
 ToolPath line(const KDL::Frame& from, const KDL::Frame& to)
 {
     return {std::make_unique<KDL::Path_Line>(from, to, new KDL::RotationalInterpolation_SingleAxis,
@@ -266,6 +264,21 @@ Course follow(const ToolPath& path, const Joints& from, const Model& model, cons
         braking = std::min(braking, left / first);
     });
     return {std::move(curve), pace, braking};
+}
+
+Course farthest(const std::function<Course(double length)>& course, double longest)
+{
+    // What can be followed to the end can be followed to any place before, so halving finds the last one.
+    const double shortest = longest * finest_end;
+    double possible = shortest;
+    Course found = course(shortest);
+    for (double step = longest / 2; step >= shortest; step /= 2)
+        try {
+            found = course(possible + step);
+            possible += step;
+        } catch (const Refused&) {
+        }
+    return found;
 }
 
 } // namespace kx::sim

@@ -6,6 +6,7 @@
 
 #include <kdl/path.hpp>
 
+#include "frames.h"
 #include "motion.h"
 
 namespace kx::sim {
@@ -24,16 +25,6 @@ struct JointLimits {
 
     /** @throws Refused if a joint is beyond them */
     void check(const Joints& position) const;
-};
-
-/** What commanded poses mean: those of the tool, seen from the work frame. */
-struct Frames {
-    KDL::Frame tool; ///< in the flange
-    KDL::Frame work; ///< in the base
-
-    KDL::Frame tool_in_base(const POSE& commanded) const;
-    KDL::Frame tool_of(const KDL::Frame& flange) const { return flange * tool; }
-    KDL::Frame flange_of(const KDL::Frame& tool_in_base) const { return tool_in_base * tool.Inverse(); }
 };
 
 /** A path of the tool in the base. */
@@ -55,5 +46,9 @@ ToolPath circle(const KDL::Frame& from, const KDL::Vector& via, const KDL::Frame
  *  @throws Refused if the arm cannot follow all the way */
 Course follow(const ToolPath& path, const Joints& from, const Model& model, const Frames& frames,
               const JointLimits& joints, const CartesianLimits& cartesian, double percent);
+
+/** The longest course that the arm can follow. @param course of a length; throws Refused if that is too long
+ *  @throws Refused if there is none */
+Course farthest(const std::function<Course(double length)>& course, double longest);
 
 } // namespace kx::sim

@@ -17,6 +17,7 @@ struct Call {
     const Json& request;
     Arm& arm;
     const Send& send;
+    const Log& log;
 
     const Json& operator[](const char* key) const { return member(request, key); }
 
@@ -25,6 +26,12 @@ struct Call {
 
     /** The pair [joint, value in thousandths]. */
     std::pair<std::size_t, double> joint_and_value(const char* key) const;
+
+    /** One value for every joint, sent in thousandths. */
+    Joints joints(const char* key) const { return from_thousandths((*this)[key], arm.joint_count()); }
+
+    /** The speed of a motion, "v". */
+    int percent() const { return integer((*this)["v"], "the speed", 1, 100); }
 
     /** Tells the asker that its motion has ended. */
     Arm::Ended completion() const;
@@ -45,13 +52,21 @@ struct Command {
 
     /** The reply's "command": clients recognise the reply by it. Mostly the command's name. */
     std::string_view recognised_by = name;
+
+    /** Clients send many of these without waiting, and register for a push with each. */
+    bool streamed = false;
 };
 
 /** The line of a reply. An error text is cut as far as needed. @throws std::length_error if it cannot fit */
 std::string reply_line(Json reply);
 
+std::span<const Command> arm_setting_commands();
+std::span<const Command> controller_commands();
+std::span<const Command> frame_commands();
 std::span<const Command> joint_parameter_commands();
 std::span<const Command> motion_commands();
+std::span<const Command> pass_through_commands();
 std::span<const Command> state_commands();
+std::span<const Command> teaching_commands();
 
 } // namespace kx::sim

@@ -5,11 +5,6 @@ namespace kx::sim {
 
 namespace {
 
-int percent(const Call& call)
-{
-    return integer(call["v"], "the speed", 1, 100);
-}
-
 /** The arm comes to rest between two motions, so the radius for blending them is only checked. */
 void check_blend_radius(const Call& call)
 {
@@ -32,9 +27,9 @@ Json target_of(const Motion& motion)
 constexpr Command commands[] = {
     {"movej", "trajectory_state",
      [](Call& call) -> Json {
-         const Joints target = joints_from(call["joint"], call.arm.joint_count());
+         const Joints target = call.joints("joint");
          check_blend_radius(call);
-         call.arm.move_joints(target, percent(call), call.completion());
+         call.arm.move_joints(target, call.percent(), call.completion());
          return answered_later;
      },
      "current_trajectory_state"},
@@ -42,7 +37,7 @@ constexpr Command commands[] = {
      [](Call& call) -> Json {
          const POSE target = pose_from(call["pose"]);
          check_blend_radius(call);
-         call.arm.move_line(target, percent(call), call.completion());
+         call.arm.move_line(target, call.percent(), call.completion());
          return answered_later;
      },
      "current_trajectory_state"},
@@ -52,7 +47,7 @@ constexpr Command commands[] = {
          const POSE target = pose_from(member(call["pose"], "pose_to"));
          check_blend_radius(call);
          const int loop = integer(call["loop"], "the number of repetitions", 0, 255);
-         call.arm.move_circle(via, target, loop, percent(call), call.completion());
+         call.arm.move_circle(via, target, loop, call.percent(), call.completion());
          return answered_later;
      },
      "current_trajectory_state"},
@@ -60,13 +55,13 @@ constexpr Command commands[] = {
      [](Call& call) -> Json {
          const POSE target = pose_from(call["pose"]);
          check_blend_radius(call);
-         call.arm.move_joints_to(target, percent(call), call.completion());
+         call.arm.move_joints_to(target, call.percent(), call.completion());
          return answered_later;
      },
      "current_trajectory_state"},
     {"set_arm_stop", "arm_stop",
      [](Call& call) -> Json {
-         call.arm.motions().drop_all("the arm was stopped");
+         call.arm.stop("the arm was stopped");
          return true;
      }},
     {"set_arm_pause", "arm_pause",
@@ -93,7 +88,8 @@ constexpr Command commands[] = {
     {"get_arm_current_trajectory", "",
      [](Call& call) -> Json {
          const Motion* motion = call.arm.motions().current();
-         if (!motion) return {{"data", thousandths(call.arm.position())}, {"type", "none"}};
+         if (!motion || motion->kind == MotionKind::none)
+             return {{"data", thousandths(call.arm.position())}, {"type", "none"}};
          return {{"data", target_of(*motion)}, {"type", names[static_cast<int>(motion->kind)]}};
      }},
 };

@@ -36,7 +36,7 @@ constexpr Command commands[] = {
     {"get_arm_plan_num", "plan_num", [](Call& call) -> Json { return call.arm.motions().current_number(); }},
     {"set_init_pose", "init_pose",
      [](Call& call) -> Json {
-         call.arm.set_initial_pose(joints_from(call["init_pose"], call.arm.joint_count()));
+         call.arm.set_initial_pose(call.joints("init_pose"));
          return true;
      }},
     {"get_init_pose", "init_pose",

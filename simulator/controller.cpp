@@ -39,18 +39,19 @@ std::string reply_line(Json reply)
     return line;
 }
 
-Controller::Controller(int model, std::function<void(const std::string&)> log)
-    : arm_(model), log_(std::move(log))
+Controller::Controller(int model, Log log) : arm_(model), log_(std::move(log))
 {
-    for (const auto family : {joint_parameter_commands(), motion_commands(), state_commands()})
+    for (const auto family :
+         {arm_setting_commands(), controller_commands(), frame_commands(), joint_parameter_commands(),
+          motion_commands(), pass_through_commands(), state_commands(), teaching_commands()})
         for (const Command& command : family)
             commands_.emplace(command.name, &command);
 }
 
-void Controller::handle(const std::string& request, double time, const Send& send)
+void Controller::handle(const std::string& request, double time, const Send& send, const Push& push)
 {
     arm_.advance(time);
-    answer(request, send);
+    answer(request, send, push);
     arm_.advance(time); // begins motions, and reports those that have ended by now
 }
 
@@ -60,7 +61,7 @@ void Controller::complain(const std::string& fault, const Send& send)
     send(reply_line({{"error", fault}}));
 }
 
-void Controller::answer(const std::string& text, const Send& send)
+void Controller::answer(const std::string& text, const Send& send, const Push& push)
 {
     const Json request = Json::parse(text, nullptr, false);
     if (request.is_discarded()) return complain("not JSON", send);
@@ -73,22 +74,27 @@ void Controller::answer(const std::string& text, const Send& send)
 
     const Command& command = *known->second;
     Json reply = {{"command", command.recognised_by}};
+    std::string line;
     try {
-        Call call{request, arm_, send};
+        Call call{request, arm_, send, log_};
         Json value = command.handle(call);
         if (value == answered_later) return;
         if (command.key.empty())
             reply.update(value);
         else
             reply[std::string(command.key)] = std::move(value);
-        send(reply_line(std::move(reply)));
+        line = reply_line(std::move(reply));
     } catch (const std::exception& refused) {
         log_("refused " + std::string(command.name) + ": " + refused.what());
         reply = {{"command", command.recognised_by}};
         if (!command.key.empty()) reply[std::string(command.key)] = false;
         reply["error"] = refused.what();
-        send(reply_line(std::move(reply)));
+        line = reply_line(std::move(reply));
     }
+    if (command.streamed && push)
+        push(command.recognised_by, line);
+    else
+        send(line);
 }
 
 } // namespace kx::sim

@@ -15,16 +15,21 @@ struct Command;
 /** Sends one reply line, line feed included, to the client that asked; also later, when a motion ends. */
 using Send = std::function<void(const std::string& line)>;
 
+/** Answers one of the many requests by which a client streams; see Outbox. */
+using Push = std::function<void(std::string_view kind, const std::string& line)>;
+
+using Log = std::function<void(const std::string& text)>;
+
 class Controller {
   public:
     /** Clients read replies into a buffer of this many bytes, line feed and terminating zero included. */
     static constexpr std::size_t reply_buffer = 300;
 
-    /** @param log takes a line without line end for everything that was refused */
-    Controller(int model, std::function<void(const std::string&)> log);
+    /** @param log takes a line without line end for everything that was refused or leads out of here */
+    Controller(int model, Log log);
 
-    /** Answers a request; `time` as for advance(). */
-    void handle(const std::string& request, double time, const Send& send);
+    /** Answers a request; `time` as for advance(). Without `push`, pushes are sent like replies. */
+    void handle(const std::string& request, double time, const Send& send, const Push& push = {});
 
     /** Answers bytes that are no request at all. */
     void complain(const std::string& fault, const Send& send);
@@ -38,10 +43,10 @@ class Controller {
     Arm& arm() { return arm_; }
 
   private:
-    void answer(const std::string& request, const Send& send);
+    void answer(const std::string& request, const Send& send, const Push& push);
 
     Arm arm_;
-    std::function<void(const std::string&)> log_;
+    Log log_;
     std::unordered_map<std::string_view, const Command*> commands_;
 };
 

@@ -40,6 +40,11 @@ Model::Model(int arm_code) : code(arm_code)
         lower.push_back(JOINT7_LOWER);
         upper.push_back(JOINT7_UPPER);
     }
+    lengths = code == 36   ? std::array<double, 5>{d1, a2, a3, d4, lwt}
+              : code == 46 ? std::array<double, 5>{lsb, lse, lew, lwt}
+                           : std::array<double, 5>{dbs, dse, dew, lwt};
+    for (double& length : lengths)
+        length *= 1000;
 }
 
 POSE Model::tool_pose(const Joints& angles) const

@@ -2,6 +2,7 @@
 // angles of poses.
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include <kdl/frames.hpp>
@@ -32,7 +33,8 @@ class Model {
     Joints joints_for(const KDL::Frame& flange, const Joints& reference, Elbow elbow) const;
 
     const int code;
-    Joints lower, upper; ///< mechanical range of each joint
+    Joints lower, upper;           ///< mechanical range of each joint
+    std::array<double, 5> lengths; ///< of the links, from the base on, mm
 
   private:
     Joints bent_towards(const KDL::Frame& target, Joints found) const;

@@ -36,6 +36,8 @@ Pace joint_line_pace(const Joints& from, const Joints& to, const Joints& max_spe
 void Motions::add(Motion motion)
 {
     if (waiting_.size() >= capacity) throw Refused("too many motions are waiting");
+    if (jogging()) throw Refused("the arm is being jogged");
+    if (motion.is_jog && !free()) throw Refused("motions are planned");
     Joints end = motion.plan(this->end()).path->at(1);
     waiting_.push_back({std::move(motion), ++last_number_, std::move(end)});
 }
@@ -50,7 +52,7 @@ Joints Motions::end() const
 void Motions::pause()
 {
     if (paused_) throw Refused("already paused");
-    if (waiting_.empty() && (!running_ || !running_->dropped.empty())) throw Refused("nothing to pause");
+    if (free()) throw Refused("nothing to pause");
     paused_ = true;
     brake();
 }
@@ -109,6 +111,12 @@ std::optional<double> Motions::next_event() const
 {
     if (!moving()) return std::nullopt;
     return running_->since + running_->profile->Duration();
+}
+
+bool Motions::jogging() const
+{
+    if (!waiting_.empty()) return waiting_.front().motion.is_jog;
+    return !free() && running_->motion.is_jog;
 }
 
 Joints Motions::velocity() const

@@ -64,6 +64,7 @@ struct Motion {
     std::function<Course(const Joints& from)> plan;
     /** Called once, at the end; the text is empty if the target was reached, else it says why not. */
     std::function<void(const std::string& broken_off)> ended;
+    bool is_jog = false; ///< runs until it is stopped or cannot go on; nothing can be planned behind it
 };
 
 class Motions {
@@ -103,11 +104,19 @@ class Motions {
     /** Degrees/s. */
     Joints velocity() const;
 
-    /** Redefines where the standing arm is. */
+    /** Redefines where the arm is that stands, or is moved by something else. */
     void set_position(Joints position) { position_ = std::move(position); }
+
+    /** The same, at a time from which on motions may begin. */
+    void set_position(Joints position, double time) { position_ = std::move(position), time_ = time; }
 
     bool moving() const { return running_ && running_->profile; }
     bool idle() const { return !running_ && waiting_.empty(); }
+
+    /** Nothing is planned, though what was broken off may still slow down. */
+    bool free() const { return waiting_.empty() && (!running_ || !running_->dropped.empty()); }
+
+    bool jogging() const;
 
     /** The motion that runs (or is held by a pause), if any, and its number, counted from 1. */
     const Motion* current() const { return running_ ? &running_->motion : nullptr; }

@@ -22,19 +22,42 @@ int integer(const Json& value, const char* what, int low, int high)
     return static_cast<int>(number);
 }
 
+double number(const Json& value, const char* what, double low, double high)
+{
+    const double number = value.is_number() ? value.get<double>() : NAN;
+    if (!(number >= low && number <= high))
+        throw Refused(std::string(what) + " must be a number from " + Json(low).dump() + " to " +
+                      Json(high).dump());
+    return number;
+}
+
+const std::string& text(const Json& value)
+{
+    if (!value.is_string()) throw Refused("a text was expected");
+    return value.get_ref<const std::string&>();
+}
+
 double from_thousandths(const Json& value)
 {
     if (!value.is_number()) throw Refused("a number was expected");
     return value.get<double>() / 1000;
 }
 
-Joints joints_from(const Json& array, std::size_t count)
+std::vector<double> numbers(const Json& array, std::size_t count)
 {
     if (!array.is_array() || array.size() != count)
-        throw Refused("an array of " + std::to_string(count) + " joint values was expected");
-    Joints values;
+        throw Refused("an array of " + std::to_string(count) + " numbers was expected");
+    std::vector<double> values;
     for (const Json& value : array)
-        values.push_back(from_thousandths(value));
+        values.push_back(number(value, "each number", -2147483648.0, 2147483647.0));
+    return values;
+}
+
+std::vector<double> from_thousandths(const Json& array, std::size_t count)
+{
+    std::vector<double> values = numbers(array, count);
+    for (double& value : values)
+        value /= 1000;
     return values;
 }
 

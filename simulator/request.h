@@ -3,6 +3,7 @@
 // expected.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "json.h"
@@ -16,11 +17,20 @@ const Json& member(const Json& request, const char* key);
 /** A whole number within [low, high]. @throws Refused otherwise */
 int integer(const Json& value, const char* what, int low, int high);
 
+/** A number within [low, high]. @throws Refused otherwise */
+double number(const Json& value, const char* what, double low, double high);
+
+/** A text. @throws Refused if it is none */
+const std::string& text(const Json& value);
+
 /** A number of thousandths, divided by 1000. @throws Refused if it is not a number */
 double from_thousandths(const Json& value);
 
-/** An array of exactly `count` numbers of thousandths. @throws Refused otherwise */
-Joints joints_from(const Json& array, std::size_t count);
+/** An array of exactly `count` numbers, none beyond 32 bits. @throws Refused otherwise */
+std::vector<double> numbers(const Json& array, std::size_t count);
+
+/** The same of thousandths, divided by 1000. */
+std::vector<double> from_thousandths(const Json& array, std::size_t count);
 
 Json thousandths(const std::vector<double>& values);
 

@@ -1,7 +1,6 @@
 #include "server.h"
 
 #include <cstdio>
-#include <deque>
 #include <iostream>
 #include <memory>
 
@@ -14,6 +13,8 @@
 #include "clock.h"
 #include "controller.h"
 #include "framing.h"
+#include "json.h"
+#include "outbox.h"
 
 namespace kx::sim {
 
@@ -21,13 +22,8 @@ namespace {
 
 using asio::ip::tcp;
 
-// The client library polls its connections every 5 ms and takes all that it finds in one poll for one line,
-// so two lines too close together would lose one. This is real time, whatever the simulation's speed.
-constexpr auto gap_between_lines = std::chrono::milliseconds(20);
-
-// A client that asks without end faster than the gap allows to answer is not read from while so many lines
-// wait.
-constexpr std::size_t waiting_lines = 1000;
+// A client that asks without end faster than its replies can be sent is not read from while so many wait.
+constexpr std::size_t waiting_replies = 1000;
 
 /** Control characters would garble the terminal. */
 std::string printable(std::string_view text)
@@ -38,12 +34,23 @@ std::string printable(std::string_view text)
     return out;
 }
 
+/** A request as it may be shown: passwords go nowhere. */
+std::string without_secrets(const std::string& text)
+{
+    Json request = Json::parse(text, nullptr, false);
+    if (request.is_discarded())
+        return text.find("password") == text.npos ? text : "(not JSON; not shown, as it may hold a password)";
+    if (!request.is_object() || !request.contains("password")) return text;
+    request["password"] = "***";
+    return request.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
 class Server {
   public:
     explicit Server(const ServerOptions& options);
     void run() { loop_.run(); }
 
-    void received(const Request& request, int client, const Send& send);
+    void received(const Request& request, int client, const Send& send, const Push& push);
     void trace(int client, const char* direction, std::string_view text) const;
 
   private:
@@ -81,37 +88,45 @@ class Session : public std::enable_shared_from_this<Session> {
         });
     }
 
-    void send(const std::string& line)
-    {
-        if (broken_) return;
-        out_.push_back(line);
-        if (out_.size() == 1) write();
-    }
-
   private:
     void take(std::string_view bytes)
     {
-        const Send to_client = [self = shared_from_this()](const std::string& line) { self->send(line); };
+        const auto self = shared_from_this();
+        const Send send = [self](const std::string& line) {
+            self->out_.reply(line);
+            self->write();
+        };
+        const Push push = [self](std::string_view kind, const std::string& line) {
+            self->out_.push(kind, line);
+            self->write();
+        };
         for (const Request& request : framing_.feed(bytes))
-            server_.received(request, number_, to_client);
-        if (out_.size() < waiting_lines) read();
+            server_.received(request, number_, send, push);
+        read_on();
+    }
+
+    void read_on()
+    {
+        if (!reading_ && !ended_ && out_.replies() < waiting_replies) read();
     }
 
     void write()
     {
-        server_.trace(number_, "<-", out_.front());
-        asio::async_write(socket_, asio::buffer(out_.front()), [self = shared_from_this()](auto error, auto) {
+        if (writing_ || broken_) return;
+        std::optional<std::string> next = out_.take(std::chrono::steady_clock::now());
+        if (!next) return;
+        writing_ = true;
+        line_ = std::move(*next);
+        server_.trace(number_, "<-", line_);
+        asio::async_write(socket_, asio::buffer(line_), [self = shared_from_this()](auto error, auto) {
             if (error) return self->fail();
-            self->gap_.expires_after(gap_between_lines);
-            self->gap_.async_wait([self](auto) { self->next(); });
+            self->gap_.expires_after(Outbox::gap);
+            self->gap_.async_wait([self](auto) {
+                self->writing_ = false;
+                self->write();
+                self->read_on();
+            });
         });
-    }
-
-    void next()
-    {
-        out_.pop_front();
-        if (!out_.empty()) write();
-        if (!reading_ && !ended_ && out_.size() < waiting_lines) read();
     }
 
     void end()
@@ -123,7 +138,6 @@ class Session : public std::enable_shared_from_this<Session> {
     void fail()
     {
         broken_ = ended_ = true;
-        out_.clear();
         asio::error_code ignored;
         socket_.close(ignored);
     }
@@ -134,10 +148,12 @@ class Session : public std::enable_shared_from_this<Session> {
     const int number_;
     char buffer_[4096];
     Framing framing_;
-    std::deque<std::string> out_; ///< lines to send; the first one stays until the gap after it is over
+    Outbox out_;
+    std::string line_; ///< being sent
     bool reading_ = false;
-    bool ended_ = false;  ///< the client sends no more
-    bool broken_ = false; ///< and takes no more
+    bool writing_ = false; ///< a line, or in the gap after it
+    bool ended_ = false;   ///< the client sends no more
+    bool broken_ = false;  ///< and takes no more
 };
 
 void log_line(const std::string& text)
@@ -176,11 +192,11 @@ void Server::accept()
     });
 }
 
-void Server::received(const Request& request, int client, const Send& send)
+void Server::received(const Request& request, int client, const Send& send, const Push& push)
 {
-    trace(client, "->", request.text);
+    if (trace_) trace(client, "->", without_secrets(request.text));
     if (request.fault.empty())
-        controller_.handle(request.text, clock_.now(), send);
+        controller_.handle(request.text, clock_.now(), send, push);
     else
         controller_.complain(request.fault, send);
     schedule();
