@@ -1,0 +1,127 @@
+// Streams joint targets to the drives, 200 a second: every joint swings 10 degrees out and back, some times.
+// The callback counts the pushes that answer the targets and measures how far the arm lags behind. Ends with
+// status 0 only if every target was answered.
+//
+//     stream_joints PORT [MODEL [SECONDS]]        of a controller on this machine, e.g. kx-controller
+#include "kx_base.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <time.h>
+#include <vector>
+
+namespace {
+
+constexpr double period = 0.005;    // s, from one target to the next
+constexpr double swing = 2;         // s, out and back
+constexpr double amplitude = 10;    // degrees
+constexpr double late = period / 2; // s: a cycle that begins so much after its time counts as late
+
+double now()
+{
+    timespec time;
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+void sleep_until(double time)
+{
+    const double seconds = std::floor(time);
+    const timespec end = {static_cast<time_t>(seconds), static_cast<long>(1e9 * (time - seconds))};
+    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr);
+}
+
+// How far all joints are from where they started, in degrees, and how fast they are; at rest at both ends.
+double offset(double t)
+{
+    return amplitude * (1 - std::cos(2 * M_PI * t / swing)) / 2;
+}
+
+double speed(double t)
+{
+    return amplitude * M_PI / swing * std::sin(2 * M_PI * t / swing);
+}
+
+// What the callback knows; it runs on the library's receiver thread.
+struct Stream {
+    float from[7] = {};
+    int joints = 6;
+    double begin = 0, end = 0;
+    std::atomic<int> pushes = 0, unreadable = 0;
+    std::mutex mutex;
+    std::vector<double> lags; // s
+} stream;
+
+void take_push(CallbackData push)
+{
+    const double t = now() - stream.begin;
+    ++stream.pushes;
+    if (push.result != KX_SUCCESS) ++stream.unreadable;
+    // While the arm is fast, its distance to the target is its speed times the time by which it lags.
+    if (push.result != KX_SUCCESS || t > stream.end || std::fabs(speed(t)) < speed(swing / 4) / 2) return;
+    double behind = 0;
+    for (int j = 0; j < stream.joints; ++j) // thousandths of a degree
+        behind += (stream.from[j] + offset(t) - push.joint[j] / 1000) / stream.joints;
+    const std::lock_guard lock(stream.mutex);
+    stream.lags.push_back(behind / speed(t));
+}
+
+double percentile(const std::vector<double>& sorted, double percent)
+{
+    return sorted[static_cast<size_t>(percent / 100 * static_cast<double>(sorted.size() - 1))];
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2) {
+        fprintf(stderr, "usage: stream_joints PORT [MODEL [SECONDS]]\n");
+        return 2;
+    }
+    const int port = atoi(argv[1]), model = argc > 2 ? atoi(argv[2]) : 46;
+    stream.joints = model == 47 ? 7 : 6;
+    stream.end = swing * std::max(1.0, std::round((argc > 3 ? atof(argv[3]) : 10) / swing));
+
+    KX_API_Init(take_push);
+    const int arm = Arm_Socket_Start("127.0.0.1", port, model, 0);
+    if (Get_Joint_Degree(arm, stream.from) != KX_SUCCESS) {
+        fprintf(stderr, "cannot connect to 127.0.0.1:%d as model %d\n", port, model);
+        return 1;
+    }
+
+    const int targets = static_cast<int>(stream.end / period) + 1; // the last one is where the first one is
+    int sent = 0, late_cycles = 0;
+    stream.begin = now();
+    for (int i = 0; i < targets; ++i) {
+        const double t = i * period;
+        sleep_until(stream.begin + t);
+        if (now() - stream.begin - t > late) ++late_cycles;
+        float target[7];
+        for (int j = 0; j < 7; ++j)
+            target[j] = stream.from[j] + static_cast<float>(offset(t));
+        if (Movej_CANFD(arm, target) == KX_SUCCESS) ++sent;
+    }
+    const double took = now() - stream.begin;
+
+    // The controller answers several targets at a time, and so the last ones after a moment.
+    for (int i = 0; i < 100 && stream.pushes < sent; ++i)
+        sleep_cp(20);
+    Arm_Socket_Close(arm);
+
+    const std::lock_guard lock(stream.mutex);
+    std::sort(stream.lags.begin(), stream.lags.end());
+    printf("%d of %d targets sent in %.2f s, %.1f a second, %d cycles more than %.1f ms late\n", sent,
+           targets, took, (targets - 1) / took, late_cycles, 1000 * late);
+    printf("%d targets answered, %d of the answers without a state\n", stream.pushes.load(),
+           stream.unreadable.load());
+    if (!stream.lags.empty())
+        printf("the arm lags behind by ms: %.1f median, %.1f 95 %%, %.1f 99 %%, %.1f at most\n",
+               1000 * percentile(stream.lags, 50), 1000 * percentile(stream.lags, 95),
+               1000 * percentile(stream.lags, 99), 1000 * stream.lags.back());
+    return sent == targets && stream.pushes == sent && stream.unreadable == 0 ? 0 : 1;
+}
