@@ -34,15 +34,18 @@ class Controller {
         posix_spawn_file_actions_destroy(&actions);
         close(output[1]);
 
-        FILE* lines = fdopen(output[0], "r");
+        output_ = fdopen(output[0], "r");
         char line[200] = "";
-        EXPECT_NE(fgets(line, sizeof line, lines), nullptr) << "kx-controller did not start";
-        fclose(lines);
+        EXPECT_NE(fgets(line, sizeof line, output_), nullptr) << "kx-controller did not start";
         const char* colon = strrchr(line, ':');
         port_ = colon ? atoi(colon + 1) : 0;
     }
 
-    ~Controller() { end(SIGTERM); }
+    ~Controller()
+    {
+        end(SIGTERM);
+        fclose(output_);
+    }
 
     int port() const { return port_; }
 
@@ -54,7 +57,18 @@ class Controller {
         process_ = 0;
     }
 
+    // Ends the process and gives all that it printed; it must not print more than a pipe holds before.
+    std::string printed()
+    {
+        end(SIGTERM);
+        std::string all;
+        for (int c; (c = fgetc(output_)) != EOF;)
+            all += static_cast<char>(c);
+        return all;
+    }
+
   private:
     pid_t process_ = 0;
+    FILE* output_ = nullptr;
     int port_ = 0;
 };
