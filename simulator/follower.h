@@ -29,8 +29,7 @@ class Follower {
     /** Slows every joint down to rest. */
     void halt();
 
-    /** Runs on to a time (s, never back), or until the arm stands, if that is earlier; returns when it was.
-     */
+    /** Runs on to a time (s, never back), or until the arm stands; returns which time it is then. */
     double advance(double time);
 
     /** When the arm will stand, or at least the last waypoint be due. */

@@ -32,8 +32,7 @@ class Outbox {
 
     void reply(std::string line) { replies_.push_back(std::move(line)); }
 
-    /** A push of a kind, for one more registration. What waits of that kind is replaced: the latest counts.
-     */
+    /** A push of a kind, for one more registration; takes the place of one of that kind that waits. */
     void push(std::string_view kind, std::string line);
 
     /** The next line, if any, which is then sent at once. Replies and pushes take turns. */
