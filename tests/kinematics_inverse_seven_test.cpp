@@ -173,6 +173,24 @@ TEST_F(InverseSeven, IsTheNearestAtSingularPlaces)
         }
 }
 
+// Upright and straight, joints 1, 3, 5 and 7 turn about one axis: what the target turns is shared out evenly.
+TEST_F(InverseSeven, CoaxialJointsShareTheTurn)
+{
+    const Joints upright = {};
+    for (const Joints& reference :
+         {Joints{8, 0, 4, 0, -2, 0, 2}, {50, 0, -60, 0, 20, 0, 10}, {-40, 0, 30, 0, 30, 0, -28}}) {
+        const float excess = (reference[0] + reference[2] + reference[4] + reference[6]) / 4;
+        Joints expected = reference;
+        for (int i : {0, 2, 4, 6})
+            expected[i] -= excess;
+        for (unsigned char flag : {0, 1, 2}) {
+            const auto [code, result] = solve(reference, pose(upright), flag);
+            EXPECT_EQ(code, 1);
+            EXPECT_LT(greatest_difference(result, expected), 0.1) << ::testing::PrintToString(result);
+        }
+    }
+}
+
 // Within 0.26 rad of the reference's arm angle; the nearest there; and no solution only where there is none.
 TEST_F(InverseSeven, StaysWithinTheSearchRange)
 {

@@ -7,11 +7,13 @@
 /**
  * Finds the joint angles that put an arm's tool at a pose, nearest to a reference.
  *
- * Of all solutions the one with the smallest sum of squared joint distances to the reference is chosen; only
- * then is it held against the joint limits. For six joints every solution of the closed form takes part, with
- * joint 6 within half a turn of the reference's; for seven joints the arm angle (the turn of the elbow about
- * the line from shoulder to wrist) moves from the reference's own no farther than the flag allows. Take the
- * arm's present joints as reference, and consecutive targets give consecutive joints.
+ * Of all solutions the one with the smallest sum of squared joint distances to the reference is chosen. For
+ * six joints every solution of the closed form takes part, with joint 6 within half a turn of the
+ * reference's, and only the chosen one is held against the joint limits. For seven joints those inside the
+ * limits take part whose arm angle (the turn of the elbow about the line from shoulder to wrist, counted from
+ * the vertical plane through it) is no farther from the reference's own than the flag allows; only joint 4,
+ * which the target alone bends, may be outside. Take the arm's present joints as reference, and consecutive
+ * targets give consecutive joints.
  *
  * The base's installation angles (setAngle) and, for model 36, Tool_Matrix count as in Forward_Kinematics,
  * which this inverts. Not reentrant: call the kinematics from one thread at a time.
@@ -44,7 +46,8 @@
  *        | -10, -11   |                                 | joint 6, 7 outside its limits        |
  *
  *        A code for a joint outside its limits names the first such joint, and `result` holds that solution.
- * Without a solution (-9 of six joints) it holds the reference.
+ * Without a solution it holds the reference (-9 of six joints) or is left as it is (-1, -3 of seven). A
+ * target that is not a number gives joints that are none, and 1 for seven joints.
  */
 KX_API int inverse_kinematics(int model, const float* reference, const KINEMATIC* target, float* result,
                               unsigned char flag);
