@@ -9,7 +9,8 @@ namespace {
 
 using std::numbers::pi;
 
-// Half of the least middle angle of a ball; and what half the middle angle may be due to the target's rounding.
+// Half of the least middle angle of a ball; and what half the middle angle may be due to the target's
+// rounding.
 constexpr double passing_distance = 5e-7, stretched = 1.5e-6;
 
 struct Complex {
