@@ -1,6 +1,6 @@
 // Frames and jogging: reads where the arm is, first its flange in the base frame, then the tip of a gripper,
-// then that tip on a table; jogs a joint until told to stop, and steps it back. Leaves the controller as it
-// was. Ends with status 0 only if every command did what it should.
+// then that tip on a table, and steps the tip along the table; jogs a joint until told to stop, and steps it
+// back. Leaves the frames as they were. Ends with status 0 only if every command did what it should.
 //
 //     frames_and_jogging PORT [MODEL]        of a controller on this machine, e.g. kx-controller
 #include "kx_base.h"
@@ -63,7 +63,9 @@ void use_frames(int arm)
     const POSE corner = {-0.3f, -0.4f, 0.1f, 0, 0, static_cast<float>(M_PI / 2)}; // of the table, in the base
     expect_success(Manual_Set_Work_Frame(arm, "table", corner, true), "storing a work frame");
     expect_success(Change_Work_Frame(arm, "table", true), "changing to it");
-    look(arm);
+    const State before = look(arm);
+    expect_success(Pos_Step_Cmd(arm, X_Dir, 0.05f, 50, true), "stepping along the table");
+    expect(std::fabs(look(arm).pose.x - before.pose.x - 0.05f) < 1e-4f, "the tip went 50 mm along the table");
 
     expect(Delete_Work_Frame(arm, "table", true) == KX_REFUSED, "a frame in use cannot be deleted");
     expect(Change_Tool_Frame(arm, "tweezers", true) == KX_REFUSED, "nor can an unknown one be used");

@@ -203,6 +203,37 @@ TEST_F(Teaching, StepsAndWaits)
     EXPECT_EQ(Timer(arm, 0, true), 1);
 }
 
+TEST_F(Frames, AreWhereTheToolJogsAndSteps)
+{
+    move({20, 30, -45, 10, 60, 0});
+    const POSE table = {0.2f, -0.3f, 0.1f, 0, 0, 1.5f};
+    EXPECT_EQ(Manual_Set_Work_Frame(arm, "table", table, true), 0);
+    EXPECT_EQ(Change_Work_Frame(arm, "table", true), 0);
+    POSE expected = pose();
+    EXPECT_EQ(Pos_Step_Cmd(arm, Y_Dir, -0.05f, 100, true), 0);
+    expected.y -= 0.05f;
+    expect_pose(pose(), expected);
+    EXPECT_EQ(Ort_Step_Cmd(arm, RZ_Rotate, 0.25f, 100, true), 0);
+    expected.rz += 0.25f;
+    expect_pose(pose(), expected);
+    EXPECT_EQ(Ort_Step_Cmd(arm, RZ_Rotate, 3.1f, 100, true), 1) << "half a turn and more has two ways";
+    EXPECT_EQ(Pos_Step_Cmd(arm, static_cast<POS_TEACH_MODES>(3), 0.01f, 100, true), 1) << "no axis";
+
+    EXPECT_EQ(Pos_Teach_Cmd(arm, X_Dir, 1, 100, true), 0);
+    sleep_cp(100);
+    EXPECT_EQ(Teach_Stop_Cmd(arm, true), 0);
+    app.standing();
+    EXPECT_GT(pose().x, expected.x + 0.02f);
+    EXPECT_NEAR(pose().z, expected.z, 2e-5);
+    EXPECT_EQ(Pos_Teach_Cmd(arm, Z_Dir, 1, 100, true), 0);
+    sleep_cp(50);
+    app.standing();
+    EXPECT_GT(pose().z, expected.z + 0.02f) << "as far as the arm can go";
+    EXPECT_EQ(Pos_Teach_Cmd(arm, Z_Dir, 1, 100, true), 1) << "it can go no farther";
+    EXPECT_EQ(Ort_Teach_Cmd(arm, RZ_Rotate, 0, 100, true), 0);
+    EXPECT_EQ(Teach_Stop_Cmd(arm, true), 0);
+}
+
 TEST_F(Teaching, PlaysWaypointsAtTheirFrequency)
 {
     EXPECT_EQ(Start_Waypoint(arm, 2, true), 1) << "there are none";
@@ -288,6 +319,25 @@ TEST_P(Stream, MovesTheArmAndIsAnsweredTargetByTarget)
     EXPECT_EQ(app.standing()[5], target[5]);
 }
 
+TEST_P(Stream, TakesPosesOfTheTool)
+{
+    const float bent[7] = {20, 30, -45, 40, 60, 10, 0};
+    ASSERT_EQ(Movej_Cmd(arm, bent, 100, 0, true), 0);
+    float joint[7];
+    POSE pose, reached;
+    unsigned short arm_err, sys_err;
+    ASSERT_EQ(Get_Current_Arm_State(arm, joint, &pose, &arm_err, &sys_err), 0);
+    for (int i = 0; i < 100; ++i) {
+        pose.z -= 0.0002f;
+        EXPECT_EQ(Movep_CANFD(arm, pose), 0);
+        sleep_cp(5);
+    }
+    expect_all(0, 100, 0);
+    app.standing();
+    ASSERT_EQ(Get_Current_Arm_State(arm, joint, &reached, &arm_err, &sys_err), 0);
+    expect_pose(reached, pose);
+}
+
 TEST_P(Stream, TellsOfRefusedTargets)
 {
     const float beyond[7] = {0, 131}, near[7] = {1};
@@ -355,8 +405,6 @@ TEST(ArmSettings, AreKeptAndReadBack)
     EXPECT_EQ(Set_System_State_Servo(arm, false, true), 0);
     EXPECT_EQ(Joint_Step_Cmd(arm, 1, 1, 100, true), 1);
     EXPECT_EQ(Set_System_State_Servo(arm, true, true), 0);
-    EXPECT_EQ(Pos_Teach_Cmd(arm, X_Dir, 1, 10, true), 1);
-    EXPECT_EQ(Ort_Step_Cmd(arm, RZ_Rotate, 0.1f, 10, true), 1);
 }
 
 TEST(ControllerState, FollowsTheLoadAndNetworkSettingsKeepTheirSecrets)
