@@ -106,7 +106,7 @@ int main(int argc, char** argv)
         fprintf(stderr, "cannot connect to 127.0.0.1:%s: status %d\n", argv[1], arm);
         return 1;
     }
-    const float bent[7] = {0, 30, -45, 0, 60, 0, 0}; // degrees
+    const float bent[7] = {10, 30, -45, 60, 40, 50, 0}; // degrees
     expect_success(Movej_Cmd(arm, bent, 50, 0, true), "moving to where there is something to see");
     use_frames(arm);
     jog_and_step(arm);
