@@ -260,13 +260,24 @@ void Arm::wait(double seconds)
 
 void Arm::pass_through(const Joints& target)
 {
-    aim(target);
+    check_ready();
+    joint_limits().check(target);
+    if (follower_.playing()) throw Refused("waypoints are being played");
+    if (!motions_.idle()) throw Refused("motions are planned");
+    if (!follower_.moving()) {
+        std::vector<Follower::Limits> limits;
+        for (const Joint& joint : joints_)
+            limits.push_back({joint.max_speed, joint.max_acceleration});
+        follower_.start(time_, position(), std::move(limits));
+    }
+    follower_.aim(target);
 }
 
 void Arm::pass_through(const POSE& target)
 {
     const Frames frames = frames_.active();
-    aim(model_.joints_for(frames.flange_of(frames.tool_in_base(target)), position(), Model::Elbow::near));
+    const KDL::Frame flange = frames.flange_of(frames.tool_in_base(target));
+    pass_through(model_.joints_for(flange, position(), Model::Elbow::near));
 }
 
 void Arm::add_waypoint(const Joints& position)
@@ -288,7 +299,7 @@ void Arm::play_waypoints(double frequency)
     if (!standing()) throw Refused("the arm is moving");
     for (const Joints& waypoint : waypoints_)
         joint_limits().check(waypoint);
-    aim(waypoints_.front());
+    pass_through(waypoints_.front());
     follower_.play(waypoints_, frequency);
 }
 
@@ -301,21 +312,6 @@ void Arm::stop(const std::string& why)
 {
     motions_.drop_all(why);
     if (follower_.moving()) follower_.halt();
-}
-
-void Arm::aim(const Joints& target)
-{
-    check_ready();
-    joint_limits().check(target);
-    if (follower_.playing()) throw Refused("waypoints are being played");
-    if (!motions_.idle()) throw Refused("motions are planned");
-    if (!follower_.moving()) {
-        std::vector<Follower::Limits> limits;
-        for (const Joint& joint : joints_)
-            limits.push_back({joint.max_speed, joint.max_acceleration});
-        follower_.start(time_, position(), std::move(limits));
-    }
-    follower_.aim(target);
 }
 
 void Arm::move_joints_to(const POSE& target, double percent, Ended ended)

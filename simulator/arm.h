@@ -78,8 +78,7 @@ class Arm {
     /** Moves the tool along the arc over `via` to the target, after so many whole circles. */
     void move_circle(const POSE& via, const POSE& target, int whole_circles, double percent, Ended ended);
 
-    /** Moves the tool along or about axes of the work frame, by metres, or by radians less than half a turn.
-     */
+    /** Moves the tool along or about axes of the work frame: m, rad, less than half a turn. */
     void step_tool(const KDL::Twist& step, double percent, Ended ended);
 
     // Jogging goes on until the arm can go no farther, or until it is stopped.
@@ -115,7 +114,6 @@ class Arm {
                      bool is_jog = false);
     template <typename LayPath>
     void move_tool(MotionKind kind, const POSE& target, double percent, Ended ended, LayPath lay);
-    void aim(const Joints& target);
     bool standing() const { return motions_.idle() && !follower_.moving(); }
     void check_ready() const;
     JointLimits joint_limits() const;
