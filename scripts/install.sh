@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing: install.sh demo | all
 set -euo pipefail
-demo=(g++ cmake ninja-build libcjson-dev libasio-dev nlohmann-json3-dev libcli11-dev liborocos-kdl-dev gnuplot-nox)
+demo=(g++ cmake ninja-build libcjson-dev libasio-dev nlohmann-json3-dev libcli11-dev liborocos-kdl-dev libmodbus-dev
+  gnuplot-nox)
 tests=(clang clang-format libclang-rt-14-dev binutils libgtest-dev libbenchmark-dev)
 
 packages=("${demo[@]}")

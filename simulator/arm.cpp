@@ -52,6 +52,7 @@ void Arm::advance(double time)
     for (std::size_t i = 0; i < joints_.size(); ++i)
         joints_[i].warmth = idle_warmth + (joints_[i].warmth - idle_warmth) * kept +
                             warmth_per_degree * std::abs(position()[i] - before[i]);
+    count_travel(before);
     time_ = time;
 }
 
@@ -147,6 +148,18 @@ void Arm::clear_error(std::size_t joint)
     joints_[joint].error = 0;
 }
 
+void Arm::set_power(bool on)
+{
+    powered_ = on;
+    if (!on) stop("the power was switched off");
+}
+
+void Arm::clear_travel()
+{
+    for (Joint& joint : joints_)
+        joint.travel = 0;
+}
+
 void Arm::start_calibration()
 {
     if (!standing()) throw Refused("the arm is moving");
@@ -183,7 +196,7 @@ Joints Arm::currents() const
     const Joints velocity = follower_.moving() ? follower_.velocity() : motions_.velocity();
     Joints currents(joints_.size());
     for (std::size_t i = 0; i < currents.size(); ++i) {
-        if (!joints_[i].enabled) continue;
+        if (!powered_ || !joints_[i].enabled) continue;
         const double reach = std::sin(position()[1] * 3.14159265358979 / 180);
         const double load = 1 + 0.1 * frames_.tools.active().load.mass;
         const double holding = i == 1 || i == 2 ? 0.8 * load * std::abs(reach) : 0.1;
@@ -273,11 +286,10 @@ void Arm::pass_through(const Joints& target)
     follower_.aim(target);
 }
 
-void Arm::pass_through(const POSE& target)
+Joints Arm::joints_near(const POSE& target) const
 {
     const Frames frames = frames_.active();
-    const KDL::Frame flange = frames.flange_of(frames.tool_in_base(target));
-    pass_through(model_.joints_for(flange, position(), Model::Elbow::near));
+    return model_.joints_for(frames.flange_of(frames.tool_in_base(target)), position(), Model::Elbow::near);
 }
 
 void Arm::add_waypoint(const Joints& position)
@@ -312,6 +324,13 @@ void Arm::stop(const std::string& why)
 {
     motions_.drop_all(why);
     if (follower_.moving()) follower_.halt();
+}
+
+void Arm::lead_to(const Joints& position)
+{
+    const Joints before = motions_.position();
+    motions_.set_position(position);
+    count_travel(before);
 }
 
 void Arm::move_joints_to(const POSE& target, double percent, Ended ended)
@@ -386,6 +405,8 @@ void Arm::set_cartesian_limit(double CartesianLimits::*limit, double value)
 
 void Arm::check_ready() const
 {
+    if (!powered_) throw Refused("the arm's power is off");
+    if (interlock_) interlock_();
     if (time_ < calibration_ended_) throw Refused("calibration is running");
     if (!settings_.arm_servo || !settings_.system_servo) throw Refused("the servos are off");
     for (std::size_t i = 0; i < joints_.size(); ++i) {
@@ -399,6 +420,12 @@ JointLimits Arm::joint_limits() const
 {
     return {each(&Joint::min_position), each(&Joint::max_position), each(&Joint::max_speed),
             each(&Joint::max_acceleration)};
+}
+
+void Arm::count_travel(const Joints& before)
+{
+    for (std::size_t i = 0; i < joints_.size(); ++i)
+        joints_[i].travel += std::abs(position()[i] - before[i]);
 }
 
 Joints Arm::each(double Joint::*member) const

@@ -21,6 +21,7 @@ struct Joint {
     double version = 1.2;        ///< of the joint's software
     double warmth = 5;           ///< degrees Celsius above the room
     double initial_position = 0; ///< of the arm's initial pose, degrees
+    double travel = 0;           ///< since the odometer was cleared, degrees, to and fro
 };
 
 /** Calibration of one joint, as the controller numbers it. */
@@ -31,6 +32,9 @@ class Arm {
     using Ended = std::function<void(const std::string& broken_off)>;
 
     explicit Arm(int model_code);
+
+    /** What else may object to the arm's motion, asked before each: throws Refused. */
+    void set_interlock(std::function<void()> interlock) { interlock_ = std::move(interlock); }
 
     void advance(double time);
     std::optional<double> next_event() const;
@@ -54,6 +58,10 @@ class Arm {
     void set_initial_pose(const Joints& pose);
     void raise_error(std::size_t joint, int code); ///< what a fault in the joint would do: stops the arm
     void clear_error(std::size_t joint);
+
+    void set_power(bool on); ///< switching it off stops the arm
+    bool powered() const { return powered_; }
+    void clear_travel();
 
     void start_calibration(); ///< one joint after the other, a second each; no motion meanwhile
     void stop_calibration();  ///< leaves the joints that are not done uncalibrated
@@ -91,7 +99,10 @@ class Arm {
 
     // Hands a target to the drives. Motions begin when it is reached.
     void pass_through(const Joints& target);
-    void pass_through(const POSE& target);
+    void pass_through(const POSE& target) { pass_through(joints_near(target)); }
+
+    /** Joint angles for a pose, near the present ones. @throws Refused if there are none */
+    Joints joints_near(const POSE& target) const;
 
     void add_waypoint(const Joints& position);
     void clear_waypoints();
@@ -105,6 +116,13 @@ class Arm {
     void set_cartesian_limit(double CartesianLimits::*limit, double value);
     void restore_cartesian_limits() { cartesian_limits_ = {}; }
 
+    /** Somebody's hand moves the standing arm. */
+    void lead_to(const Joints& position);
+
+    bool standing() const { return motions_.idle() && !follower_.moving(); }
+    void check_ready() const; ///< @throws Refused unless the arm may move
+    JointLimits joint_limits() const;
+
     Motions& motions() { return motions_; }
     StoredFrames& frames() { return frames_; }
     ArmSettings& settings() { return settings_; }
@@ -114,9 +132,7 @@ class Arm {
                      bool is_jog = false);
     template <typename LayPath>
     void move_tool(MotionKind kind, const POSE& target, double percent, Ended ended, LayPath lay);
-    bool standing() const { return motions_.idle() && !follower_.moving(); }
-    void check_ready() const;
-    JointLimits joint_limits() const;
+    void count_travel(const Joints& before);
     Joints each(double Joint::*member) const;
 
     Model model_;
@@ -127,6 +143,8 @@ class Arm {
     std::vector<Joints> waypoints_;
     StoredFrames frames_;
     ArmSettings settings_;
+    std::function<void()> interlock_;
+    bool powered_ = true;
     double time_ = 0;
     double calibration_began_ = -1e9; ///< arms come calibrated
     double calibration_ended_;        ///< when the run is or was over

@@ -12,11 +12,16 @@
 
 namespace kx::sim {
 
+/** Answers a request: with its value, or if it was refused with the reason. */
+using Answer = std::function<void(const Json& value, const std::string& refused)>;
+
 /** One request in the hands of its command. */
 struct Call {
     const Json& request;
     Arm& arm;
+    Peripherals& peripherals;
     const Send& send;
+    const Answer& later; ///< may be copied, and called once, by a handler that returns answered_later
     const Log& log;
 
     const Json& operator[](const char* key) const { return member(request, key); }
@@ -35,6 +40,9 @@ struct Call {
 
     /** Tells the asker that its motion has ended. */
     Arm::Ended completion() const;
+
+    /** Answers this request when its motion has ended. */
+    Arm::Ended when_done() const;
 };
 
 /** What a handler returns when the answer comes later. */
@@ -43,8 +51,8 @@ inline const Json answered_later = nullptr;
 struct Command {
     std::string_view name;
 
-    /** Under which the handler's value is answered, or false if it was refused. Without a key the value is an
-     *  object whose members are put into the reply. */
+    /** Under which the handler's value is answered. Without a key the value is an object whose members are
+     * put into the reply. */
     std::string_view key;
 
     /** Acts and returns the value, true for a command that only had to be done. May throw Refused. */
@@ -55,6 +63,9 @@ struct Command {
 
     /** Clients send many of these without waiting, and register for a push with each. */
     bool streamed = false;
+
+    /** Under which false is answered if it was refused. */
+    std::string_view refusal_key = key;
 };
 
 /** The line of a reply. An error text is cut as far as needed. @throws std::length_error if it cannot fit */
@@ -62,11 +73,18 @@ std::string reply_line(Json reply);
 
 std::span<const Command> arm_setting_commands();
 std::span<const Command> controller_commands();
+std::span<const Command> drag_teach_commands();
+std::span<const Command> end_effector_commands();
+std::span<const Command> force_commands();
 std::span<const Command> frame_commands();
+std::span<const Command> io_commands();
 std::span<const Command> joint_parameter_commands();
+std::span<const Command> lift_and_base_commands();
+std::span<const Command> modbus_commands();
 std::span<const Command> motion_commands();
 std::span<const Command> pass_through_commands();
 std::span<const Command> state_commands();
+std::span<const Command> system_commands();
 std::span<const Command> teaching_commands();
 
 } // namespace kx::sim

@@ -5,7 +5,10 @@ namespace kx::sim {
 
 namespace {
 
-constexpr int system_error = 0; // nothing in the simulated controller can fail
+int system_error(const Call& call)
+{
+    return static_cast<int>(call.peripherals.system.fault);
+}
 
 constexpr Command commands[] = {
     {"get_current_arm_state", "arm_state",
@@ -13,7 +16,7 @@ constexpr Command commands[] = {
          return {{"pose", pose_of(call.arm.tool_pose())},
                  {"joint", thousandths(call.arm.position())},
                  {"arm_err", call.arm.error()},
-                 {"sys_err", system_error}};
+                 {"sys_err", system_error(call)}};
      }},
     {"get_current_joint_temperature", "joint_temperature",
      [](Call& call) { return thousandths(call.arm.temperatures()); }},
@@ -31,7 +34,7 @@ constexpr Command commands[] = {
                  {"current", thousandths(call.arm.currents())},
                  {"voltage", thousandths(call.arm.voltages())},
                  {"err_flag", errors},
-                 {"sys_err", system_error}};
+                 {"sys_err", system_error(call)}};
      }},
     {"get_arm_plan_num", "plan_num", [](Call& call) -> Json { return call.arm.motions().current_number(); }},
     {"set_init_pose", "init_pose",

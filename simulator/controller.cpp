@@ -25,6 +25,11 @@ Arm::Ended Call::completion() const
     };
 }
 
+Arm::Ended Call::when_done() const
+{
+    return [answer = later](const std::string& broken_off) { answer(true, broken_off); };
+}
+
 std::string reply_line(Json reply)
 {
     const auto print = [&reply] { return reply.dump(-1, ' ', true, Json::error_handler_t::replace) + '\n'; };
@@ -39,20 +44,44 @@ std::string reply_line(Json reply)
     return line;
 }
 
-Controller::Controller(int model, Log log) : arm_(model), log_(std::move(log))
+Controller::Controller(int model, const Log& log, World world)
+    : arm_(model), peripherals_(arm_, std::move(world)), log_([this, log](const std::string& text) {
+          peripherals_.system.note(text);
+          log(text);
+      })
 {
     for (const auto family :
-         {arm_setting_commands(), controller_commands(), frame_commands(), joint_parameter_commands(),
-          motion_commands(), pass_through_commands(), state_commands(), teaching_commands()})
+         {arm_setting_commands(), controller_commands(), drag_teach_commands(), end_effector_commands(),
+          force_commands(), frame_commands(), io_commands(), joint_parameter_commands(),
+          lift_and_base_commands(), modbus_commands(), motion_commands(), pass_through_commands(),
+          state_commands(), system_commands(), teaching_commands()})
         for (const Command& command : family)
             commands_.emplace(command.name, &command);
 }
 
 void Controller::handle(const std::string& request, double time, const Send& send, const Push& push)
 {
-    arm_.advance(time);
+    advance(time);
     answer(request, send, push);
-    arm_.advance(time); // begins motions, and reports those that have ended by now
+    advance(time); // begins motions, and reports those that have ended by now
+}
+
+void Controller::advance(double time)
+{
+    // Arm and peripherals act on each other, so they reach every event together.
+    const auto reach = [this](double moment) {
+        arm_.advance(moment);
+        peripherals_.advance(moment);
+    };
+    for (auto event = next_event(); event && *event < time; event = next_event())
+        reach(*event);
+    reach(time);
+}
+
+std::optional<double> Controller::next_event() const
+{
+    const auto of_arm = arm_.next_event(), of_others = peripherals_.next_event();
+    return of_arm && of_others ? std::min(of_arm, of_others) : std::max(of_arm, of_others);
 }
 
 void Controller::complain(const std::string& fault, const Send& send)
@@ -73,24 +102,32 @@ void Controller::answer(const std::string& text, const Send& send, const Push& p
                         send);
 
     const Command& command = *known->second;
-    Json reply = {{"command", command.recognised_by}};
-    std::string line;
+    const Answer later = [this, &command, send, push](const Json& value, const std::string& refused) {
+        respond(command, value, refused, send, push);
+    };
     try {
-        Call call{request, arm_, send, log_};
-        Json value = command.handle(call);
-        if (value == answered_later) return;
-        if (command.key.empty())
-            reply.update(value);
-        else
-            reply[std::string(command.key)] = std::move(value);
-        line = reply_line(std::move(reply));
+        Call call{request, arm_, peripherals_, send, later, log_};
+        const Json value = command.handle(call);
+        if (value != answered_later) respond(command, value, "", send, push);
     } catch (const std::exception& refused) {
-        log_("refused " + std::string(command.name) + ": " + refused.what());
-        reply = {{"command", command.recognised_by}};
-        if (!command.key.empty()) reply[std::string(command.key)] = false;
-        reply["error"] = refused.what();
-        line = reply_line(std::move(reply));
+        respond(command, nullptr, refused.what(), send, push);
     }
+}
+
+void Controller::respond(const Command& command, const Json& value, const std::string& refused,
+                         const Send& send, const Push& push)
+{
+    Json reply = {{"command", command.recognised_by}};
+    if (!refused.empty()) {
+        log_("refused " + std::string(command.name) + ": " + refused);
+        if (!command.refusal_key.empty()) reply[std::string(command.refusal_key)] = false;
+        reply["error"] = refused;
+    } else if (command.key.empty()) {
+        reply.update(value);
+    } else {
+        reply[std::string(command.key)] = value;
+    }
+    const std::string line = reply_line(std::move(reply));
     if (command.streamed && push)
         push(command.recognised_by, line);
     else

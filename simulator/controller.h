@@ -7,6 +7,8 @@
 #include <unordered_map>
 
 #include "arm.h"
+#include "json.h"
+#include "peripherals.h"
 
 namespace kx::sim {
 
@@ -26,7 +28,7 @@ class Controller {
     static constexpr std::size_t reply_buffer = 300;
 
     /** @param log takes a line without line end for everything that was refused or leads out of here */
-    Controller(int model, Log log);
+    Controller(int model, const Log& log, World world = {});
 
     /** Answers a request; `time` as for advance(). Without `push`, pushes are sent like replies. */
     void handle(const std::string& request, double time, const Send& send, const Push& push = {});
@@ -34,18 +36,22 @@ class Controller {
     /** Answers bytes that are no request at all. */
     void complain(const std::string& fault, const Send& send);
 
-    /** Moves the arm's time on (s, never back), which may end motions and so answer those who asked for them.
-     */
-    void advance(double time) { arm_.advance(time); }
+    /** Moves time on (s, never back), which may end motions and so answer those who asked for them. */
+    void advance(double time);
 
-    std::optional<double> next_event() const { return arm_.next_event(); }
+    /** When something will happen by itself next. */
+    std::optional<double> next_event() const;
 
     Arm& arm() { return arm_; }
+    Peripherals& peripherals() { return peripherals_; }
 
   private:
     void answer(const std::string& request, const Send& send, const Push& push);
+    void respond(const Command& command, const Json& value, const std::string& refused, const Send& send,
+                 const Push& push);
 
     Arm arm_;
+    Peripherals peripherals_;
     Log log_;
     std::unordered_map<std::string_view, const Command*> commands_;
 };

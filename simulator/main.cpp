@@ -2,14 +2,107 @@
 // simulated arm.
 #include <cstdio>
 #include <exception>
+#include <map>
+#include <stdexcept>
 
 #include <CLI/CLI.hpp>
 
 #include "server.h"
 
+namespace {
+
+using namespace kx::sim;
+
+/** Values by channel or address. */
+using Channels = std::map<int, double>;
+
+/** What goes into the options by way of something else. */
+struct Given {
+    Channels digital_inputs, analogue_inputs, tool_inputs, modbus_inputs, modbus_registers;
+    double object_width = 0, object_mass = Object{}.mass;
+    double table = 0;
+    std::vector<double> way;
+};
+
+template <typename Inputs>
+void set(Inputs& inputs, const Channels& given)
+{
+    for (const auto& [channel, value] : given) {
+        if (channel < 1 || channel > static_cast<int>(inputs.size()))
+            throw std::invalid_argument("there is no input " + std::to_string(channel));
+        inputs[static_cast<std::size_t>(channel - 1)] = static_cast<typename Inputs::value_type>(value);
+    }
+}
+
+void set(std::map<int, int>& inputs, const Channels& given, int highest)
+{
+    for (const auto& [address, value] : given) {
+        if (!(value >= 0 && value <= highest))
+            throw std::invalid_argument("input " + std::to_string(address) + " goes to " +
+                                        std::to_string(highest));
+        inputs[address] = static_cast<int>(value);
+    }
+}
+
+/** An option of the form NUMBER=VALUE, which may be given several times. */
+void add_channels(CLI::App& app, const std::string& name, Channels& channels, const std::string& help)
+{
+    const auto take = [&channels, name](const std::vector<std::string>& settings) {
+        for (const std::string& setting : settings) {
+            int channel = 0;
+            double value = 0;
+            char more = 0;
+            if (std::sscanf(setting.c_str(), "%d=%lf%c", &channel, &value, &more) != 2)
+                throw CLI::ValidationError(name, setting + " is not of the form 1=2.5");
+            channels[channel] = value;
+        }
+    };
+    app.add_option_function<std::vector<std::string>>(name, take, help)->type_name("NUMBER=VALUE");
+}
+
+void add_world_options(CLI::App& app, World& world, Given& given)
+{
+    add_channels(app, "--di", given.digital_inputs, "digital inputs of the controller, counted from 1");
+    add_channels(app, "--ai", given.analogue_inputs, "its analogue inputs, V");
+    add_channels(app, "--tool-di", given.tool_inputs, "inputs of the tool flange, where it has no outputs");
+    app.add_option("--object", given.object_width, "width of an object between the gripper's fingers, mm")
+        ->check(CLI::Range(0.0, 100.0));
+    app.add_option("--object-mass", given.object_mass, "its mass, kg")->capture_default_str();
+    app.add_option("--payload", world.payload, "mass mounted on the flange, kg")->capture_default_str();
+    app.add_option("--table", given.table, "height of a level surface that the flange can touch, mm");
+    app.add_option("--lead", given.way,
+                   "where the operator leads the arm in drag teaching: joint angles with commas, degrees; "
+                   "for several places several times")
+        ->delimiter(',');
+    add_channels(app, "--modbus-input", given.modbus_inputs,
+                 "discrete inputs of the simulated Modbus devices, by address");
+    add_channels(app, "--modbus-register", given.modbus_registers, "their input registers");
+    app.add_option("--log", world.log_file, "file into which a client can have the log written");
+}
+
+void complete_world(const CLI::App& app, World& world, const Given& given, std::size_t joints)
+{
+    set(world.digital_inputs, given.digital_inputs);
+    set(world.analogue_inputs, given.analogue_inputs);
+    set(world.tool_inputs, given.tool_inputs);
+    set(world.modbus_inputs, given.modbus_inputs, 1);
+    set(world.modbus_input_registers, given.modbus_registers, 65535);
+    if (app.count("--object")) world.object = {given.object_width, given.object_mass};
+    if (app.count("--table")) world.table = given.table;
+    for (auto angle = given.way.begin(); angle != given.way.end();
+         angle += static_cast<std::ptrdiff_t>(joints)) {
+        if (given.way.end() - angle < static_cast<std::ptrdiff_t>(joints))
+            throw std::invalid_argument("--lead takes one angle for every joint");
+        world.operator_way.emplace_back(angle, angle + static_cast<std::ptrdiff_t>(joints));
+    }
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
-    kx::sim::ServerOptions options;
+    ServerOptions options;
+    Given given;
     CLI::App app("Virtual controller of a robot arm: any number of clients, one simulated arm.",
                  "kx-controller");
     app.add_option("--host", options.host, "address to listen on")->capture_default_str();
@@ -22,10 +115,14 @@ int main(int argc, char** argv)
         ->check(CLI::Range(0.001, 1000.0))
         ->capture_default_str();
     app.add_flag("--trace", options.trace, "print every line in and out, with simulated seconds");
+    app.add_option("--modbus-tcp", options.modbus_tcp,
+                   "HOST:PORT of a real Modbus slave behind the controller's ports");
+    add_world_options(app, options.world, given);
     CLI11_PARSE(app, argc, argv);
 
     try {
-        kx::sim::serve(options);
+        complete_world(app, options.world, given, options.model == 47 ? 7 : 6);
+        serve(options);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kx-controller: %s:%hu: %s\n", options.host.c_str(), options.port, error.what());
         return 1;

@@ -6,6 +6,7 @@
 
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
+#include <asio/post.hpp>
 #include <asio/signal_set.hpp>
 #include <asio/steady_timer.hpp>
 #include <asio/write.hpp>
@@ -14,6 +15,7 @@
 #include "controller.h"
 #include "framing.h"
 #include "json.h"
+#include "modbus_tcp.h"
 #include "outbox.h"
 
 namespace kx::sim {
@@ -162,8 +164,15 @@ void log_line(const std::string& text)
 }
 
 Server::Server(const ServerOptions& options)
-    : clock_(options.speed), controller_(options.model, log_line), trace_(options.trace)
+    : clock_(options.speed), controller_(options.model, log_line, options.world), trace_(options.trace)
 {
+    if (!options.modbus_tcp.empty()) {
+        const auto colon = options.modbus_tcp.rfind(':');
+        if (colon == std::string::npos) throw std::invalid_argument("the Modbus slave is given as HOST:PORT");
+        controller_.peripherals().modbus.connect(std::make_unique<ModbusTcp>(
+            options.modbus_tcp.substr(0, colon), options.modbus_tcp.substr(colon + 1),
+            [this](std::function<void()> function) { asio::post(loop_, std::move(function)); }));
+    }
     const tcp::endpoint endpoint(asio::ip::make_address(options.host), options.port);
     acceptor_.open(endpoint.protocol());
     acceptor_.set_option(tcp::acceptor::reuse_address(true));

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "world.h"
+
 namespace kx::sim {
 
 struct ServerOptions {
@@ -11,6 +13,8 @@ struct ServerOptions {
     int model = 46;
     double speed = 1;   ///< of simulated time against real time
     bool trace = false; ///< print every line in and out
+    World world;
+    std::string modbus_tcp; ///< HOST:PORT of a slave behind the controller's ports, instead of simulated ones
 };
 
 /** Serves until SIGINT or SIGTERM. @throws std::exception if it cannot listen */
