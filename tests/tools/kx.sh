@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# kx as a user calls it, against a virtual controller: kx.sh kx kx-controller sources
+set -uo pipefail
+kx=$1
+unset KX_ARM KX_MODEL
+work=$(mktemp -d)
+exec {output}< <(exec "$2" --port 0 --model 46 --speed 10 --di 3=1 --ai 2=1.25 --object 40 2>/dev/null)
+controller_pid=$!
+trap 'kill $controller_pid; rm -rf "$work"' EXIT
+read -r -u "$output" listening
+export KX_ARM=127.0.0.1:${listening##*:} KX_MODEL=46
+failures=0
+
+# check status stdout stderr arguments...: both outputs match these patterns as a whole.
+check() {
+  "$kx" "${@:4}" >"$work/out" 2>"$work/err"
+  local status=$? out err
+  out=$(<"$work/out") err=$(<"$work/err")
+  # shellcheck disable=SC2053
+  [ $status = "$1" ] && [[ $out == $2 && $err == $3 ]] && return
+  printf 'kx %s\nstatus %s, expected %s\nstdout: %s\nexpected: %s\nstderr: %s\nexpected: %s\n\n' \
+    "${*:4}" $status "$1" "$out" "$2" "$err" "$3"
+  failures=$((failures + 1))
+}
+
+# Moving, and seeing it.
+check 0 '' '' movej 0 -30 -60 0 -90 0 --speed 100
+check 0 '{"status":0,"joint":\[0.0,-30.0,-60.0,0.0,-90.0,0.0\],"position":*,"arm_error":0,"controller_error":0}' '' \
+  --json state
+check 0 'joint * deg * 0.000 * -30.000 * -60.000 * 0.000 * -90.000 * 0.000*position * m *' '' state
+check 1 '' 'kx: movej: status 1: the controller refused*' movej 1000 0 0 0 0 0
+check 1 '{"status":1,"meaning":"the controller refused*"}' 'kx: movel: status 1: *' --json movel 3 0 0 0 0 0
+check 0 '' '' stop
+check 0 '{"command":"get_joint_degree","joint":\[0,-30000,-60000,0,-90000,0\]}' '' raw '{"command": "get_joint_degree"}'
+# Seen through the arm and computed, the pose is the same, and leads back to the joints.
+check 0 'position *rotation *quaternion *' '' fk 0 -30 -60 0 -90 0
+read -ra pose < <("$kx" fk 0 -30 -60 0 -90 0 | awk '/position|rotation/ {printf "%s %s %s ", $3, $4, $5}')
+check 0 'joint * deg * -30.000 * -60.000 * -90.000 *' '' ik "${pose[@]}" --near 1 -31 -61 0 -89 0
+check 0 '' '' movel "${pose[@]}" --speed 100
+# Inputs, outputs, gripper.
+check 0 '{"status":0,"do":\[0,0,0,0\],"di":\[0,0,1,0\],"ao":*,"ai":\[0.0,1.25,0.0,0.0\],"tool":*}' '' --json io
+check 0 '' '' io do 2 on
+check 0 '' '' io ao 4 2.5
+check 0 '' '' io tool 1 on
+check 0 '{"status":0,"do":\[0,1,0,0\]}' '' --json io do
+check 0 'ao * V * 2.500' '' io ao 4
+check 0 'tool * 1' '' io tool 1
+check 1 '' 'kx: io: status 1: there are 4 of di' io di 5
+check 0 '' '' gripper close --speed 1000
+check 0 '' '' gripper to 900
+check 1 '' 'kx: gripper: status 1: *' gripper to 1001
+check 1 '' 'kx: ik: status 1: out of reach' ik 3 0 0 0 0 0
+# Wrong use: one clear sentence, nothing sent.
+check 64 '' '*model 46 has 6 joints, but 3 angles are given*' movej 1 2 3
+check 64 '' '*nan is no number*' movej nan 0 0 0 0 0
+check 64 '' '*--speed: Value 300 not in range 1 to 100*' movej 0 0 0 0 0 0 --speed 300
+check 64 '' '*six numbers*' movel 1 2 3
+check 64 '' '*di is an input*' io di 1 on
+check 64 '' '*on or off, not maybe*' io do 1 maybe
+check 64 '' '*not one JSON object*' raw '[1]'
+check 64 '' '*HOST:PORT*' --arm 127.0.0.1 state
+# What fails beside the arm; nothing listens on port 1.
+check 5 '' 'kx: state: status 5: the controller cannot be reached' --arm 127.0.0.1:1 state
+check 11 '' '*does --model fit the arm?' --model 47 state
+KX_ARM='' check 64 '' '*kx-controller --port*' state
+KX_MODEL='' check 64 '' '*the model of the arm is needed*' fk 0 0 0 0 0 0
+
+# An interrupt stops the arm: it stands, far from where it was sent.
+check 0 '' '' movej 0 0 0 0 0 0 --speed 100
+"$kx" movej 170 0 0 0 0 0 --speed 1 2>"$work/err" &
+mover=$!
+until [[ $("$kx" state | head -1) != *' 0.000 '*' 0.000 '*' 0.000 '*' 0.000 '*' 0.000 '*' 0.000'* ]]; do :; done
+kill -INT $mover
+wait $mover
+[ $? = 1 ] && grep -q 'stopping the arm' "$work/err" || { echo "interrupted: $(<"$work/err")" && failures=1; }
+stands=$("$kx" state)
+[ "$stands" = "$("$kx" state)" ] || { echo "an interrupted arm moves on" && failures=1; }
+
+# Manual and completion know every command.
+commands=$("$kx" --help | sed -n '/^Subcommands/,/^$/s/^  \([a-z]\+\) .*/\1/p')
+[ "$(wc -w <<<"$commands")" -ge 9 ] || { echo "kx --help lists: $commands" && failures=1; }
+for command in $commands; do
+  for text in kx.1.in kx.bash; do
+    grep -q "$command" "$3/$text" || { echo "$text lacks $command" && failures=1; }
+  done
+done
+
+exit $((failures > 0))

@@ -1,0 +1,46 @@
+// The commands of kx: what each was given, and what it does with it.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "answer.h"
+
+namespace kx::tool {
+
+struct Given {
+    std::string arm;               ///< HOST:PORT
+    int model = 0;                 ///< 0: none
+    bool json = false;             ///< print JSON
+    std::optional<double> timeout; ///< seconds
+
+    std::vector<float> numbers;  ///< joint angles, degrees, or a pose, metres and radians
+    std::vector<float> near;     ///< joint angles, degrees
+    int speed = 20;              ///< of the arm, percent
+    bool watch = false;          ///< the state, again and again
+    double every = 0.2;          ///< so many seconds
+    std::string kind, value;     ///< of a channel
+    int channel = 0;             ///< 0: all
+    std::string action;          ///< of the gripper
+    std::optional<int> position; ///< of the gripper, its units
+    int finger_speed = 500, force = 200;
+    std::string line;  ///< for the controller as it is
+    double listen = 0; ///< seconds
+};
+
+/*
+ * Each gives what is to be printed, if it has not printed it itself.
+ * Throws WrongUse, with nothing sent, and Failed.
+ */
+Answer state(const Given& given);
+Answer movej(const Given& given);
+Answer movel(const Given& given);
+Answer stop(const Given& given);
+Answer io(const Given& given);
+Answer gripper(const Given& given);
+Answer forward(const Given& given);
+Answer inverse(const Given& given);
+Answer raw(const Given& given);
+
+} // namespace kx::tool
