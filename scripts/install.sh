@@ -3,7 +3,8 @@
 set -euo pipefail
 demo=(g++ cmake ninja-build libcjson-dev libasio-dev nlohmann-json3-dev libcli11-dev liborocos-kdl-dev libmodbus-dev
   gnuplot-nox)
-tests=(clang clang-format libclang-rt-14-dev binutils libgtest-dev libbenchmark-dev pkg-config)
+tests=(clang clang-format libclang-rt-14-dev binutils libgtest-dev libbenchmark-dev
+  pkg-config dpkg-dev file lintian)
 
 packages=("${demo[@]}")
 [ "${1:-all}" = demo ] || packages+=("${tests[@]}")

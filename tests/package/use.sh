@@ -14,7 +14,10 @@ build() { # source, targets...
     cmake --build "build-${1##*/}" --target "${@:2}" >cmake.log || { cat cmake.log && return 1; }
 }
 build "$consumer" move_c move_cpp
-build "$prefix/share/doc/libkx-service-dev/examples" stream_joints
+examples=$prefix/share/doc/libkx-service-dev/examples
+if [ "$prefix" != /usr ] || [ -d "$examples" ]; then # small systems install packages without their documentation
+  build "$examples" stream_joints
+fi
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix"/lib* -name kx-service.pc)")
 export PKG_CONFIG_PATH
@@ -26,14 +29,16 @@ g++ "$consumer/move.cpp" "${flags[@]}" "$rpath" -o move_cpp
 exec {output}< <(exec "$prefix/bin/kx-controller" --port 0 --model 46 --speed 20)
 controller_pid=$!
 read -r -u "$output" listening
+port=${listening##*:}
 for program in build-consumer/move_c build-consumer/move_cpp ./move_c ./move_cpp; do
-  [[ $(ldd "$program") == *"libKX_Service.so.1 => $(realpath "$prefix")"* ]] || {
-    echo "$program does not use the library of $prefix"
+  library=$(ldd "$program" | sed -n 's/.*libKX_Service.so.1 => \([^ ]*\) .*/\1/p')
+  [[ $(realpath "$library") == "$(realpath "$prefix")"/* ]] || {
+    echo "$program uses $library, not that of $prefix"
     exit 1
   }
-  "$program" "${listening##*:}" >program.log || {
+  "$program" "$port" || {
     echo "$program ended with status $?"
-    cat program.log
     exit 1
   }
 done
+"$prefix/bin/kx" --arm "127.0.0.1:$port" --model 46 state >kx.log

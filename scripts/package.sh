@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Makes the Debian packages and has lintian look at them: package.sh [build-tree [directory]]
+# Without a build tree it builds the release. The packages go to build/packages.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+if [ $# -eq 0 ]; then
+  ./scripts/install.sh all
+  ./scripts/build.sh release KX_Service kx-controller kx
+fi
+tree=$(realpath "${1:-build/release}")
+packages=$(realpath -m "${2:-build/packages}")
+
+mkdir -p "$packages"
+rm -f "$packages"/*.deb
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cpack --config "$tree/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log" && exit 1; }
+mv "$work"/*.deb "$packages"
+
+# A first upload to Debian's archive would close a bug there; and CPack calls ldconfig itself, beside the trigger.
+lintian --allow-root --fail-on error,warning \
+  --suppress-tags initial-upload-closes-no-bugs,maintscript-calls-ldconfig "$packages"/*.deb
+ls "$packages"/*.deb

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the Debian packages, uses and removes them, as root: apt.sh directory-of-packages
+# Ends with 77 where that would not do: for another user, or where they are installed already.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+packages=$(realpath "$1")
+names=(libkx-service1 libkx-service-dev kx-controller kx-cli)
+[ "$(id -u)" = 0 ] || { echo "only root can install packages" && exit 77; }
+
+# One test at a time; as long as the file says so, what is installed is only a test's.
+exec {lock}<>/run/lock/kx-service-package-test
+flock "$lock"
+apt() { DEBIAN_FRONTEND=noninteractive apt-get -yqq -o DPkg::Lock::Timeout=120 -o Dpkg::Use-Pty=0 "$@"; }
+installed() { dpkg-query -W -f '${db:Status-Abbrev} ${Package}\n' "${names[@]}" 2>/dev/null | sed -n 's/^i. *//p'; }
+remove() {
+  if [ "$(installed)" ]; then apt purge "${names[@]}" >/dev/null; fi
+  : >/run/lock/kx-service-package-test
+}
+if [ -s /run/lock/kx-service-package-test ]; then remove; fi
+if [ "$(installed)" ]; then echo "already installed:" $(installed) && exit 77; fi
+
+trap remove EXIT
+echo testing >/run/lock/kx-service-package-test
+log=$(apt install --no-install-recommends "$packages"/*.deb 2>&1) || { echo "$log" && exit 1; }
+files=$(dpkg -L "${names[@]}")
+"$here/use.sh" /usr
+
+remove
+while read -r file; do
+  if [ -f "$file" ] || [ -L "$file" ] && [ ! -d "$file" ]; then echo "left behind: $file" && exit 1; fi
+done <<<"$files"
