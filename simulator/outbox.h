@@ -28,7 +28,7 @@ class Outbox {
     using Time = std::chrono::steady_clock::time_point;
 
     /** Between two lines to one client; in real time, whatever the simulation's speed. */
-    static constexpr auto gap = std::chrono::milliseconds(20);
+    static constexpr auto gap = std::chrono::milliseconds(30);
 
     void reply(std::string line) { replies_.push_back(std::move(line)); }
 

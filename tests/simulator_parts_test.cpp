@@ -44,11 +44,11 @@ TEST(Outbox, AnswersEveryTargetOfAStreamEvenIfTheClientIsLateAtTimes)
                 if (arrival == t) outbox.push("joint_state", "line\n");
             if (t >= next_line && outbox.take(Outbox::Time(std::chrono::milliseconds(1000 + t)))) {
                 ++client.lines;
-                next_line = t + 20;
+                next_line = t + 30;
             }
             if (t >= next_poll) {
                 client.poll();
-                next_poll = t + 5 + (below(10) == 0 ? below(34) : 0);
+                next_poll = t + 5 + (below(10) == 0 ? below(54) : 0);
             }
             most = std::max(most, client.registrations);
         }
