@@ -40,12 +40,17 @@ const float* joints(const Given& given, const std::vector<float>& angles)
     return angles.data();
 }
 
-/** @throws WrongUse unless there are six numbers */
+/** @throws WrongUse unless there are six numbers, which may be metres and radians */
 POSE pose(const std::vector<float>& n)
 {
     if (n.size() != 6)
         throw WrongUse("a pose is six numbers, X Y Z in metres and RX RY RZ in radians, but " +
                        std::to_string(n.size()) + " are given");
+    for (std::size_t i = 0; i < 6; ++i) {
+        const bool is_position = i < 3;
+        if (std::fabs(n[i]) > (is_position ? 10.0f : 6.2832f)) // no arm is so long; more than a full turn
+            throw WrongUse(is_position ? "X Y Z are metres" : "RX RY RZ are radians");
+    }
     return {n[0], n[1], n[2], n[3], n[4], n[5]};
 }
 

@@ -109,7 +109,7 @@ class CommandLine {
         add_motion("movej", movej,
                    "Move all joints and wait until they are there; interrupting stops the arm", "joint",
                    angles_help);
-        add_motion("movel", movel, "Move the tool along a line, likewise", "pose", pose_help);
+        add_motion("movel", movel, "Move the tool along a line, wait and stop likewise", "pose", pose_help);
         add("stop", stop, "Stop the arm and drop all planned motions");
 
         sub = add("io", io, "Read all inputs and outputs, or read or set one");
@@ -137,7 +137,7 @@ class CommandLine {
 
         sub = add("raw", raw, "Send one JSON object, print what comes back");
         sub->add_option("object", given_.line, R"(e.g. '{"command":"get_joint_degree"}')")->required();
-        sub->add_option("--listen", given_.listen, "print so many seconds more of what comes, s")
+        sub->add_option("--listen", given_.listen, "print what comes for so many seconds more")
             ->check(CLI::Range(0.0, 3600.0));
     }
 

@@ -55,6 +55,8 @@ check 64 '' '*model 46 has 6 joints, but 3 angles are given*' movej 1 2 3
 check 64 '' '*nan is no number*' movej nan 0 0 0 0 0
 check 64 '' '*--speed: Value 300 not in range 1 to 100*' movej 0 0 0 0 0 0 --speed 300
 check 64 '' '*six numbers*' movel 1 2 3
+check 64 '' '*RX RY RZ are radians*' movel 0.3 0 0.4 180 0 0
+check 64 '' '*X Y Z are metres*' ik 300 0 0.4 3.14 0 0
 check 64 '' '*di is an input*' io di 1 on
 check 64 '' '*on or off, not maybe*' io do 1 maybe
 check 64 '' '*not one JSON object*' raw '[1]'
