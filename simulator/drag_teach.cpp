@@ -12,6 +12,7 @@ namespace {
 constexpr double interval = 0.02;          // s between two samples
 constexpr std::size_t max_samples = 30000; // ten minutes; what comes later is not recorded
 constexpr double hand_speed = 30;          // degrees/s of the joint that is led furthest, on average
+constexpr double quick_hand_speed = 90;    // degrees/s, of one that is at the arm just now
 constexpr double shortest_leg = 0.5;       // s
 constexpr double at_origin = 0.1;          // degrees by which a joint may be off
 constexpr double origin_speed = 30;        // percent
@@ -43,7 +44,8 @@ void DragTeach::start(bool record, Freedom freedom)
     if (teaching_) throw Refused("the arm is being led already");
     arm_.check_ready();
     if (!arm_.standing()) throw Refused("the arm is moving");
-    plan_operator(freedom);
+    freedom_ = freedom;
+    plan_operator();
     teaching_ = true;
     recording_ = record;
     sampled_ = time_;
@@ -54,6 +56,12 @@ void DragTeach::stop()
 {
     if (!teaching_) throw Refused("nobody leads the arm");
     teaching_ = false;
+}
+
+void DragTeach::lead(const Joints& place)
+{
+    if (!teaching_) throw Refused("the arm is not being led");
+    legs_ = {leg(arm_.position(), place, time_, quick_hand_speed, false)};
 }
 
 void DragTeach::go_to_origin(Arm::Ended ended)
@@ -112,7 +120,7 @@ void DragTeach::advance(double time)
     arm_.lead_to(led_to(time));
 }
 
-void DragTeach::plan_operator(Freedom freedom)
+void DragTeach::plan_operator()
 {
     const Joints start = arm_.position();
     std::vector<Joints> places = world_.operator_way;
@@ -121,36 +129,37 @@ void DragTeach::plan_operator(Freedom freedom)
             places.push_back(start);
             std::ranges::transform(start, offsets, places.back().begin(), std::plus());
         }
-
-    // The last three joints turn the tool, those before carry it.
-    const std::size_t wrist = start.size() - 3;
-    const auto is_free = [&](std::size_t joint) {
-        return freedom == Freedom::all || (freedom == Freedom::orientation) == (joint >= wrist);
-    };
     legs_.clear();
-    Joints from = start;
-    double begin = time_;
-    for (Joints to : places) {
-        double longest = 0;
-        for (std::size_t i = 0; i < start.size(); ++i) {
-            const Joint& joint = arm_.joints()[i];
-            to[i] = is_free(i) ? std::clamp(to[i], joint.min_position, joint.max_position) : start[i];
-            longest = std::max(longest, std::abs(to[i] - from[i]));
-        }
-        const double duration = std::max(shortest_leg, longest / hand_speed);
-        legs_.push_back({from, to, begin, duration});
-        from = std::move(to);
-        begin += duration;
-    }
+    for (const Joints& place : places)
+        if (legs_.empty())
+            legs_.push_back(leg(start, place, time_, hand_speed, true));
+        else
+            legs_.push_back(
+                leg(legs_.back().to, place, legs_.back().begin + legs_.back().duration, hand_speed, true));
 }
 
-/** Where the hand is at a time from the start of teaching on; it begins and ends every leg gently. */
+/** To a place, as far as the joints are free and their limits allow. */
+DragTeach::Leg DragTeach::leg(const Joints& from, Joints to, double begin, double speed, bool gently) const
+{
+    // The last three joints turn the tool, those before carry it.
+    const std::size_t wrist = from.size() - 3;
+    double longest = 0;
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        const bool is_free = freedom_ == Freedom::all || (freedom_ == Freedom::orientation) == (i >= wrist);
+        const Joint& joint = arm_.joints()[i];
+        to[i] = is_free ? std::clamp(to[i], joint.min_position, joint.max_position) : from[i];
+        longest = std::max(longest, std::abs(to[i] - from[i]));
+    }
+    return {from, to, begin, std::max(gently ? shortest_leg : interval, longest / speed), gently};
+}
+
+/** Where the hand is at a time from the start of teaching on; it mostly begins and ends a leg gently. */
 Joints DragTeach::led_to(double time) const
 {
     const auto next = std::ranges::upper_bound(legs_, time, {}, &Leg::begin);
     const Leg& leg = next == legs_.begin() ? legs_.front() : next[-1];
     const double t = std::clamp((time - leg.begin) / leg.duration, 0.0, 1.0);
-    return JointLine(leg.from, leg.to).at(t * t * (3 - 2 * t));
+    return JointLine(leg.from, leg.to).at(leg.gently ? t * t * (3 - 2 * t) : t);
 }
 
 void DragTeach::check_running() const

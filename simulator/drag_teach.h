@@ -17,6 +17,10 @@ class DragTeach {
     void start(bool record, Freedom freedom);
     void stop();
     void break_off() { teaching_ = false; }
+
+    /** The operator leads the arm to a place, not to where else they would have led it. */
+    void lead(const Joints& place);
+
     bool teaching() const { return teaching_; }
 
     /** Moves the arm to where the recording begins. */
@@ -34,9 +38,11 @@ class DragTeach {
     struct Leg {
         Joints from, to;
         double begin, duration; ///< s
+        bool gently;            ///< from rest to rest
     };
 
-    void plan_operator(Freedom freedom);
+    void plan_operator();
+    Leg leg(const Joints& from, Joints to, double begin, double speed, bool gently) const;
     Joints led_to(double time) const;
     void check_running() const;
 
@@ -45,6 +51,7 @@ class DragTeach {
     double time_ = 0;
 
     bool teaching_ = false, recording_ = false;
+    Freedom freedom_ = Freedom::all;
     std::vector<Leg> legs_;
     double sampled_ = 0; ///< when the last sample was taken
     std::vector<Joints> samples_;

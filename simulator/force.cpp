@@ -144,7 +144,8 @@ KDL::Wrench ForceSensing::data(Sensor sensor, const Joints& joints) const
 {
     const KDL::Frame flange = arm_.model().flange(joints);
     const Tare& tare = tares_[static_cast<std::size_t>(sensor)];
-    const KDL::Vector pushed = flange.M.Inverse(KDL::Vector(0, 0, contact(world_, flange)));
+    const auto& [x, y, z] = world_.push;
+    const KDL::Vector pushed = flange.M.Inverse(KDL::Vector(x, y, z + contact(world_, flange)));
     KDL::Wrench felt = weight(mass() - tare.mass, flange) + bias - tare.zero;
     felt.force += pushed;
     return sensor == Sensor::six_axis ? felt : KDL::Wrench({0, 0, felt.force.z()}, KDL::Vector::Zero());

@@ -66,6 +66,23 @@ KDL::Frame Model::flange(const Joints& angles) const
             {m[0][3], m[1][3], m[2][3]}};
 }
 
+std::vector<Model::Hinge> Model::hinges() const
+{
+    const Joints zero(lower.size());
+    const KDL::Frame rest = flange(zero).Inverse();
+    std::vector<Hinge> hinges;
+    for (std::size_t i = 0; i < zero.size(); ++i) {
+        Joints turned = zero;
+        turned[i] = 90;
+        const KDL::Frame turn = flange(turned) * rest;
+        KDL::Vector direction = turn.M.GetRot();
+        direction.Normalize();
+        // What a quarter turn shifts the origin by is a side of a square; its centre stays in place.
+        hinges.push_back({(turn.p + direction * turn.p) / 2, direction});
+    }
+    return hinges;
+}
+
 Joints Model::joints_for(const KDL::Frame& target, const Joints& reference, Elbow elbow) const
 {
     Joints found = nearest(target, reference, elbow);

@@ -25,6 +25,12 @@ class Model {
     /** The flange in the base frame; exact also where a pose's angles are not (ry = +-90 degrees). */
     KDL::Frame flange(const Joints& angles) const;
 
+    /** A line that a joint turns about, in the base frame while all joint angles are zero. */
+    struct Hinge {
+        KDL::Vector point, direction;
+    };
+    std::vector<Hinge> hinges() const;
+
     /** How far the elbow of seven joints may swing about the line from shoulder to wrist. */
     enum class Elbow { near, anywhere };
 

@@ -117,6 +117,8 @@ class Motions {
     bool free() const { return waiting_.empty() && (!running_ || !running_->dropped.empty()); }
 
     bool jogging() const;
+    bool paused() const { return paused_; }
+    std::size_t waiting() const { return waiting_.size(); }
 
     /** The motion that runs (or is held by a pause), if any, and its number, counted from 1. */
     const Motion* current() const { return running_ ? &running_->motion : nullptr; }

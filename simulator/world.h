@@ -26,8 +26,9 @@ struct World {
     std::array<bool, io_channels> tool_inputs{};
 
     std::optional<Object> object;
-    double payload = 0;          ///< kg, at the flange
-    std::optional<double> table; ///< height of a hard level surface, mm above the arm's base
+    double payload = 0;           ///< kg, at the flange
+    std::array<double, 3> push{}; ///< somebody's hand against the flange, N, in the base frame
+    std::optional<double> table;  ///< height of a hard level surface, mm above the arm's base
 
     /** Where the operator leads the arm in drag teaching, degrees; without any, to places near by. */
     std::vector<Joints> operator_way;
