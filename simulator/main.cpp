@@ -117,9 +117,18 @@ int main(int argc, char** argv)
     app.add_flag("--trace", options.trace, "print every line in and out, with simulated seconds");
     app.add_option("--modbus-tcp", options.modbus_tcp,
                    "HOST:PORT of a real Modbus slave behind the controller's ports");
+    unsigned short web_port = 8090;
+    const CLI::Option* web =
+        app.add_option("--web", web_port,
+                       "serve a page that shows the arm; 8090 unless a port is given, 0 picks a "
+                       "free one")
+            ->expected(0, 1);
+    app.add_option("--web-host", options.web_host, "address at which the page is served")
+        ->capture_default_str();
     add_world_options(app, options.world, given);
     CLI11_PARSE(app, argc, argv);
 
+    if (web->count() > 0) options.web_port = web_port;
     try {
         complete_world(app, options.world, given, options.model == 47 ? 7 : 6);
         serve(options);

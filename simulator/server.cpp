@@ -1,6 +1,7 @@
 #include "server.h"
 
 #include <cstdio>
+#include <future>
 #include <iostream>
 #include <memory>
 
@@ -17,6 +18,8 @@
 #include "json.h"
 #include "modbus_tcp.h"
 #include "outbox.h"
+#include "page.h"
+#include "web.h"
 
 namespace kx::sim {
 
@@ -26,6 +29,8 @@ using asio::ip::tcp;
 
 // A client that asks without end faster than its replies can be sent is not read from while so many wait.
 constexpr std::size_t waiting_replies = 1000;
+
+constexpr auto frame_interval = std::chrono::milliseconds(20); // of the page
 
 /** Control characters would garble the terminal. */
 std::string printable(std::string_view text)
@@ -58,6 +63,9 @@ class Server {
   private:
     void accept();
     void schedule();
+    void start_page(const ServerOptions& options);
+    void show_frame();
+    std::string act(const std::string& request);
 
     asio::io_context loop_{1};
     tcp::acceptor acceptor_{loop_};
@@ -68,6 +76,9 @@ class Server {
     Controller controller_;
     bool trace_;
     int clients_ = 0;
+    Page page_{controller_};
+    asio::steady_timer frame_{loop_};
+    std::unique_ptr<Web> web_; ///< if there is a page; last, since its threads use the others
 };
 
 /** One client. It lives as long as something is to be read, to be written or to be reported to it. */
@@ -181,7 +192,52 @@ Server::Server(const ServerOptions& options)
     signals_.async_wait([this](auto, int) { loop_.stop(); });
     std::cout << "kx-controller: model " << options.model << " listening on " << acceptor_.local_endpoint()
               << std::endl;
+    if (options.web_port) start_page(options);
     accept();
+}
+
+void Server::start_page(const ServerOptions& options)
+{
+    Json about = page_.about();
+    about["port"] = acceptor_.local_endpoint().port();
+    web_ = std::make_unique<Web>(options.web_host, *options.web_port, std::move(about),
+                                 [this](const std::string& request) { return act(request); });
+    std::cout << "kx-controller: page at " << web_->address() << std::endl;
+    show_frame();
+}
+
+void Server::show_frame()
+{
+    page_.check_hold();
+    if (web_->watched()) {
+        const double now = clock_.now();
+        controller_.advance(now);
+        schedule();
+        web_->publish(page_.state(now));
+    }
+    frame_.expires_after(frame_interval);
+    frame_.async_wait([this](auto) { show_frame(); });
+}
+
+/** Called by the page's threads. */
+std::string Server::act(const std::string& request)
+{
+    const auto outcome = std::make_shared<std::promise<std::string>>();
+    auto answer = outcome->get_future();
+    asio::post(loop_, [this, request, outcome] {
+        controller_.advance(clock_.now());
+        std::string refused;
+        try {
+            page_.act(Json::parse(request));
+        } catch (const std::exception& error) {
+            refused = error.what();
+        }
+        controller_.advance(clock_.now());
+        schedule();
+        outcome->set_value(refused);
+    });
+    const bool answered = answer.wait_for(std::chrono::seconds(2)) == std::future_status::ready;
+    return answered ? answer.get() : "the controller does not answer";
 }
 
 void Server::accept()
@@ -203,7 +259,7 @@ void Server::accept()
 
 void Server::received(const Request& request, int client, const Send& send, const Push& push)
 {
-    if (trace_) trace(client, "->", without_secrets(request.text));
+    if (trace_ || web_) trace(client, "->", without_secrets(request.text));
     if (request.fault.empty())
         controller_.handle(request.text, clock_.now(), send, push);
     else
@@ -226,6 +282,7 @@ void Server::schedule()
 
 void Server::trace(int client, const char* direction, std::string_view text) const
 {
+    if (web_) web_->wire(clock_.now(), client, direction, printable(text));
     if (!trace_) return;
     std::printf("%10.3f client %d %s %s\n", clock_.now(), client, direction, printable(text).c_str());
     std::fflush(stdout);

@@ -1,6 +1,7 @@
 // Runs a controller on a TCP port, on the calling thread.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "world.h"
@@ -14,6 +15,8 @@ struct ServerOptions {
     double speed = 1;   ///< of simulated time against real time
     bool trace = false; ///< print every line in and out
     World world;
+    std::string web_host = "127.0.0.1";
+    std::optional<unsigned short> web_port; ///< where the page is served, if at all; 0 picks a free one
     std::string modbus_tcp; ///< HOST:PORT of a slave behind the controller's ports, instead of simulated ones
 };
 

@@ -1,0 +1,50 @@
+// What the page shows of the controller, and what it may do to the controller and its surroundings. No
+// network here.
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+#include "controller.h"
+
+namespace kx::sim {
+
+class Page {
+  public:
+    explicit Page(Controller& controller) : controller_(controller) {}
+
+    /** What does not change: the model and its geometry. Lengths are metres. */
+    Json about() const;
+
+    /** Everything that does, but for `time`, which the controller must have reached (s). */
+    Json state(double time) const;
+
+    /** Does what somebody beside the arm asked for with the page. @throws std::exception saying why not */
+    void act(const Json& request);
+
+    /** Lets go of whatever the page holds and has not confirmed for a while: it may be gone. */
+    void check_hold();
+
+  private:
+    using Real = std::chrono::steady_clock;
+
+    void jog(const Json& request);
+    void push(const Json& request);
+    void teach(const Json& request);
+    void lead(const Json& request);
+    void set_input(const Json& request);
+    void set_object(const Json& request);
+    void clear_errors();
+    void release();
+
+    Arm& arm() const { return controller_.arm(); }
+    Peripherals& peripherals() const { return controller_.peripherals(); }
+    std::string mode() const;
+    Json errors() const;
+
+    Controller& controller_;
+    Json held_;              ///< the request that holds a joint's button, or pushes the tool
+    Real::time_point until_; ///< when the hold is over unless the page confirms it
+};
+
+} // namespace kx::sim

@@ -1,0 +1,202 @@
+// The readings beside the arm, and the switches among them.
+
+const element = (tag, className = '', text = '') => Object.assign(document.createElement(tag), { className, textContent: text });
+const get = (id) => document.getElementById(id);
+const minus = (text) => text.replace('-', '\u2212');
+const fixed = (value, digits) => minus((Math.abs(value) < 0.5 * 10 ** -digits ? 0 : value).toFixed(digits));
+const degrees = (radians) => (radians * 180) / Math.PI;
+
+/** Sets a text, but not what it is already. */
+export function write(node, text) {
+  if (node.textContent !== text) node.textContent = text;
+}
+
+/** A button that acts as long as it is held, by pointer or by key. */
+function holdButton(text, label, hold) {
+  const button = element('button', 'key', text);
+  button.setAttribute('aria-label', label);
+  let release = null;
+  const begin = (event) => {
+    event.preventDefault();
+    if (event.pointerId !== undefined) button.setPointerCapture(event.pointerId);
+    release ??= hold();
+    button.classList.add('held');
+  };
+  const end = () => {
+    release?.();
+    release = null;
+    button.classList.remove('held');
+  };
+  button.addEventListener('pointerdown', (event) => event.button === 0 && begin(event));
+  for (const type of ['pointerup', 'pointercancel', 'lostpointercapture', 'blur']) button.addEventListener(type, end);
+  button.addEventListener('keydown', (event) => [' ', 'Enter'].includes(event.key) && !event.repeat && begin(event));
+  button.addEventListener('keyup', end);
+  button.addEventListener('contextmenu', (event) => event.preventDefault());
+  return button;
+}
+
+/** A bar with its value marked, filled from zero; returns what moves it. */
+function bar() {
+  const track = element('div', 'bar');
+  const zero = element('b');
+  const fill = element('i');
+  track.append(zero, fill);
+  const place = (value, low, high) => Math.max(0, Math.min(1, (value - low) / (high - low))) * 100;
+  const set = (value, low, high) => {
+    const from = place(0, low, high);
+    const to = place(value, low, high);
+    zero.style.left = `${from}%`;
+    fill.style.left = `${Math.min(from, to)}%`;
+    fill.style.width = `${Math.abs(to - from)}%`;
+    fill.classList.toggle('negative', to < from);
+  };
+  return { track, set };
+}
+
+export class Panel {
+  #controller;
+  #refused;
+  #joints = [];
+  #pose = [];
+  #force = [];
+  #rows = {};
+  #state = null;
+
+  constructor(controller, refused) {
+    this.#controller = controller;
+    this.#refused = refused;
+    this.#buildPose();
+    this.#buildForce();
+    this.#buildIo();
+    for (const [id, unit] of [['jog-speed', '\u2009%'], ['push-force', '\u2009N']]) {
+      const show = () => write(get(id + '-value'), get(id).value + unit);
+      get(id).addEventListener('input', show);
+      show();
+    }
+    get('object').addEventListener('click', () => this.#act(this.#state?.object
+      ? { act: 'object' } : { act: 'object', width: Number(get('object-width').value), mass: 0.5 }));
+  }
+
+  async #act(request) {
+    this.#refused(await this.#controller.act(request));
+  }
+
+  build({ hinges }) {
+    const hold = (joint, up) => () => this.#controller.hold(
+      { act: 'jog', joint, up, percent: Number(get('jog-speed').value) }, this.#refused);
+    this.#joints = hinges.map((_, i) => {
+      const name = `Joint ${i + 1}`;
+      const row = element('div', 'joint');
+      const parts = { row, low: element('span', 'limit number'), high: element('span', 'limit number'),
+                      value: element('output', 'number'), ...bar() };
+      row.append(element('span', 'name', `J${i + 1}`), holdButton('\u2212', `${name} down`, hold(i + 1, false)), parts.low,
+                 parts.track, parts.high, holdButton('+', `${name} up`, hold(i + 1, true)), parts.value);
+      parts.value.setAttribute('aria-label', name);
+      return parts;
+    });
+    get('joints').replaceChildren(...this.#joints.map(({ row }) => row));
+  }
+
+  #buildPose() {
+    this.#pose = ['x', 'y', 'z', 'rx', 'ry', 'rz'].map((name, i) => {
+      const cell = element('div');
+      const value = element('output', 'number');
+      value.setAttribute('aria-label', name);
+      cell.append(element('span', 'name', name), value, element('span', 'note', i < 3 ? 'mm' : '°'));
+      get('pose').append(cell);
+      return value;
+    });
+  }
+
+  #buildForce() {
+    this.#force = ['Fx', 'Fy', 'Fz', 'Mx', 'My', 'Mz'].map((name) => {
+      const row = element('div', 'force');
+      const value = element('output', 'number');
+      const parts = { value, ...bar() };
+      row.append(element('span', 'name', name), parts.track, value);
+      get('force').append(row);
+      return parts;
+    });
+    for (const [name, ...direction] of [['+x', 1, 0, 0], ['+y', 0, 1, 0], ['+z', 0, 0, 1], ['\u2212x', -1, 0, 0],
+                                        ['\u2212y', 0, -1, 0], ['\u2212z', 0, 0, -1]])
+      get('push').append(holdButton(name, `Push towards ${name}`, () => this.#controller.hold(
+        { act: 'push', force: direction.map((value) => value * Number(get('push-force').value)) }, this.#refused)));
+  }
+
+  #buildIo() {
+    const row = (name, label, cells) => {
+      const line = element('div', 'io');
+      line.append(element('span', 'name', label), ...cells);
+      get('io').append(line);
+      this.#rows[name] = cells;
+    };
+    const channels = [1, 2, 3, 4];
+    const input = (kind, label) => (channel) => {
+      const button = element('button', 'channel', String(channel));
+      button.setAttribute('aria-label', `${label} ${channel}`);
+      button.addEventListener('click', () => this.#act({ act: 'input', kind, channel,
+                                                         on: button.getAttribute('aria-pressed') !== 'true' }));
+      return button;
+    };
+    const volts = (channel) => {
+      const cell = element('label', 'volts');
+      const range = Object.assign(element('input'), { type: 'range', min: 0, max: 10, step: 0.1 });
+      range.setAttribute('aria-label', `Analogue input ${channel}`);
+      range.addEventListener('input', () => this.#act({ act: 'input', kind: 'analogue', channel, volts: Number(range.value) }));
+      cell.append(element('output', 'number'), range);
+      return cell;
+    };
+    row('digitalInputs', 'DI', channels.map(input('digital', 'Digital input')));
+    row('digitalOutputs', 'DO', channels.map((channel) => element('span', 'channel output', String(channel))));
+    row('tool', 'Tool', channels.map(input('tool', 'Tool channel')));
+    row('analogueInputs', 'AI', channels.map(volts));
+    row('analogueOutputs', 'AO', channels.map(() => element('output', 'number')));
+  }
+
+  show(state) {
+    this.#state = state;
+    this.#joints.forEach(({ row, low, high, value, set }, i) => {
+      const [from, to] = state.limits[i];
+      set(state.joints[i], from, to);
+      write(low, fixed(from, 0));
+      write(high, fixed(to, 0));
+      write(value, fixed(state.joints[i], 3) + '°');
+      row.classList.toggle('faulty', state.jointErrors[i] !== 0);
+      row.classList.toggle('near', Math.min(state.joints[i] - from, to - state.joints[i]) < 2);
+    });
+    this.#pose.forEach((value, i) => write(value, i < 3 ? fixed(state.pose[i] * 1000, 2) : fixed(degrees(state.pose[i]), 2)));
+    write(get('frames'), `tool “${state.toolName}” in “${state.workName}”`);
+
+    const most = (values) => Math.max(...values.map(Math.abs));
+    const range = (value) => [10, 20, 50, 100, 200, 500, 1000, 5000].find((limit) => value <= limit) ?? 10000;
+    const newtons = range(most(state.force.slice(0, 3)));
+    const metres = range(10 * most(state.force.slice(3))) / 10;
+    this.#force.forEach(({ value, set }, i) => {
+      const limit = i < 3 ? newtons : metres;
+      set(state.force[i], -limit, limit);
+      write(value, fixed(state.force[i], i < 3 ? 1 : 2));
+    });
+    write(get('force-range'), `±${newtons} N, ±${metres} Nm`);
+
+    const press = (button, on) => button.setAttribute('aria-pressed', String(on));
+    state.digitalInputs.forEach((on, i) => press(this.#rows.digitalInputs[i], on));
+    state.digitalOutputs.forEach((on, i) => this.#rows.digitalOutputs[i].classList.toggle('on', on));
+    state.toolStates.forEach((on, i) => {
+      const cell = this.#rows.tool[i];
+      press(cell, on);
+      cell.disabled = state.toolIsOutput[i];
+    });
+    this.#rows.analogueInputs.forEach((cell, i) => {
+      const [value, slider] = cell.children;
+      write(value, state.analogueInputs[i].toFixed(1));
+      if (document.activeElement !== slider) slider.value = state.analogueInputs[i];
+    });
+    this.#rows.analogueOutputs.forEach((value, i) => write(value, state.analogueOutputs[i].toFixed(1)));
+
+    const { opening, force } = state.gripper;
+    get('opening').style.width = `${opening}%`;
+    write(get('grip'), `${opening.toFixed(1)} mm${force ? `, ${force.toFixed(1)} N` : ''}`);
+    write(get('object'), state.object ? 'Remove object' : 'Place object');
+    press(get('object'), state.object !== null);
+  }
+}

@@ -1,0 +1,170 @@
+// The page's server: who may do what, and what it tells and does.
+#include "support/application.h"
+
+#include <httplib.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using Json = nlohmann::json;
+
+struct Page : testing::Test {
+    Application app{46, {"--web", "0"}};
+    const int port = app.controller->page();
+    const std::string host = "127.0.0.1:" + std::to_string(port);
+    const Json about = first("about");
+
+    // Listens to the stream until an event of a kind is as wanted, and gives its data.
+    Json first(
+        const std::string& kind,
+        const std::function<bool(const Json&)>& wanted = [](const Json&) { return true; })
+    {
+        httplib::Client client("127.0.0.1", port);
+        client.set_read_timeout(20);
+        std::string text;
+        Json found;
+        client.Get("/events", [&](const char* bytes, std::size_t length) {
+            text.append(bytes, length);
+            for (std::size_t end; found.is_null() && (end = text.find("\n\n")) != text.npos;
+                 text.erase(0, end + 2)) {
+                const std::string intro = "event: " + kind + "\ndata: ";
+                if (!text.starts_with(intro)) continue;
+                const Json data = Json::parse(text.substr(intro.size(), end - intro.size()));
+                if (wanted(data)) found = data;
+            }
+            return found.is_null();
+        });
+        EXPECT_FALSE(found.is_null()) << "no such event: " << kind;
+        return found;
+    }
+
+    httplib::Result act(const Json& request)
+    {
+        return httplib::Client("127.0.0.1", port)
+            .Post("/act", {{"Origin", "http://" + host}, {"X-Token", about["token"]}}, request.dump(),
+                  "application/json");
+    }
+};
+
+TEST_F(Page, ObeysNobodyButItself)
+{
+    const std::string token = about["token"], other(token.size(), '0'), own = "http://" + host;
+    const struct {
+        const char *method, *path;
+        httplib::Headers headers;
+        int status;
+    } rows[] = {
+        {"GET", "/", {}, 200},
+        {"GET", "/main.js", {}, 200},
+        {"GET", "/", {{"Host", "localhost:" + std::to_string(port)}}, 200},
+        {"GET",
+         "/",
+         {{"Host", "example.org:" + std::to_string(port)}},
+         403}, // a name that somebody else may resolve
+        {"GET", "/events", {{"Host", "127.0.0.1.example.org"}}, 403},
+        {"GET", "/", {{"Host", ""}}, 403},
+        {"GET", "/web.cpp", {}, 404},
+        {"GET", "/../CMakeLists.txt", {}, 404},
+        {"GET", "/%2e%2e/%2e%2e/etc/passwd", {}, 404},
+        {"GET", "/act", {}, 404},
+        {"POST", "/act", {}, 403},
+        {"POST", "/act", {{"Origin", own}}, 403},
+        {"POST", "/act", {{"X-Token", token}}, 403},
+        {"POST", "/act", {{"Origin", own}, {"X-Token", other}}, 403},
+        {"POST", "/act", {{"Origin", "null"}, {"X-Token", token}}, 403},
+        {"POST", "/act", {{"Origin", "http://example.org"}, {"X-Token", token}}, 403},
+        {"POST",
+         "/act",
+         {{"Origin", "http://example.org"}, {"Host", "example.org"}, {"X-Token", token}},
+         403},
+        {"POST", "/act", {{"Origin", own}, {"X-Token", token}}, 204},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.method) + " " + row.path + " expecting " + std::to_string(row.status));
+        httplib::Request request;
+        request.method = row.method;
+        request.path = row.path;
+        request.headers = row.headers;
+        if (request.method == "POST") request.body = R"({"act": "stop"})";
+        const auto result = httplib::Client("127.0.0.1", port).send(request);
+        ASSERT_TRUE(result) << to_string(result.error());
+        EXPECT_EQ(result->status, row.status);
+        EXPECT_TRUE(result->get_header_value("Content-Security-Policy")
+                        .starts_with("default-src 'none'; script-src 'self'"));
+    }
+    EXPECT_FALSE(httplib::Client("127.0.0.2", port).Get("/")) << "listens elsewhere";
+}
+
+TEST_F(Page, TellsWhatHappens)
+{
+    float target[7] = {30, -20, 40, 0, 60, 0};
+    ASSERT_EQ(Movej_Cmd(app.arm, target, 50, 0, true), 0);
+    const Json state = first("state");
+    EXPECT_EQ(state["mode"], "ready");
+    for (int i = 0; i < 6; ++i)
+        EXPECT_NEAR(state["joints"][i], target[i], 1e-3);
+    const Json lines = first("wire");
+    const auto seen = [&](const char* direction, const char* text) {
+        return std::ranges::any_of(lines, [&](const Json& line) {
+            return line[3] == direction && line[4].get<std::string>().find(text) != std::string::npos;
+        });
+    };
+    EXPECT_TRUE(seen("->", "\"movej\""));
+    EXPECT_TRUE(seen("<-", "\"trajectory_state\":true"));
+}
+
+TEST_F(Page, ActsOnTheController)
+{
+    const auto state = [this] { return first("state"); };
+    const auto refused = [this](const Json& request) {
+        const auto result = act(request);
+        return result && result->status == 409 ? result->body : "";
+    };
+
+    EXPECT_EQ(act({{"act", "input"}, {"kind", "analogue"}, {"channel", 3}, {"volts", 2.5}})->status, 204);
+    float volts[4] = {};
+    unsigned char on[4] = {};
+    EXPECT_EQ(Get_IO_Input(app.arm, on, volts), 0);
+    EXPECT_EQ(volts[2], 2.5f);
+
+    EXPECT_EQ(act({{"act", "object"}, {"width", 40}, {"mass", 1}})->status, 204);
+    EXPECT_EQ(Set_Gripper_Pick(app.arm, 500, 100, true), 0) << "now there is something to grip";
+
+    EXPECT_EQ(act({{"act", "emergency_stop"}})->status, 204);
+    EXPECT_EQ(state()["errors"], Json::array({"emergency stop"}));
+    EXPECT_EQ(refused({{"act", "jog"}, {"joint", 1}, {"up", true}, {"percent", 1}}),
+              "the controller is in error");
+    EXPECT_EQ(act({{"act", "clear_errors"}})->status, 204);
+
+    EXPECT_EQ(act({{"act", "teach"}, {"on", true}})->status, 204);
+    EXPECT_EQ(state()["mode"], "led by hand");
+    EXPECT_EQ(act({{"act", "lead"}, {"to", {2, 0, 0}}})->status, 409) << "out of reach";
+    EXPECT_EQ(act({{"act", "lead"}, {"to", {0.1, 0, 0.8}}})->status, 204);
+    first("state", [](const Json& data) { return std::abs(data["pose"][0].get<double>() - 0.1) < 1e-3; });
+    EXPECT_EQ(act({{"act", "teach"}, {"on", false}})->status, 204);
+
+    EXPECT_EQ(act({{"act", "power"}, {"on", false}})->status, 204);
+    EXPECT_EQ(state()["mode"], "power off");
+    EXPECT_NE(refused({{"act", "fly"}}), "");
+    EXPECT_NE(refused({{"act", "power"}, {"on", "off"}}), "");
+    EXPECT_NE(refused("stop"), "");
+}
+
+// A page that is gone while it holds a button must not leave the arm running.
+TEST_F(Page, LetsGoOfWhatIsNotHeldOn)
+{
+    EXPECT_EQ(act({{"act", "jog"}, {"joint", 2}, {"up", true}, {"percent", 1}})->status, 204);
+    EXPECT_EQ(first("state")["mode"], "jogging");
+    const Json state = first("state", [](const Json& data) { return data["mode"] == "ready"; });
+    EXPECT_GT(state["joints"][1], 0.1);
+    EXPECT_LT(state["joints"][1], 120) << "short of the limit";
+
+    EXPECT_EQ(act({{"act", "push"}, {"force", {0, 0, -50}}})->status, 204);
+    const auto force = [](const Json& data) { return data["force"][2].get<double>(); };
+    const double pushed = force(first("state"));
+    EXPECT_NEAR(
+        std::abs(force(first("state", [](const Json& data) { return data["push"][2] == 0; })) - pushed), 50,
+        1);
+}
+
+} // namespace
