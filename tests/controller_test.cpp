@@ -152,44 +152,6 @@ TEST_F(Motion, IsSeenOnItsWay)
     EXPECT_EQ(app.standing()[0], 90);
 }
 
-TEST_F(Motion, PausesAndContinues)
-{
-    EXPECT_EQ(Move_Pause_Cmd(arm, true), 1) << "nothing to pause";
-    start();
-    EXPECT_EQ(Move_Pause_Cmd(arm, true), 0);
-    const float paused = app.standing()[0];
-    EXPECT_GT(paused, 1);
-    EXPECT_LT(paused, 89);
-    EXPECT_EQ(Move_Continue_Cmd(arm, true), 0);
-    sleep_cp(300);
-    EXPECT_EQ(app.standing()[0], 90);
-}
-
-TEST_F(Motion, StopsForGood)
-{
-    start();
-    EXPECT_EQ(Movej_Cmd(arm, target, 20, 0, false), 0) << "a second one waits behind it";
-    EXPECT_EQ(Move_Stop_Cmd(arm, true), 0);
-    const float stopped = app.standing()[0];
-    EXPECT_LT(stopped, 89);
-    EXPECT_EQ(Move_Continue_Cmd(arm, true), 1);
-    EXPECT_EQ(app.standing()[0], stopped);
-}
-
-TEST_F(Motion, GivesWayToTheNextWhenItIsDeleted)
-{
-    start();
-    const float back[6] = {};
-    EXPECT_EQ(Movej_Cmd(arm, back, 50, 0, false), 0);
-    sleep_cp(100);
-    EXPECT_EQ(Clear_Current_Trajectory(arm, true), 0);
-    sleep_cp(300);
-    EXPECT_EQ(app.standing()[0], 0);
-    start();
-    EXPECT_EQ(Clear_All_Trajectory(arm, true), 0);
-    EXPECT_LT(app.standing()[0], 89);
-}
-
 TEST_F(Motion, EndsABlockingCallWhenAnotherThreadStopsIt)
 {
     std::thread stopper([this] {

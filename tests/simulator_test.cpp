@@ -1,9 +1,7 @@
 // The virtual controller: how it cuts requests, how its arm moves, what it answers and refuses, and its
 // server.
 #include <arpa/inet.h>
-#include <csignal>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -15,6 +13,7 @@
 #include "framing.h"
 #include "json.h"
 #include "kx/connection.h"
+#include "support/controller.h"
 
 using namespace kx::sim;
 using Strings = std::vector<std::string>;
@@ -88,7 +87,7 @@ struct Bench {
     void send(const std::string& request)
     {
         controller.handle(request, time, [this](const std::string& line) {
-            EXPECT_LT(line.size(), Controller::reply_buffer);
+            EXPECT_LT(line.size(), kx::sim::Controller::reply_buffer);
             EXPECT_EQ(line.find('\n'), line.size() - 1);
             lines.push_back(line);
         });
@@ -114,7 +113,7 @@ struct Bench {
 
     const Joints& position() { return controller.arm().position(); }
 
-    Controller controller;
+    kx::sim::Controller controller;
     double time = 0;
     Strings lines;
 };
@@ -522,57 +521,6 @@ TEST(Commands, WhatIsNoCommandGetsOneErrorThatFitsALine)
 // --- the process
 // ---------------------------------------------------------------------------------------------------
 
-/** A kx-controller of its own, on a port of its own. */
-class Process {
-  public:
-    explicit Process(Strings options)
-    {
-        int out[2];
-        EXPECT_EQ(pipe(out), 0);
-        pid_ = fork();
-        if (pid_ == 0) {
-            dup2(out[1], STDOUT_FILENO);
-            dup2(out[1], STDERR_FILENO);
-            options.insert(options.begin(), KX_CONTROLLER);
-            std::vector<char*> arguments;
-            for (std::string& option : options)
-                arguments.push_back(option.data());
-            arguments.push_back(nullptr);
-            execv(KX_CONTROLLER, arguments.data());
-            _exit(127);
-        }
-        close(out[1]);
-        output_ = fdopen(out[0], "r");
-        char line[300] = "";
-        if (fgets(line, sizeof line, output_)) first_line = line;
-        port = std::atoi(first_line.substr(first_line.rfind(':') + 1).c_str());
-    }
-
-    ~Process()
-    {
-        stop(SIGKILL);
-        fclose(output_);
-    }
-
-    /** The exit status, or -1 if it was killed. */
-    int stop(int signal = 0)
-    {
-        if (pid_ < 0) return -1;
-        if (signal) kill(pid_, signal);
-        int status = 0;
-        waitpid(pid_, &status, 0);
-        pid_ = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-    std::string first_line;
-    int port = 0;
-
-  private:
-    pid_t pid_ = -1;
-    FILE* output_ = nullptr;
-};
-
 class Client {
   public:
     explicit Client(int port) : socket_(socket(AF_INET, SOCK_STREAM, 0)), in_(fdopen(socket_, "r"))
@@ -607,8 +555,8 @@ class Client {
 
 TEST(Server, LeavesAGapBetweenTwoLinesSoThatPollingClientsLoseNone)
 {
-    Process controller({"--port", "0"});
-    Client client(controller.port);
+    ::Controller controller;
+    Client client(controller.port());
     const auto start = std::chrono::steady_clock::now();
     std::string requests;
     for (int i = 0; i < 6; ++i)
@@ -623,10 +571,8 @@ TEST(Server, LeavesAGapBetweenTwoLinesSoThatPollingClientsLoseNone)
 
 TEST(Server, ManyClientsShareOneArmAndTheAskerIsToldOfTheEnd)
 {
-    Process controller({"--port", "0", "--model", "36", "--speed", "20"});
-    EXPECT_EQ(controller.first_line,
-              "kx-controller: model 36 listening on 127.0.0.1:" + std::to_string(controller.port) + "\n");
-    Client asker(controller.port), leaver(controller.port), other(controller.port);
+    ::Controller controller({"--model", "36", "--speed", "20"});
+    Client asker(controller.port()), leaver(controller.port()), other(controller.port());
     leaver.send(far_move + "\n" + far_move + "\n" + far_move);
     asker.send("nonsense\n");
     EXPECT_NE(asker.line().find("error"), std::string::npos);
@@ -636,20 +582,20 @@ TEST(Server, ManyClientsShareOneArmAndTheAskerIsToldOfTheEnd)
     EXPECT_EQ(Json::parse(other.line()).at("joint_max_speed"), true) << "the first line this client gets";
     asker.send("{\"command\":\"get_joint_max_speed\"}\r\n");
     EXPECT_EQ(Json::parse(asker.line()).at("joint_speed")[0], 9000);
-    EXPECT_EQ(controller.stop(SIGTERM), 0);
+    EXPECT_EQ(controller.end(SIGTERM), 0);
 }
 
 TEST(Server, SaysWhyItCannotStart)
 {
-    Process first({"--port", "0"});
-    for (const Strings& options :
-         {Strings{"--port", std::to_string(first.port)}, Strings{"--host", "nowhere", "--port", "0"},
-          Strings{"--model", "35"}, Strings{"--port", "70000"}, Strings{"--speed", "0"}}) {
-        Process second(options);
-        EXPECT_GT(second.first_line.size(), 10u);
-        EXPECT_GT(second.stop(), 0) << second.first_line;
+    ::Controller first;
+    for (const std::string& options :
+         {"--port " + std::to_string(first.port()), std::string("--host nowhere"), std::string("--model 35"),
+          std::string("--port 70000"), std::string("--speed 0")}) {
+        Process second({"/bin/sh", "-c", "exec " KX_CONTROLLER " " + options + " 2>&1"});
+        EXPECT_GT(second.line().size(), 10u) << options;
+        EXPECT_GT(second.end(0), 0) << options;
     }
-    EXPECT_EQ(first.stop(SIGINT), 0);
+    EXPECT_EQ(first.end(SIGINT), 0);
 }
 
 } // namespace

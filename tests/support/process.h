@@ -48,12 +48,15 @@ class Process {
         return fgets(text, sizeof text, output_) ? text : "";
     }
 
-    void end(int signal)
+    // Its exit status, or -1 if the signal killed it; with signal 0 it is left to end by itself.
+    int end(int signal)
     {
-        if (process_ <= 0) return;
+        if (process_ <= 0) return -1;
         kill(process_, signal);
-        waitpid(process_, nullptr, 0);
+        int status = 0;
+        waitpid(process_, &status, 0);
         process_ = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
     // Ends the process and gives all that it printed; it must not print more than a pipe holds before.
