@@ -13,17 +13,19 @@ flock "$lock"
 apt() { DEBIAN_FRONTEND=noninteractive apt-get -yqq -o DPkg::Lock::Timeout=120 -o Dpkg::Use-Pty=0 "$@"; }
 installed() { dpkg-query -W -f '${db:Status-Abbrev} ${Package}\n' "${names[@]}" 2>/dev/null | sed -n 's/^i. *//p'; }
 remove() {
-  if [ "$(installed)" ]; then apt purge "${names[@]}" >/dev/null; fi
+  local present
+  mapfile -t present < <(installed)
+  if [ ${#present[@]} -gt 0 ]; then apt purge "${present[@]}" >/dev/null; fi
   : >/run/lock/kx-service-package-test
 }
 if [ -s /run/lock/kx-service-package-test ]; then remove; fi
-if [ "$(installed)" ]; then echo "already installed:" $(installed) && exit 77; fi
+if [ "$(installed)" ]; then echo "already installed: $(installed | tr '\n' ' ')" && exit 77; fi
 
 trap remove EXIT
 echo testing >/run/lock/kx-service-package-test
 log=$(apt install --no-install-recommends "$packages"/*.deb 2>&1) || { echo "$log" && exit 1; }
 files=$(dpkg -L "${names[@]}")
-"$here/use.sh" /usr
+"$here/use.sh" /usr {lock}>&-
 
 remove
 while read -r file; do

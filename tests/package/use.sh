@@ -42,3 +42,4 @@ for program in build-consumer/move_c build-consumer/move_cpp ./move_c ./move_cpp
   }
 done
 "$prefix/bin/kx" --arm "127.0.0.1:$port" --model 46 state >kx.log
+[ "$("$prefix/bin/kx" --version)" = "kx $(pkg-config --modversion kx-service)" ] # of the library, and of the package
