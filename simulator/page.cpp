@@ -113,8 +113,6 @@ Json Page::state(double time) const
             {"joints", rounded_array(arm().position())},
             {"limits", limits},
             {"jointErrors", joint_errors},
-            {"currents", rounded_array(arm().currents(), 0.01)},
-            {"temperatures", rounded_array(arm().temperatures(), 0.1)},
             {"pose", rounded_array(std::array{pose.x, pose.y, pose.z, pose.rx, pose.ry, pose.rz}, 1e-5)},
             {"toolName", arm().frames().tools.active_name()},
             {"tool", array_of(frames.tool)},

@@ -55,7 +55,12 @@ std::string without_secrets(const std::string& text)
 class Server {
   public:
     explicit Server(const ServerOptions& options);
-    void run() { loop_.run(); }
+    void run()
+    {
+        loop_.run();
+        acceptor_.close(); // the page's threads take a moment to end, and the next controller may wait for
+                           // the port
+    }
 
     void received(const Request& request, int client, const Send& send, const Push& push);
     void trace(int client, const char* direction, std::string_view text) const;

@@ -123,9 +123,9 @@ export class ArmView {
     const push = new THREE.Vector3(...state.push);
     this.push.visible = push.length() > 0;
     if (this.push.visible) {
-      const length = 0.1 + push.length() / 1000;
+      const length = 0.12 + push.length() / 1000;
       this.push.setDirection(push.clone().normalize());
-      this.push.setLength(length, 0.04, 0.025);
+      this.push.setLength(length, 0.06, 0.035);
       this.push.position.copy(end).addScaledVector(push.normalize(), -length);
     }
     this.handle.visible = state.teaching;
@@ -243,6 +243,11 @@ export class ArmView {
     this.table.visible = false;
     this.push = new THREE.ArrowHelper(new THREE.Vector3(1, 0, 0), new THREE.Vector3(), 0.2);
     this.push.visible = false;
+    for (const part of [this.push.line, this.push.cone]) {
+      part.material.depthTest = false; // it is seen through what it pushes
+      part.material.transparent = true;
+      part.renderOrder = 2;
+    }
     this.handle = new THREE.Mesh(new THREE.SphereBufferGeometry(0.022, 32, 24),
       new THREE.MeshBasicMaterial({ transparent: true, opacity: 0.7, depthTest: false }));
     this.handle.visible = false;

@@ -52,6 +52,7 @@ controller.addEventListener('state', ({ detail }) => {
   get('pause').disabled = !paused && !running;
   get('clear-errors').disabled = errors.length === 0;
   for (const [id, on] of [['power', power], ['teach', teaching]]) get(id).setAttribute('aria-pressed', String(on));
+  get('hint').hidden = !teaching;
   write(get('power'), power ? 'Power on' : 'Power off');
   arm.show(state);
   panel.show(state);

@@ -186,6 +186,7 @@ export class Panel {
       press(cell, on);
       cell.disabled = state.toolIsOutput[i];
     });
+    write(get('supply'), `tool ${state.toolSupply} V`);
     this.#rows.analogueInputs.forEach((cell, i) => {
       const [value, slider] = cell.children;
       write(value, state.analogueInputs[i].toFixed(1));
