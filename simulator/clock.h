@@ -13,7 +13,14 @@ class Clock {
 
     explicit Clock(double speed) : speed_(speed) {}
 
-    double now() const { return Seconds(Real::now() - start_).count() * speed_; }
+    double now() const { return before_ + Seconds(Real::now() - start_).count() * speed_; }
+
+    void set_speed(double speed)
+    {
+        before_ = now();
+        start_ = Real::now();
+        speed_ = speed;
+    }
 
     /** Real time until a simulated time; at most an hour, since far events need not be exact. */
     Real::duration until(double time) const
@@ -23,7 +30,8 @@ class Clock {
     }
 
   private:
-    Real::time_point start_ = Real::now();
+    Real::time_point start_ = Real::now(); ///< of the present speed
+    double before_ = 0;                    ///< simulated time until then
     double speed_;
 };
 

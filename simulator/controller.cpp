@@ -1,5 +1,7 @@
 #include "controller.h"
 
+#include <unordered_map>
+
 #include "command.h"
 
 namespace kx::sim {
@@ -44,19 +46,29 @@ std::string reply_line(Json reply)
     return line;
 }
 
+const Command* find_command(std::string_view name)
+{
+    static const auto commands = [] {
+        std::unordered_map<std::string_view, const Command*> by_name;
+        for (const auto family :
+             {arm_setting_commands(), controller_commands(), drag_teach_commands(), end_effector_commands(),
+              force_commands(), frame_commands(), io_commands(), joint_parameter_commands(),
+              lift_and_base_commands(), modbus_commands(), motion_commands(), pass_through_commands(),
+              state_commands(), system_commands(), teaching_commands()})
+            for (const Command& command : family)
+                by_name.emplace(command.name, &command);
+        return by_name;
+    }();
+    const auto found = commands.find(name);
+    return found == commands.end() ? nullptr : found->second;
+}
+
 Controller::Controller(int model, const Log& log, World world)
     : arm_(model), peripherals_(arm_, std::move(world)), log_([this, log](const std::string& text) {
           peripherals_.system.note(text);
           log(text);
       })
 {
-    for (const auto family :
-         {arm_setting_commands(), controller_commands(), drag_teach_commands(), end_effector_commands(),
-          force_commands(), frame_commands(), io_commands(), joint_parameter_commands(),
-          lift_and_base_commands(), modbus_commands(), motion_commands(), pass_through_commands(),
-          state_commands(), system_commands(), teaching_commands()})
-        for (const Command& command : family)
-            commands_.emplace(command.name, &command);
 }
 
 void Controller::handle(const std::string& request, double time, const Send& send, const Push& push)
@@ -96,16 +108,18 @@ void Controller::answer(const std::string& text, const Send& send, const Push& p
     if (request.is_discarded()) return complain("not JSON", send);
     const auto name = request.find("command");
     if (name == request.end() || !name->is_string()) return complain("no \"command\" given", send);
-    const auto known = commands_.find(name->get_ref<const std::string&>());
-    if (known == commands_.end())
+    const Command* known = find_command(name->get_ref<const std::string&>());
+    if (!known)
         return complain("unknown command \"" + name->get_ref<const std::string&>().substr(0, 40) + "\"",
                         send);
 
-    const Command& command = *known->second;
+    const Command& command = *known;
     const Answer later = [this, &command, send, push](const Json& value, const std::string& refused) {
         respond(command, value, refused, send, push);
     };
     try {
+        if (refused_.contains(name->get_ref<const std::string&>()))
+            throw Refused("this command is refused on demand");
         Call call{request, arm_, peripherals_, send, later, log_};
         const Json value = command.handle(call);
         if (value != answered_later) respond(command, value, "", send, push);

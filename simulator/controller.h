@@ -2,9 +2,9 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "arm.h"
 #include "json.h"
@@ -13,6 +13,9 @@
 namespace kx::sim {
 
 struct Command;
+
+/** None if there is no command of that name. */
+const Command* find_command(std::string_view name);
 
 /** Sends one reply line, line feed included, to the client that asked; also later, when a motion ends. */
 using Send = std::function<void(const std::string& line)>;
@@ -36,6 +39,9 @@ class Controller {
     /** Answers bytes that are no request at all. */
     void complain(const std::string& fault, const Send& send);
 
+    /** Refuses these commands whatever they ask for, and no others. */
+    void refuse(std::set<std::string> commands) { refused_ = std::move(commands); }
+
     /** Moves time on (s, never back), which may end motions and so answer those who asked for them. */
     void advance(double time);
 
@@ -53,7 +59,7 @@ class Controller {
     Arm arm_;
     Peripherals peripherals_;
     Log log_;
-    std::unordered_map<std::string_view, const Command*> commands_;
+    std::set<std::string> refused_;
 };
 
 } // namespace kx::sim

@@ -4,9 +4,11 @@
 #include <exception>
 #include <map>
 #include <stdexcept>
+#include <system_error>
 
 #include <CLI/CLI.hpp>
 
+#include "faults.h"
 #include "server.h"
 
 namespace {
@@ -80,6 +82,28 @@ void add_world_options(CLI::App& app, World& world, Given& given)
     app.add_option("--log", world.log_file, "file into which a client can have the log written");
 }
 
+void add_testing_options(CLI::App& app, ServerOptions& options)
+{
+    app.add_option("--fault", options.faults,
+                   "what goes wrong from the start, see below; may be given several times")
+        ->allow_extra_args(false)
+        ->type_name("FAULT");
+    app.add_option("--fault-script", options.fault_script,
+                   "file of faults, one a line after the seconds since the first connection, or after the "
+                   "command at whose first request it begins: 2.5 silence, movej reset, movej+0.4 collision")
+        ->type_name("FILE");
+    app.add_option("--seed", options.seed, "of the faults that strike by chance")->capture_default_str();
+    app.add_option("--record", options.record, "file into which all traffic is recorded, without passwords")
+        ->type_name("FILE");
+    const auto replay =
+        app.add_option("--replay", options.replay, "recording that answers instead of the arm")
+            ->type_name("FILE");
+    app.add_option("--proxy", options.proxy, "controller that answers instead of the arm")
+        ->type_name("HOST:PORT")
+        ->excludes(replay);
+    app.footer("Faults, ended by their name and off, or all by off:\n" + Faults::help());
+}
+
 void complete_world(const CLI::App& app, World& world, const Given& given, std::size_t joints)
 {
     set(world.digital_inputs, given.digital_inputs);
@@ -126,14 +150,18 @@ int main(int argc, char** argv)
     app.add_option("--web-host", options.web_host, "address at which the page is served")
         ->capture_default_str();
     add_world_options(app, options.world, given);
+    add_testing_options(app, options);
     CLI11_PARSE(app, argc, argv);
 
     if (web->count() > 0) options.web_port = web_port;
     try {
         complete_world(app, options.world, given, options.model == 47 ? 7 : 6);
         serve(options);
-    } catch (const std::exception& error) {
+    } catch (const std::system_error& error) { // of the network
         std::fprintf(stderr, "kx-controller: %s:%hu: %s\n", options.host.c_str(), options.port, error.what());
+        return 1;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "kx-controller: %s\n", error.what());
         return 1;
     }
 }

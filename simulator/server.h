@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "world.h"
 
@@ -18,6 +19,13 @@ struct ServerOptions {
     std::string web_host = "127.0.0.1";
     std::optional<unsigned short> web_port; ///< where the page is served, if at all; 0 picks a free one
     std::string modbus_tcp; ///< HOST:PORT of a slave behind the controller's ports, instead of simulated ones
+
+    std::vector<std::string> faults; ///< from the start; see faults.h
+    std::string fault_script;        ///< file; see fault_script.h
+    unsigned seed = 1;               ///< of faults that strike by chance
+    std::string record;              ///< file into which all traffic is recorded
+    std::string replay;              ///< file of a recording that answers instead of the arm
+    std::string proxy;               ///< HOST:PORT of a controller that answers instead of the arm
 };
 
 /** Serves until SIGINT or SIGTERM. @throws std::exception if it cannot listen */

@@ -9,7 +9,7 @@
 namespace kx::sim {
 
 /** What can be wrong with the controller as a whole. */
-enum class Fault { none = 0, emergency_stop = 1, force_overload = 2 };
+enum class Fault { none = 0, emergency_stop = 1, force_overload = 2, collision = 3 };
 
 class System {
   public:

@@ -1,0 +1,220 @@
+// What an application sees of each fault on demand; recording, replay and proxy, end to end.
+#include "support/application.h"
+
+#include <atomic>
+#include <csignal>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+const float target[7] = {90}; // takes 2.5 s of the arm's time
+
+int ask(int arm)
+{
+    float joint[7];
+    return Get_Joint_Degree(arm, joint);
+}
+
+int ask_speed(int arm)
+{
+    float speed[7];
+    return Get_Joint_Speed(arm, speed);
+}
+
+int move(int arm)
+{
+    return Movej_Cmd(arm, target, 20, 0, true);
+}
+
+// A file of this test's own.
+std::string file(const std::string& name)
+{
+    return testing::TempDir() + "kx_faults_" + std::to_string(getpid()) + name;
+}
+
+std::string written(const std::string& name, const std::string& text)
+{
+    std::ofstream(file(name)) << text;
+    return file(name);
+}
+
+std::string content(const std::string& path)
+{
+    std::ostringstream all;
+    all << std::ifstream(path).rdbuf();
+    return all.str();
+}
+
+// Errors of the second joint and of the controller; clearing them lets the arm move again.
+void expect_cleared(int arm, int joint_error, int system_error)
+{
+    unsigned short errors[7] = {}, arm_err = 0, sys_err = 0;
+    float joint[7];
+    POSE pose;
+    EXPECT_EQ(Get_Joint_Err_Flag(arm, errors), 0);
+    EXPECT_EQ(errors[1], joint_error);
+    EXPECT_EQ(Get_Current_Arm_State(arm, joint, &pose, &arm_err, &sys_err), 0);
+    EXPECT_EQ(arm_err, joint_error);
+    EXPECT_EQ(sys_err, system_error);
+    EXPECT_LT(joint[0], 89) << "the arm was stopped on its way";
+    EXPECT_EQ(move(arm), 1) << "not before the error is cleared";
+    EXPECT_EQ(Set_Joint_Err_Clear(arm, 2, true), 0);
+    EXPECT_EQ(Clear_System_Err(arm, true), 0);
+    EXPECT_EQ(move(arm), 0);
+}
+
+struct FaultRow {
+    const char* name;
+    const char* faults; // a script
+    int (*call)(int arm);
+    int status;
+    int time_out = 3000;         // of replies, ms
+    unsigned int at_least = 0;   // ms that the call takes
+    void (*after)(int arm) = {}; // what holds then
+};
+
+void PrintTo(const FaultRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+const FaultRow rows[] = {
+    {"ADelayIsWaitedFor", "0 delay 300 jitter 200", ask, 0, 3000, 300},
+    {"ADelayBeyondTheTimeOut", "0 delay 5000", ask, 7, 300, 300},
+    {"ALostReply", "get_joint_degree drop 1", ask, 7, 300, 300},
+    {"Pieces", "0 pieces 9 pause 20", ask, 0, 3000, 160},
+    // The reply to the liveness probe at the begin waits for that to the query.
+    {"AChunkIsReadAsItsFirstLine", "0 together 2 wait 60000", ask_speed, 0},
+    {"AChunkHidesItsOtherLines", "0 together 2 wait 60000", ask, 7, 300},
+    {"NoiseIsPassedOver", "0 garbage 1", ask, 0},
+    {"TheLongestLine", "0 long 299", ask, 0},
+    {"Silence", "get_joint_degree silence", ask, 7, 300, 300},
+    {"SilenceDuringAMotion", "movej silence", move, 7, 300, 300},
+    {"AResetDuringAMotion", "movej reset", move, 7, 3000, 0,
+     [](int arm) { EXPECT_EQ(ask(arm), 6) << "the connection is gone for good"; }},
+    {"ARefusedMotion", "0 refuse movej movel", move, 1, 3000, 0, [](int arm) { EXPECT_EQ(ask(arm), 0); }},
+    {"ARefusedQuery", "0 refuse get_joint_degree", ask, 11},
+    {"RefusedOnlyForATime", "0 refuse movej\nget_joint_err_flag refuse off", move, 1, 3000, 0,
+     [](int arm) {
+         unsigned short errors[7];
+         EXPECT_EQ(Get_Joint_Err_Flag(arm, errors), 0);
+         EXPECT_EQ(move(arm), 0);
+     }},
+    {"AJointError", "movej+0.5 joint-error 2 code 32", move, 1, 3000, 0,
+     [](int arm) { expect_cleared(arm, 32, 0); }},
+    {"ACollision", "movej+0.5 collision", move, 1, 3000, 0, [](int arm) { expect_cleared(arm, 0, 3); }},
+    {"AnEmergencyStop", "movej+0.5 emergency-stop", move, 1, 3000, 0,
+     [](int arm) { expect_cleared(arm, 0, 1); }},
+};
+
+struct Faults : testing::TestWithParam<FaultRow> {};
+
+INSTANTIATE_TEST_SUITE_P(Each, Faults, testing::ValuesIn(rows),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_P(Faults, ShowAs)
+{
+    const FaultRow& row = GetParam();
+    const Application app(46, {"--speed", "10", "--fault-script", written("script", row.faults)});
+    m_nOutTime = row.time_out;
+    const unsigned int start = Get_Program_Runtime();
+    EXPECT_EQ(row.call(app.arm), row.status);
+    EXPECT_GE(Get_Program_Runtime() - start, row.at_least);
+    if (row.after) row.after(app.arm);
+}
+
+TEST(Faults, ALineTooLongForTheLibraryEndsTheProcess)
+{
+    const Controller controller({"--fault", "long 300"});
+    EXPECT_EXIT(
+        {
+            KX_API_Init(nullptr);
+            ask(Arm_Socket_Start("127.0.0.1", controller.port(), 46, 0));
+        },
+        testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST(Faults, TheClockRunsFasterFromNowOn)
+{
+    const Application app(46, {"--speed", "0.001", "--fault-script", written("script", "movej speed 20")});
+    EXPECT_EQ(move(app.arm), 0) << "or 40 minutes later";
+}
+
+TEST(Faults, AnApplicationMayConnectAgainAfterAReset)
+{
+    Application app(46, {"--fault-script", written("script", "get_joint_degree reset")});
+    m_nOutTime = 300;
+    EXPECT_EQ(ask(app.arm), 7);
+    Arm_Socket_Close(app.arm);
+    app.arm = app.connect();
+    EXPECT_EQ(ask(app.arm), 0) << "once only";
+}
+
+TEST(Recording, AnswersAsTheArmDidAndHoldsNoPasswords)
+{
+    const std::string recording = file("recording");
+    const auto session = [](int arm) {
+        float speed[7], joint[7];
+        std::vector<float> seen;
+        for (float limit : {100.f, 50.f}) { // the same query, answered otherwise the second time
+            EXPECT_EQ(Set_Joint_Speed(arm, 1, limit, true), 0);
+            EXPECT_EQ(Get_Joint_Speed(arm, speed), 0);
+            seen.push_back(speed[0]);
+        }
+        EXPECT_EQ(Set_Joint_Speed(arm, 9, 1, true), 1);
+        EXPECT_EQ(Set_WiFi_AP_Data(arm, "workshop", "open sesame"), 0);
+        EXPECT_EQ(move(arm), 0);
+        EXPECT_EQ(Get_Joint_Degree(arm, joint), 0);
+        seen.push_back(joint[0]);
+        return seen;
+    };
+    {
+        Application app(46, {"--speed", "10", "--record", recording});
+        EXPECT_EQ(session(app.arm), (std::vector<float>{100, 50, 90}));
+    }
+    EXPECT_NE(content(recording).find("workshop"), std::string::npos);
+    EXPECT_EQ(content(recording).find("sesame"), std::string::npos);
+
+    Application app(46, {"--replay", recording});
+    EXPECT_EQ(session(app.arm), (std::vector<float>{100, 50, 90}));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(app.joints()[0], 90) << "asked more often than recorded";
+    m_nOutTime = 300;
+    EXPECT_EQ(Set_Joint_Speed(app.arm, 1, 70, true), 7) << "not in the recording";
+}
+
+std::atomic<int> pushes = 0;
+
+TEST(Proxy, PassesEverythingAndRecordsIt)
+{
+    const std::string recording = file("recording");
+    Controller arm({"--speed", "10"});
+    const std::string there = "127.0.0.1:" + std::to_string(arm.port());
+    Application app(46, {"--proxy", there, "--record", recording});
+    KX_API_Init([](CallbackData) { ++pushes; });
+    EXPECT_EQ(move(app.arm), 0);
+    EXPECT_EQ(app.joints()[0], 90);
+    EXPECT_EQ(Set_Joint_Speed(app.arm, 9, 1, true), 1);
+    for (int i = 1; i <= 3; ++i) {
+        float next[7] = {90.f + static_cast<float>(i) / 100};
+        EXPECT_EQ(Movej_CANFD(app.arm, next), 0);
+    }
+    for (int i = 0; i < 1000 && pushes < 3; ++i)
+        sleep_cp(10);
+    EXPECT_EQ(pushes, 3);
+
+    arm.end(SIGTERM);
+    m_nOutTime = 300;
+    int status = 0;
+    for (int i = 0; i < 20 && status != 6; ++i)
+        EXPECT_NE(status = ask(app.arm), 0);
+    EXPECT_EQ(status, 6) << "a controller that is gone takes the connection with it";
+    app.controller->end(SIGTERM);
+
+    Application again(46, {"--replay", recording});
+    EXPECT_EQ(move(again.arm), 0);
+    EXPECT_EQ(again.joints()[0], 90);
+}
+
+} // namespace

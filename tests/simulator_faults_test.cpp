@@ -1,0 +1,147 @@
+// The grammar of faults and scripts, and the dice that faults are thrown with.
+#include <algorithm>
+#include <sstream>
+
+#include "fault_script.h"
+#include "faults.h"
+
+using namespace kx::sim;
+using Strings = std::vector<std::string>;
+
+namespace {
+
+struct FaultsOfAnArm {
+    Controller controller{46, [](const std::string&) {}};
+    double speed = 1;
+    int resets = 0;
+    Faults faults{{.controller = &controller,
+                   .reset_connections = [this] { ++resets; },
+                   .set_speed = [this](double factor) { speed = factor; }}};
+};
+
+TEST(FaultText, IsUnderstoodOrSaysWhatIsWrong)
+{
+    const struct {
+        const char* text;
+        const char* wrong; ///< part of the message, empty if nothing is
+    } rows[] = {
+        {"delay 200 jitter 50", ""},
+        {"  pieces   3  ", ""},
+        {"refuse movej movel", ""},
+        {"joint-error 6", ""},
+        {"speed 0.5", ""},
+        {"speed off", ""},
+        {"reset", ""},
+        {"off", ""},
+        {"", "the fault is missing"},
+        {"dely 200", "only delay, drop"},
+        {"delay", "MS is missing"},
+        {"delay soon", "not soon"},
+        {"delay 5 jiter 5", "\"jiter\" was not expected"},
+        {"delay nan", "not nan"},
+        {"drop 1.1", "from 0 to 1"},
+        {"pieces 2.5", "whole number"},
+        {"refuse fly", "no command fly"},
+        {"joint-error 7", "from 1 to 6"},
+        {"reset off", "nothing to end"},
+        {"off now", "\"now\" was not expected"},
+    };
+    FaultsOfAnArm arm;
+    for (const auto& row : rows) {
+        EXPECT_EQ(arm.faults.apply(row.text).empty(), *row.wrong == 0) << row.text;
+        EXPECT_NE(arm.faults.check(row.text).find(row.wrong), std::string::npos) << row.text;
+    }
+    EXPECT_EQ(arm.resets, 1) << "nothing is done by a check";
+    EXPECT_EQ(Faults({}).apply("collision"), "collision: no arm is simulated here");
+}
+
+TEST(FaultText, TakesThePlaceOfItsLikeUntilItIsEnded)
+{
+    FaultsOfAnArm arm;
+    for (const char* text : {"drop 0.5", "delay 20 jitter 5", "delay 30", "speed 7", "collision"})
+        EXPECT_EQ(arm.faults.apply(text), "");
+    EXPECT_EQ(arm.faults.in_force(), (Strings{"delay 30", "drop 0.5", "speed 7"}));
+    EXPECT_EQ(arm.faults.lines().jitter.count(), 0);
+    EXPECT_EQ(arm.faults.apply("drop off"), "");
+    EXPECT_EQ(arm.faults.lines().drop, 0);
+    EXPECT_EQ(arm.speed, 7);
+    EXPECT_EQ(arm.faults.apply("off"), "");
+    EXPECT_EQ(arm.faults.in_force(), Strings{});
+    EXPECT_EQ(arm.faults.lines().delay.count(), 0);
+    EXPECT_EQ(arm.speed, 1);
+}
+
+TEST(FaultScript, BeginsEachFaultOnceAtItsTime)
+{
+    const FaultsOfAnArm arm;
+    const auto check = [&](const std::string& fault) { return arm.faults.check(fault); };
+    std::istringstream text(
+        "# a comment\n2.5 silence # and another\n\nmovej+0.5 collision\n0 drop 1\nmovej reset");
+    FaultScript script(text, "script", check);
+    EXPECT_FALSE(script.next_event());
+    script.requested("movej", 4);
+    EXPECT_EQ(script.due(4), "reset");
+    script.connected(5);
+    script.connected(6);
+    script.requested("movej", 6);
+    EXPECT_EQ(script.due(7), "collision");
+    EXPECT_EQ(script.due(7), "drop 1");
+    EXPECT_EQ(script.due(7), std::nullopt);
+    EXPECT_EQ(script.next_event(), 7.5);
+    EXPECT_EQ(script.due(7.5), "silence");
+    EXPECT_FALSE(script.next_event());
+
+    for (const char* wrong :
+         {"1 drop 1\n\nfly reset", "1 drop 1\n#\n2 drop 2", "1 reset\n\nmovej+ reset", "\n\n-1 reset"}) {
+        std::istringstream in(wrong);
+        try {
+            FaultScript(in, "script", check);
+            ADD_FAILURE() << wrong;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_EQ(std::string(error.what()).find("script:3: "), 0u) << error.what();
+        }
+    }
+}
+
+/** The places of the lines that leave. */
+std::vector<int> survivors(unsigned seed, int client, const LineFaults& faults)
+{
+    std::vector<int> places;
+    Luck luck(seed, client);
+    for (int i = 0; i < 1000; ++i)
+        for (const std::string& line : luck.sent_for(std::to_string(i) + "\n", faults))
+            if (std::isdigit(line[0])) places.push_back(std::stoi(line));
+    return places;
+}
+
+TEST(Luck, StrikesTheSameLinesForTheSameSeed)
+{
+    LineFaults faults;
+    faults.drop = 0.25;
+    const auto first = survivors(1, 1, faults);
+    EXPECT_NEAR(static_cast<double>(first.size()), 750, 70); // five standard deviations
+    EXPECT_NE(survivors(2, 1, faults), first);
+    EXPECT_NE(survivors(1, 2, faults), first);
+    faults.garbage = 0.5;
+    faults.long_share = 0.5;
+    faults.length = 100;
+    EXPECT_EQ(survivors(1, 1, faults), first) << "whatever else there is";
+}
+
+TEST(Luck, MakesNoiseThatIsOneLineAndNobodysReply)
+{
+    LineFaults faults;
+    faults.garbage = faults.drop = 1;
+    Luck luck(7, 1);
+    for (int i = 0; i < 1000; ++i) {
+        const Strings sent = luck.sent_for("{}\n", faults);
+        ASSERT_EQ(sent.size(), 1u);
+        EXPECT_LT(sent[0].size(), Controller::reply_buffer);
+        EXPECT_EQ(sent[0].find('\n'), sent[0].size() - 1);
+        EXPECT_EQ(sent[0].find('\0'), std::string::npos);
+        EXPECT_TRUE(std::ranges::none_of(sent[0],
+                                         [](char c) { return std::isalnum(static_cast<unsigned char>(c)); }));
+    }
+}
+
+} // namespace
