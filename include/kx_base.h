@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * KX Service, C interface: drive robot-arm controllers over TCP from a Linux application.
  *
  *     KX_API_Init(on_push);                                        // start the library

@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * KX Service, C++ interface: the functions of kx_base.h as methods of a class, for applications that prefer
  * an object. A method is named Service_ and its function's name, takes the function's parameters and returns
  * its result; what the function does is said with it, in kx_base.h and the headers that it includes.
@@ -18,6 +19,7 @@
 
 #include "kx_base.h"
 
+/** The functions of kx_base.h as methods; it holds no state. See kx_service.h. */
 class __attribute__((visibility("default"))) KX_Service {
   public:
     // Library lifecycle and connections.

@@ -1,4 +1,14 @@
-/* The controller's own state and its communication interfaces. Every call takes 20 ms before it sends. */
+/**
+ * @defgroup controller Controller and network
+ * The controller's own state and its communication interfaces.
+ *
+ * The settings are sent and never wait for an answer, since the controller may drop the connection while it
+ * takes them. Texts go out in clear, and a null one is left out; the library keeps none.
+ *
+ * Setters return: 0 sent, which does not say that the controller accepted it; 6 not sent.
+ *
+ * @{
+ */
 #ifndef KX_CONTROLLER_H
 #define KX_CONTROLLER_H
 
@@ -7,11 +17,11 @@
 /**
  * Reads the controller's supply and health, written in the order of the parameters; when the reply breaks
  * off, what was decoded before stays written.
- * @param voltage V
- * @param current A
- * @param temperature degrees Celsius
- * @param sys_err error code of the controller, 0 when healthy
- * @return 0; 6 not sent, 7 no reply in time, 9 a missing member or no JSON, 11 a member that is no number
+ * @param voltage receives V
+ * @param current receives A
+ * @param temperature receives degrees Celsius
+ * @param sys_err receives the error code of the controller, 0 when healthy
+ * @return 0; 6 not sent, 7 no answer, 9 a missing member or no JSON, 11 a member that is no number
  */
 KX_API int Get_Controller_State(int sockfd, float* voltage, float* current, float* temperature,
                                 unsigned short* sys_err);
@@ -24,16 +34,33 @@ KX_API int Get_Controller_State(int sockfd, float* voltage, float* current, floa
  * a null one is left out; the library keeps none.
  */
 
-/** Sets up the controller's own WiFi access point. */
+/**
+ * Sets up the controller's own WiFi access point.
+ * @param wifi_name its name
+ * @param password its password. Both together at most 230 bytes, in which quotes and backslashes count twice
+ * and control characters up to six times
+ * @return also 11, with nothing sent, for a longer name and password
+ */
 KX_API int Set_WiFi_AP_Data(int sockfd, const char* wifi_name, const char* password);
 
-/** Makes the controller join a router's WiFi. */
+/**
+ * Makes the controller join a router's WiFi.
+ * @param router_name the router's name
+ * @param password its password; both together as long as for Set_WiFi_AP_Data
+ * @return also 11, with nothing sent, for a longer name and password
+ */
 KX_API int Set_WiFI_STA_Data(int sockfd, const char* router_name, const char* password);
 
-/** Sets the baud rate of the USB port. */
+/**
+ * Sets the baud rate of the USB port.
+ * @param baudrate bits/s, as the controller takes them
+ */
 KX_API int Set_USB_Data(int sockfd, int baudrate);
 
-/** Sets the baud rate of the RS485 port. */
+/**
+ * Sets the baud rate of the RS485 port.
+ * @param baudrate bits/s, as the controller takes them
+ */
 KX_API int Set_RS485(int sockfd, int baudrate);
 
 /** Switches the controller to Ethernet. */
@@ -47,5 +74,7 @@ KX_API int Set_WiFI_STA_Data_Block(int sockfd, const char* router_name, const ch
 KX_API int Set_USB_Data_Block(int sockfd, int baudrate);
 KX_API int Set_RS485_Block(int sockfd, int baudrate);
 KX_API int Set_Ethernet_Block(int sockfd);
+
+/** @} */
 
 #endif

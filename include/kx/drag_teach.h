@@ -1,9 +1,12 @@
-/*
+/**
+ * @defgroup drag_teach Drag teaching
  * Teaching by hand: the controller lets an operator drag the arm, records the path and replays it. The usual
  * order is start, drag, stop, go to the origin, run, pause and continue, stop; the library enforces none.
  *
- * Every call takes 20 ms before it sends and returns 0 done, 1 refused, 9 or 11 a reply that cannot be read,
- * and when blocking 6 or 7.
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * @{
  */
 #ifndef KX_DRAG_TEACH_H
 #define KX_DRAG_TEACH_H
@@ -36,7 +39,10 @@ KX_API int Stop_Drag_Trajectory(int sockfd, bool block);
  */
 KX_API int Drag_Trajectory_Origin(int sockfd, bool block);
 
-/** Sets some axes of the arm free to be dragged. @param mode which, as the controller numbers them */
+/**
+ * Sets some axes of the arm free to be dragged.
+ * @param mode which, as the controller numbers them
+ */
 KX_API int Start_Multi_Drag_Teach(int sockfd, int mode, bool block);
 
 /* Workers. */
@@ -56,5 +62,7 @@ KX_API int Drag_Trajectory_Origin_Block(int sockfd);
 KX_API int Drag_Trajectory_Origin_NonBlock(int sockfd);
 KX_API int Start_Multi_Drag_Teach_Block(int sockfd, int mode);
 KX_API int Start_Multi_Drag_Teach_NonBlock(int sockfd, int mode);
+
+/** @} */
 
 #endif

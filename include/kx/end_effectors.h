@@ -1,16 +1,26 @@
-/*
+/**
+ * @defgroup end_effectors Gripper, hand and PWM
  * What the arm holds things with: two-finger gripper, dexterous hand, PWM output of the tool port.
  *
- * Values are in the controller's units and go out as they are; the controller checks their ranges. Every call
- * takes 20 ms before it sends and returns 0 done, 1 refused, 9 or 11 a reply that cannot be read, and when
- * blocking 6 or 7.
+ * Values are in the controller's units and go out as they are; the controller checks their ranges.
+ *
+ * - `speed` in the controller's unit
+ * - `force` in the controller's unit
+ *
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * @{
  */
 #ifndef KX_END_EFFECTORS_H
 #define KX_END_EFFECTORS_H
 
 #include "kx/types.h"
 
-/** Sets the travel limits of the gripper. */
+/**
+ * Sets the travel limits of the gripper.
+ * @param min, max the limits
+ */
 KX_API int Set_Gripper_Route(int sockfd, int min, int max, bool block);
 
 /**
@@ -26,16 +36,28 @@ KX_API int Set_Gripper_Pick(int sockfd, int speed, int force, bool block);
 /** Closes the gripper and keeps up the force; blocks like Set_Gripper_Release. */
 KX_API int Set_Gripper_Pick_On(int sockfd, int speed, int force, bool block);
 
-/** Moves the gripper's fingers to a position. */
+/**
+ * Moves the gripper's fingers to a position.
+ * @param position within the travel limits
+ */
 KX_API int Set_Gripper_Position(int sockfd, int position, bool block);
 
-/** Takes a posture stored in the hand. */
+/**
+ * Takes a posture stored in the hand.
+ * @param posture_num its number
+ */
 KX_API int Set_Hand_Posture(int sockfd, int posture_num, bool block);
 
-/** Runs a sequence stored in the hand. */
+/**
+ * Runs a sequence stored in the hand.
+ * @param seq_num its number
+ */
 KX_API int Set_Hand_Seq(int sockfd, int seq_num, bool block);
 
-/** Moves the hand's fingers. @param angle six values, one per degree of freedom */
+/**
+ * Moves the hand's fingers.
+ * @param angle six values, one per degree of freedom
+ */
 KX_API int Set_Hand_Angle(int sockfd, const int* angle, bool block);
 
 /** Sets the speed of the hand's fingers. */
@@ -44,10 +66,18 @@ KX_API int Set_Hand_Speed(int sockfd, int speed, bool block);
 /** Sets the force of the hand's fingers. */
 KX_API int Set_Hand_Force(int sockfd, int force, bool block);
 
-/** Starts the PWM output with a frequency and a pulse width. */
+/**
+ * Starts the PWM output.
+ * @param PWM_Frq frequency
+ * @param PWM_Dpulse pulse width
+ */
 KX_API int Set_PWM(int sockfd, int PWM_Frq, int PWM_Dpulse, bool block);
 
-/** Reserved: sends nothing and returns 8, after 20 ms. */
+/**
+ * Reserved: sends nothing.
+ * @param block without effect
+ * @return 8, after 20 ms
+ */
 KX_API int Stop_PWM(int sockfd, bool block);
 
 /* Workers. */
@@ -73,7 +103,17 @@ KX_API int Set_Hand_Force_Block(int sockfd, int force);
 KX_API int Set_Hand_Force_NonBlock(int sockfd, int force);
 KX_API int Set_PWM_Block(int sockfd, int PWM_Frq, int PWM_Dpulse);
 KX_API int Set_PWM_NoBlock(int sockfd, int PWM_Frq, int PWM_Dpulse);
+/**
+ * Reserved: sends nothing.
+ * @return 8
+ */
 KX_API int Stop_PWM_Block(int sockfd);
+/**
+ * Reserved: sends nothing.
+ * @return 8
+ */
 KX_API int Stop_PWM_NonBlock(int sockfd);
+
+/** @} */
 
 #endif

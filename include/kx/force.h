@@ -1,11 +1,16 @@
-/*
- * Force sensing: the force sensor, which delivers a vector, with its force-position control, and the Fz
- * sensor, which delivers one value.
+/**
+ * @defgroup force Force sensing
+ * The force sensor, which delivers a vector, with its force-position control, and the Fz sensor, which
+ * delivers one value.
  *
- * Setters return 0 done, 1 refused, 9 or 11 a reply that cannot be read, and when blocking 6 or 7. Every call
- * takes 20 ms before it sends. All calibrations of either sensor wait for the same reply, that of
- * Set_Force_Sensor: run one at a time, and where a controller answers another calibration under that
- * command's own name, the call ends with 7 after m_nOutTime although the calibration was taken on.
+ * All calibrations of either sensor wait for the same reply, that of Set_Force_Sensor: run one at a time, and
+ * where a controller answers another calibration under that command's own name, the call ends with 7 after
+ * m_nOutTime although the calibration was taken on.
+ *
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * @{
  */
 #ifndef KX_FORCE_H
 #define KX_FORCE_H
@@ -13,9 +18,12 @@
 #include "kx/types.h"
 
 /**
- * Switches force-position control on. Sensor, mode, direction and force N go out as the controller numbers
- * them.
- * @param block waits for the reply only when exactly 1; any other value queues
+ * Switches force-position control on.
+ * @param sensor which sensor, as the controller numbers them
+ * @param mode which mode, as the controller numbers them
+ * @param direction which direction, as the controller numbers them
+ * @param N the force, N
+ * @param block waits for the answer only when exactly 1; any other value queues
  */
 KX_API int Set_Force_Postion(int sockfd, int sensor, int mode, int direction, int N, int block);
 
@@ -25,7 +33,7 @@ KX_API int Stop_Force_Postion(int sockfd, bool block);
 /**
  * Reads the force data in whole units, fractions cut off toward zero.
  * @param force_data room for as many values as the controller sends
- * @return 0; 9 unreadable reply, 11 no array; 6, 7
+ * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 11 no array
  */
 KX_API int Get_Force_Data(int sockfd, float* force_data);
 
@@ -36,8 +44,7 @@ KX_API int Clear_Force_Data(int sockfd, bool block);
 KX_API int Set_Force_Sensor(int sockfd, bool block);
 
 /**
- * Gives one of the four poses of the manual calibration of the force sensor; call it once for each. Always
- * blocks.
+ * Gives one of the four poses of the manual calibration of the force sensor; call it once for each.
  * @param type 1 to 4, which pose. Another number is not rejected here but sends a request without a command
  * @param joint six joint angles, degrees, for arms with seven joints too; not rounded
  */
@@ -47,8 +54,9 @@ KX_API int Manual_Set_Force(int sockfd, int type, const float* joint);
 KX_API int Stop_Set_Force_Sensor(int sockfd, bool block);
 
 /**
- * Reads the Fz sensor, in the controller's unit; a value that is no number counts as 0 (true as 1).
- * @return 0; 8 no value in the reply, 9 refused or unreadable reply; 6, 7
+ * Reads the Fz sensor.
+ * @param Fz receives the force, in the controller's unit; a value that is no number counts as 0 (true as 1)
+ * @return 0; 6 not sent, 7 no answer, 8 no value in the reply, 9 refused or unreadable reply
  */
 KX_API int Get_Fz(int sockfd, float* Fz);
 
@@ -59,7 +67,7 @@ KX_API int Clear_Fz(int sockfd, bool block);
 KX_API int Auto_Set_Fz(int sockfd, bool block);
 
 /**
- * Calibrates the Fz sensor by two poses. Always blocks.
+ * Calibrates the Fz sensor by two poses.
  *
  * Angles go out with all their digits, and a request of more than 299 characters ends the process by abort():
  * pass rounded angles. Multiples of 1/8 degree always fit; many angles with long fractions may not, above all
@@ -88,5 +96,7 @@ KX_API int Clear_Fz_NonBlock(int sockfd);
 KX_API int Auto_Set_Fz_Block(int sockfd);
 KX_API int Auto_Set_Fz_NonBlock(int sockfd);
 KX_API int Manual_Set_Fz_Block(int sockfd, const float* pose1, const float* pose2);
+
+/** @} */
 
 #endif

@@ -1,21 +1,28 @@
-/*
- * Force-position move: the application streams targets together with a force to be held, and the controller
- * moves while it regulates that force. The order is start, any number of targets, stop; the library enforces
- * none.
+/**
+ * @defgroup force_position Force-position move
+ * The application streams targets together with a force to be held, and the controller moves while it
+ * regulates that force. The order is start, any number of targets, stop; the library enforces none.
  *
  * Targets are cut to whole numbers before they are scaled: positions to whole metres, pose angles to whole
  * radians, joint angles to whole degrees, each toward zero (0.35 m goes out as 0, 45.9 degrees as 45). Values
- * beyond 32 bits on the wire are sent as the nearest within. The force goes out in tenths of the caller's
- * unit, not cut.
+ * beyond 32 bits on the wire are sent as the nearest within.
  *
- * Sensor, mode and direction go out as the controller numbers them.
+ * - `sensor` which sensor, as the controller numbers them
+ * - `mode` which mode, as the controller numbers them
+ * - `dir` which direction, as the controller numbers them
+ * - `force` the force to be held; sent in tenths of the caller's unit, not cut
+ *
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * @{
  */
 #ifndef KX_FORCE_POSITION_H
 #define KX_FORCE_POSITION_H
 
 #include "kx/types.h"
 
-/** Starts the mode, after 20 ms. 0 done, 1 refused, 9 or 11 unreadable status; blocking also 6, 7. */
+/** Starts the mode. */
 KX_API int Start_Force_Position_Move(int sockfd, bool block);
 
 /**
@@ -24,16 +31,21 @@ KX_API int Start_Force_Position_Move(int sockfd, bool block);
  * Non-blocking, each call lets one answer of the controller reach the callback of KX_API_Init, as a push of
  * type 3; when 300 replies are pending, the target is sent all the same but its answer is not delivered.
  * Blocking, it waits for such an answer and returns 0 whatever that says, and the callback is not called.
+ * @param pose target, metres and radians, cut to whole ones
  * @return 0 sent (blocking: answered), 6 not sent; blocking also 7
  */
 KX_API int Force_Position_Move_POSE(int sockfd, POSE pose, unsigned char sensor, unsigned char mode, int dir,
                                     float force, bool block);
 
-/** The same with target joint angles: 6 values, 7 for model 47. */
+/**
+ * Sends target joint angles at once; answers and waiting are those of Force_Position_Move_POSE.
+ * @param joint target, degrees, cut to whole ones: 6 values, 7 for model 47
+ * @return 0 sent (blocking: answered), 6 not sent; blocking also 7
+ */
 KX_API int Force_Position_Move_Joint(int sockfd, const float* joint, unsigned char sensor, unsigned char mode,
                                      int dir, float force, bool block);
 
-/** Stops the mode, after 20 ms. Codes as for the start. */
+/** Stops the mode. */
 KX_API int Stop_Force_Postion_Move(int sockfd, bool block);
 
 /* Workers. */
@@ -49,5 +61,7 @@ KX_API int Force_Position_Move_Joint_NonBlock(int sockfd, const float* joint, un
                                               unsigned char mode, int dir, float force);
 KX_API int Stop_Force_Postion_Move_Block(int sockfd);
 KX_API int Stop_Force_Postion_Move_NonBlock(int sockfd);
+
+/** @} */
 
 #endif

@@ -1,18 +1,31 @@
-/*
+/**
+ * @defgroup frame_transforms Frame transforms
  * Poses between base, work frame, flange and tool, and poses turned about an axis; computed without a
  * controller. A frame given as a Matrix is a 4x4 homogeneous transform in base coordinates; of a frame or
  * pose given as a KinPose the position (m) and the Euler angles (rad) count, not the quaternion. All
  * functions are reentrant; a singular frame gives infinities or NaNs.
+ *
+ * - `work_frame` the work frame in the base frame
+ *
+ * @{
  */
 #ifndef KX_FRAME_TRANSFORMS_H
 #define KX_FRAME_TRANSFORMS_H
 
 #include "kx/types.h"
 
-/** Expresses a pose, given in the base frame, in the work frame. */
+/**
+ * Expresses a pose, given in the base frame, in the work frame.
+ * @param pose the pose in the base frame
+ * @return the pose in the work frame
+ */
 KX_API KinPose Base_To_WorkFrame(KinPose pose, Matrix work_frame);
 
-/** Expresses a pose, given in the work frame, in the base frame. */
+/**
+ * Expresses a pose, given in the work frame, in the base frame.
+ * @param pose the pose in the work frame
+ * @return the pose in the base frame
+ */
 KX_API KinPose WorkFrame_To_Base(KinPose pose, Matrix work_frame);
 
 /**
@@ -35,6 +48,7 @@ KX_API KinPose tool2end(KinPose pose, KinPose tool, KinPose work_frame);
 
 /**
  * Turns a pose about one of its own axes, in place.
+ * @param pose the pose to turn
  * @param axis 1, 2 or 3: the pose's own x, y or z axis; another value turns about none
  * @param angle radians, right-handed
  * @return the same position with the new orientation; its Euler angles are as matrix2pos gives them
@@ -52,5 +66,7 @@ KX_API KinPose RotateMove(KinPose pose, int axis, float angle);
  * @return the orientation of the turned pose
  */
 KX_API Euler Rodrigues_rotate_simplify(Euler orientation, float angle, int ax, int ay, int az, KinPose pose);
+
+/** @} */
 
 #endif

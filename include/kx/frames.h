@@ -1,44 +1,40 @@
-/*
- * Named tool and work frames stored by the controller, and the payload carried at the tool. Every call takes
- * 20 ms before it sends.
- *
- * Names are the caller's own. Keep them to 9 characters: longer ones are cut when they are read back, and one
- * that makes the request longer than 299 bytes ends the process. A null name is left out of the request.
+/**
+ * @defgroup frames Frames and payload
+ * Named tool and work frames stored by the controller, and the payload carried at the tool.
  *
  * Centres of mass go out in thousandths of the given unit and come back in millionths: 0.01 is read back as
  * 0.00001. Masses pass unchanged in both directions, and are read back without their fraction.
  *
- * Setters return 0 done, 1 refused, 9 or 11 a reply that cannot be read; blocking also 6, 7. Getters return
- * 0, 6, 7, 9 a missing member or no JSON, 11 a member of the wrong type or length, 12 an incomplete pose;
- * they write in the order in which their members are named here and stop at the first fault, so what was read
- * before it stays written.
+ * - `name` name of the frame, the caller's own. Keep it to 9 characters: longer ones are cut when they are
+ * read back, and one that makes the request longer than 299 bytes ends the process. A null name is left out
+ * - `point_num` the teaching point, as the controller counts them; not checked
+ * - `payload` mass carried, kg
+ * - `x`, `y`, `z` centre of mass of the payload, m
+ *
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * Getters return: 0; 6 not sent, 7 no answer within m_nOutTime, 9 a missing member or no JSON, 11 a member of
+ * the wrong type or length, 12 an incomplete pose. They write in the order in which their members are named
+ * here and stop at the first fault, so what was read before it stays written.
+ *
+ * @{
  */
 #ifndef KX_FRAMES_H
 #define KX_FRAMES_H
 
 #include "kx/types.h"
 
-/**
- * Teaches the tool frame from the arm's present position: one call per teaching point.
- * @param point_num the teaching point, as the controller counts them; not checked
- */
+/** Teaches the tool frame from the arm's present position: one call per teaching point. */
 KX_API int Auto_Set_Tool_Frame(int sockfd, unsigned char point_num, bool block);
 
-/**
- * Computes a tool frame from the taught points and stores it.
- * @param name name of the new frame
- * @param payload mass carried, kg
- * @param x, y, z its centre of mass, m
- */
+/** Computes a tool frame from the taught points and stores it. */
 KX_API int Generate_Auto_Tool_Frame(int sockfd, const char* name, float payload, float x, float y, float z,
                                     bool block);
 
 /**
  * Stores a tool frame of given values.
- * @param name name of the frame
- * @param pose the frame relative to the flange
- * @param payload mass carried, kg
- * @param x, y, z its centre of mass, m
+ * @param pose the frame relative to the flange, metres and radians
  */
 KX_API int Manual_Set_Tool_Frame(int sockfd, const char* name, POSE pose, float payload, float x, float y,
                                  float z, bool block);
@@ -60,30 +56,34 @@ KX_API int Set_Payload(int sockfd, int payload, float cx, float cy, float cz, bo
 KX_API int Set_None_Payload(int sockfd, bool block);
 
 /**
- * Reads the active tool frame: name, pose, payload, centre of mass.
+ * Reads the active tool frame.
+ * @param frame receives name, pose, payload, centre of mass
  * @return also 9 for a centre of mass that is no array
  */
 KX_API int Get_Current_Tool_Frame(int sockfd, FRAME* frame);
 
-/** Reads a stored tool frame: pose, payload, centre of mass. `frame_name` stays untouched. */
+/**
+ * Reads a stored tool frame.
+ * @param frame receives pose, payload, centre of mass; `frame_name` stays untouched
+ */
 KX_API int Get_Given_Tool_Frame(int sockfd, const char* name, FRAME* frame);
 
 /**
  * Reads the names of all tool frames, one per entry from the first on, up to the name "NULL" or the end of
  * the reply. The number of names is not returned, so clear the array before.
  * @param names as many entries as the controller may report; 100 are enough for any reply
- * @return 0, also for an empty list; on 11 nothing is written
+ * @return 0, also for an empty list; 6 not sent, 7 no answer, 9 a missing member or no JSON; 11 no list, and
+ * nothing is written
  */
 KX_API int Get_All_Tool_Frame(int sockfd, FRAME_NAME* names);
 
-/**
- * Teaches a work frame from the arm's present position: one call per teaching point.
- * @param name name of the frame
- * @param point_num the teaching point, as the controller counts them; not checked
- */
+/** Teaches a work frame from the arm's present position: one call per teaching point. */
 KX_API int Auto_Set_Work_Frame(int sockfd, const char* name, unsigned char point_num, bool block);
 
-/** Stores a work frame: its pose relative to the base. */
+/**
+ * Stores a work frame.
+ * @param pose the frame relative to the base, metres and radians
+ */
 KX_API int Manual_Set_Work_Frame(int sockfd, const char* name, POSE pose, bool block);
 
 /** Makes a stored work frame the active one. */
@@ -95,13 +95,24 @@ KX_API int Change_Work_Frame(int sockfd, const char* name, bool block);
  */
 KX_API int Delete_Work_Frame(int sockfd, const char* name, bool block);
 
-/** Reads the active work frame: name, pose. Payload and centre of mass stay untouched. */
+/**
+ * Reads the active work frame.
+ * @param frame receives name and pose; payload and centre of mass stay untouched
+ */
 KX_API int Get_Current_Work_Frame(int sockfd, FRAME* frame);
 
-/** Reads the pose of a stored work frame relative to the base. */
+/**
+ * Reads a stored work frame.
+ * @param pose receives the frame relative to the base, metres and radians
+ */
 KX_API int Get_Given_Work_Frame(int sockfd, const char* name, POSE* pose);
 
-/** Reads the names of all work frames, as Get_All_Tool_Frame does. */
+/**
+ * Reads the names of all work frames, as Get_All_Tool_Frame does.
+ * @param names as many entries as the controller may report; 100 are enough for any reply
+ * @return 0, also for an empty list; 6 not sent, 7 no answer, 9 a missing member or no JSON; 11 no list, and
+ * nothing is written
+ */
 KX_API int Get_All_Work_Frame(int sockfd, FRAME_NAME* names);
 
 /* Workers. */
@@ -137,5 +148,7 @@ KX_API int Delete_Work_Frame_NonBlock(int sockfd, const char* name);
 KX_API int Get_Current_Work_Frame_Block(int sockfd, FRAME* frame);
 KX_API int Get_Given_Work_Frame_Block(int sockfd, const char* name, POSE* pose);
 KX_API int Get_All_Work_Frame_Blcok(int sockfd, FRAME_NAME* names);
+
+/** @} */
 
 #endif

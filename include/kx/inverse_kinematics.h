@@ -1,4 +1,9 @@
-/* Joint angles for a tool pose, computed without a controller. */
+/**
+ * @defgroup inverse Inverse kinematics
+ * Joint angles for a tool pose, computed without a controller.
+ *
+ * @{
+ */
 #ifndef KX_INVERSE_KINEMATICS_H
 #define KX_INVERSE_KINEMATICS_H
 
@@ -51,5 +56,7 @@
  */
 KX_API int inverse_kinematics(int model, const float* reference, const KINEMATIC* target, float* result,
                               unsigned char flag);
+
+/** @} */
 
 #endif

@@ -1,17 +1,25 @@
-/*
- * Inputs and outputs of the controller and of the tool flange. The controller numbers the channels.
+/**
+ * @defgroup io Inputs and outputs
+ * Inputs and outputs of the controller and of the tool flange.
  *
- * Setters return 0 done, 1 refused, 9 or 11 a reply that cannot be read, and when blocking 6 or 7; getters 0,
- * 6, 7, 9 unreadable reply, 11 wrong type. Every call takes 20 ms before it sends, except the six for one
- * kind of controller channel: Set_DO_State, Set_AO_State, Get_DO_State, Get_DI_State, Get_AO_State,
- * Get_AI_State.
+ * - `IO_Num` the channel, as the controller numbers them, counted from 1
+ *
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * Getters return: 0; 6 not sent, 7 no answer within m_nOutTime, 9 unreadable reply, 11 wrong type.
+ *
+ * @{
  */
 #ifndef KX_IO_H
 #define KX_IO_H
 
 #include "kx/types.h"
 
-/** Switches a digital output of the controller. */
+/**
+ * Switches a digital output of the controller.
+ * @param state true on, false off
+ */
 KX_API int Set_DO_State(int sockfd, unsigned char IO_Num, bool state, bool block);
 
 /**
@@ -28,16 +36,28 @@ KX_API int Set_AO_State(int sockfd, unsigned char IO_Num, bool block, float volt
  */
 KX_API int Set_IO_State(int sockfd, int io_type, unsigned char IO_Num, bool state, bool block);
 
-/** Reads a digital output of the controller, 1 or 0. */
+/**
+ * Reads a digital output of the controller.
+ * @param state receives 1 or 0
+ */
 KX_API int Get_DO_State(int sockfd, unsigned char IO_Num, unsigned char* state);
 
-/** Reads a digital input of the controller, 1 or 0. */
+/**
+ * Reads a digital input of the controller.
+ * @param state receives 1 or 0
+ */
 KX_API int Get_DI_State(int sockfd, unsigned char IO_Num, unsigned char* state);
 
-/** Reads an analogue output of the controller in whole volts, fraction cut off (Get_IO_Output keeps it). */
+/**
+ * Reads an analogue output of the controller.
+ * @param voltage receives whole volts, fraction cut off (Get_IO_Output keeps it)
+ */
 KX_API int Get_AO_State(int sockfd, unsigned char IO_Num, unsigned char* voltage);
 
-/** Reads an analogue input of the controller in whole volts, fraction cut off (Get_IO_Input keeps it). */
+/**
+ * Reads an analogue input of the controller.
+ * @param voltage receives whole volts, fraction cut off (Get_IO_Input keeps it)
+ */
 KX_API int Get_AI_State(int sockfd, unsigned char IO_Num, unsigned char* voltage);
 
 /**
@@ -56,17 +76,25 @@ KX_API int Get_IO_State(int sockfd, int io_type, unsigned char IO_Num, unsigned 
  */
 KX_API int Get_IO_Input(int sockfd, unsigned char* DI_state, float* AI_voltage);
 
-/** Reads all outputs of the controller, in the way of Get_IO_Input. */
+/**
+ * Reads all outputs of the controller, in the way of Get_IO_Input.
+ * @param DO_state receives 1 or 0 per digital output
+ * @param AO_voltage receives V per analogue output, in steps of a millivolt
+ */
 KX_API int Get_IO_Output(int sockfd, unsigned char* DO_state, float* AO_voltage);
 
 /**
  * Switches a digital output of the tool flange. Call it without blocking: its reply cannot be told from that
- * of Get_DO_State, so the blocking form switches the output and then always ends with 7 after m_nOutTime (6
- * if nothing could be sent).
+ * of Get_DO_State, so the blocking form switches the output and then always ends with 7 after m_nOutTime.
+ * @param state true on, false off
+ * @return 0 queued; blocking 7, or 6 if nothing could be sent
  */
 KX_API int Set_Tool_DO_State(int sockfd, unsigned char IO_Num, bool state, bool block);
 
-/** Chooses one of the two directions of an IO channel of the tool flange, as the controller defines them. */
+/**
+ * Chooses the direction of an IO channel of the tool flange.
+ * @param state one of the two directions, as the controller defines them
+ */
 KX_API int Set_Tool_IO_Mode(int sockfd, unsigned char IO_Num, bool state, bool block);
 
 /**
@@ -77,10 +105,16 @@ KX_API int Set_Tool_IO_Mode(int sockfd, unsigned char IO_Num, bool state, bool b
  */
 KX_API int Get_Tool_IO_State(int sockfd, float* IO_Mode, float* IO_State);
 
-/** Chooses the supply voltage of the tool flange by the controller's type number. */
+/**
+ * Chooses the supply voltage of the tool flange.
+ * @param type the controller's number for the voltage
+ */
 KX_API int Set_Tool_Voltage(int sockfd, unsigned char type, bool block);
 
-/** Reads the supply voltage of the tool flange as the controller's type number. */
+/**
+ * Reads the supply voltage of the tool flange.
+ * @param type receives the controller's number for it
+ */
 KX_API int Get_Tool_Voltage(int sockfd, unsigned char* type);
 
 /* Workers. */
@@ -102,5 +136,7 @@ KX_API int Get_Tool_IO_State_Block(int sockfd, float* IO_Mode, float* IO_State);
 KX_API int Set_Tool_Voltage_Block(int sockfd, unsigned char type);
 KX_API int Set_Tool_Voltage_NonBlock(int sockfd, unsigned char type);
 KX_API int Get_Tool_Voltage_Block(int sockfd, unsigned char* type);
+
+/** @} */
 
 #endif

@@ -1,55 +1,96 @@
-/*
+/**
+ * @defgroup kinematics Forward kinematics and pose mathematics
  * The arms' own kinematics, computed without a controller: pose mathematics, model parameters, forward chain.
  *
  * Lengths are metres, joint angles degrees, all other angles radians; rotations are R = Rz(rz)*Ry(ry)*Rx(rx).
  * Model codes are 36 and 46 (six joints) and 47 (seven). The pose mathematics is reentrant; everything that
  * takes a model code works on process-wide parameters (kx/model.h) and must be called from one thread at a
  * time.
+ *
+ * - `rx`, `ry`, `rz` fixed-axis angles, radians
+ *
+ * @{
  */
 #ifndef KX_KINEMATICS_H
 #define KX_KINEMATICS_H
 
 #include "kx/types.h"
 
-/** Product of two square matrices of equal size; sums are kept in double and rounded once. */
+/**
+ * Product of two square matrices of equal size; sums are kept in double and rounded once.
+ * @param a, b the factors, 3x3 or 4x4
+ * @return a times b
+ */
 KX_API Matrix matrix_m(Matrix a, Matrix b);
 
-/** Inverse by Gauss-Jordan elimination with full pivoting; a singular matrix gives infinities or NaNs. */
+/**
+ * Inverse by Gauss-Jordan elimination with full pivoting.
+ * @param m a square matrix, 3x3 or 4x4
+ * @return its inverse; infinities or NaNs for a singular matrix
+ */
 KX_API Matrix matrix_inv(Matrix m);
 
-/** Rotation matrix (3x3) of fixed-axis angles. */
+/**
+ * Rotation matrix of fixed-axis angles.
+ * @return a 3x3 matrix
+ */
 KX_API Matrix euler2matrix(float rx, float ry, float rz);
 
-/** Homogeneous transform (4x4) of a pose; uses its position and Euler angles, not its quaternion. */
+/**
+ * Homogeneous transform of a pose.
+ * @param pose its position and Euler angles count, not its quaternion
+ * @return a 4x4 matrix
+ */
 KX_API Matrix pos2matrix(KinPose pose);
 
-/** Pose of a homogeneous transform; the quaternion is that of the Euler angles found. No gimbal-lock
- * handling. */
+/**
+ * Pose of a homogeneous transform.
+ * @param m a 4x4 matrix
+ * @return the pose; the quaternion is that of the Euler angles found. No gimbal-lock handling
+ */
 KX_API KinPose matrix2pos(Matrix m);
 
-/** Quaternion of fixed-axis angles. */
+/**
+ * Quaternion of fixed-axis angles.
+ * @return the unit quaternion, scalar first
+ */
 KX_API Quaternion euler2quaternion(float rx, float ry, float rz);
 
-/** Fixed-axis angles of a unit quaternion; one that is not of unit length may give NaN. */
+/**
+ * Fixed-axis angles of a unit quaternion.
+ * @param w, x, y, z the quaternion; one that is not of unit length may give NaN
+ * @return the angles, radians
+ */
 KX_API Euler quaternion2euler(float w, float x, float y, float z);
 
-/** Arc tangent through acos: like atan2, but +pi for x < 0 and y = -0, and NaN at the origin. */
+/**
+ * Arc tangent through acos: like atan2, but +pi for x < 0 and y = -0, and NaN at the origin.
+ * @param y, x coordinates of a point
+ * @return its angle, radians
+ */
 KX_API float my_atan2f(float y, float x);
 
 /**
- * Loads the parameters of a model (kx/model.h); other codes change nothing. Every forward and inverse
- * computation does this first. Model 36 does not set the tool transform, which is zero until another model
- * was loaded once: call Init_Sys_Data(46) once before computing model 36.
+ * Loads the parameters of a model (kx/model.h). Every forward and inverse computation does this first. Model
+ * 36 does not set the tool transform, which is zero until another model was loaded once: call
+ * Init_Sys_Data(46) once before computing model 36.
+ * @param model 36, 46 or 47; other codes change nothing
  */
 KX_API void Init_Sys_Data(int model);
 
 /**
- * Sets the installation angles of the base about X, Y and Z, radians. Model 36 keeps and uses U and V, model
- * 46 uses Z; the others are reset to zero by each computation, so they have no effect on models 46 and 47.
+ * Sets the installation angles of the base. Model 36 keeps and uses U and V, model 46 uses Z; the others are
+ * reset to zero by each computation, so they have no effect on models 46 and 47.
+ * @param U about X, radians
+ * @param V about Y, radians
+ * @param Z about Z, radians
  */
 KX_API void setAngle(float U, float V, float Z);
 
-/** Chooses the wrist-to-flange length: 0 plain, 1 or 2 a tool variant. Every computation resets it to 0. */
+/**
+ * Chooses the wrist-to-flange length. Every computation resets it to 0.
+ * @param variant 0 plain, 1 or 2 a tool variant
+ */
 KX_API void setLwt(int variant);
 
 /**
@@ -61,12 +102,21 @@ KX_API void setLwt(int variant);
 KX_API KinPose Forward_Kinematics(int model, const float* joint);
 
 /**
- * Transform from base to flange (without tool) of the chain angles, which are the joint angles plus the
- * model's offsets, degrees. An unknown model gives a matrix of zeros.
+ * Transform from base to flange, without tool, of chain angles.
+ * @param model 36, 46 or 47
+ * @param theta chain angles, which are the joint angles plus the model's offsets, degrees: six, or seven for
+ * model 47
+ * @return a 4x4 matrix; zeros for an unknown model
  */
 KX_API Matrix Forward_Kinematics_e(int model, const float* theta);
 
-/** The seven link transforms of model 47 for seven chain angles in degrees; reads the loaded parameters. */
+/**
+ * The seven link transforms of model 47; reads the loaded parameters.
+ * @param theta seven chain angles, degrees
+ * @param out receives one 4x4 matrix per link, each relative to the link before
+ */
 KX_API void Homogeneous_transformation_matrix(const float* theta, Matrix out[7]);
+
+/** @} */
 
 #endif

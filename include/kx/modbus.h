@@ -1,38 +1,63 @@
-/*
+/**
+ * @defgroup modbus Modbus
  * Modbus through the controller, which acts as master on one of its ports: opening a port, reading and
- * writing coils and registers of the devices behind it.
+ * writing coils and registers of the devices behind it. Values go out as they are.
  *
- * Ports and baud rates are the controller's numbers; addresses and devices are those of Modbus. Values go out
- * as they are. Every call takes 20 ms before it sends. Setters return 0 done, 1 refused, 9 or 11 a reply that
- * cannot be read, and when blocking 6 or 7.
+ * - `port` number of the port, as the controller counts them
+ * - `address` address of the first coil or register
+ * - `device` address of the device
+ * - `num` how many
  *
- * The reads always block. They give one number, 0 when the reply's data are no number (true gives 1), and
- * return 0; 1 refused or no data, 9 unreadable reply; 6, 7.
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * Getters return: 0; 1 refused or no data, 6 not sent, 7 no answer within m_nOutTime, 9 unreadable reply.
+ *
+ * @{
  */
 #ifndef KX_MODBUS_H
 #define KX_MODBUS_H
 
 #include "kx/types.h"
 
-/** Opens a port for Modbus. @param timeout how long a device may take, in the controller's unit */
+/**
+ * Opens a port for Modbus.
+ * @param baudrate bits/s, as the controller takes them
+ * @param timeout how long a device may take, in the controller's unit
+ */
 KX_API int Set_Modbus_Mode(int sockfd, int port, int baudrate, int timeout, bool block);
 
 /** Closes a port for Modbus. */
 KX_API int Close_Modbus_Mode(int sockfd, int port, bool block);
 
-/** Reads coils. @param coils_data the coils as one number */
+/**
+ * Reads coils.
+ * @param coils_data receives the coils as one number; 0 when the reply's data are no number, 1 for true
+ */
 KX_API int Get_Read_Coils(int sockfd, int port, int address, int num, int device, int* coils_data);
 
-/** Reads discrete inputs. @param coils_data the inputs as one number */
+/**
+ * Reads discrete inputs.
+ * @param coils_data receives the inputs as one number; 0 when the reply's data are no number, 1 for true
+ */
 KX_API int Get_Read_Input_Status(int sockfd, int port, int address, int num, int device, int* coils_data);
 
-/** Reads one holding register. */
+/**
+ * Reads one holding register.
+ * @param coils_data receives its value; 0 when the reply's data are no number, 1 for true
+ */
 KX_API int Get_Read_Holding_Registers(int sockfd, int port, int address, int device, int* coils_data);
 
-/** Reads one input register. */
+/**
+ * Reads one input register.
+ * @param coils_data receives its value; 0 when the reply's data are no number, 1 for true
+ */
 KX_API int Get_Read_Input_Registers(int sockfd, int port, int address, int device, int* coils_data);
 
-/** Writes one coil. @param data 1 on, 0 off */
+/**
+ * Writes one coil.
+ * @param data 1 on, 0 off
+ */
 KX_API int Write_Single_Coil(int sockfd, int port, int address, int data, int device, bool block);
 
 /**
@@ -44,7 +69,10 @@ KX_API int Write_Single_Coil(int sockfd, int port, int address, int data, int de
 KX_API int Write_Coils(int sockfd, int port, int address, int num, unsigned char* coils_data, int device,
                        bool block);
 
-/** Writes one register. */
+/**
+ * Writes one register.
+ * @param data 0 to 65535
+ */
 KX_API int Write_Single_Register(int sockfd, int port, int address, int data, int device, bool block);
 
 /**
@@ -78,5 +106,7 @@ KX_API int Write_Registers_Block(int sockfd, int port, int address, int num, uns
                                  int device);
 KX_API int Write_Registers_NonBlock(int sockfd, int port, int address, int num, unsigned char* single_data,
                                     int device);
+
+/** @} */
 
 #endif

@@ -1,9 +1,16 @@
-/*
+/**
+ * @defgroup motion Motion
  * Planned motions and control of the running trajectory. Every call takes 20 ms before it sends.
  *
- * Speeds are percent of the arm's limits (1 to 100) and blend radii `r` follow the controller; the library
- * checks neither. Status of all setters: 0 done, 1 refused, 9 or 11 a reply that cannot be read; blocking
- * also 6, 7.
+ * - `v` speed in percent of the arm's limits, 1 to 100; not checked by the library
+ * - `r` blend radius, as the controller takes it; sent in thousandths, truncated, not checked
+ * - `pose` target of the tool in the active frames, metres and radians; sent in millionths and thousandths,
+ *   truncated
+ *
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * @{
  */
 #ifndef KX_MOTION_H
 #define KX_MOTION_H
@@ -17,19 +24,24 @@
  * once a second (so it may return up to a second late) and in between asks the controller for its state; if
  * that answer fails, it gives up with 7. Meanwhile other threads may only use non-blocking commands, for
  * instance Move_Stop_Cmd(sockfd, false), which makes this call return 1.
- * @param joint target angles, degrees: 6 values, 7 for model 47
- * @param v speed in percent
- * @param r blend radius, sent in thousandths
- * @return 0 arrived, 1 refused or broken off, 7 the controller stopped answering
+ * @param joint target angles, degrees: 6 values, 7 for model 47; sent in thousandths, truncated
+ * @return 0 arrived (not blocking: queued), 1 refused or broken off, 6 not sent, 7 the controller stopped
+ * answering, 9 or 11 a reply that cannot be read
  */
 KX_API int Movej_Cmd(int sockfd, const float* joint, unsigned char v, float r, bool block);
 
-/** Moves the tool along a straight line to a pose; blocks like Movej_Cmd. */
+/**
+ * Moves the tool along a straight line to a pose; blocks like Movej_Cmd.
+ * @return as Movej_Cmd: 0 arrived, 1 refused or broken off, 6, 7, 9, 11
+ */
 KX_API int Movel_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block);
 
 /**
  * Moves the tool along the circle through a via pose and an end pose; blocks like Movej_Cmd.
- * @param loop how often the circle is repeated
+ * @param pose_via a pose on the way, metres and radians
+ * @param pose_to the end, metres and radians
+ * @param loop how often the circle is repeated, 0 to 255
+ * @return as Movej_Cmd: 0 arrived, 1 refused or broken off, 6, 7, 9, 11
  */
 KX_API int Movec_Cmd(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, float r, unsigned char loop,
                      bool block);
@@ -63,7 +75,8 @@ KX_API int Clear_All_Trajectory(int sockfd, bool block);
  * data[3..5] by 1000.
  * @param type receives the kind
  * @param data room for 7 floats, rescaled as above
- * @return 0; 9 unreadable reply, 11 wrong type or unknown kind; outputs are untouched unless 0
+ * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 11 wrong type or unknown kind; outputs are
+ * untouched unless 0
  */
 KX_API int Get_Current_Trajectory(int sockfd, ARM_CTRL_MODES* type, float* data);
 
@@ -89,5 +102,7 @@ KX_API int Clear_Current_Trajectory_NonBlock(int sockfd);
 KX_API int Clear_All_Trajectory_Block(int sockfd);
 KX_API int Clear_All_Trajectory_NonBlock(int sockfd);
 KX_API int Get_Current_Trajectory_Block(int sockfd, ARM_CTRL_MODES* type, float* data);
+
+/** @} */
 
 #endif

@@ -1,12 +1,15 @@
-/*
- * Realtime pass-through: targets that go straight to the joint drives, without the controller's planning.
- * Call at your own control rate; a call neither sleeps nor waits, it costs building one request and one send.
+/**
+ * @defgroup pass_through Realtime pass-through
+ * Targets that go straight to the joint drives, without the controller's planning. Call at your own control
+ * rate; a call neither sleeps nor waits, it costs building one request and one send.
  *
  * Each call asks for one push of the arm's state, which reaches the callback given to KX_API_Init as
  * CallbackData, its numbers as the controller sent them. Use no blocking command while pushes are awaited: a
  * push that comes in meanwhile can make it miss its reply and end in 9. Pushes that never come stay awaited:
  * there is room for 300, and when it is used up, targets still go out but ask for no push, and blocking
  * commands return 6.
+ *
+ * @{
  */
 #ifndef KX_PASS_THROUGH_H
 #define KX_PASS_THROUGH_H
@@ -20,7 +23,11 @@
  */
 KX_API int Movej_CANFD(int sockfd, const float* joint);
 
-/** Sends a tool pose to the drives, under the conditions of Movej_CANFD. 0 sent, 6 not sent. */
+/**
+ * Sends a tool pose to the drives, under the conditions of Movej_CANFD.
+ * @param pose target, metres and radians; sent in millionths and thousandths, truncated
+ * @return 0 sent, 6 not sent
+ */
 KX_API int Movep_CANFD(int sockfd, POSE pose);
 
 /*
@@ -28,9 +35,31 @@ KX_API int Movep_CANFD(int sockfd, POSE pose);
  * instead, at most m_nOutTime: 0 it came, 6 not sent, 7 none in time, 9 it could not be read; its values are
  * dropped.
  */
+/**
+ * Sends a target and waits for the push; its values are dropped, the callback is not called.
+ * @param joint as for Movej_CANFD
+ * @return 0 it came, 6 not sent, 7 none within m_nOutTime, 9 it could not be read
+ */
 KX_API int Movej_CANFD_Block(int sockfd, const float* joint);
+/**
+ * What Movej_CANFD runs.
+ * @param joint as for Movej_CANFD
+ * @return 0 sent, 6 not sent
+ */
 KX_API int Movej_CANFD_NonBlock(int sockfd, const float* joint);
+/**
+ * Sends a target and waits for the push; its values are dropped, the callback is not called.
+ * @param pose as for Movep_CANFD
+ * @return 0 it came, 6 not sent, 7 none within m_nOutTime, 9 it could not be read
+ */
 KX_API int Movep_CANFD_Block(int sockfd, POSE pose);
+/**
+ * What Movep_CANFD runs.
+ * @param pose as for Movep_CANFD
+ * @return 0 sent, 6 not sent
+ */
 KX_API int Movep_CANFD_NonBlock(int sockfd, POSE pose);
+
+/** @} */
 
 #endif

@@ -1,18 +1,29 @@
-/*
+/**
+ * @defgroup system Power, errors and versions
  * The controller itself: arm power, errors, versions, log, run time, odometers, high-speed Ethernet.
  *
- * Every call takes 20 ms before it sends. Setters return 0 done, 1 refused, 9 or 11 a reply that cannot be
- * read, and when blocking 6 or 7; getters 0, 6, 7, 9 unreadable reply, 11 wrong type.
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * Getters return: 0; 6 not sent, 7 no answer within m_nOutTime, 9 unreadable reply, 11 wrong type.
+ *
+ * @{
  */
 #ifndef KX_SYSTEM_H
 #define KX_SYSTEM_H
 
 #include "kx/types.h"
 
-/** Switches the arm's power on or off. */
+/**
+ * Switches the arm's power.
+ * @param on true on, false off
+ */
 KX_API int Set_Arm_Power(int sockfd, bool on, bool block);
 
-/** Reads the arm's power state, as the controller numbers it. */
+/**
+ * Reads the arm's power state.
+ * @param power_state receives it as the controller numbers it
+ */
 KX_API int Get_Arm_Power_State(int sockfd, int* power_state);
 
 /** Clears the controller's error. */
@@ -40,6 +51,7 @@ KX_API int Get_Log_File(int sockfd, bool block);
  * fault in the reply. When the controller sends its state as a text instead, the result is 0 too and all
  * outputs stay untouched: set them beforehand to tell.
  * @param state kept for compatibility, left untouched
+ * @param day, hour, min, sec receive the parts of the time
  */
 KX_API int Get_System_Runtime(int sockfd, char* state, int* day, int* hour, int* min, int* sec);
 
@@ -57,7 +69,10 @@ KX_API int Get_Joint_Odom(int sockfd, char* state, float* odom);
 /** Sets the joints' odometers back to zero. */
 KX_API int Clear_Joint_Odom(int sockfd, bool block);
 
-/** Chooses the mode of the high-speed Ethernet by the controller's number. */
+/**
+ * Chooses the mode of the high-speed Ethernet.
+ * @param mode the controller's number for it
+ */
 KX_API int Set_High_Speed_Eth(int sockfd, unsigned char mode, bool block);
 
 /* Workers. */
@@ -78,5 +93,7 @@ KX_API int Clear_Joint_Odom_Block(int sockfd);
 KX_API int Clear_Joint_Odom_NonBlock(int sockfd);
 KX_API int Set_High_Speed_Eth_Block(int sockfd, unsigned char mode);
 KX_API int Set_High_Speed_Eth_NonBlock(int sockfd, unsigned char mode);
+
+/** @} */
 
 #endif

@@ -1,9 +1,14 @@
-/*
- * Teaching by hand from the application: jogging until stopped, single steps, a list of waypoints that the
- * controller plays back, and a wait on the controller's side. Every call takes 20 ms before it sends.
+/**
+ * @defgroup teaching Jogging, steps and waypoints
+ * Teaching from the application: jogging until stopped, single steps, a list of waypoints that the controller
+ * plays back, and a wait on the controller's side.
  *
- * The units of the speed `v`, of `frequency` and of `wait_time` are the controller's; they pass unchanged and
- * unchecked. Status of all: 0 done, 1 refused, 9 or 11 a reply that cannot be read; blocking also 6, 7.
+ * - `v` speed, in the controller's unit; passes unchanged and unchecked
+ *
+ * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
+ * that cannot be read.
+ *
+ * @{
  */
 #ifndef KX_TEACHING_H
 #define KX_TEACHING_H
@@ -14,7 +19,6 @@
  * Moves one joint until Teach_Stop_Cmd.
  * @param joint joint, counted from 1
  * @param direction 0 negative, anything else positive
- * @param v speed
  */
 KX_API int Joint_Teach_Cmd(int sockfd, unsigned char joint, unsigned char direction, unsigned char v,
                            bool block);
@@ -23,12 +27,15 @@ KX_API int Joint_Teach_Cmd(int sockfd, unsigned char joint, unsigned char direct
  * Moves the tool along a Cartesian axis until Teach_Stop_Cmd.
  * @param type axis; another value than the three sends the request without an axis
  * @param direction 0 negative, anything else positive
- * @param v speed
  */
 KX_API int Pos_Teach_Cmd(int sockfd, POS_TEACH_MODES type, unsigned char direction, unsigned char v,
                          bool block);
 
-/** Turns the tool about an axis until Teach_Stop_Cmd; parameters as for Pos_Teach_Cmd. */
+/**
+ * Turns the tool about an axis until Teach_Stop_Cmd.
+ * @param type axis; another value than the three sends the request without an axis
+ * @param direction 0 negative, anything else positive
+ */
 KX_API int Ort_Teach_Cmd(int sockfd, ORT_TEACH_MODES type, unsigned char direction, unsigned char v,
                          bool block);
 
@@ -40,46 +47,50 @@ KX_API int Teach_Stop_Cmd(int sockfd, bool block);
  * one goes on, and the call returns 7. The same holds for the other steps.
  * @param joint joint, counted from 1
  * @param step degrees, signed; sent in thousandths and, unlike all other angles, with its fraction
- * @param v speed
  */
 KX_API int Joint_Step_Cmd(int sockfd, unsigned char joint, float step, unsigned char v, bool block);
 
 /**
- * Moves the tool along a Cartesian axis by a step.
+ * Moves the tool along a Cartesian axis by a step; waits like Joint_Step_Cmd.
  * @param type axis; another value than the three sends the request without an axis
  * @param step metres, signed; sent in millionths, truncated
- * @param v speed
  */
 KX_API int Pos_Step_Cmd(int sockfd, POS_TEACH_MODES type, float step, unsigned char v, bool block);
 
 /**
- * Turns the tool about an axis by a step.
+ * Turns the tool about an axis by a step; waits like Joint_Step_Cmd.
  * @param type axis; another value than the three sends the request without an axis
  * @param step radians, signed; sent in thousandths, truncated
- * @param v speed
  */
 KX_API int Ort_Step_Cmd(int sockfd, ORT_TEACH_MODES type, float step, unsigned char v, bool block);
 
 /**
  * Appends a waypoint to the controller's list.
  * @param joint joint angles, degrees: 6 values, 7 for model 47
- * @return as the others, but never 11: any state that is not false counts as done
+ * @return 0 done, also for a status that is neither true nor false; 1 refused; blocking also 6 not sent, 7 no
+ * answer within m_nOutTime, 9 a reply that cannot be read
  */
 KX_API int Add_Waypoint(int sockfd, const float* joint, bool block);
 
-/** Starts playing back the waypoints at a frequency. */
+/**
+ * Starts playing back the waypoints.
+ * @param frequency in the controller's unit; passes unchanged
+ */
 KX_API int Start_Waypoint(int sockfd, int frequency, bool block);
 
 /** Empties the list of waypoints. */
 KX_API int Clear_Waypoint(int sockfd, bool block);
 
 /**
- * Stops playing back the waypoints. No reply is recognised as the answer to it: the blocking form sends the
- * request, waits m_nOutTime and returns 7. Use the non-blocking form.
+ * Stops playing back the waypoints. No reply is recognised as the answer to it: use the non-blocking form.
+ * @return 0 queued; blocking 7 after m_nOutTime, though the request was sent, or 6 not sent
  */
 KX_API int Stop_Waypoint(int sockfd, bool block);
 
-/** Lets the controller wait before it goes on. */
+/**
+ * Lets the controller wait before it goes on.
+ * @param wait_time in the controller's unit; passes unchanged
+ */
 KX_API int Timer(int sockfd, int wait_time, bool block);
 
 /* Workers and the decoder of Timer. */
@@ -108,6 +119,13 @@ KX_API int Stop_Waypoint_Block(int sockfd);
 KX_API int Stop_Waypoint_NonBlock(int sockfd);
 KX_API int Timer_Block(int sockfd, int wait_time);
 KX_API int Timer_NonBlock(int sockfd, int wait_time);
+/**
+ * The decoder of Timer.
+ * @param text the reply, one JSON object
+ * @return 0 done, 1 refused, 9 or 11 a reply that cannot be read
+ */
 KX_API int Paser_Timer(const char* text);
+
+/** @} */
 
 #endif

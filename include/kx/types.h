@@ -1,4 +1,8 @@
-/* Records, enumerations and status codes shared by every function of the library. C11 and C++17. */
+/**
+ * @defgroup types Records and status codes
+ * Records, enumerations and status codes shared by every function of the library. C11 and C++17.
+ * @{
+ */
 #ifndef KX_TYPES_H
 #define KX_TYPES_H
 
@@ -12,7 +16,7 @@
 #define KX_API extern __attribute__((visibility("default")))
 #endif
 
-/* Gives enumerations 32 bits, and in C++ the right to hold values beyond their names, as in C. */
+/** Gives enumerations 32 bits, and in C++ the right to hold values beyond their names, as in C. */
 #ifdef __cplusplus
 #define KX_INT32 : int32_t
 #else
@@ -40,8 +44,8 @@ typedef enum KX_STATUS KX_INT32 {
 
 /** A Cartesian pose: position in metres, then the angles of Rz(rz)*Ry(ry)*Rx(rx) in radians. */
 typedef struct POSE {
-    float x, y, z;
-    float rx, ry, rz;
+    float x, y, z;    /**< position, m */
+    float rx, ry, rz; /**< fixed-axis angles, rad */
 } POSE;
 
 /** A named frame as the controller reports it. */
@@ -54,7 +58,7 @@ typedef struct FRAME {
 
 /** One name of a list of frames: at most 9 characters, NUL-terminated. */
 typedef struct FRAME_NAME {
-    char name[10];
+    char name[10]; /**< the name */
 } FRAME_NAME;
 
 /** Per-joint state, filled by Get_Arm_All_State. Entries beyond the arm's joint count stay untouched. */
@@ -70,17 +74,25 @@ typedef struct JOINT_STATE {
 
 /** Kind of the motion that the controller is executing. */
 typedef enum ARM_CTRL_MODES KX_INT32 {
-    None_Mode = 0,
-    Joint_Mode = 1,
-    Line_Mode = 2,
-    Circle_Mode = 3
+    None_Mode = 0,  /**< the arm stands or follows streamed targets */
+    Joint_Mode = 1, /**< joint move, Movej_Cmd and Movej_P_Cmd */
+    Line_Mode = 2,  /**< straight line, Movel_Cmd */
+    Circle_Mode = 3 /**< circle, Movec_Cmd */
 } ARM_CTRL_MODES;
 
 /** Cartesian axis of a position jog or step. */
-typedef enum POS_TEACH_MODES KX_INT32 { X_Dir = 0, Y_Dir = 1, Z_Dir = 2 } POS_TEACH_MODES;
+typedef enum POS_TEACH_MODES KX_INT32 {
+    X_Dir = 0, /**< along x */
+    Y_Dir = 1, /**< along y */
+    Z_Dir = 2  /**< along z */
+} POS_TEACH_MODES;
 
 /** Rotation axis of an orientation jog or step. */
-typedef enum ORT_TEACH_MODES KX_INT32 { RX_Rotate = 0, RY_Rotate = 1, RZ_Rotate = 2 } ORT_TEACH_MODES;
+typedef enum ORT_TEACH_MODES KX_INT32 {
+    RX_Rotate = 0, /**< about x */
+    RY_Rotate = 1, /**< about y */
+    RZ_Rotate = 2  /**< about z */
+} ORT_TEACH_MODES;
 
 /** A realtime push, handed by value to the callback given to KX_API_Init. */
 typedef struct CallbackData {
@@ -97,32 +109,34 @@ typedef void (*KX_Callback)(CallbackData data);
 /** A small matrix, row-major with a row stride of 4; 4x4 homogeneous transforms translate in column 3. */
 typedef struct Matrix {
     int32_t rows, cols; /**< rows and columns in use: 3 or 4 */
-    float data[4][4];
+    float data[4][4];   /**< data[row][column] */
 } Matrix;
 
 /** A point or translation, metres. */
 typedef struct Position {
-    float x, y, z;
+    float x, y, z; /**< m */
 } Position;
 
 /** A rotation as a unit quaternion, scalar first. */
 typedef struct Quaternion {
-    float w, x, y, z;
+    float w, x, y, z; /**< scalar, then vector part */
 } Quaternion;
 
 /** A rotation as fixed-axis angles in radians: R = Rz(rz) * Ry(ry) * Rx(rx). */
 typedef struct Euler {
-    float rx, ry, rz;
+    float rx, ry, rz; /**< rad */
 } Euler;
 
 /** The pose record of the kinematics: one position and the same rotation in two forms. */
 typedef struct KinPose {
-    Position position;
-    Quaternion quaternion;
-    Euler euler;
+    Position position;     /**< m */
+    Quaternion quaternion; /**< the rotation, as a unit quaternion */
+    Euler euler;           /**< the same rotation, as fixed-axis angles, rad */
 } KinPose;
 
 /** Target of the inverse kinematics: the record that forward kinematics returns. */
 typedef KinPose KINEMATIC;
+
+/** @} */
 
 #endif

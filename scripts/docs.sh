@@ -1,0 +1,6 @@
+#!/usr/bin/env bash
+# Builds the reference and the guide as a site, build/docs/html/index.html. Whatever is not documented is an error.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+mkdir -p build/docs
+doxygen docs/Doxyfile
