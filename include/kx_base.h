@@ -3,7 +3,7 @@
  * KX Service, C interface: drive robot-arm controllers over TCP from a Linux application.
  *
  *     KX_API_Init(on_push);                                        // start the library
- *     int arm = Arm_Socket_Start("192.168.1.18", 8080, 46, 0);     // connect; the result is the arm's handle
+ *     int arm = Arm_Socket_Start("192.0.2.10", 8080, 46, 0);     // connect; the result is the arm's handle
  *     float home[6] = {0, -20, 60, 0, 40, 0};
  *     int status = Movej_Cmd(arm, home, 20, 0, true);              // move at 20 % speed, return on arrival
  *     Arm_Socket_Close(arm);

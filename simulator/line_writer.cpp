@@ -53,13 +53,17 @@ void LineWriter::write()
 {
     if (busy_ || !open_ || faults_.silent) return;
     while (ready_.size() < faults_.together) {
-        const auto line = out_.take(Clock::now());
+        const auto line = out_.take();
         if (!line) break;
         for (std::string& sent : luck_.sent_for(*line, faults_))
             ready_.push_back(std::move(sent));
     }
     if (finishing_ && waiting() == 0) return close();
-    if (ready_.empty()) return;
+    if (ready_.empty()) {
+        if (out_.empty()) return;
+        busy_ = true;
+        return after(gap_, &LineWriter::end_gap);
+    }
     if (ready_.size() < faults_.together && !has_waited_) return await_company();
     awaits_company_ = has_waited_ = false;
 

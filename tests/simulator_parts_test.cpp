@@ -42,8 +42,8 @@ TEST(Outbox, AnswersEveryTargetOfAStreamEvenIfTheClientIsLateAtTimes)
             }
             for (int& arrival : on_the_way)
                 if (arrival == t) outbox.push("joint_state", "line\n");
-            if (t >= next_line && outbox.take(Outbox::Time(std::chrono::milliseconds(1000 + t)))) {
-                ++client.lines;
+            if (t >= next_line && !outbox.empty()) {
+                client.lines += outbox.take().has_value();
                 next_line = t + 30;
             }
             if (t >= next_poll) {
@@ -53,8 +53,8 @@ TEST(Outbox, AnswersEveryTargetOfAStreamEvenIfTheClientIsLateAtTimes)
             most = std::max(most, client.registrations);
         }
         EXPECT_EQ(client.registrations, 0) << "seed " << seed;
-        EXPECT_LT(most, 150);
-        EXPECT_FALSE(outbox.take(Outbox::Time(std::chrono::hours(1)))) << "and then it is silent";
+        EXPECT_LT(most, 300) << "what the client can hold";
+        EXPECT_TRUE(outbox.empty()) << "and then it is silent";
     }
 }
 
@@ -67,9 +67,9 @@ TEST(Outbox, LetsRepliesAndPushesTakeTurns)
         outbox.push("joint_state", push);
     outbox.push("pose_state", "q");
     std::string all;
-    for (Outbox::Time now{std::chrono::hours(1)}; const auto line = outbox.take(now); now += 2 * Outbox::gap)
-        all += *line + ' ';
-    EXPECT_EQ(all, "p3 r1 q r2 p3 ");
+    while (!outbox.empty())
+        all += outbox.take().value_or(".") + ' ';
+    EXPECT_EQ(all, "p3 r1 . q r2 . p3 ") << "a push keeps away from what was before it";
 }
 
 TEST(Follower, ReachesEveryTargetWithinTheLimits)
