@@ -218,7 +218,8 @@ bool Web::watched() const
 
 void Web::publish(const Json& state)
 {
-    std::string text = "event: state\ndata: " + state.dump() + "\n\n";
+    std::string text =
+        "event: state\ndata: " + state.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n\n";
     {
         std::lock_guard lock(server_->mutex);
         server_->state = std::move(text);
