@@ -313,13 +313,21 @@ std::vector<std::string> Faults::in_force() const
     return texts;
 }
 
+std::vector<Faults::Form> Faults::forms()
+{
+    std::vector<Form> forms;
+    for (const Kind& kind : kinds)
+        forms.push_back({kind.name, kind.arguments, kind.help});
+    return forms;
+}
+
 std::string Faults::help()
 {
     std::string help;
-    for (const Kind& kind : kinds) {
-        std::string form = "  " + std::string(kind.name) + ' ' + std::string(kind.arguments);
+    for (const auto& [name, arguments, meaning] : forms()) {
+        std::string form = "  " + std::string(name) + ' ' + std::string(arguments);
         form.resize(std::max<std::size_t>(form.size() + 2, 34), ' ');
-        help += form + std::string(kind.help) + '\n';
+        help += form + std::string(meaning) + '\n';
     }
     return help;
 }

@@ -75,6 +75,12 @@ class Faults {
     /** The texts of all faults that go on. */
     std::vector<std::string> in_force() const;
 
+    /** How the faults are written. */
+    struct Form {
+        std::string_view name, arguments, help;
+    };
+    static std::vector<Form> forms();
+
     /** One line for every fault. */
     static std::string help();
 

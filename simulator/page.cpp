@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto hold_time = std::chrono::milliseconds(600); // a page confirms a hold several times within it
 constexpr double max_push = 200;                           // N
-constexpr const char* fault_names[] = {"", "emergency stop", "force overload"};
+constexpr const char* fault_names[] = {"", "emergency stop", "force overload", "collision"}; // of Fault
 
 /** Digits beyond those would only be sent, not read. */
 double rounded(double value, double unit = 1e-3)
@@ -77,6 +77,7 @@ Json Page::about() const
     for (const auto& [point, direction] : model.hinges())
         hinges.push_back({{"point", array_of(point)}, {"direction", array_of(direction)}});
     return {{"model", model.code},
+            {"simulated", simulated_},
             {"hinges", hinges},
             {"flange", array_of(model.flange(Joints(model.lower.size())))}};
 }
@@ -139,6 +140,7 @@ Json Page::state(double time) const
 std::string Page::mode() const
 {
     const Motions& motions = arm().motions();
+    if (!simulated_) return "looking on";
     if (peripherals().system.fault != Fault::none || arm().error()) return "error";
     if (!arm().powered()) return "power off";
     if (peripherals().drag_teach.teaching()) return "led by hand";
@@ -164,6 +166,7 @@ Json Page::errors() const
 
 void Page::act(const Json& request)
 {
+    if (!simulated_) throw Refused("no arm is simulated here");
     const std::string& what = text(member(request, "act"));
     if (what == "stop")
         release(), arm().stop("the arm was stopped by hand");
@@ -193,6 +196,21 @@ void Page::act(const Json& request)
         set_object(request);
     else
         throw Refused("the page cannot do that");
+}
+
+void Page::watch(const std::string& reply)
+{
+    if (simulated_) return;
+    const Json json = Json::parse(reply, nullptr, false);
+    if (!json.is_object()) return;
+    const Json& state =
+        json.contains("arm_state") && json["arm_state"].is_object() ? json["arm_state"] : json;
+    const auto joints = state.find("joint");
+    if (joints == state.end() || !joints->is_array() || joints->size() != arm().joint_count()) return;
+    try {
+        arm().lead_to(from_thousandths(*joints, arm().joint_count()));
+    } catch (const Refused&) { // no numbers; a reply that means something else
+    }
 }
 
 void Page::clear_errors()

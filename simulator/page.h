@@ -11,7 +11,8 @@ namespace kx::sim {
 
 class Page {
   public:
-    explicit Page(Controller& controller) : controller_(controller) {}
+    /** @param simulated if not, another controller or a recording answers, and the page only looks on */
+    Page(Controller& controller, bool simulated) : controller_(controller), simulated_(simulated) {}
 
     /** What does not change: the model and its geometry. Lengths are metres. */
     Json about() const;
@@ -21,6 +22,9 @@ class Page {
 
     /** Does what somebody beside the arm asked for with the page. @throws std::exception saying why not */
     void act(const Json& request);
+
+    /** A reply went to a client. If nothing is simulated, the arm is shown where the reply says it is. */
+    void watch(const std::string& reply);
 
     /** Lets go of whatever the page holds and has not confirmed for a while: it may be gone. */
     void check_hold();
@@ -43,6 +47,7 @@ class Page {
     Json errors() const;
 
     Controller& controller_;
+    const bool simulated_;
     Json held_;              ///< the request that holds a joint's button, or pushes the tool
     Real::time_point until_; ///< when the hold is over unless the page confirms it
 };

@@ -110,7 +110,7 @@ class Server {
 
     std::unique_ptr<Recording> recording_;
 
-    Page page_{controller_};
+    Page page_;
     asio::steady_timer frame_{loop_};
     std::unique_ptr<Web> web_; ///< if there is a page; last, since its threads use the others
 };
@@ -248,7 +248,8 @@ Server::Server(const ServerOptions& options)
                    },
                .set_speed = [this](double factor) { clock_.set_speed(factor); },
                .speed = options.speed}),
-      seed_(options.seed), replay_speed_(options.speed)
+      seed_(options.seed), replay_speed_(options.speed),
+      page_(controller_, options.replay.empty() && options.proxy.empty())
 {
     if (!options.modbus_tcp.empty()) {
         const auto [host, port] = host_and_port(options.modbus_tcp, "the Modbus slave");
@@ -274,6 +275,8 @@ void Server::start_page(const ServerOptions& options)
 {
     Json about = page_.about();
     about["port"] = acceptor_.local_endpoint().port();
+    for (const auto& [name, arguments, help] : Faults::forms())
+        about["faults"].push_back({name, arguments, help});
     web_ = std::make_unique<Web>(options.web_host, *options.web_port, std::move(about),
                                  [this](const std::string& request) { return act(request); });
     std::cout << "kx-controller: page at " << web_->address() << std::endl;
@@ -287,7 +290,9 @@ void Server::show_frame()
         const double now = clock_.now();
         controller_.advance(now);
         schedule();
-        web_->publish(page_.state(now));
+        Json state = page_.state(now);
+        state["faults"] = faults_.in_force();
+        web_->publish(state);
     }
     frame_.expires_after(frame_interval);
     frame_.async_wait([this](auto) { show_frame(); });
@@ -349,8 +354,7 @@ void Server::set_up_faults(const ServerOptions& options)
 void Server::run()
 {
     loop_.run();
-    acceptor_
-        .close(); // the page's threads take a moment to end, and the next controller may wait for the port
+    acceptor_.close(); // now: the page's threads take a moment to end, and others may wait for the port
     for (const auto& session : sessions())
         session->close();
     if (replay_)
@@ -470,7 +474,10 @@ void Server::trace(int client, const char* direction, const std::string& line)
 {
     if (!trace_ && !recording_ && !web_) return;
     const std::string shown = without_secrets(line);
-    if (web_) web_->wire(clock_.now(), client, direction, printable(shown));
+    if (web_) {
+        web_->wire(clock_.now(), client, direction, printable(shown));
+        if (*direction == '<') page_.watch(line);
+    }
     if (trace_) {
         std::printf("%10.3f client %d %s %s\n", clock_.now(), client, direction, printable(shown).c_str());
         std::fflush(stdout);

@@ -8,34 +8,37 @@ namespace {
 
 using Json = nlohmann::json;
 
+// Listens to the stream of a page until an event of a kind is as wanted, and gives its data.
+Json first_of(int port, const std::string& kind, const std::function<bool(const Json&)>& wanted = {})
+{
+    httplib::Client client("127.0.0.1", port);
+    client.set_read_timeout(20);
+    std::string text;
+    Json found;
+    client.Get("/events", [&](const char* bytes, std::size_t length) {
+        text.append(bytes, length);
+        for (std::size_t end; found.is_null() && (end = text.find("\n\n")) != text.npos;
+             text.erase(0, end + 2)) {
+            const std::string intro = "event: " + kind + "\ndata: ";
+            if (!text.starts_with(intro)) continue;
+            const Json data = Json::parse(text.substr(intro.size(), end - intro.size()));
+            if (!wanted || wanted(data)) found = data;
+        }
+        return found.is_null();
+    });
+    EXPECT_FALSE(found.is_null()) << "no such event: " << kind;
+    return found;
+}
+
 struct Page : testing::Test {
     Application app{46, {"--web", "0"}};
     const int port = app.controller->page();
     const std::string host = "127.0.0.1:" + std::to_string(port);
     const Json about = first("about");
 
-    // Listens to the stream until an event of a kind is as wanted, and gives its data.
-    Json first(
-        const std::string& kind,
-        const std::function<bool(const Json&)>& wanted = [](const Json&) { return true; })
+    Json first(const std::string& kind, const std::function<bool(const Json&)>& wanted = {}) const
     {
-        httplib::Client client("127.0.0.1", port);
-        client.set_read_timeout(20);
-        std::string text;
-        Json found;
-        client.Get("/events", [&](const char* bytes, std::size_t length) {
-            text.append(bytes, length);
-            for (std::size_t end; found.is_null() && (end = text.find("\n\n")) != text.npos;
-                 text.erase(0, end + 2)) {
-                const std::string intro = "event: " + kind + "\ndata: ";
-                if (!text.starts_with(intro)) continue;
-                const Json data = Json::parse(text.substr(intro.size(), end - intro.size()));
-                if (wanted(data)) found = data;
-            }
-            return found.is_null();
-        });
-        EXPECT_FALSE(found.is_null()) << "no such event: " << kind;
-        return found;
+        return first_of(port, kind, wanted);
     }
 
     httplib::Result act(const Json& request)
@@ -130,8 +133,10 @@ TEST_F(Page, ActsOnTheController)
     EXPECT_EQ(act({{"act", "object"}, {"width", 40}, {"mass", 1}})->status, 204);
     EXPECT_EQ(Set_Gripper_Pick(app.arm, 500, 100, true), 0) << "now there is something to grip";
 
-    EXPECT_EQ(act({{"act", "emergency_stop"}})->status, 204);
-    EXPECT_EQ(state()["errors"], Json::array({"emergency stop"}));
+    EXPECT_EQ(act({{"act", "fault"}, {"text", "delay 5"}})->status, 204);
+    EXPECT_EQ(act({{"act", "fault"}, {"text", "collision"}})->status, 204);
+    EXPECT_EQ(state()["faults"], Json::array({"delay 5"}));
+    EXPECT_EQ(state()["errors"], Json::array({"collision"}));
     EXPECT_EQ(refused({{"act", "jog"}, {"joint", 1}, {"up", true}, {"percent", 1}}),
               "the controller is in error");
     EXPECT_EQ(act({{"act", "clear_errors"}})->status, 204);
@@ -165,6 +170,24 @@ TEST_F(Page, LetsGoOfWhatIsNotHeldOn)
     EXPECT_NEAR(
         std::abs(force(first("state", [](const Json& data) { return data["push"][2] == 0; })) - pushed), 50,
         1);
+}
+
+// A proxy's page shows the arm behind it, as far as its replies tell where it is.
+TEST(PageOfAProxy, LooksOn)
+{
+    Controller behind({"--speed", "10"});
+    Controller proxy(
+        {"--web", "0", "--model", "46", "--proxy", "127.0.0.1:" + std::to_string(behind.port())});
+    KX_API_Init(nullptr);
+    const int arm = Arm_Socket_Start("127.0.0.1", proxy.port(), 46, 0);
+    float target[7] = {30, -20, 40, 0, 60, 0}, reached[7] = {};
+    EXPECT_EQ(Movej_Cmd(arm, target, 50, 0, true), 0);
+    EXPECT_EQ(Get_Joint_Degree(arm, reached), 0);
+    const Json state = first_of(proxy.page(), "state");
+    EXPECT_EQ(state["mode"], "looking on");
+    for (int i = 0; i < 6; ++i)
+        EXPECT_NEAR(state["joints"][i], target[i], 1e-3);
+    Arm_Socket_Close(arm);
 }
 
 } // namespace

@@ -57,7 +57,7 @@ export class ArmView {
   }
 
   /** Builds the arm. */
-  build({ hinges, flange }) {
+  build({ hinges, flange, simulated }) {
     this.#arm.remove(...this.#arm.children);
     const restFlange = frameOf(flange);
     const bones = skeleton(hinges, new THREE.Vector3().setFromMatrixPosition(restFlange));
@@ -90,7 +90,7 @@ export class ArmView {
     this.flange = new THREE.Group();
     this.flange.applyMatrix(restFlange);
     this.#joints[this.#joints.length - 1].inside.add(this.flange);
-    this.#gripper();
+    this.#gripper().visible = simulated; // else nobody knows how it stands
     this.tool = this.#axes(0.12);
     this.flange.add(this.tool);
     this.#shown = '';
@@ -191,8 +191,10 @@ export class ArmView {
   }
 
   #gripper() {
-    const box = (x, y, z, material) => this.#add(this.flange, new THREE.BoxBufferGeometry(x, y, z), material);
-    const plate = this.#add(this.flange, new THREE.CylinderBufferGeometry(0.034, 0.034, 0.012, 48), 'seam');
+    const gripper = new THREE.Group();
+    this.flange.add(gripper);
+    const box = (x, y, z, material) => this.#add(gripper, new THREE.BoxBufferGeometry(x, y, z), material);
+    const plate = this.#add(gripper, new THREE.CylinderBufferGeometry(0.034, 0.034, 0.012, 48), 'seam');
     plate.rotation.x = Math.PI / 2;
     plate.position.z = 0.006;
     box(0.128, 0.036, 0.034, 'dark').position.z = 0.029;
@@ -204,6 +206,7 @@ export class ArmView {
     this.object = box(1, 0.04, 0.05, 'object');
     this.object.position.z = 0.095;
     this.object.visible = false;
+    return gripper;
   }
 
   // Furniture of the room.

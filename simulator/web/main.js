@@ -1,6 +1,7 @@
 // Puts the page together: what comes from the controller goes to its views, what is clicked goes to the controller.
 import { ArmView } from './arm.js';
 import { Controller } from './controller.js';
+import { Faults } from './faults.js';
 import { Panel, write } from './panel.js';
 import { Wire } from './wire.js';
 
@@ -20,6 +21,7 @@ const act = async (request) => tell(await controller.act(request));
 const arm = new ArmView(get('view'), (to) => act({ act: 'lead', to }));
 const panel = new Panel(controller, tell);
 const wire = new Wire();
+const faults = new Faults(act);
 
 let state = null;
 let built = false;
@@ -29,6 +31,8 @@ controller.addEventListener('about', ({ detail: about }) => {
   wire.restart();
   if (built) return;
   built = true;
+  document.body.classList.toggle('onlooker', !about.simulated);
+  faults.build(about);
   arm.build(about);
   panel.build(about);
 });
@@ -56,6 +60,7 @@ controller.addEventListener('state', ({ detail }) => {
   write(get('power'), power ? 'Power on' : 'Power off');
   arm.show(state);
   panel.show(state);
+  faults.show(state);
 });
 
 const click = (id, handle) => get(id).addEventListener('click', handle);
