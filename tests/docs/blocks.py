@@ -1,0 +1,125 @@
+"""The code blocks of README and guide, taken out of their pages to be compiled and run.
+
+    blocks.py extract OUT PAGE...              writes OUT/<page>_<number>.cpp, and prints "name kind" for every block
+    blocks.py run CONTROLLER PAGE NUMBER PROGRAM...   runs a block as its page says
+
+C++ blocks with a main() are programs: compiled, and run until they exit with 0. The others are compiled as the body of
+a function that has an `arm`. Shell blocks are run with kx-controller in the PATH. What is to be run gets a kx-controller
+of its own, whose port takes the place of 8080. Comments above a block say what differs:
+
+    <!-- controller: --model 47 -->   options of its kx-controller
+    <!-- on "text": stop -->          when the program prints the text: stop, continue, kill or restart the controller;
+                                      in the order given
+    <!-- not run: why -->
+    <!-- declarations -->             compiled outside a function
+"""
+import os
+import re
+import select
+import signal
+import subprocess
+import sys
+from pathlib import Path
+
+BLOCK = re.compile(r"((?:^<!--(?:(?!-->).)*-->\n)*)^```(\w+)\n(.*?)^```$", re.M | re.S)
+TIME_LIMIT = 100
+
+
+class Block:
+    def __init__(self, page, number, comments, language, code):
+        self.name = f"{Path(page).stem.replace('-', '_')}_{number}"
+        self.language, self.code = language, code
+        self.notes = [note.strip() for note in re.findall(r"<!--(.*?)-->", comments, re.S)]
+
+    def noted(self, word):
+        return [note[len(word):].lstrip(": ") for note in self.notes if note.startswith(word)]
+
+    @property
+    def kind(self):
+        if self.language == "sh":
+            return "skipped" if self.noted("not run") else "shell"
+        if self.language != "cpp":
+            return "skipped"
+        if "int main(" not in self.code:
+            return "compiled"
+        return "compiled" if self.noted("not run") else "program"
+
+    def source(self):
+        code = self.code.replace(" 8080", " std::atoi(std::getenv(\"KX_PORT\"))")
+        if "int main(" in code:
+            return "#include <cstdlib>\n" + code
+        includes = "\n".join(re.findall(r"^#include.*", code, re.M))
+        rest = re.sub(r"^#include.*\n", "", code, flags=re.M)
+        if not self.noted("declarations"):
+            rest = f"[[maybe_unused]] void block([[maybe_unused]] int arm)\n{{\n{rest}}}\n"
+        return f"#include <cstdlib>\n#include \"kx_base.h\"\n{includes}\n{rest}"
+
+
+def blocks_of(page):
+    return [Block(page, number, *match) for number, match in enumerate(BLOCK.findall(Path(page).read_text()), 1)]
+
+
+def extract(out, pages):
+    out.mkdir(parents=True, exist_ok=True)
+    for page in pages:
+        for number, block in enumerate(blocks_of(page), 1):
+            if block.language == "cpp":
+                file = out / f"{block.name}.cpp"
+                if not file.exists() or file.read_text() != block.source():
+                    file.write_text(block.source())
+            print(block.name, block.kind, page, number, sep="|")
+
+
+class Controller:
+    def __init__(self, program, options):
+        self.program, self.options, self.port = program, options, "0"
+        self.start()
+
+    def start(self):
+        self.process = subprocess.Popen([self.program, "--port", self.port, *self.options], stdout=subprocess.PIPE, text=True)
+        self.port = self.process.stdout.readline().split(":")[-1].strip()
+
+    def act(self, action):
+        if action in ("kill", "restart"):
+            self.process.kill()
+            self.process.wait()
+        if action == "restart":
+            self.start()
+        if action == "stop":
+            self.process.send_signal(signal.SIGSTOP)
+            os.waitid(os.P_PID, self.process.pid, os.WSTOPPED)
+        if action == "continue":
+            self.process.send_signal(signal.SIGCONT)
+
+
+def run(controller_program, page, number, program):
+    block = blocks_of(page)[number - 1]
+    controller = Controller(controller_program, " ".join(block.noted("controller")).split())
+    events = [re.match(r'"(.*)": (\w+)', note).groups() for note in block.noted("on")]
+    environment = {**os.environ, "KX_PORT": controller.port,
+                   "PATH": f"{Path(controller_program).parent}:{os.environ['PATH']}"}
+    if block.language == "sh":
+        program = ["bash", "-euo", "pipefail", "-c", block.code.replace("8080", "$KX_PORT")]
+    running = subprocess.Popen(["stdbuf", "-oL", *program], env=environment, stdout=subprocess.PIPE, text=True)
+    try:
+        while select.select([running.stdout], [], [], TIME_LIMIT)[0]:
+            line = running.stdout.readline()
+            if not line:
+                break
+            print(line, end="")
+            if events and events[0][0] in line:
+                print("  controller:", events[0][1])
+                controller.act(events.pop(0)[1])
+        status = running.wait(TIME_LIMIT)
+    finally:
+        running.kill()
+        controller.process.kill()
+    if status or events:
+        sys.exit(f"{block.name}: exit status {status}, expected events that did not come: {events}")
+
+
+if __name__ == "__main__":
+    if sys.argv[1] == "extract":
+        extract(Path(sys.argv[2]), sys.argv[3:])
+    else:
+        run(sys.argv[2], sys.argv[3], int(sys.argv[4]), sys.argv[5:])
