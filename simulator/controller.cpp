@@ -80,6 +80,8 @@ void Controller::handle(const std::string& request, double time, const Send& sen
 
 void Controller::advance(double time)
 {
+    if (time < time_) return;
+    time_ = time;
     // Arm and peripherals act on each other, so they reach every event together.
     const auto reach = [this](double moment) {
         arm_.advance(moment);

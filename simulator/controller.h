@@ -42,7 +42,8 @@ class Controller {
     /** Refuses these commands whatever they ask for, and no others. */
     void refuse(std::set<std::string> commands) { refused_ = std::move(commands); }
 
-    /** Moves time on (s, never back), which may end motions and so answer those who asked for them. */
+    /** Moves time on (s; a time that is past does nothing), which may end motions and so answer those who
+     * asked for them. */
     void advance(double time);
 
     /** When something will happen by itself next. */
@@ -60,6 +61,7 @@ class Controller {
     Peripherals peripherals_;
     Log log_;
     std::set<std::string> refused_;
+    double time_ = 0;
 };
 
 } // namespace kx::sim

@@ -64,12 +64,11 @@ std::optional<double> FaultScript::next_event() const
     return timed_.begin()->first;
 }
 
-std::optional<std::string> FaultScript::due(double time)
+std::optional<FaultScript::Due> FaultScript::due(double time)
 {
     if (timed_.empty() || timed_.begin()->first > time) return std::nullopt;
-    const std::string fault = std::move(timed_.begin()->second);
-    timed_.erase(timed_.begin());
-    return fault;
+    const auto next = timed_.extract(timed_.begin());
+    return Due{next.key(), next.mapped()};
 }
 
 } // namespace kx::sim

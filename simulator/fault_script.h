@@ -33,8 +33,13 @@ class FaultScript {
 
     std::optional<double> next_event() const;
 
+    struct Due {
+        double time;
+        std::string fault;
+    };
+
     /** Takes out the next fault that is due. */
-    std::optional<std::string> due(double time);
+    std::optional<Due> due(double time);
 
   private:
     struct Line {

@@ -204,7 +204,7 @@ const Kind& kind_of(const std::string& name)
 }
 
 /** Bytes that no line of a controller is taken for: neither letters nor digits, nor line ends. */
-std::string noise(std::mt19937& dice)
+std::string noise(std::mt19937 dice)
 {
     std::string line(20 + dice() % 40, ' ');
     for (char& c : line)
@@ -238,12 +238,12 @@ std::vector<std::string> Luck::sent_for(std::string line, const LineFaults& faul
     const bool is_lost = draw(late_) < faults.drop;
     const bool is_noisy = draw(late_) < faults.garbage;
     const bool is_long = draw(late_) < faults.long_share;
-    std::mt19937 own(late_()); // noise takes as many numbers as it likes
+    const auto seed = late_(); // for the noise, which takes as many numbers as it likes
     std::vector<std::string> out;
-    if (is_noisy) out.push_back(noise(own));
+    if (is_noisy) out.push_back(noise(std::mt19937(seed)));
     if (is_lost) return out;
-    if (is_long && line.size() < faults.length)
-        line.insert(line.size() - 1, faults.length - line.size(), ' '); // before the line feed
+    if (is_long && line.size() < faults.length && line.ends_with('\n'))
+        line.insert(line.size() - 1, faults.length - line.size(), ' ');
     out.push_back(std::move(line));
     return out;
 }

@@ -81,6 +81,7 @@ class Server {
     void show_frame();
     std::string act(const std::string& request);
     void set_up_faults(const ServerOptions& options);
+    std::string apply_fault(const std::string& text, double time);
     void run_fault_script();
     std::string start_answering(const ServerOptions& options);
     void answer_from_recording(const std::string& request, const Send& send);
@@ -207,7 +208,7 @@ class Session : public LineWriter {
     void end()
     {
         ended_ = true;
-        server_.trace(number_, "--", "no more requests");
+        if (is_open()) server_.trace(number_, "--", "no more requests");
         if (upstream_) upstream_->end();
     }
 
@@ -287,6 +288,7 @@ void Server::show_frame()
 {
     page_.check_hold();
     if (web_->watched()) {
+        run_fault_script();
         const double now = clock_.now();
         controller_.advance(now);
         schedule();
@@ -396,6 +398,7 @@ std::vector<std::shared_ptr<Session>> Server::sessions() const
 void Server::received(const Request& request, int client, bool is_secret)
 {
     trace(client, "->", is_secret ? "(not shown, as it may hold a password)" : request.text);
+    run_fault_script();
     if (!script_.awaits_requests() || !request.fault.empty()) return;
     const Json json = Json::parse(request.text, nullptr, false);
     if (const auto name = json.find("command"); name != json.end() && name->is_string()) {
@@ -431,10 +434,17 @@ void Server::answer_from_recording(const std::string& request, const Send& send)
 
 std::string Server::apply_fault(const std::string& text)
 {
+    run_fault_script();
+    return apply_fault(text, clock_.now());
+}
+
+/** @param time when it happens to the arm, if that has not gone beyond it */
+std::string Server::apply_fault(const std::string& text, double time)
+{
     if (std::string wrong = faults_.check(text); !wrong.empty()) return wrong;
     log_line("fault: " + text);
     trace(0, "--", "fault: " + text);
-    controller_.advance(clock_.now());
+    controller_.advance(time);
     faults_.apply(text);
     controller_.advance(clock_.now());
     for (const auto& session : sessions())
@@ -444,10 +454,11 @@ std::string Server::apply_fault(const std::string& text)
     return "";
 }
 
+/** Before the controller is moved on, so that faults come when they are due even on a busy machine. */
 void Server::run_fault_script()
 {
-    while (const auto fault = script_.due(clock_.now()))
-        apply_fault(*fault);
+    while (const auto due = script_.due(clock_.now()))
+        apply_fault(due->fault, due->time);
     const auto event = script_.next_event();
     if (!event) return void(script_timer_.cancel());
     script_timer_.expires_after(clock_.until(*event));
@@ -464,6 +475,7 @@ void Server::schedule()
     event_.expires_after(clock_.until(*event));
     event_.async_wait([this](asio::error_code cancelled) {
         if (cancelled) return;
+        run_fault_script();
         controller_.advance(clock_.now());
         schedule();
     });
