@@ -1,39 +1,109 @@
-// Calls every command once, for the protocol's page: prints each call as it stands here, with its status.
-// What went over the wire is read from the trace of the controller: protocol.py.
+// Calls every command once, for the protocol's page, and prints the page's table: the call as it stands here,
+// and what went over the wire for it. A call that does not succeed goes to standard error and makes the exit
+// status 1.
 //
 //     docs_protocol PORT
 #include "kx_base.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
+#include <cstring>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <sys/socket.h>
 
-#define CALL(call) report(#call, (call))
-#define CALL_UNWAITED(call) (report(#call, (call)), settle())
+#define CALL(call) (begin(#call), report(#call, (call)))
+#define CALL_UNWAITED(call) (begin(#call), await(#call, (call), 300))
+#define CALL_UNANSWERED(call) (begin(#call), await(#call, (call), 2))
 
-static int arm;
+static int arm, failures;
 static float joint[7];
 
-static void report(const char* call, int status)
+static std::mutex mutex;
+static std::string request, reply; // of the call that is under way; empty when there was none yet
+static bool is_question_meant;     // the command asked between the calls is the call itself
+
+static bool is_meant(const std::string& text)
 {
-    printf("%d %s\n", status, call);
+    return is_question_meant || text.find("get_joint_degree") == std::string::npos;
 }
 
-// Until what was asked before is answered, and the arm stands.
+// The library's own sends and receives come by here.
+extern "C" ssize_t send(int sockfd, const void* bytes, size_t length, int flags)
+{
+    const std::lock_guard lock(mutex);
+    const std::string text(static_cast<const char*>(bytes), length);
+    if (request.empty() && is_meant(text)) request = text;
+    return sendto(sockfd, bytes, length, flags, nullptr, 0);
+}
+
+extern "C" ssize_t recv(int sockfd, void* bytes, size_t length, int flags)
+{
+    const ssize_t received = recvfrom(sockfd, bytes, length, flags, nullptr, nullptr);
+    if (received <= 0) return received;
+    const std::lock_guard lock(mutex);
+    std::istringstream lines(std::string(static_cast<const char*>(bytes), static_cast<size_t>(received)));
+    for (std::string line; std::getline(lines, line);)
+        if (reply.empty() && is_meant(line)) reply = line;
+    return received;
+}
+
+static bool is_answered()
+{
+    const std::lock_guard lock(mutex);
+    return !reply.empty();
+}
+
+static void begin(const char* call)
+{
+    const std::lock_guard lock(mutex);
+    request.clear();
+    reply.clear();
+    is_question_meant = strstr(call, "Get_Joint_Degree") != nullptr;
+}
+
+static std::string on_one_line(const std::string& text)
+{
+    std::string line;
+    for (const char c : text)
+        if (c >= ' ') line += c;
+    return line;
+}
+
+static void report(const char* call, int status, bool is_answer_expected = true)
+{
+    const std::lock_guard lock(mutex);
+    if (status != KX_SUCCESS || request.empty() || reply.empty() == is_answer_expected) {
+        fprintf(stderr, "%s: status %d, %s, %s\n", call, status, request.c_str(), reply.c_str());
+        ++failures;
+    }
+    printf("| `%s` | `%s` | `%s` |\n", call, on_one_line(request).c_str(), on_one_line(reply).c_str());
+}
+
+// Until the arm stands.
 static void settle()
 {
-    float before;
-    sleep_cp(20);
+    float before[7];
     do {
-        before = joint[0];
+        memcpy(before, joint, sizeof before);
         while (Get_Joint_Degree(arm, joint) != KX_SUCCESS) {
         }
-    } while (joint[0] != before);
+    } while (memcmp(before, joint, sizeof before) != 0);
+}
+
+static void await(const char* call, int status, int tries)
+{
+    const bool is_expected = tries > 2;
+    while (!is_answered() && tries-- > 0)
+        Get_Joint_Degree(arm, joint); // answered after what was asked before
+    settle();
+    report(call, status, is_expected);
 }
 
 static void family(const char* name)
 {
-    printf("# %s\n", name);
+    printf("\n## %s\n\n| call | request | reply |\n|---|---|---|\n", name);
 }
 
 int main(int argc, char** argv)
@@ -41,6 +111,8 @@ int main(int argc, char** argv)
     if (argc != 2) return 2;
     KX_API_Init([](CallbackData) {});
     arm = Arm_Socket_Start("127.0.0.1", atoi(argv[1]), 46, 0);
+
+    m_nOutTime = 10000;
 
     int number, day, hour, minute, second;
     unsigned char bytes[32];
@@ -98,6 +170,7 @@ int main(int argc, char** argv)
     CALL(Movej_P_Cmd(arm, pose, 20, 0, true));
     CALL(Get_Current_Trajectory(arm, &mode, values));
     Movej_Cmd(arm, home, 1, 0, false); // slowly, to have something to pause
+    Get_Joint_Degree(arm, joint);      // behind it, so that it was sent
     CALL(Move_Pause_Cmd(arm, true));
     CALL(Move_Continue_Cmd(arm, true));
     CALL(Clear_Current_Trajectory(arm, true));
@@ -167,18 +240,18 @@ int main(int argc, char** argv)
     CALL(Get_Given_Work_Frame(arm, "table", &pose));
     CALL(Get_All_Work_Frame(arm, names));
     CALL(Auto_Set_Work_Frame(arm, "taught", 1, true));
-    Change_Work_Frame(arm, "Base", true);
+    Change_Work_Frame(arm, "base", true);
     CALL(Delete_Work_Frame(arm, "table", true));
-    Change_Tool_Frame(arm, "Arm_Tip", true);
+    Change_Tool_Frame(arm, "flange", true);
     CALL(Delete_Tool_Frame(arm, "gripper", true));
 
     family("Controller and network");
     CALL(Get_Controller_State(arm, values, values + 1, values + 2, &sys_err));
-    CALL_UNWAITED(Set_WiFi_AP_Data(arm, "name", "password"));
-    CALL_UNWAITED(Set_WiFI_STA_Data(arm, "name", "password"));
-    CALL_UNWAITED(Set_USB_Data(arm, 115200));
-    CALL_UNWAITED(Set_RS485(arm, 115200));
-    CALL_UNWAITED(Set_Ethernet(arm));
+    CALL_UNANSWERED(Set_WiFi_AP_Data(arm, "name", "password"));
+    CALL_UNANSWERED(Set_WiFI_STA_Data(arm, "name", "password"));
+    CALL_UNANSWERED(Set_USB_Data(arm, 115200));
+    CALL_UNANSWERED(Set_RS485(arm, 115200));
+    CALL_UNANSWERED(Set_Ethernet(arm));
     CALL_UNWAITED(Arm_Sockrt_State(arm));
 
     family("Power, errors and versions");
@@ -226,6 +299,7 @@ int main(int argc, char** argv)
 
     family("Drag teaching");
     CALL(Start_Drag_Teach(arm, true));
+    settle();
     CALL(Stop_Drag_Teach(arm, true));
     CALL(Drag_Trajectory_Origin(arm, true));
     CALL(Run_Drag_Trajectory(arm, true));
@@ -283,5 +357,5 @@ int main(int argc, char** argv)
     CALL(Force_Position_Move_POSE(arm, pose, 1, 0, 2, 5, true));
     CALL(Force_Position_Move_Joint(arm, ready, 1, 0, 2, 5, true));
     CALL(Stop_Force_Postion_Move(arm, true));
-    return 0;
+    return failures == 0 ? 0 : 1;
 }
