@@ -21,7 +21,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-BLOCK = re.compile(r"((?:^<!--(?:(?!-->).)*-->\n)*)^```(\w+)\n(.*?)^```$", re.M | re.S)
+BLOCK = re.compile(r"((?:^ *<!--(?:(?!-->).)*-->\n)*)^ *```(\w+)\n(.*?)^ *```$", re.M | re.S)
 TIME_LIMIT = 100
 
 
