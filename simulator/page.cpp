@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 #include "refused.h"
 #include "request.h"
@@ -16,17 +15,17 @@ constexpr double max_push = 200;                           // N
 constexpr const char* fault_names[] = {"", "emergency stop", "force overload", "collision"}; // of Fault
 
 /** Digits beyond those would only be sent, not read. */
-double rounded(double value, double unit = 1e-3)
+double rounded(double value, double steps_in_unit = 1e3)
 {
-    return std::round(value / unit) * unit;
+    return std::round(value * steps_in_unit) / steps_in_unit;
 }
 
 template <typename Range>
-Json rounded_array(const Range& values, double unit = 1e-3)
+Json rounded_array(const Range& values, double steps_in_unit = 1e3)
 {
     Json array = Json::array();
     for (const auto value : values)
-        array.push_back(rounded(value, unit));
+        array.push_back(rounded(value, steps_in_unit));
     return array;
 }
 
@@ -114,7 +113,7 @@ Json Page::state(double time) const
             {"joints", rounded_array(arm().position())},
             {"limits", limits},
             {"jointErrors", joint_errors},
-            {"pose", rounded_array(std::array{pose.x, pose.y, pose.z, pose.rx, pose.ry, pose.rz}, 1e-5)},
+            {"pose", rounded_array(std::array{pose.x, pose.y, pose.z, pose.rx, pose.ry, pose.rz}, 1e5)},
             {"toolName", arm().frames().tools.active_name()},
             {"tool", array_of(frames.tool)},
             {"workName", arm().frames().works.active_name()},
@@ -125,13 +124,11 @@ Json Page::state(double time) const
             {"digitalInputs", world.digital_inputs},
             {"digitalOutputs", io.digital_outputs},
             {"analogueInputs", rounded_array(world.analogue_inputs)},
-            {"analogueOutputs",
-             rounded_array(std::array{io.analogue_outputs[0] * 1e-3, io.analogue_outputs[1] * 1e-3,
-                                      io.analogue_outputs[2] * 1e-3, io.analogue_outputs[3] * 1e-3})},
+            {"analogueOutputs", io.analogue_outputs}, // mV
             {"toolIsOutput", io.tool_is_output},
             {"toolStates", io.tool_states()},
             {"toolSupply", Io::tool_supplies[io.tool_supply_type]},
-            {"gripper", {{"opening", rounded(gripper.opening() / 10, 0.1)}, {"force", gripper.force() / 10}}},
+            {"gripper", {{"opening", rounded(gripper.opening() / 10, 10)}, {"force", gripper.force() / 10}}},
             {"object", object},
             {"table", world.table ? Json(*world.table / 1000) : Json(nullptr)},
             {"teaching", peripherals().drag_teach.teaching()}};

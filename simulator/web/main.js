@@ -49,7 +49,8 @@ controller.addEventListener('state', ({ detail }) => {
   const { mode, running, errors, power, paused, teaching } = state;
   document.body.dataset.mode = mode;
   write(get('mode'), mode);
-  write(get('running'), running ? `${running.command} ${running.number}` + (running.waiting ? `, ${running.waiting} waiting` : '') : '');
+  const waiting = running?.waiting ? `, ${running.waiting} waiting` : '';
+  write(get('running'), running ? `${running.command} ${running.number}${waiting}` : '');
   write(get('errors'), errors.join(', '));
   write(get('clock'), `${state.time.toFixed(1)} s`);
   write(get('pause'), paused ? 'Continue' : 'Pause');

@@ -1,6 +1,7 @@
 // The readings beside the arm, and the switches among them.
 
-const element = (tag, className = '', text = '') => Object.assign(document.createElement(tag), { className, textContent: text });
+const element = (tag, className = '', textContent = '') =>
+  Object.assign(document.createElement(tag), { className, textContent });
 const get = (id) => document.getElementById(id);
 const minus = (text) => text.replace('-', '\u2212');
 const fixed = (value, digits) => minus((Math.abs(value) < 0.5 * 10 ** -digits ? 0 : value).toFixed(digits));
@@ -89,8 +90,9 @@ export class Panel {
       const row = element('div', 'joint');
       const parts = { row, low: element('span', 'limit number'), high: element('span', 'limit number'),
                       value: element('output', 'number'), ...bar() };
-      row.append(element('span', 'name', `J${i + 1}`), holdButton('\u2212', `${name} down`, hold(i + 1, false)), parts.low,
-                 parts.track, parts.high, holdButton('+', `${name} up`, hold(i + 1, true)), parts.value);
+      const down = holdButton('\u2212', `${name} down`, hold(i + 1, false));
+      const up = holdButton('+', `${name} up`, hold(i + 1, true));
+      row.append(element('span', 'name', `J${i + 1}`), down, parts.low, parts.track, parts.high, up, parts.value);
       parts.value.setAttribute('aria-label', name);
       return parts;
     });
@@ -142,7 +144,8 @@ export class Panel {
       const cell = element('label', 'volts');
       const range = Object.assign(element('input'), { type: 'range', min: 0, max: 10, step: 0.1 });
       range.setAttribute('aria-label', `Analogue input ${channel}`);
-      range.addEventListener('input', () => this.#act({ act: 'input', kind: 'analogue', channel, volts: Number(range.value) }));
+      range.addEventListener('input', () =>
+        this.#act({ act: 'input', kind: 'analogue', channel, volts: Number(range.value) }));
       cell.append(element('output', 'number'), range);
       return cell;
     };
@@ -164,7 +167,7 @@ export class Panel {
       row.classList.toggle('faulty', state.jointErrors[i] !== 0);
       row.classList.toggle('near', Math.min(state.joints[i] - from, to - state.joints[i]) < 2);
     });
-    this.#pose.forEach((value, i) => write(value, i < 3 ? fixed(state.pose[i] * 1000, 2) : fixed(degrees(state.pose[i]), 2)));
+    this.#pose.forEach((value, i) => write(value, fixed(i < 3 ? state.pose[i] * 1000 : degrees(state.pose[i]), 2)));
     write(get('frames'), `tool “${state.toolName}” in “${state.workName}”`);
 
     const most = (values) => Math.max(...values.map(Math.abs));
@@ -192,7 +195,7 @@ export class Panel {
       write(value, state.analogueInputs[i].toFixed(1));
       if (document.activeElement !== slider) slider.value = state.analogueInputs[i];
     });
-    this.#rows.analogueOutputs.forEach((value, i) => write(value, state.analogueOutputs[i].toFixed(1)));
+    this.#rows.analogueOutputs.forEach((value, i) => write(value, (state.analogueOutputs[i] / 1000).toFixed(1)));
 
     const { opening, force } = state.gripper;
     get('opening').style.width = `${opening}%`;
