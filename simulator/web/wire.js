@@ -80,6 +80,8 @@ export class Wire {
     const text = this.#chosen().map(({ gap, time, client, direction, text: line }) =>
       gap ? `(${line})` : `${time.toFixed(3)}\tclient ${client}\t${direction}\t${line}`).join('\n') + '\n';
     const note = (done) => write(document.getElementById('wire-count'), done ? 'copied' : 'cannot copy');
-    navigator.clipboard?.writeText(text).then(() => note(true), () => note(false)) ?? note(false);
+    if (navigator.clipboard) return navigator.clipboard.writeText(text).then(() => note(true), () => note(false));
+    getSelection().selectAllChildren(this.#list); // a page from another machine may use no clipboard by itself
+    note(document.execCommand('copy'));
   }
 }
