@@ -1,6 +1,7 @@
 // Parts of the virtual controller that cannot be seen through the library: the fingers of the hand, a gripped
 // object that gives way, the way of the base.
 #include <cmath>
+#include <memory>
 
 #include <gtest/gtest.h>
 
@@ -13,11 +14,12 @@ using namespace kx::sim;
 namespace {
 
 struct Bench {
+    // The reply, if it comes at once; that of a motion comes at its end, to nobody.
     Json ask(const std::string& request)
     {
-        Json reply;
-        controller.handle(request, time, [&](const std::string& line) { reply = Json::parse(line); });
-        return reply;
+        const auto reply = std::make_shared<Json>();
+        controller.handle(request, time, [reply](const std::string& line) { *reply = Json::parse(line); });
+        return *reply;
     }
     void run(double seconds) { controller.advance(time += seconds); }
 
