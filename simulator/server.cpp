@@ -446,7 +446,7 @@ std::string Server::apply_fault(const std::string& text, double time)
     trace(0, "--", "fault: " + text);
     controller_.advance(time);
     faults_.apply(text);
-    controller_.advance(clock_.now());
+    controller_.advance(time); // tells those whose motion it has ended
     for (const auto& session : sessions())
         session->wake();
     schedule();
