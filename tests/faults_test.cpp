@@ -3,7 +3,9 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -27,10 +29,17 @@ int move(int arm)
     return Movej_Cmd(arm, target, 20, 0, true);
 }
 
-// A file of this test's own.
+// A file of this test's own, which goes with it.
 std::string file(const std::string& name)
 {
-    return testing::TempDir() + "kx_faults_" + std::to_string(getpid()) + name;
+    static struct Files : std::set<std::string> {
+        ~Files()
+        {
+            for (const std::string& path : *this)
+                std::remove(path.c_str());
+        }
+    } files;
+    return *files.insert(testing::TempDir() + "kx_faults_" + std::to_string(getpid()) + name).first;
 }
 
 std::string written(const std::string& name, const std::string& text)
