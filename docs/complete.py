@@ -20,6 +20,8 @@ OTHER_NAMES = {"SetAngle": "setAngle", "Inverse_Kinematics": "inverse_kinematics
 
 SENDS_ONLY = {"Arm_Sockrt_State", "Movej_CANFD", "Movep_CANFD", "Set_WiFi_AP_Data", "Set_WiFI_STA_Data", "Set_USB_Data",
               "Set_RS485", "Set_Ethernet"}
+STREAMING = {"Movej_CANFD", "Movep_CANFD", "Force_Position_Move_POSE", "Force_Position_Move_Joint"}
+SILENT = {"Arm_Socket_Close", "Get_Socket_Idx", "Init_Socket_Joint", "Parser_Movej_CANFD", "Stop_PWM"}  # send nothing
 UNTIL_ARRIVAL = {"Movej_Cmd", "Movel_Cmd", "Movec_Cmd"}
 COMMON = {"sockfd": "the arm's descriptor, from Arm_Socket_Start",
           "block": "true waits for the answer, false queues the request and returns"}
@@ -29,6 +31,12 @@ PLAIN = {"kinematics": "Reentrant: works on its arguments only.",
          "frame_transforms": "Reentrant: works on its arguments only."}
 SHARED_PARAMETERS = ("Works on the process-wide parameters of the kinematics: one thread at a time may be in it or any "
                      "other function that does.")
+
+
+def recorded_calls():
+    """What goes over the wire for every command, from the protocol's page."""
+    rows = re.findall(r"^\| `((\w+)\(.*?\))` \| `(.*?)` \| (?:`(.*?)`|none) \|$", (ROOT / "docs/protocol.md").read_text(), re.M)
+    return {function: (call, request, reply) for call, function, request, reply in rows}
 
 
 def sleeping_entries():
@@ -95,6 +103,7 @@ class Header:
             self.common |= {name: text for name in re.findall(r"\w+", names)}
         self.entries = {}
         self.sleeping = sleeping_entries()
+        self.calls = recorded_calls()
 
     def rules(self, name, parameters, form):
         """What the caller must know of waiting and threads."""
@@ -107,9 +116,13 @@ class Header:
         until = ("until the motion has ended" if name in UNTIL_ARRIVAL else "at most m_nOutTime milliseconds")
         queue = "puts the request into the queue, from which one request leaves every 5 ms, and returns"
         anywhere = "from any thread, the callback too, at any time"
+        if WORKER.sub("", name) in SILENT:
+            return f"It sends nothing and waits for no answer: {anywhere}, except where said otherwise."
         if form == "both":
+            without = (f"it sends{after}" if name in STREAMING else
+                       f"it {queue}{after if after == ' after 20 ms' else ''}")
             return (f"With @p block true it sends{after} and waits for the answer, {until}. {ALONE} With @p block false "
-                    f"it {queue}{after if after == ' after 20 ms' else ''}: {anywhere}.")
+                    f"{without}: {anywhere}.")
         if form == "queues":
             return f"It {queue}: {anywhere}."
         if form == "sends":
@@ -121,14 +134,18 @@ class Header:
             return "both"
         if WORKER.search(name):
             if "_No" in name:
-                return "queues"
+                return "sends" if WORKER.sub("", name) in STREAMING else "queues"
             return "sends" if WORKER.sub("", name) in SENDS_ONLY - {"Movej_CANFD", "Movep_CANFD"} else "waits"
+        if name == "Add_Queue":
+            return "queues"
         return "sends" if name in SENDS_ONLY else "waits"
 
     def returned(self, comment, form, has_outputs, is_setter):
         base = paragraph(self.opening, "Setters" if is_setter else "Getters") or paragraph(self.opening, "Setters")
         own = re.sub(r"\s+", " ", comment.returns).strip() if "|" not in comment.returns else comment.returns
         text = own
+        if (like := re.fullmatch(r"as (\w+)\.?", own)) and like[1] in self.entries:
+            return self.entries[like[1]][1]  # whose outputs are said there
         if base and (not own or own.startswith("also")):
             text = base + (" A" + own[1:].rstrip(".") + "." if own else "")
         if has_outputs and not re.search("writt|untouched", text + "\n".join(comment.text)):
@@ -144,9 +161,11 @@ class Header:
         returns = ""
         if base and not match["doc"]:
             comment.parameters = base[0].parameters
-            text = (f"The {'queueing' if form == 'queues' else 'sending'} half of @ref {WORKER.sub('', name)}.\n\n"
+            text = (f"The {'non-blocking' if '_No' in name else 'blocking'} half of @ref {WORKER.sub('', name)}.\n\n"
                     "It skips the checks and the 20 ms that the function may begin with.")
-            returns = "0, also when the queue was full and the request was dropped." if form == "queues" else base[1]
+            returns = {"queues": "0, also when the queue was full and the request was dropped",
+                       "sends": "0 sent, 6 not sent"}.get(form, base[1]) if "_No" in name else base[1]
+            returns = re.sub(r" Also 5 .*", "", returns)  # a check that the entry makes
         elif "int " in match["type"] and "sockfd" in parameters or comment.returns:
             outputs = [p for p in match["parameters"].split(",") if "*" in p and "const" not in p]
             reads = form == "waits" or "Get_" in name
@@ -159,9 +178,14 @@ class Header:
             if described:
                 out.append(f"@param {parameter} {described}")
         if returns:
-            out += ["@return " + returns]
+            about = " See @ref status." if "sockfd" in parameters and name not in SILENT else ""
+            out += [f"@return {returns.rstrip('. ')}.{about}" if about else "@return " + returns]
         if rules := self.rules(name, parameters, form):
             out += ["@par Waiting and threads" if "sockfd" in parameters else "@par Threads", rules]
+        if name in self.calls:
+            call, request, reply = self.calls[name]
+            answered = f", which `kx-controller` answered with `{reply}`" if reply else ""
+            out += ["@par On the wire", f"`{call}` sent `{request}`{answered}: see @ref protocol."]
         return "\n".join(out) + "\n*/\n" + re.sub(r"\s+", " ", match[0][len(match["doc"] or ""):])
 
     @staticmethod

@@ -81,9 +81,15 @@ KX_API unsigned int Get_Program_Runtime(void);
 KX_API void sleep_cp(unsigned int milliseconds);
 
 /* Workers and internals, exported for tools and tests. */
-KX_API int Arm_Sockrt_State_Block(int sockfd);
 /**
- * Appends an entry to the connection table, as Arm_Socket_Start does; nothing when all 300 are used.
+ * The probe itself, without the checks and the 20 ms.
+ * @return 0 sent, 6 connection lost
+ */
+KX_API int Arm_Sockrt_State_Block(int sockfd);
+
+/**
+ * Appends an entry to the connection table, as Arm_Socket_Start does; nothing when all 300 are used. One
+ * thread at a time.
  * @param model arm model code: 36, 46 or 47
  * @param sockfd descriptor of the connection
  */

@@ -32,7 +32,7 @@ KX_API int Set_AO_State(int sockfd, unsigned char IO_Num, bool block, float volt
  * Switches an output of either kind.
  * @param io_type 0 digital, 1 analogue
  * @param state on or off; an analogue output is driven with 1 V or 0 V (Set_AO_State gives other voltages)
- * @return as the command for that kind; 11 for another type, with nothing sent
+ * @return also 11 for another type, with nothing sent
  */
 KX_API int Set_IO_State(int sockfd, int io_type, unsigned char IO_Num, bool state, bool block);
 
@@ -64,7 +64,7 @@ KX_API int Get_AI_State(int sockfd, unsigned char IO_Num, unsigned char* voltage
  * Reads a channel of any kind.
  * @param io_type 0 digital output, 1 digital input, 2 analogue output, 3 analogue input
  * @param state 1 or 0; of an analogue channel whole volts
- * @return as the command for that kind; 11 for another type, with nothing sent
+ * @return also 11 for another type, with nothing sent
  */
 KX_API int Get_IO_State(int sockfd, int io_type, unsigned char IO_Num, unsigned char* state);
 

@@ -32,7 +32,7 @@ KX_API int Movej_Cmd(int sockfd, const float* joint, unsigned char v, float r, b
 
 /**
  * Moves the tool along a straight line to a pose; blocks like Movej_Cmd.
- * @return as Movej_Cmd: 0 arrived, 1 refused or broken off, 6, 7, 9, 11
+ * @return as Movej_Cmd
  */
 KX_API int Movel_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block);
 
@@ -41,7 +41,7 @@ KX_API int Movel_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block
  * @param pose_via a pose on the way, metres and radians
  * @param pose_to the end, metres and radians
  * @param loop how often the circle is repeated, 0 to 255
- * @return as Movej_Cmd: 0 arrived, 1 refused or broken off, 6, 7, 9, 11
+ * @return as Movej_Cmd
  */
 KX_API int Movec_Cmd(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, float r, unsigned char loop,
                      bool block);
