@@ -28,7 +28,7 @@ inline bool draw(const std::string& file, const std::string& title, int joints,
 {
     FILE* plot = popen("gnuplot", "w");
     if (!plot) return false;
-    fprintf(plot, "set terminal svg size 1190,560 font 'sans-serif,12' background 'white'\nset output '%s'\n",
+    fprintf(plot, "set terminal svg size 1190,560 dynamic font 'sans-serif,12' background 'white'\nset output '%s'\n",
             file.c_str());
     fputs("$arm << end\n", plot);
     for (const Sample& sample : samples) {
