@@ -11,7 +11,7 @@ for argument in "$@"; do
 done
 
 ./scripts/install.sh demo
-./scripts/build.sh demo
+./scripts/build.sh demo kx-controller demo
 
 exec {controller}< <(exec build/demo/bin/kx-controller --port 0 --web 0 --model "$model")
 controller_pid=$!
