@@ -28,10 +28,8 @@ inline bool draw(const std::string& file, const std::string& title, int joints,
 {
     FILE* plot = popen("gnuplot", "w");
     if (!plot) return false;
-    fprintf(
-        plot,
-        "set terminal svg size 1190,560 dynamic font 'sans-serif,12' background 'white'\nset output '%s'\n",
-        file.c_str());
+    fputs("set terminal svg size 1190,560 dynamic font 'sans-serif,12' background 'white'\n", plot);
+    fprintf(plot, "set output '%s'\n", file.c_str());
     fputs("$arm << end\n", plot);
     for (const Sample& sample : samples) {
         fprintf(plot, "%.3f %.5f %.5f %.5f", sample.time, sample.x, sample.y, sample.z);
