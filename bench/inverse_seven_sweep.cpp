@@ -14,15 +14,7 @@
 namespace {
 
 using Joints = std::array<float, 7>; // degrees
-using judge::degree;
-
-double greatest_difference(const Joints& a, const Joints& b)
-{
-    double greatest = 0;
-    for (int i = 0; i < 7; ++i)
-        greatest = std::max<double>(greatest, std::fabs(a[i] - b[i]));
-    return greatest;
-}
+using judge::degree, kdl_arms::greatest_difference;
 
 double squared_distance(const Joints& a, const Joints& b) // rad^2
 {

@@ -13,15 +13,7 @@
 namespace {
 
 using Joints = std::array<float, 6>; // degrees
-using kdl_arms::frame_by_euler;
-
-double greatest_difference(const Joints& a, const Joints& b)
-{
-    double greatest = 0;
-    for (int i = 0; i < 6; ++i)
-        greatest = std::max<double>(greatest, std::fabs(a[i] - b[i]));
-    return greatest;
-}
+using kdl_arms::frame_by_euler, kdl_arms::greatest_difference;
 
 void sweep(int model, long samples)
 {

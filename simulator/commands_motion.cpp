@@ -13,8 +13,6 @@ void check_blend_radius(const Call& call)
         throw Refused("negative blend radius");
 }
 
-constexpr std::string_view names[] = {"none", "movej", "movel", "movec"}; // of MotionKind
-
 /** What a motion was told to go to: joint angles or, in space, a pose. */
 Json target_of(const Motion& motion)
 {
@@ -89,8 +87,8 @@ constexpr Command commands[] = {
      [](Call& call) -> Json {
          const Motion* motion = call.arm.motions().current();
          if (!motion || motion->kind == MotionKind::none)
-             return {{"data", thousandths(call.arm.position())}, {"type", "none"}};
-         return {{"data", target_of(*motion)}, {"type", names[static_cast<int>(motion->kind)]}};
+             return {{"data", thousandths(call.arm.position())}, {"type", name_of(MotionKind::none)}};
+         return {{"data", target_of(*motion)}, {"type", name_of(motion->kind)}};
      }},
 };
 

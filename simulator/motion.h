@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <kdl/velocityprofile.hpp>
 
@@ -55,6 +56,13 @@ struct Course {
 };
 
 enum class MotionKind { none, joint, line, circle };
+
+/** What clients call a kind. */
+inline constexpr std::string_view name_of(MotionKind kind)
+{
+    constexpr std::string_view names[] = {"none", "movej", "movel", "movec"};
+    return names[static_cast<int>(kind)];
+}
 
 /** One motion as it was asked for. */
 struct Motion {

@@ -61,10 +61,9 @@ KDL::Vector vector(const Json& array, double limit)
     return {component(0), component(1), component(2)};
 }
 
-std::string command_of(const Motion& motion)
+std::string_view command_of(const Motion& motion)
 {
-    static constexpr const char* names[] = {"wait", "movej", "movel", "movec"}; // of MotionKind
-    return motion.is_jog ? "jog" : names[static_cast<int>(motion.kind)];
+    return motion.is_jog ? "jog" : motion.kind == MotionKind::none ? "wait" : name_of(motion.kind);
 }
 
 } // namespace

@@ -6,6 +6,9 @@
 
 #include <kdl/chain.hpp>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <initializer_list>
 
 namespace kdl_arms {
@@ -15,6 +18,20 @@ struct Link {
 };
 
 constexpr double degree = M_PI / 180;
+
+// Of the first joints, degrees; NaN if one of them is, so that no bound holds.
+template <std::size_t size>
+double greatest_difference(const std::array<float, size>& a, const std::array<float, size>& b,
+                           std::size_t joints = size)
+{
+    double greatest = 0;
+    for (std::size_t i = 0; i < joints; ++i) {
+        const double difference = std::fabs(a[i] - b[i]);
+        if (std::isnan(difference)) return difference;
+        greatest = std::max(greatest, difference);
+    }
+    return greatest;
+}
 
 // RotX(alpha) TransX(a) RotZ(theta) TransZ(d) per link. KDL turns a joint first and then goes to the
 // segment's tip, so a tip holds its own link's d and the next link's alpha and a: one segment per joint.

@@ -5,7 +5,7 @@
 
 namespace {
 
-using judge::degree;
+using judge::degree, kdl_arms::greatest_difference;
 
 struct Solution {
     int code;
@@ -40,14 +40,6 @@ double squared_distance(const Joints& a, const Joints& b) // rad^2
     for (int i = 0; i < 7; ++i)
         sum += std::pow((a[i] - b[i]) * degree, 2);
     return sum;
-}
-
-double greatest_difference(const Joints& a, const Joints& b)
-{
-    double greatest = 0;
-    for (int i = 0; i < 7; ++i)
-        greatest = std::fmax(greatest, std::fabs(a[i] - b[i]));
-    return greatest;
 }
 
 bool gimbal_lock(const KinPose& p) // its angles are not exactly those of the pose

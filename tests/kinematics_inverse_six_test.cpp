@@ -28,10 +28,7 @@ Solution solve_again(int model, const Joints& joint, const Joints& reference)
 
 double greatest_difference(const Joints& a, const Joints& b)
 {
-    double greatest = 0;
-    for (int i = 0; i < 6; ++i)
-        greatest = std::fmax(greatest, std::fabs(a[i] - b[i]));
-    return greatest;
+    return kdl_arms::greatest_difference(a, b, 6);
 }
 
 ::testing::AssertionResult close_to(const KDL::Frame& got, const KDL::Frame& expected, double metres,
