@@ -1,4 +1,4 @@
-# kx_embed(target path=file...): builds files into a program, as the assets of assets.h. The assembler reads them, which
+# kx_embed(target path=file...): builds files into a program, as the assets of web/assets.h. The assembler reads them, which
 # takes no time and notices when they change.
 function(kx_embed target)
   set(types html text/html css text/css js text/javascript svg image/svg+xml otf font/otf)
@@ -21,7 +21,7 @@ function(kx_embed target)
   endforeach()
   set(source ${CMAKE_CURRENT_BINARY_DIR}/assets.cpp)
   file(CONFIGURE OUTPUT ${source} @ONLY CONTENT
-       "#include \"assets.h\"\n\nasm(R\"(.pushsection .rodata\n@data@.popsection)\");\n\n@names@
+       "#include \"web/assets.h\"\n\nasm(R\"(.pushsection .rodata\n@data@.popsection)\");\n\n@names@
 static const kx::sim::Asset embedded[] = {\n@rows@};\n
 const std::span<const kx::sim::Asset> kx::sim::assets = embedded;\n")
   set_source_files_properties(${source} PROPERTIES OBJECT_DEPENDS "${files}")

@@ -8,7 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "faults.h"
+#include "line/faults.h"
 #include "server.h"
 
 namespace {

@@ -12,20 +12,20 @@
 #include <asio/signal_set.hpp>
 #include <asio/steady_timer.hpp>
 
-#include "clock.h"
-#include "controller.h"
-#include "fault_script.h"
-#include "faults.h"
-#include "framing.h"
-#include "json.h"
-#include "line_writer.h"
-#include "modbus_tcp.h"
-#include "outbox.h"
-#include "page.h"
-#include "recording.h"
-#include "replay.h"
-#include "upstream.h"
-#include "web.h"
+#include "arm/clock.h"
+#include "commands/json.h"
+#include "commands/virtual_controller.h"
+#include "devices/modbus_tcp.h"
+#include "line/fault_script.h"
+#include "line/faults.h"
+#include "line/framing.h"
+#include "line/line_writer.h"
+#include "line/outbox.h"
+#include "line/recording.h"
+#include "line/replay.h"
+#include "line/upstream.h"
+#include "web/page.h"
+#include "web/web.h"
 
 namespace kx::sim {
 

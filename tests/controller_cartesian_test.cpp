@@ -2,8 +2,8 @@
 // judged by Orocos KDL's forward kinematics of the same arm; the last test goes through the library, as an
 // application does.
 #include "kdl_arms.h"
-#include "simulator/controller.h"
-#include "simulator/json.h"
+#include "commands/virtual_controller.h"
+#include "commands/json.h"
 #include "support/controller.h"
 
 #include <gtest/gtest.h>

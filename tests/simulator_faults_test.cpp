@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <sstream>
 
-#include "fault_script.h"
-#include "faults.h"
+#include "line/fault_script.h"
+#include "line/faults.h"
 
 using namespace kx::sim;
 using Strings = std::vector<std::string>;

@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "follower.h"
-#include "outbox.h"
+#include "arm/follower.h"
+#include "line/outbox.h"
 
 using namespace kx::sim;
 

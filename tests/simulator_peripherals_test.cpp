@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "controller.h"
-#include "json.h"
-#include "request.h"
+#include "commands/json.h"
+#include "commands/request.h"
+#include "commands/virtual_controller.h"
 
 using namespace kx::sim;
 

@@ -9,10 +9,10 @@
 
 #include <gtest/gtest.h>
 
-#include "controller.h"
-#include "framing.h"
-#include "json.h"
+#include "commands/json.h"
+#include "commands/virtual_controller.h"
 #include "kx/connection.h"
+#include "line/framing.h"
 #include "support/controller.h"
 
 using namespace kx::sim;

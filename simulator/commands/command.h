@@ -1,0 +1,90 @@
+// The form of a command: one row in the table of its family, with everything that belongs to it.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "arm/arm.h"
+#include "arm/refused.h"
+#include "commands/json.h"
+#include "commands/request.h"
+#include "commands/virtual_controller.h"
+
+namespace kx::sim {
+
+/** Answers a request: with its value, or if it was refused with the reason. */
+using Answer = std::function<void(const Json& value, const std::string& refused)>;
+
+/** One request in the hands of its command. */
+struct Call {
+    const Json& request;
+    Arm& arm;
+    Peripherals& peripherals;
+    const Send& send;
+    const Answer& later; ///< may be copied, and called once, by a handler that returns answered_later
+    const Log& log;
+
+    const Json& operator[](const char* key) const { return member(request, key); }
+
+    /** A joint counted from 1, as an index. */
+    std::size_t joint(const Json& number) const;
+
+    /** The pair [joint, value in thousandths]. */
+    std::pair<std::size_t, double> joint_and_value(const char* key) const;
+
+    /** One value for every joint, sent in thousandths. */
+    Joints joints(const char* key) const { return from_thousandths((*this)[key], arm.joint_count()); }
+
+    /** The speed of a motion, "v". */
+    int percent() const { return integer((*this)["v"], "the speed", 1, 100); }
+
+    /** Tells the asker that its motion has ended. */
+    Arm::Ended completion() const;
+
+    /** Answers this request when its motion has ended. */
+    Arm::Ended when_done() const;
+};
+
+/** What a handler returns when the answer comes later. */
+inline const Json answered_later = nullptr;
+
+struct Command {
+    std::string_view name;
+
+    /** Under which the handler's value is answered. Without a key the value is an object whose members are
+     * put into the reply. */
+    std::string_view key;
+
+    /** Acts and returns the value, true for a command that only had to be done. May throw Refused. */
+    Json (*handle)(Call& call);
+
+    /** The reply's "command": clients recognise the reply by it. Mostly the command's name. */
+    std::string_view recognised_by = name;
+
+    /** Clients send many of these without waiting, and register for a push with each. */
+    bool streamed = false;
+
+    /** Under which false is answered if it was refused. */
+    std::string_view refusal_key = key;
+};
+
+/** The line of a reply. An error text is cut as far as needed. @throws std::length_error if it cannot fit */
+std::string reply_line(Json reply);
+
+std::span<const Command> arm_setting_commands();
+std::span<const Command> controller_commands();
+std::span<const Command> drag_teach_commands();
+std::span<const Command> end_effector_commands();
+std::span<const Command> force_commands();
+std::span<const Command> frame_commands();
+std::span<const Command> io_commands();
+std::span<const Command> joint_parameter_commands();
+std::span<const Command> lift_and_base_commands();
+std::span<const Command> modbus_commands();
+std::span<const Command> motion_commands();
+std::span<const Command> pass_through_commands();
+std::span<const Command> state_commands();
+std::span<const Command> system_commands();
+std::span<const Command> teaching_commands();
+
+} // namespace kx::sim

@@ -1,0 +1,109 @@
+// Per-joint settings: limits, enable state, zero position, errors, calibration.
+#include "commands/command.h"
+
+namespace kx::sim {
+
+namespace {
+
+template <typename Value, typename Owner>
+Json thousandths_of(const std::vector<Owner>& joints, Value Owner::*value)
+{
+    std::vector<double> values;
+    for (const Owner& joint : joints)
+        values.push_back(joint.*value);
+    return thousandths(values);
+}
+
+template <typename Value>
+Json integers_of(const std::vector<Joint>& joints, Value Joint::*value)
+{
+    Json array = Json::array();
+    for (const Joint& joint : joints)
+        array.push_back(static_cast<int>(joint.*value));
+    return array;
+}
+
+constexpr Command commands[] = {
+    {"set_joint_max_speed", "joint_max_speed",
+     [](Call& call) -> Json {
+         const auto [joint, speed] = call.joint_and_value("joint_max_speed");
+         call.arm.set_max_speed(joint, speed);
+         return true;
+     }},
+    {"set_joint_max_acc", "joint_max_acc",
+     [](Call& call) -> Json {
+         const auto [joint, acceleration] = call.joint_and_value("joint_max_acc");
+         call.arm.set_max_acceleration(joint, acceleration);
+         return true;
+     }},
+    {"set_joint_min_pos", "joint_min_pos",
+     [](Call& call) -> Json {
+         const auto [joint, position] = call.joint_and_value("joint_min_pos");
+         call.arm.set_min_position(joint, position);
+         return true;
+     }},
+    {"set_joint_max_pos", "joint_max_pos",
+     [](Call& call) -> Json {
+         const auto [joint, position] = call.joint_and_value("joint_max_pos");
+         call.arm.set_max_position(joint, position);
+         return true;
+     }},
+    {"set_joint_en_state", "joint_en_state",
+     [](Call& call) -> Json {
+         const Json& pair = call["joint_en_state"];
+         if (!pair.is_array() || pair.size() != 2) throw Refused("an array of joint and state was expected");
+         const std::size_t joint = call.joint(pair[0]);
+         call.arm.set_enabled(joint, integer(pair[1], "the state", 0, 1) == 1);
+         return true;
+     }},
+    {"set_joint_zero_pos", "joint_zero_pos",
+     [](Call& call) -> Json {
+         call.arm.set_zero_position(call.joint(call["joint_zero_pos"]));
+         return true;
+     }},
+    {"set_joint_clear_err", "joint_clear_err",
+     [](Call& call) -> Json {
+         call.arm.clear_error(call.joint(call["joint_clear_err"]));
+         return true;
+     }},
+    {"start_calibrate", "calibrate_state",
+     [](Call& call) -> Json {
+         call.arm.start_calibration();
+         return true;
+     }},
+    {"stop_calibrate", "calibrate_state",
+     [](Call& call) -> Json {
+         call.arm.stop_calibration();
+         return true;
+     }},
+    {"get_joint_max_speed", "joint_speed",
+     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::max_speed); }},
+    {"get_joint_max_acc", "joint_acc",
+     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::max_acceleration); }},
+    {"get_joint_min_pos", "min_pos",
+     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::min_position); }},
+    {"get_joint_max_pos", "max_pos",
+     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::max_position); }},
+    {"get_joint_en_state", "en_state",
+     [](Call& call) { return integers_of(call.arm.joints(), &Joint::enabled); }},
+    {"get_joint_err_flag", "err_flag",
+     [](Call& call) { return integers_of(call.arm.joints(), &Joint::error); }},
+    {"get_joint_software_version", "version",
+     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::version); }},
+    {"get_calibrate_state", "joint_state",
+     [](Call& call) {
+         Json states = Json::array();
+         for (std::size_t i = 0; i < call.arm.joint_count(); ++i)
+             states.push_back(static_cast<int>(call.arm.calibration(i)));
+         return states;
+     }},
+};
+
+} // namespace
+
+std::span<const Command> joint_parameter_commands()
+{
+    return commands;
+}
+
+} // namespace kx::sim

@@ -1,0 +1,102 @@
+// Planned motions and control of the one that runs.
+#include "commands/command.h"
+
+namespace kx::sim {
+
+namespace {
+
+/** The arm comes to rest between two motions, so the radius for blending them is only checked. */
+void check_blend_radius(const Call& call)
+{
+    const auto radius = call.request.find("r");
+    if (radius != call.request.end() && !(from_thousandths(*radius) >= 0))
+        throw Refused("negative blend radius");
+}
+
+/** What a motion was told to go to: joint angles or, in space, a pose. */
+Json target_of(const Motion& motion)
+{
+    const auto& target = motion.target;
+    if (motion.kind == MotionKind::joint) return thousandths(target);
+    const auto single = [&target](std::size_t i) { return static_cast<float>(target[i]); };
+    return pose_of({single(0), single(1), single(2), single(3), single(4), single(5)});
+}
+
+constexpr Command commands[] = {
+    {"movej", "trajectory_state",
+     [](Call& call) -> Json {
+         const Joints target = call.joints("joint");
+         check_blend_radius(call);
+         call.arm.move_joints(target, call.percent(), call.completion());
+         return answered_later;
+     },
+     "current_trajectory_state"},
+    {"movel", "trajectory_state",
+     [](Call& call) -> Json {
+         const POSE target = pose_from(call["pose"]);
+         check_blend_radius(call);
+         call.arm.move_line(target, call.percent(), call.completion());
+         return answered_later;
+     },
+     "current_trajectory_state"},
+    {"movec", "trajectory_state",
+     [](Call& call) -> Json {
+         const POSE via = pose_from(member(call["pose"], "pose_via"));
+         const POSE target = pose_from(member(call["pose"], "pose_to"));
+         check_blend_radius(call);
+         const int loop = integer(call["loop"], "the number of repetitions", 0, 255);
+         call.arm.move_circle(via, target, loop, call.percent(), call.completion());
+         return answered_later;
+     },
+     "current_trajectory_state"},
+    {"movej_p", "trajectory_state",
+     [](Call& call) -> Json {
+         const POSE target = pose_from(call["pose"]);
+         check_blend_radius(call);
+         call.arm.move_joints_to(target, call.percent(), call.completion());
+         return answered_later;
+     },
+     "current_trajectory_state"},
+    {"set_arm_stop", "arm_stop",
+     [](Call& call) -> Json {
+         call.arm.stop("the arm was stopped");
+         return true;
+     }},
+    {"set_arm_pause", "arm_pause",
+     [](Call& call) -> Json {
+         call.arm.motions().pause();
+         return true;
+     }},
+    {"set_arm_continue", "arm_continue",
+     [](Call& call) -> Json {
+         call.arm.motions().resume();
+         return true;
+     }},
+    {"set_delete_current_trajectory", "delete_current_trajectory",
+     [](Call& call) -> Json {
+         call.arm.motions().drop_current("the motion was deleted");
+         return true;
+     }},
+    {"set_arm_delete_trajectory", "arm_delete_trajectory",
+     [](Call& call) -> Json {
+         call.arm.motions().drop_all("all motions were deleted");
+         return true;
+     }},
+    // The target of the motion that runs, or where the arm stands.
+    {"get_arm_current_trajectory", "",
+     [](Call& call) -> Json {
+         const Motion* motion = call.arm.motions().current();
+         if (!motion || motion->kind == MotionKind::none)
+             return {{"data", thousandths(call.arm.position())}, {"type", name_of(MotionKind::none)}};
+         return {{"data", target_of(*motion)}, {"type", name_of(motion->kind)}};
+     }},
+};
+
+} // namespace
+
+std::span<const Command> motion_commands()
+{
+    return commands;
+}
+
+} // namespace kx::sim

@@ -1,0 +1,38 @@
+// Targets that clients stream to the drives. Each is answered by a push with the state of the arm, which the
+// client's callback gets; a refused one by a push without a state, which the callback gets as unreadable.
+#include "commands/command.h"
+
+namespace kx::sim {
+
+namespace {
+
+Json state(Call& call)
+{
+    return {{"arm_err", call.arm.error()},
+            {"pose", pose_of(call.arm.tool_pose())},
+            {"joint", thousandths(call.arm.position())}};
+}
+
+constexpr Command commands[] = {
+    {"movej_canfd", "",
+     [](Call& call) {
+         call.arm.pass_through(call.joints("joint"));
+         return state(call);
+     },
+     "joint_state", true},
+    {"movep_canfd", "",
+     [](Call& call) {
+         call.arm.pass_through(pose_from(call["pose"]));
+         return state(call);
+     },
+     "pose_state", true},
+};
+
+} // namespace
+
+std::span<const Command> pass_through_commands()
+{
+    return commands;
+}
+
+} // namespace kx::sim

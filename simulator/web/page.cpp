@@ -1,0 +1,302 @@
+#include "web/page.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "arm/refused.h"
+#include "commands/request.h"
+
+namespace kx::sim {
+
+namespace {
+
+constexpr auto hold_time = std::chrono::milliseconds(600); // a page confirms a hold several times within it
+constexpr double max_push = 200;                           // N
+constexpr const char* fault_names[] = {"", "emergency stop", "force overload", "collision"}; // of Fault
+
+/** Digits beyond those would only be sent, not read. */
+double rounded(double value, double steps_in_unit = 1e3)
+{
+    return std::round(value * steps_in_unit) / steps_in_unit;
+}
+
+template <typename Range>
+Json rounded_array(const Range& values, double steps_in_unit = 1e3)
+{
+    Json array = Json::array();
+    for (const auto value : values)
+        array.push_back(rounded(value, steps_in_unit));
+    return array;
+}
+
+Json array_of(const KDL::Vector& v)
+{
+    return {v.x(), v.y(), v.z()};
+}
+
+/** Position, then quaternion x y z w. */
+Json array_of(const KDL::Frame& frame)
+{
+    double x, y, z, w;
+    frame.M.GetQuaternion(x, y, z, w);
+    return {frame.p.x(), frame.p.y(), frame.p.z(), x, y, z, w};
+}
+
+std::size_t index(const Json& value, const char* what, std::size_t count)
+{
+    return static_cast<std::size_t>(integer(value, what, 1, static_cast<int>(count)) - 1);
+}
+
+bool flag(const Json& request, const char* key)
+{
+    const Json& value = member(request, key);
+    if (!value.is_boolean()) throw Refused("true or false was expected");
+    return value.get<bool>();
+}
+
+KDL::Vector vector(const Json& array, double limit)
+{
+    if (!array.is_array() || array.size() != 3) throw Refused("three numbers were expected");
+    const auto component = [&](std::size_t i) { return number(array[i], "the component", -limit, limit); };
+    return {component(0), component(1), component(2)};
+}
+
+std::string_view command_of(const Motion& motion)
+{
+    return motion.is_jog ? "jog" : motion.kind == MotionKind::none ? "wait" : name_of(motion.kind);
+}
+
+} // namespace
+
+Json Page::about() const
+{
+    const Model& model = arm().model();
+    Json hinges = Json::array();
+    for (const auto& [point, direction] : model.hinges())
+        hinges.push_back({{"point", array_of(point)}, {"direction", array_of(direction)}});
+    return {{"model", model.code},
+            {"simulated", simulated_},
+            {"hinges", hinges},
+            {"flange", array_of(model.flange(Joints(model.lower.size())))}};
+}
+
+Json Page::state(double time) const
+{
+    const Motions& motions = arm().motions();
+    const World& world = peripherals().world;
+    const Io& io = peripherals().io;
+    const Gripper& gripper = peripherals().gripper;
+    const Frames frames = arm().frames().active();
+    const POSE pose = arm().tool_pose();
+    const KDL::Wrench force = peripherals().force.data(Sensor::six_axis);
+
+    Json limits = Json::array(), joint_errors = Json::array();
+    for (const Joint& joint : arm().joints()) {
+        limits.push_back({joint.min_position, joint.max_position});
+        joint_errors.push_back(joint.error);
+    }
+    Json running = nullptr;
+    if (const Motion* motion = motions.current())
+        running = {{"command", command_of(*motion)},
+                   {"number", motions.current_number()},
+                   {"waiting", motions.waiting()}};
+    Json object = nullptr;
+    if (world.object) object = {{"width", world.object->width}, {"mass", world.object->mass}};
+
+    return {{"time", rounded(time)},
+            {"mode", mode()},
+            {"running", running},
+            {"power", arm().powered()},
+            {"paused", motions.paused()},
+            {"errors", errors()},
+            {"joints", rounded_array(arm().position())},
+            {"limits", limits},
+            {"jointErrors", joint_errors},
+            {"pose", rounded_array(std::array{pose.x, pose.y, pose.z, pose.rx, pose.ry, pose.rz}, 1e5)},
+            {"toolName", arm().frames().tools.active_name()},
+            {"tool", array_of(frames.tool)},
+            {"workName", arm().frames().works.active_name()},
+            {"work", array_of(frames.work)},
+            {"force", rounded_array(std::array{force.force.x(), force.force.y(), force.force.z(),
+                                               force.torque.x(), force.torque.y(), force.torque.z()})},
+            {"push", world.push},
+            {"digitalInputs", world.digital_inputs},
+            {"digitalOutputs", io.digital_outputs},
+            {"analogueInputs", rounded_array(world.analogue_inputs)},
+            {"analogueOutputs", io.analogue_outputs}, // mV
+            {"toolIsOutput", io.tool_is_output},
+            {"toolStates", io.tool_states()},
+            {"toolSupply", Io::tool_supplies[io.tool_supply_type]},
+            {"gripper", {{"opening", rounded(gripper.opening() / 10, 10)}, {"force", gripper.force() / 10}}},
+            {"object", object},
+            {"table", world.table ? Json(*world.table / 1000) : Json(nullptr)},
+            {"teaching", peripherals().drag_teach.teaching()}};
+}
+
+std::string Page::mode() const
+{
+    const Motions& motions = arm().motions();
+    if (!simulated_) return "looking on";
+    if (peripherals().system.fault != Fault::none || arm().error()) return "error";
+    if (!arm().powered()) return "power off";
+    if (peripherals().drag_teach.teaching()) return "led by hand";
+    for (std::size_t i = 0; i < arm().joint_count(); ++i)
+        if (arm().calibration(i) == Calibration::running) return "calibrating";
+    if (motions.paused()) return "paused";
+    if (motions.jogging()) return "jogging";
+    if (!motions.idle()) return "moving";
+    if (!arm().standing()) return "following targets";
+    return peripherals().force.following() ? "force-position" : "ready";
+}
+
+Json Page::errors() const
+{
+    Json errors = Json::array();
+    if (const Fault fault = peripherals().system.fault; fault != Fault::none)
+        errors.push_back(fault_names[static_cast<int>(fault)]);
+    for (std::size_t i = 0; i < arm().joint_count(); ++i)
+        if (const int code = arm().joints()[i].error)
+            errors.push_back("joint " + std::to_string(i + 1) + ": error " + std::to_string(code));
+    return errors;
+}
+
+void Page::act(const Json& request)
+{
+    if (!simulated_) throw Refused("no arm is simulated here");
+    const std::string& what = text(member(request, "act"));
+    if (what == "stop")
+        release(), arm().stop("the arm was stopped by hand");
+    else if (what == "emergency_stop")
+        release(), peripherals().raise(Fault::emergency_stop);
+    else if (what == "pause")
+        arm().motions().pause();
+    else if (what == "continue")
+        arm().motions().resume();
+    else if (what == "power")
+        peripherals().set_power(flag(request, "on"));
+    else if (what == "clear_errors")
+        clear_errors();
+    else if (what == "jog")
+        jog(request);
+    else if (what == "push")
+        push(request);
+    else if (what == "release")
+        release();
+    else if (what == "teach")
+        teach(request);
+    else if (what == "lead")
+        lead(request);
+    else if (what == "input")
+        set_input(request);
+    else if (what == "object")
+        set_object(request);
+    else
+        throw Refused("the page cannot do that");
+}
+
+void Page::watch(const std::string& reply)
+{
+    if (simulated_) return;
+    const Json json = Json::parse(reply, nullptr, false);
+    if (!json.is_object()) return;
+    const Json& state =
+        json.contains("arm_state") && json["arm_state"].is_object() ? json["arm_state"] : json;
+    const auto joints = state.find("joint");
+    if (joints == state.end() || !joints->is_array() || joints->size() != arm().joint_count()) return;
+    try {
+        arm().lead_to(from_thousandths(*joints, arm().joint_count()));
+    } catch (const Refused&) { // no numbers; a reply that means something else
+    }
+}
+
+void Page::clear_errors()
+{
+    peripherals().system.fault = Fault::none;
+    for (std::size_t i = 0; i < arm().joint_count(); ++i)
+        arm().clear_error(i);
+}
+
+void Page::jog(const Json& request)
+{
+    if (held_ != request) {
+        const std::size_t joint = index(member(request, "joint"), "the joint", arm().joint_count());
+        const bool up = flag(request, "up");
+        const double percent = number(member(request, "percent"), "the speed", 1, 100);
+        release();
+        if (!arm().standing()) throw Refused("the arm is moving");
+        arm().check_ready();
+        arm().jog_joint(joint, up, percent);
+        held_ = request;
+    }
+    until_ = Real::now() + hold_time;
+}
+
+void Page::push(const Json& request)
+{
+    if (held_ != request) {
+        const KDL::Vector force = vector(member(request, "force"), max_push);
+        release();
+        peripherals().world.push = {force.x(), force.y(), force.z()};
+        held_ = request;
+    }
+    until_ = Real::now() + hold_time;
+}
+
+void Page::release()
+{
+    if (held_.is_null()) return;
+    held_ = nullptr;
+    arm().stop_jogging();
+    peripherals().world.push = {};
+}
+
+void Page::check_hold()
+{
+    if (Real::now() > until_) release();
+}
+
+/** The arm stays where it is until the hand leads it somewhere. */
+void Page::teach(const Json& request)
+{
+    DragTeach& drag_teach = peripherals().drag_teach;
+    if (!flag(request, "on")) return drag_teach.stop();
+    drag_teach.start(true, Freedom::all);
+    drag_teach.lead(arm().position());
+}
+
+/** Leads the tool to a place, turned as it is. */
+void Page::lead(const Json& request)
+{
+    const Frames frames = arm().frames().active();
+    KDL::Frame tool = frames.tool_of(arm().flange());
+    tool.p = vector(member(request, "to"), 10);
+    peripherals().drag_teach.lead(
+        arm().model().joints_for(frames.flange_of(tool), arm().position(), Model::Elbow::near));
+}
+
+void Page::set_input(const Json& request)
+{
+    World& world = peripherals().world;
+    const std::string& kind = text(member(request, "kind"));
+    const std::size_t channel = index(member(request, "channel"), "the channel", io_channels);
+    if (kind == "digital")
+        world.digital_inputs[channel] = flag(request, "on");
+    else if (kind == "tool")
+        world.tool_inputs[channel] = flag(request, "on");
+    else if (kind == "analogue")
+        world.analogue_inputs[channel] = number(member(request, "volts"), "the voltage", 0, 10);
+    else
+        throw Refused("there are digital, tool and analogue inputs");
+}
+
+void Page::set_object(const Json& request)
+{
+    std::optional<Object>& object = peripherals().world.object;
+    if (request.contains("width"))
+        object = {number(request["width"], "the width", 1, 100),
+                  number(member(request, "mass"), "the mass", 0, 10)};
+    else
+        object.reset();
+}
+
+} // namespace kx::sim
