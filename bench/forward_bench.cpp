@@ -1,7 +1,7 @@
 // Forward kinematics per pose, on the same random joints: this library (position, quaternion and Euler
 // angles), Orocos KDL (frame alone), and only the sines, cosines and arc tangents that a whole pose takes, by
 // the C library.
-#include "kdl_arms.h"
+#include "kinematics/kdl_arms.h"
 #include "kx_base.h"
 
 #include <benchmark/benchmark.h>

@@ -2,7 +2,7 @@
 // beside the iterative solvers of Orocos KDL, which find one solution and check nothing, and the floor: the
 // sines and cosines of the target's Euler angles and one arc tangent per joint, which no closed form can do
 // without. `far` starts from other random joints, `near` from joints about five degrees off.
-#include "kdl_arms.h"
+#include "kinematics/kdl_arms.h"
 #include "kx/model.h"
 #include "kx_base.h"
 

@@ -2,7 +2,7 @@
 //     inverse_seven_sweep [samples, a million by default]
 // with the joints themselves as reference, and with other random joints. For one sample in 200 the plain
 // judge searches all branches and arm angles in steps of 0.002 radians for the nearest solution.
-#include "seven_joint_judge.h"
+#include "kinematics/seven_joint_judge.h"
 #include "tally.h"
 
 #include "kx_base.h"

@@ -2,7 +2,7 @@
 //     inverse_sweep [samples per model, a million by default]
 // First with the joints themselves as reference, then with other random joints, where the plain judge says
 // which of all solutions is nearest.
-#include "six_joint_judge.h"
+#include "kinematics/six_joint_judge.h"
 #include "tally.h"
 
 #include <cstdio>

@@ -1,6 +1,6 @@
 // Pose mathematics: product, inverse, and the conversions between angles, quaternions and transforms.
+#include "kinematics/kinematics_support.h"
 #include "kinematics/trigonometry.h"
-#include "kinematics_support.h"
 
 #include <Eigen/Dense>
 

@@ -1,5 +1,5 @@
 // Forward kinematics against Orocos KDL, and its fast chain against the plain product, bit by bit.
-#include "kinematics_support.h"
+#include "kinematics/kinematics_support.h"
 #include "kx/model.h"
 
 #include <kdl/chainfksolverpos_recursive.hpp>

@@ -1,9 +1,9 @@
 // The virtual controller moves the tool through space. Its joints are read every simulated millisecond and
 // judged by Orocos KDL's forward kinematics of the same arm; the last test goes through the library, as an
 // application does.
-#include "kdl_arms.h"
-#include "commands/virtual_controller.h"
 #include "commands/json.h"
+#include "commands/virtual_controller.h"
+#include "kinematics/kdl_arms.h"
 #include "support/controller.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // Inverse kinematics of the six-joint arms against the plain judge, and its codes, limits and singular
 // places.
+#include "kinematics/kinematics_support.h"
+#include "kinematics/six_joint_judge.h"
 #include "kinematics/trigonometry.h"
-#include "kinematics_support.h"
 #include "kx/model.h"
-#include "six_joint_judge.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Inverse kinematics of the seven-joint arm against the plain judge, and its codes, limits, search range and
 // singular places.
-#include "kinematics_support.h"
-#include "seven_joint_judge.h"
+#include "kinematics/kinematics_support.h"
+#include "kinematics/seven_joint_judge.h"
 
 namespace {
 

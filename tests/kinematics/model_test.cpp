@@ -1,5 +1,5 @@
 // The arms' parameters: what a model loads, what it leaves, and which settings survive.
-#include "kinematics_support.h"
+#include "kinematics/kinematics_support.h"
 #include "kx/model.h"
 
 #include <algorithm>

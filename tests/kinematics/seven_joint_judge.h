@@ -3,7 +3,7 @@
 // sweep of the arm angle in every branch. Forward, it is an Orocos KDL chain.
 #pragma once
 
-#include "kdl_arms.h"
+#include "kinematics/kdl_arms.h"
 
 #include <kdl/chainfksolverpos_recursive.hpp>
 

@@ -1,5 +1,5 @@
 // Frame transforms and rotation about an axis, against Orocos KDL.
-#include "kinematics_support.h"
+#include "kinematics/kinematics_support.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // What the kinematics tests share: the judge's view of poses (KDL frames), comparisons, random numbers.
 #pragma once
 
-#include "kdl_arms.h"
+#include "kinematics/kdl_arms.h"
 #include "kx_base.h"
 
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 // chain.
 #pragma once
 
-#include "kdl_arms.h"
+#include "kinematics/kdl_arms.h"
 
 #include <kdl/chainfksolverpos_recursive.hpp>
 
