@@ -67,7 +67,7 @@ class Server {
 
     /** Whatever comes from a client passes here first. */
     void received(const Request& request, int client, bool is_secret);
-    void answer(const Request& request, const Send& send, const Push& push);
+    void answer(const Request& request, const ClientHandle& client);
     void trace(int client, const char* direction, const std::string& line);
     const tcp::resolver::results_type& behind_proxy() const { return behind_proxy_; }
 
@@ -84,7 +84,7 @@ class Server {
     std::string apply_fault(const std::string& text, double time);
     void run_fault_script();
     std::string start_answering(const ServerOptions& options);
-    void answer_from_recording(const std::string& request, const Send& send);
+    void answer_from_recording(const std::string& request, const ClientHandle& client);
     std::vector<std::shared_ptr<Session>> sessions() const;
 
     asio::io_context loop_{1};
@@ -183,19 +183,10 @@ class Session : public LineWriter {
             // What follows a broken request may be the rest of it.
             may_hold_password_ = !request.fault.empty() && (may_hold_password_ || has_password(request.text));
             server_.received(request, number_, may_hold_password_);
-            if (!upstream_) answer(request);
+            if (!upstream_) server_.answer(request, self());
         }
         if (upstream_) upstream_->send(bytes);
         read_on();
-    }
-
-    void answer(const Request& request)
-    {
-        const Send send = [self = self()](const std::string& line) { self->reply(line); };
-        const Push push = [self = self()](std::string_view kind, const std::string& line) {
-            self->LineWriter::push(kind, line);
-        };
-        server_.answer(request, send, push);
     }
 
     void read_on()
@@ -407,28 +398,28 @@ void Server::received(const Request& request, int client, bool is_secret)
     }
 }
 
-void Server::answer(const Request& request, const Send& send, const Push& push)
+void Server::answer(const Request& request, const ClientHandle& client)
 {
-    if (replay_) return answer_from_recording(request.text, send);
+    if (replay_) return answer_from_recording(request.text, client);
     if (request.fault.empty())
-        controller_.handle(request.text, clock_.now(), send, push);
+        controller_.handle(request.text, clock_.now(), client);
     else
-        controller_.complain(request.fault, send);
+        controller_.complain(request.fault, *client);
     schedule();
 }
 
-void Server::answer_from_recording(const std::string& request, const Send& send)
+void Server::answer_from_recording(const std::string& request, const ClientHandle& client)
 {
     const auto* lines = replay_->answer(request);
     if (!lines) {
         ++not_recorded_;
-        return controller_.complain("not in the recording", send);
+        return controller_.complain("not in the recording", *client);
     }
     for (const Replay::Line& line : *lines) {
         const auto timer = std::make_shared<asio::steady_timer>(loop_);
         timer->expires_after(
             std::chrono::ceil<Clock::Real::duration>(Clock::Seconds(line.after / replay_speed_)));
-        timer->async_wait([timer, send, text = line.text](auto) { send(text); });
+        timer->async_wait([timer, client, text = line.text](auto) { client->reply(text); });
     }
 }
 

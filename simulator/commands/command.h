@@ -20,7 +20,7 @@ struct Call {
     const Json& request;
     Arm& arm;
     Peripherals& peripherals;
-    const Send& send;
+    const ClientHandle& client;
     const Answer& later; ///< may be copied, and called once, by a handler that returns answered_later
     const Log& log;
 
@@ -67,6 +67,9 @@ struct Command {
     /** Under which false is answered if it was refused. */
     std::string_view refusal_key = key;
 };
+
+/** None if there is no command of that name. */
+const Command* find_command(std::string_view name);
 
 /** The line of a reply. An error text is cut as far as needed. @throws std::length_error if it cannot fit */
 std::string reply_line(Json reply);

@@ -4,24 +4,15 @@
 #include <functional>
 #include <set>
 #include <string>
-#include <string_view>
 
 #include "arm/arm.h"
+#include "commands/client.h"
 #include "commands/json.h"
 #include "devices/peripherals.h"
 
 namespace kx::sim {
 
 struct Command;
-
-/** None if there is no command of that name. */
-const Command* find_command(std::string_view name);
-
-/** Sends one reply line, line feed included, to the client that asked; also later, when a motion ends. */
-using Send = std::function<void(const std::string& line)>;
-
-/** Answers one of the many requests by which a client streams; see Outbox. */
-using Push = std::function<void(std::string_view kind, const std::string& line)>;
 
 using Log = std::function<void(const std::string& text)>;
 
@@ -33,11 +24,11 @@ class Controller {
     /** @param log takes a line without line end for everything that was refused or leads out of here */
     Controller(int model, const Log& log, World world = {});
 
-    /** Answers a request; `time` as for advance(). Without `push`, pushes are sent like replies. */
-    void handle(const std::string& request, double time, const Send& send, const Push& push = {});
+    /** Answers a request; `time` as for advance(). */
+    void handle(const std::string& request, double time, const ClientHandle& client);
 
     /** Answers bytes that are no request at all. */
-    void complain(const std::string& fault, const Send& send);
+    void complain(const std::string& fault, Client& client);
 
     /** Refuses these commands whatever they ask for, and no others. */
     void refuse(std::set<std::string> commands) { refused_ = std::move(commands); }
@@ -53,9 +44,8 @@ class Controller {
     Peripherals& peripherals() { return peripherals_; }
 
   private:
-    void answer(const std::string& request, const Send& send, const Push& push);
-    void respond(const Command& command, const Json& value, const std::string& refused, const Send& send,
-                 const Push& push);
+    void answer(const std::string& request, const ClientHandle& client);
+    void respond(const Command& command, const Json& value, const std::string& refused, Client& client);
 
     Arm arm_;
     Peripherals peripherals_;

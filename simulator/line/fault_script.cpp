@@ -5,7 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "commands/virtual_controller.h"
+#include "commands/command.h"
 
 namespace kx::sim {
 

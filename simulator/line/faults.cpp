@@ -6,6 +6,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "commands/command.h"
+
 namespace kx::sim {
 
 namespace {

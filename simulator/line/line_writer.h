@@ -12,22 +12,22 @@
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 
+#include "commands/client.h"
 #include "line/faults.h"
 #include "line/outbox.h"
 
 namespace kx::sim {
 
 /** Lives as long as something is to be written, or its heir is at work. */
-class LineWriter : public std::enable_shared_from_this<LineWriter> {
+class LineWriter : public Client, public std::enable_shared_from_this<LineWriter> {
   public:
     /** @param faults is looked at for every line; after a change of it call write() */
     LineWriter(asio::ip::tcp::socket socket, const LineFaults& faults, Luck luck,
                std::chrono::milliseconds gap);
-    virtual ~LineWriter() = default;
     LineWriter(const LineWriter&) = delete;
 
-    void reply(const std::string& line);
-    void push(std::string_view kind, const std::string& line);
+    void reply(const std::string& line) override;
+    void push(std::string_view kind, const std::string& line) override;
 
     /** Sends what is due, if anything. */
     void write();

@@ -5,6 +5,7 @@
 #include "commands/virtual_controller.h"
 #include "kinematics/kdl_arms.h"
 #include "support/controller.h"
+#include "support/listener.h"
 
 #include <gtest/gtest.h>
 #include <kdl/chainfksolverpos_recursive.hpp>
@@ -59,8 +60,9 @@ struct Robot {
 
     void send(const Json& request)
     {
-        controller.handle(request.dump(), time,
-                          [this](const std::string& line) { replies.push_back(Json::parse(line)); });
+        controller.handle(request.dump(), time, listener([this](const std::string& line) {
+                              replies.push_back(Json::parse(line));
+                          }));
     }
 
     /** Runs on; whether a motion ends meanwhile, and well. Looks at the arm each millisecond. */

@@ -8,6 +8,7 @@
 #include "commands/json.h"
 #include "commands/request.h"
 #include "commands/virtual_controller.h"
+#include "support/listener.h"
 
 using namespace kx::sim;
 
@@ -18,7 +19,8 @@ struct Bench {
     Json ask(const std::string& request)
     {
         const auto reply = std::make_shared<Json>();
-        controller.handle(request, time, [reply](const std::string& line) { *reply = Json::parse(line); });
+        controller.handle(request, time,
+                          listener([reply](const std::string& line) { *reply = Json::parse(line); }));
         return *reply;
     }
     void run(double seconds) { controller.advance(time += seconds); }

@@ -14,6 +14,7 @@
 #include "kx/connection.h"
 #include "line/framing.h"
 #include "support/controller.h"
+#include "support/listener.h"
 
 using namespace kx::sim;
 using Strings = std::vector<std::string>;
@@ -86,11 +87,11 @@ struct Bench {
 
     void send(const std::string& request)
     {
-        controller.handle(request, time, [this](const std::string& line) {
-            EXPECT_LT(line.size(), kx::sim::Controller::reply_buffer);
-            EXPECT_EQ(line.find('\n'), line.size() - 1);
-            lines.push_back(line);
-        });
+        controller.handle(request, time, listener([this](const std::string& line) {
+                              EXPECT_LT(line.size(), kx::sim::Controller::reply_buffer);
+                              EXPECT_EQ(line.find('\n'), line.size() - 1);
+                              lines.push_back(line);
+                          }));
     }
 
     /** The only reply to a request. */
@@ -521,9 +522,9 @@ TEST(Commands, WhatIsNoCommandGetsOneErrorThatFitsALine)
 // --- the process
 // ---------------------------------------------------------------------------------------------------
 
-class Client {
+class Connection {
   public:
-    explicit Client(int port) : socket_(socket(AF_INET, SOCK_STREAM, 0)), in_(fdopen(socket_, "r"))
+    explicit Connection(int port) : socket_(socket(AF_INET, SOCK_STREAM, 0)), in_(fdopen(socket_, "r"))
     {
         const timeval patience = {10, 0};
         setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
@@ -533,7 +534,7 @@ class Client {
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         EXPECT_EQ(connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     }
-    ~Client() { fclose(in_); }
+    ~Connection() { fclose(in_); }
 
     void send(const std::string& text)
     {
@@ -556,7 +557,7 @@ class Client {
 TEST(Server, LeavesAGapBetweenTwoLinesSoThatPollingClientsLoseNone)
 {
     ::Controller controller;
-    Client client(controller.port());
+    Connection client(controller.port());
     const auto start = std::chrono::steady_clock::now();
     std::string requests;
     for (int i = 0; i < 6; ++i)
@@ -572,7 +573,7 @@ TEST(Server, LeavesAGapBetweenTwoLinesSoThatPollingClientsLoseNone)
 TEST(Server, ManyClientsShareOneArmAndTheAskerIsToldOfTheEnd)
 {
     ::Controller controller({"--model", "36", "--speed", "20"});
-    Client asker(controller.port()), leaver(controller.port()), other(controller.port());
+    Connection asker(controller.port()), leaver(controller.port()), other(controller.port());
     leaver.send(far_move + "\n" + far_move + "\n" + far_move);
     asker.send("nonsense\n");
     EXPECT_NE(asker.line().find("error"), std::string::npos);
