@@ -9,21 +9,18 @@
  *     Arm_Socket_Close(arm);
  *
  * Conventions, unless a function says otherwise:
- * - Every command takes the descriptor returned by Arm_Socket_Start first and returns a status code
- * (KX_STATUS).
+ * - Every command takes the descriptor returned by Arm_Socket_Start first and returns a status code (KX_STATUS).
  * - With `block` true a command sends at once and waits for the controller's answer, at most m_nOutTime
- *   milliseconds. With `block` false it queues the request and returns 0; one queued request leaves every 5
- * ms.
- * - Joint angles are degrees, one float per joint (6, or 7 for model 47); lengths metres; pose angles
- * radians.
+ *   milliseconds. With `block` false it queues the request and returns 0; one queued request leaves every 5 ms.
+ * - Joint angles are degrees, one float per joint (6, or 7 for model 47); lengths metres; pose angles radians.
  * - Non-blocking commands may be called from any thread at any time. Blocking ones must not overlap within a
- * process, not even for different arms: a caller finds its reply by its place among those who wait, and an
- * earlier caller that leaves moves the later ones, who then end with 9 or another's reply. So guard them with
- * a mutex. To act while a blocking move runs, use non-blocking commands; to watch the arm meanwhile, send the
- * move non-blocking and read the state until it has arrived. A callback must not call a blocking command.
+ *   process, not even for different arms: a caller finds its reply by its place among those who wait, and an
+ *   earlier caller that leaves moves the later ones, who then end with 9 or another's reply. So guard them with a
+ *   mutex. To act while a blocking move runs, use non-blocking commands; to watch the arm meanwhile, send the move
+ *   non-blocking and read the state until it has arrived. A callback must not call a blocking command.
  * - On a non-zero status outputs are untouched, except where a function says which are written first.
- * - Each command has exported workers, `_Block` and `_NonBlock`, which take its arguments less `block` and
- * skip the waits and checks that the command makes before.
+ * - Each command has exported workers, `_Block` and `_NonBlock`, which take its arguments less `block` and skip the
+ *   waits and checks that the command makes before.
  */
 #ifndef KX_BASE_H
 #define KX_BASE_H

@@ -22,7 +22,9 @@
 /** The functions of kx_base.h as methods; it holds no state. See kx_service.h. */
 class __attribute__((visibility("default"))) KX_Service {
   public:
-    // Library lifecycle and connections.
+    /** @name Library lifecycle and connections
+     * @{ */
+    /** @forwards */
     int Service_KX_API_Init(KX_Callback callback);
     int Service_KX_API_UnInit();
     const char* Service_API_Version();
@@ -30,7 +32,10 @@ class __attribute__((visibility("default"))) KX_Service {
     void Service_Arm_Socket_Close(int sockfd);
     int Service_Arm_Sockrt_State(int sockfd);
 
-    // Joint parameters and calibration.
+    /** @} */
+    /** @name Joint parameters and calibration
+     * @{ */
+    /** @forwards */
     int Service_Set_Joint_Speed(int sockfd, unsigned char joint, float speed, bool block);
     int Service_Set_Joint_Acc(int sockfd, unsigned char joint, float acc, bool block);
     int Service_Set_Joint_Min_Pos(int sockfd, unsigned char joint, float joint_pos, bool block);
@@ -50,11 +55,14 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Get_Joint_Err_Flag(int sockfd, unsigned short* state);
     int Service_Get_Joint_Software_Version(int sockfd, float* version);
 
-    // Arm speed and acceleration limits, collision, DH parameters, zero offset, dynamics, tool software
-    // version, servo.
+    /** @} */
+    /** @name Settings of the arm
+     * @{ */
+    /** @forwards */
     int Service_Set_Arm_Line_Speed(int sockfd, float speed, bool block);
     int Service_Set_Arm_Line_Acc(int sockfd, float acc, bool block);
-    int Service_Set_Arm_Angular_Speed(int sockfd, float speed, bool block); // calls Set_Arm_Line_Acc
+    /** Calls @ref Set_Arm_Line_Acc, and so sets the linear acceleration. */
+    int Service_Set_Arm_Angular_Speed(int sockfd, float speed, bool block);
     int Service_Set_Arm_Angular_Acc(int sockfd, float acc, bool block);
     int Service_Get_Arm_Line_Speed(int sockfd, float* speed);
     int Service_Get_Arm_Line_Acc(int sockfd, float* acc);
@@ -71,7 +79,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Set_Arm_Servo_State(int sockfd, bool cmd, bool block);
     int Service_Set_System_State_Servo(int sockfd, bool cmd, bool block);
 
-    // Tool and work frames, payload.
+    /** @} */
+    /** @name Tool and work frames, payload
+     * @{ */
+    /** @forwards */
     int Service_Auto_Set_Tool_Frame(int sockfd, unsigned char point_num, bool block);
     int Service_Generate_Auto_Tool_Frame(int sockfd, const char* name, float payload, float x, float y,
                                          float z, bool block);
@@ -92,7 +103,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Get_Given_Work_Frame(int sockfd, const char* name, POSE* pose);
     int Service_Get_All_Work_Frame(int sockfd, FRAME_NAME* names);
 
-    // State queries, initial and installation pose.
+    /** @} */
+    /** @name State queries, initial and installation pose
+     * @{ */
+    /** @forwards */
     int Service_Get_Current_Arm_State(int sockfd, float* joint, POSE* pose, unsigned short* arm_err,
                                       unsigned short* sys_err);
     int Service_Get_Joint_Temperature(int sockfd, float* temperature);
@@ -105,7 +119,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Get_Arm_Init_Pose(int sockfd, float* joint);
     int Service_Set_Install_Pose(int sockfd, float x, float y, bool block);
 
-    // Motion and trajectories.
+    /** @} */
+    /** @name Motion and trajectories
+     * @{ */
+    /** @forwards */
     int Service_Movej_Cmd(int sockfd, const float* joint, unsigned char v, float r, bool block);
     int Service_Movel_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block);
     int Service_Movec_Cmd(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, float r,
@@ -119,13 +136,19 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Clear_All_Trajectory(int sockfd, bool block);
     int Service_Get_Current_Trajectory(int sockfd, ARM_CTRL_MODES* type, float* data);
 
-    // Waypoints.
+    /** @} */
+    /** @name Waypoints
+     * @{ */
+    /** @forwards */
     int Service_Add_Waypoint(int sockfd, const float* joint, bool block);
     int Service_Start_Waypoint(int sockfd, int frequency, bool block);
     int Service_Clear_Waypoint(int sockfd, bool block);
     int Service_Stop_Waypoint(int sockfd, bool block);
 
-    // Joint-space move to a pose, timer, teach and step jogging.
+    /** @} */
+    /** @name Joint-space move to a pose, timer, teach and step jogging
+     * @{ */
+    /** @forwards */
     int Service_Movej_P_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block);
     int Service_Timer(int sockfd, int wait_time, bool block);
     int Service_Joint_Teach_Cmd(int sockfd, unsigned char joint, unsigned char direction, unsigned char v,
@@ -139,7 +162,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Pos_Step_Cmd(int sockfd, POS_TEACH_MODES type, float step, unsigned char v, bool block);
     int Service_Ort_Step_Cmd(int sockfd, ORT_TEACH_MODES type, float step, unsigned char v, bool block);
 
-    // Controller state and network settings.
+    /** @} */
+    /** @name Controller state and network settings
+     * @{ */
+    /** @forwards */
     int Service_Get_Controller_State(int sockfd, float* voltage, float* current, float* temperature,
                                      unsigned short* sys_err);
     int Service_Set_WiFi_AP_Data(int sockfd, const char* wifi_name, const char* password);
@@ -148,7 +174,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Set_RS485(int sockfd, int baudrate);
     int Service_Set_Ethernet(int sockfd);
 
-    // Power, system errors, versions, log, run time, odometry, high-speed Ethernet.
+    /** @} */
+    /** @name Power, system errors, versions, log, run time, odometry, high-speed Ethernet
+     * @{ */
+    /** @forwards */
     int Service_Set_Arm_Power(int sockfd, bool on, bool block);
     int Service_Get_Arm_Power_State(int sockfd, int* power_state);
     int Service_Clear_System_Err(int sockfd, bool block);
@@ -160,7 +189,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Clear_Joint_Odom(int sockfd, bool block);
     int Service_Set_High_Speed_Eth(int sockfd, unsigned char mode, bool block);
 
-    // Controller and tool IO.
+    /** @} */
+    /** @name Controller and tool IO
+     * @{ */
+    /** @forwards */
     int Service_Set_IO_State(int sockfd, int io_type, unsigned char IO_Num, bool state, bool block);
     int Service_Get_IO_State(int sockfd, int io_type, unsigned char IO_Num, unsigned char* state);
     int Service_Get_IO_Input(int sockfd, unsigned char* DI_state, float* AI_voltage);
@@ -171,19 +203,26 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Set_Tool_Voltage(int sockfd, unsigned char type, bool block);
     int Service_Get_Tool_Voltage(int sockfd, unsigned char* type);
 
-    // Gripper.
+    /** @} */
+    /** @name Gripper
+     * @{ */
+    /** @forwards */
     int Service_Set_Gripper_Route(int sockfd, int min, int max, bool block);
     int Service_Set_Gripper_Release(int sockfd, int speed, bool block);
     int Service_Set_Gripper_Pick(int sockfd, int speed, int force, bool block);
     int Service_Set_Gripper_Pick_On(int sockfd, int speed, int force, bool block);
     int Service_Set_Gripper_Position(int sockfd, int position, bool block);
 
-    // Drag teach, force sensor.
+    /** @} */
+    /** @name Drag teach, force sensor
+     * @{ */
+    /** @forwards */
     int Service_Start_Drag_Teach(int sockfd, bool block);
     int Service_Stop_Drag_Teach(int sockfd, bool block);
     int Service_Run_Drag_Trajectory(int sockfd, bool block);
     int Service_Pause_Drag_Trajectory(int sockfd, bool block);
-    [[noreturn]] int Service_Continue_Drag_Trajectory(int sockfd, bool block); // never returns
+    /** Never returns. */
+    [[noreturn]] int Service_Continue_Drag_Trajectory(int sockfd, bool block);
     int Service_Stop_Drag_Trajectory(int sockfd, bool block);
     int Service_Drag_Trajectory_Origin(int sockfd, bool block);
     int Service_Start_Multi_Drag_Teach(int sockfd, int mode, bool block);
@@ -195,7 +234,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Manual_Set_Force(int sockfd, int type, const float* joint);
     int Service_Stop_Set_Force_Sensor(int sockfd, bool block);
 
-    // Dexterous hand, PWM, Fz sensor.
+    /** @} */
+    /** @name Dexterous hand, PWM, Fz sensor
+     * @{ */
+    /** @forwards */
     int Service_Set_Hand_Posture(int sockfd, int posture_num, bool block);
     int Service_Set_Hand_Seq(int sockfd, int seq_num, bool block);
     int Service_Set_Hand_Angle(int sockfd, const int* angle, bool block);
@@ -207,7 +249,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Auto_Set_Fz(int sockfd, bool block);
     int Service_Manual_Set_Fz(int sockfd, const float* pose1, const float* pose2);
 
-    // Modbus pass-through.
+    /** @} */
+    /** @name Modbus pass-through
+     * @{ */
+    /** @forwards */
     int Service_Set_Modbus_Mode(int sockfd, int port, int baudrate, int timeout, bool block);
     int Service_Close_Modbus_Mode(int sockfd, int port, bool block);
     int Service_Get_Read_Coils(int sockfd, int port, int address, int num, int device, int* coils_data);
@@ -222,7 +267,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Write_Registers(int sockfd, int port, int address, int num, unsigned char* single_data,
                                 int device, bool block);
 
-    // Lift and mobile base.
+    /** @} */
+    /** @name Lift and mobile base
+     * @{ */
+    /** @forwards */
     int Service_Set_Vehicle(int sockfd, int speed, int angular, bool block);
     int Service_Set_Lift(int sockfd, int height, int speed, bool block);
     int Service_Set_Lift_Speed(int sockfd, int speed, bool block);
@@ -237,7 +285,10 @@ class __attribute__((visibility("default"))) KX_Service {
     int Service_Set_Car_Charge(int sockfd, int charge_state, bool block);
     int Service_Set_Car_Station_Num(int sockfd, int station_num, bool block);
 
-    // Force-position move.
+    /** @} */
+    /** @name Force-position move
+     * @{ */
+    /** @forwards */
     int Service_Start_Force_Position_Move(int sockfd, bool block);
     int Service_Force_Position_Move_POSE(int sockfd, POSE pose, unsigned char sensor, unsigned char mode,
                                          int dir, float force, bool block);
@@ -245,11 +296,15 @@ class __attribute__((visibility("default"))) KX_Service {
                                           unsigned char mode, int dir, float force, bool block);
     int Service_Stop_Force_Postion_Move(int sockfd, bool block);
 
-    // Kinematics.
+    /** @} */
+    /** @name Kinematics
+     * @{ */
+    /** @forwards */
     void Service_SetAngle(float U, float V, float Z);
     KinPose Service_Forward_Kinematics(int model, const float* joint);
     int Service_Inverse_Kinematics(int model, const float* reference, const KINEMATIC* target, float* result,
                                    unsigned char flag);
+    /** @} */
 };
 
 #endif

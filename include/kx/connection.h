@@ -46,9 +46,9 @@ KX_API const char* API_Version(void);
  * @param port TCP port
  * @param model arm model code: 36 or 46 (six joints), 47 (seven joints)
  * @param recv_timeout kept for compatibility; replies are bounded by m_nOutTime instead
- * @return the descriptor, a positive number that every other call takes; or 2 unsupported model, 4 no socket
- * or table full, 5 cannot connect. Descriptors 2, 4 and 5 cannot be told from these codes: keep standard
- *         input, output and error open, and 3 is the first descriptor that a process hands out.
+ * @return the descriptor, a positive number that every other call takes; or 2 unsupported model, 4 no socket or
+ *   table full, 5 cannot connect. Descriptors 2, 4 and 5 cannot be told from these codes: keep standard input,
+ *   output and error open, and 3 is the first descriptor that a process hands out
  */
 KX_API int Arm_Socket_Start(const char* ip, int port, int model, int recv_timeout);
 
@@ -58,12 +58,13 @@ KX_API int Arm_Socket_Start(const char* ip, int port, int model, int recv_timeou
  * The arm's table entry stays: when the system hands the same number to a later connection, the older entry's
  * model applies to it, so close arms only when done, or reconnect arms of one model in the order in which
  * they were closed.
+ * @never_waits
  */
 KX_API void Arm_Socket_Close(int sockfd);
 
 /**
- * Probes whether the connection still takes data: sends a small query and ignores its answer. Takes at least
- * 20 ms.
+ * Probes whether the connection still takes data: sends a small query and ignores its answer.
+ * @sends
  * @return 0 sent, 2 library not started, 5 descriptor below 1, 6 connection lost
  */
 KX_API int Arm_Sockrt_State(int sockfd);
@@ -83,6 +84,7 @@ KX_API void sleep_cp(unsigned int milliseconds);
 /* Workers and internals, exported for tools and tests. */
 /**
  * The probe itself, without the checks and the 20 ms.
+ * @sends{at once}
  * @return 0 sent, 6 connection lost
  */
 KX_API int Arm_Sockrt_State_Block(int sockfd);
@@ -91,11 +93,12 @@ KX_API int Arm_Sockrt_State_Block(int sockfd);
  * Appends an entry to the connection table, as Arm_Socket_Start does; nothing when all 300 are used. One
  * thread at a time.
  * @param model arm model code: 36, 46 or 47
- * @param sockfd descriptor of the connection
+ * @never_waits
  */
 KX_API void Init_Socket_Joint(int model, int sockfd);
 /**
  * Looks a descriptor up in the connection table.
+ * @never_waits
  * @return index of the first entry with this descriptor, or the number of entries if there is none
  */
 KX_API int Get_Socket_Idx(int sockfd);
@@ -114,6 +117,7 @@ KX_API int KX_Mutex_UnLock(void);
  * Queues a line for the writer thread; drops it when 599 wait already. More than 300 bytes end the process.
  * @param bytes the line with its CR LF
  * @param length how many bytes, 0 to 300
+ * @never_waits
  */
 KX_API void Add_Queue(int sockfd, const char* bytes, int length);
 /**
@@ -181,7 +185,9 @@ KX_API int Parser_Get_DO_State(const char* text, unsigned char* state);
  */
 KX_API int Parser_Get_AO_State(const char* text, unsigned char* volts);
 /**
- * Reads a realtime push of the arm's state; numbers stay in the controller's units.
+ * Reads a realtime push of the arm's state. Numbers stay as they came: millionths of a metre, thousandths of
+ * a radian, thousandths of a degree.
+ * @never_waits
  * @param text the push, one JSON object
  * @param pose receives its "pose": six numbers, or fewer if it has fewer
  * @param joint receives its "joint": six numbers, seven for model 47

@@ -3,9 +3,6 @@
  * Teaching by hand: the controller lets an operator drag the arm, records the path and replays it. The usual
  * order is start, drag, stop, go to the origin, run, pause and continue, stop; the library enforces none.
  *
- * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
- * that cannot be read.
- *
  * @{
  */
 #ifndef KX_DRAG_TEACH_H
@@ -13,22 +10,46 @@
 
 #include "kx/types.h"
 
-/** Sets the arm free to be dragged and records its path. */
+/**
+ * Sets the arm free to be dragged and records its path.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Start_Drag_Teach(int sockfd, bool block);
 
-/** Ends dragging and recording. */
+/**
+ * Ends dragging and recording.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Stop_Drag_Teach(int sockfd, bool block);
 
-/** Replays the recorded path; the arm must stand at its origin. */
+/**
+ * Replays the recorded path; the arm must stand at its origin.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Run_Drag_Trajectory(int sockfd, bool block);
 
-/** Pauses the replay. */
+/**
+ * Pauses the replay.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Pause_Drag_Trajectory(int sockfd, bool block);
 
-/** Continues a paused replay. */
+/**
+ * Continues a paused replay.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Continue_Drag_Trajectory(int sockfd, bool block);
 
-/** Ends the replay. */
+/**
+ * Ends the replay.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Stop_Drag_Trajectory(int sockfd, bool block);
 
 /**
@@ -36,16 +57,22 @@ KX_API int Stop_Drag_Trajectory(int sockfd, bool block);
  *
  * Blocking, it returns when the motion has ended, but waits for that no longer than m_nOutTime; a longer
  * motion goes on, and the call returns 7.
+ * @waits_or_queues
+ * @return @done_or_refused
  */
 KX_API int Drag_Trajectory_Origin(int sockfd, bool block);
 
 /**
  * Sets some axes of the arm free to be dragged.
- * @param mode which, as the controller numbers them
+ * @param mode 0 all, 1 the position only, 2 the orientation only
+ * @waits_or_queues
+ * @return @done_or_refused
  */
 KX_API int Start_Multi_Drag_Teach(int sockfd, int mode, bool block);
 
-/* Workers. */
+/** @name Workers
+ * @{ */
+/** @worker */
 KX_API int Start_Drag_Teach_Block(int sockfd);
 KX_API int Start_Drag_Teach_NonBlock(int sockfd);
 KX_API int Stop_Drag_Teach_Block(int sockfd);
@@ -63,6 +90,7 @@ KX_API int Drag_Trajectory_Origin_NonBlock(int sockfd);
 KX_API int Start_Multi_Drag_Teach_Block(int sockfd, int mode);
 KX_API int Start_Multi_Drag_Teach_NonBlock(int sockfd, int mode);
 
+/** @} */
 /** @} */
 
 #endif

@@ -7,9 +7,6 @@
  * where a controller answers another calibration under that command's own name, the call ends with 7 after
  * m_nOutTime although the calibration was taken on.
  *
- * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
- * that cannot be read.
- *
  * @{
  */
 #ifndef KX_FORCE_H
@@ -19,65 +16,99 @@
 
 /**
  * Switches force-position control on.
- * @param sensor which sensor, as the controller numbers them
- * @param mode which mode, as the controller numbers them
- * @param direction which direction, as the controller numbers them
- * @param N the force, N
- * @param block waits for the answer only when exactly 1; any other value queues
+ * @param sensor 0 the Fz sensor, 1 the force sensor of six axes
+ * @param mode 0 along the axes of the base, 1 of the flange
+ * @param direction 0 to 2 force along x, y, z; 3 to 5 torque about them
+ * @param N the force, 0 to 200 N or Nm
+ * @waits_or_queues Here the flag is an int, and only exactly 1 waits.
+ * @return @done_or_refused
  */
 KX_API int Set_Force_Postion(int sockfd, int sensor, int mode, int direction, int N, int block);
 
-/** Switches force-position control off. */
+/**
+ * Switches force-position control off.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Stop_Force_Postion(int sockfd, bool block);
 
 /**
- * Reads the force data in whole units, fractions cut off toward zero.
- * @param force_data room for as many values as the controller sends
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 11 no array
+ * Reads the force data in whole newtons and newton metres, fractions cut off toward zero.
+ * @param force_data receives as many values as the controller sends, usually six: forces along x, y, z and
+ *   torques about them
+ * @waits
+ * @return @read_or_failed, 11 no array
  */
 KX_API int Get_Force_Data(int sockfd, float* force_data);
 
-/** Takes the present force data as zero. */
+/**
+ * Takes the present force data as zero.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Clear_Force_Data(int sockfd, bool block);
 
-/** Starts the automatic calibration of the force sensor. */
+/**
+ * Starts the automatic calibration of the force sensor.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Set_Force_Sensor(int sockfd, bool block);
 
 /**
  * Gives one of the four poses of the manual calibration of the force sensor; call it once for each.
  * @param type 1 to 4, which pose. Another number is not rejected here but sends a request without a command
  * @param joint six joint angles, degrees, for arms with seven joints too; not rounded
+ * @waits
+ * @return @done_or_refused
  */
 KX_API int Manual_Set_Force(int sockfd, int type, const float* joint);
 
-/** Breaks off the calibration of the force sensor. */
+/**
+ * Breaks off the calibration of the force sensor.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Stop_Set_Force_Sensor(int sockfd, bool block);
 
 /**
  * Reads the Fz sensor.
- * @param Fz receives the force, in the controller's unit; a value that is no number counts as 0 (true as 1)
+ * @param Fz receives the force along the flange's z, N; what is no number reads as 0, true as 1
+ * @waits
  * @return 0; 6 not sent, 7 no answer, 8 no value in the reply, 9 refused or unreadable reply
  */
 KX_API int Get_Fz(int sockfd, float* Fz);
 
-/** Takes the present Fz as zero. */
+/**
+ * Takes the present Fz as zero.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Clear_Fz(int sockfd, bool block);
 
-/** Starts the automatic calibration of the Fz sensor. */
+/**
+ * Starts the automatic calibration of the Fz sensor.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Auto_Set_Fz(int sockfd, bool block);
 
 /**
  * Calibrates the Fz sensor by two poses.
  *
- * Angles go out with all their digits, and a request of more than 299 characters ends the process by abort():
- * pass rounded angles. Multiples of 1/8 degree always fit; many angles with long fractions may not, above all
- * on seven joints.
+ * Angles go out with all their digits, and a request of more than 299 characters ends the process by
+ * abort(): pass rounded angles. Multiples of 1/8 degree always fit; many angles with long fractions may
+ * not, above all on seven joints.
  * @param pose1 joint angles, degrees: 6 values, 7 for model 47
  * @param pose2 the same; for model 47 its seventh value travels as an eighth one of the first pose
+ * @waits
+ * @return @done_or_refused
  */
 KX_API int Manual_Set_Fz(int sockfd, const float* pose1, const float* pose2);
 
-/* Workers. */
+/** @name Workers
+ * @{ */
+/** @worker */
 KX_API int Set_Force_Postion_Block(int sockfd, int sensor, int mode, int direction, int N);
 KX_API int Set_Force_Postion_NonBlock(int sockfd, int sensor, int mode, int direction, int N);
 KX_API int Stop_Force_Postion_Block(int sockfd);
@@ -97,6 +128,7 @@ KX_API int Auto_Set_Fz_Block(int sockfd);
 KX_API int Auto_Set_Fz_NonBlock(int sockfd);
 KX_API int Manual_Set_Fz_Block(int sockfd, const float* pose1, const float* pose2);
 
+/** @} */
 /** @} */
 
 #endif

@@ -7,14 +7,6 @@
  * radians, joint angles to whole degrees, each toward zero (0.35 m goes out as 0, 45.9 degrees as 45). Values
  * beyond 32 bits on the wire are sent as the nearest within.
  *
- * - `sensor` which sensor, as the controller numbers them
- * - `mode` which mode, as the controller numbers them
- * - `dir` which direction, as the controller numbers them
- * - `force` the force to be held; sent in tenths of the caller's unit, not cut
- *
- * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
- * that cannot be read.
- *
  * @{
  */
 #ifndef KX_FORCE_POSITION_H
@@ -22,7 +14,11 @@
 
 #include "kx/types.h"
 
-/** Starts the mode. */
+/**
+ * Starts the mode.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Start_Force_Position_Move(int sockfd, bool block);
 
 /**
@@ -32,6 +28,11 @@ KX_API int Start_Force_Position_Move(int sockfd, bool block);
  * type 3; when 300 replies are pending, the target is sent all the same but its answer is not delivered.
  * Blocking, it waits for such an answer and returns 0 whatever that says, and the callback is not called.
  * @param pose target, metres and radians, cut to whole ones
+ * @param sensor 0 the Fz sensor, 1 the force sensor of six axes
+ * @param mode 0 along the axes of the base, 1 of the flange
+ * @param dir 0 to 2 force along x, y, z; 3 to 5 torque about them
+ * @param force to be held, 0 to 200 N or Nm; sent in tenths, not cut
+ * @waits_or_sends{at once}
  * @return 0 sent (blocking: answered), 6 not sent; blocking also 7
  */
 KX_API int Force_Position_Move_POSE(int sockfd, POSE pose, unsigned char sensor, unsigned char mode, int dir,
@@ -40,15 +41,26 @@ KX_API int Force_Position_Move_POSE(int sockfd, POSE pose, unsigned char sensor,
 /**
  * Sends target joint angles at once; answers and waiting are those of Force_Position_Move_POSE.
  * @param joint target, degrees, cut to whole ones: 6 values, 7 for model 47
+ * @param sensor 0 the Fz sensor, 1 the force sensor of six axes
+ * @param mode 0 along the axes of the base, 1 of the flange
+ * @param dir 0 to 2 force along x, y, z; 3 to 5 torque about them
+ * @param force to be held, 0 to 200 N or Nm; sent in tenths, not cut
+ * @waits_or_sends{at once}
  * @return 0 sent (blocking: answered), 6 not sent; blocking also 7
  */
 KX_API int Force_Position_Move_Joint(int sockfd, const float* joint, unsigned char sensor, unsigned char mode,
                                      int dir, float force, bool block);
 
-/** Stops the mode. */
+/**
+ * Stops the mode.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Stop_Force_Postion_Move(int sockfd, bool block);
 
-/* Workers. */
+/** @name Workers
+ * @{ */
+/** @worker */
 KX_API int Start_Force_Position_Move_Block(int sockfd);
 KX_API int Start_Force_Position_Move_NonBlock(int sockfd);
 KX_API int Force_Position_Move_POSE_Block(int sockfd, POSE pose, unsigned char sensor, unsigned char mode,
@@ -62,6 +74,7 @@ KX_API int Force_Position_Move_Joint_NonBlock(int sockfd, const float* joint, un
 KX_API int Stop_Force_Postion_Move_Block(int sockfd);
 KX_API int Stop_Force_Postion_Move_NonBlock(int sockfd);
 
+/** @} */
 /** @} */
 
 #endif

@@ -5,8 +5,6 @@
  * pose given as a KinPose the position (m) and the Euler angles (rad) count, not the quaternion. All
  * functions are reentrant; a singular frame gives infinities or NaNs.
  *
- * - `work_frame` the work frame in the base frame
- *
  * @{
  */
 #ifndef KX_FRAME_TRANSFORMS_H
@@ -17,6 +15,7 @@
 /**
  * Expresses a pose, given in the base frame, in the work frame.
  * @param pose the pose in the base frame
+ * @param work_frame the work frame in the base frame
  * @return the pose in the work frame
  */
 KX_API KinPose Base_To_WorkFrame(KinPose pose, Matrix work_frame);
@@ -24,6 +23,7 @@ KX_API KinPose Base_To_WorkFrame(KinPose pose, Matrix work_frame);
 /**
  * Expresses a pose, given in the work frame, in the base frame.
  * @param pose the pose in the work frame
+ * @param work_frame the work frame in the base frame
  * @return the pose in the base frame
  */
 KX_API KinPose WorkFrame_To_Base(KinPose pose, Matrix work_frame);

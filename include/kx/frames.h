@@ -5,18 +5,8 @@
  * Centres of mass go out in thousandths of the given unit and come back in millionths: 0.01 is read back as
  * 0.00001. Masses pass unchanged in both directions, and are read back without their fraction.
  *
- * - `name` name of the frame, the caller's own. Keep it to 9 characters: longer ones are cut when they are
- * read back, and one that makes the request longer than 299 bytes ends the process. A null name is left out
- * - `point_num` the teaching point, as the controller counts them; not checked
- * - `payload` mass carried, kg
- * - `x`, `y`, `z` centre of mass of the payload, m
- *
- * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
- * that cannot be read.
- *
- * Getters return: 0; 6 not sent, 7 no answer within m_nOutTime, 9 a missing member or no JSON, 11 a member of
- * the wrong type or length, 12 an incomplete pose. They write in the order in which their members are named
- * here and stop at the first fault, so what was read before it stays written.
+ * A frame's name is the caller's own. Longer ones than 9 characters are cut when they are read back, and one
+ * that makes a request longer than 299 bytes ends the process. A null name is left out.
  *
  * @{
  */
@@ -25,46 +15,84 @@
 
 #include "kx/types.h"
 
-/** Teaches the tool frame from the arm's present position: one call per teaching point. */
+/**
+ * Teaches the tool frame from the arm's present position: one call per teaching point.
+ * @param point_num which teaching point, 1 to 255
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Auto_Set_Tool_Frame(int sockfd, unsigned char point_num, bool block);
 
-/** Computes a tool frame from the taught points and stores it. */
+/**
+ * Computes a tool frame from the taught points and stores it.
+ * @param name its name, at most 9 characters
+ * @param payload mass carried, 0 to 20 kg
+ * @param x, y, z centre of mass of the payload, m
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Generate_Auto_Tool_Frame(int sockfd, const char* name, float payload, float x, float y, float z,
                                     bool block);
 
 /**
  * Stores a tool frame of given values.
+ * @param name its name, at most 9 characters
  * @param pose the frame relative to the flange, metres and radians
+ * @param payload mass carried, 0 to 20 kg
+ * @param x, y, z centre of mass of the payload, m
+ * @waits_or_queues
+ * @return @done_or_refused
  */
 KX_API int Manual_Set_Tool_Frame(int sockfd, const char* name, POSE pose, float payload, float x, float y,
                                  float z, bool block);
 
-/** Makes a stored tool frame the active one. */
+/**
+ * Makes a stored tool frame the active one.
+ * @param name its name, at most 9 characters
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Change_Tool_Frame(int sockfd, const char* name, bool block);
 
-/** Deletes a stored tool frame. */
+/**
+ * Deletes a stored tool frame.
+ * @param name its name, at most 9 characters
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Delete_Tool_Frame(int sockfd, const char* name, bool block);
 
 /**
  * Sets the payload at the tool.
- * @param payload mass, in the controller's unit
- * @param cx, cy, cz its centre of mass, sent in thousandths, truncated
+ * @param payload mass, 0 to 20 kg
+ * @param cx, cy, cz its centre of mass, m; sent in thousandths, truncated
+ * @waits_or_queues
+ * @return @done_or_refused
  */
 KX_API int Set_Payload(int sockfd, int payload, float cx, float cy, float cz, bool block);
 
-/** Clears the payload. */
+/**
+ * Clears the payload.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Set_None_Payload(int sockfd, bool block);
 
 /**
  * Reads the active tool frame.
  * @param frame receives name, pose, payload, centre of mass
- * @return also 9 for a centre of mass that is no array
+ * @waits
+ * @return @read_up_to_a_fault, 11 a member of the wrong type or length, 12 an incomplete pose; also 9 for a
+ *   centre of mass that is no array
  */
 KX_API int Get_Current_Tool_Frame(int sockfd, FRAME* frame);
 
 /**
  * Reads a stored tool frame.
+ * @param name its name, at most 9 characters
  * @param frame receives pose, payload, centre of mass; `frame_name` stays untouched
+ * @waits
+ * @return @read_up_to_a_fault, 11 a member of the wrong type or length, 12 an incomplete pose
  */
 KX_API int Get_Given_Tool_Frame(int sockfd, const char* name, FRAME* frame);
 
@@ -72,50 +100,76 @@ KX_API int Get_Given_Tool_Frame(int sockfd, const char* name, FRAME* frame);
  * Reads the names of all tool frames, one per entry from the first on, up to the name "NULL" or the end of
  * the reply. The number of names is not returned, so clear the array before.
  * @param names as many entries as the controller may report; 100 are enough for any reply
- * @return 0, also for an empty list; 6 not sent, 7 no answer, 9 a missing member or no JSON; 11 no list, and
- * nothing is written
+ * @waits
+ * @return 0, also for an empty list; 6 not sent, 7 no answer, 9 a missing member or no JSON; 11 no list,
+ *   and nothing is written
  */
 KX_API int Get_All_Tool_Frame(int sockfd, FRAME_NAME* names);
 
-/** Teaches a work frame from the arm's present position: one call per teaching point. */
+/**
+ * Teaches a work frame from the arm's present position: one call per teaching point.
+ * @param name its name, at most 9 characters
+ * @param point_num which teaching point, 1 to 255
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Auto_Set_Work_Frame(int sockfd, const char* name, unsigned char point_num, bool block);
 
 /**
  * Stores a work frame.
+ * @param name its name, at most 9 characters
  * @param pose the frame relative to the base, metres and radians
+ * @waits_or_queues
+ * @return @done_or_refused
  */
 KX_API int Manual_Set_Work_Frame(int sockfd, const char* name, POSE pose, bool block);
 
-/** Makes a stored work frame the active one. */
+/**
+ * Makes a stored work frame the active one.
+ * @param name its name, at most 9 characters
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Change_Work_Frame(int sockfd, const char* name, bool block);
 
 /**
  * Deletes a stored work frame. Its blocking form takes the reply of Manual_Set_Work_Frame for its own; a
  * controller that answers under another name lets it end in 7.
+ * @param name its name, at most 9 characters
+ * @waits_or_queues
+ * @return @done_or_refused
  */
 KX_API int Delete_Work_Frame(int sockfd, const char* name, bool block);
 
 /**
  * Reads the active work frame.
  * @param frame receives name and pose; payload and centre of mass stay untouched
+ * @waits
+ * @return @read_up_to_a_fault, 11 a member of the wrong type or length, 12 an incomplete pose
  */
 KX_API int Get_Current_Work_Frame(int sockfd, FRAME* frame);
 
 /**
  * Reads a stored work frame.
+ * @param name its name, at most 9 characters
  * @param pose receives the frame relative to the base, metres and radians
+ * @waits
+ * @return @read_up_to_a_fault, 11 a member of the wrong type or length, 12 an incomplete pose
  */
 KX_API int Get_Given_Work_Frame(int sockfd, const char* name, POSE* pose);
 
 /**
  * Reads the names of all work frames, as Get_All_Tool_Frame does.
  * @param names as many entries as the controller may report; 100 are enough for any reply
- * @return 0, also for an empty list; 6 not sent, 7 no answer, 9 a missing member or no JSON; 11 no list, and
- * nothing is written
+ * @waits
+ * @return 0, also for an empty list; 6 not sent, 7 no answer, 9 a missing member or no JSON; 11 no list,
+ *   and nothing is written
  */
 KX_API int Get_All_Work_Frame(int sockfd, FRAME_NAME* names);
 
-/* Workers. */
+/** @name Workers
+ * @{ */
+/** @worker */
 KX_API int Auto_Set_Tool_Frame_Block(int sockfd, unsigned char point_num);
 KX_API int Auto_Set_Tool_Frame_NonBlock(int sockfd, unsigned char point_num);
 KX_API int Generate_Auto_Tool_Frame_Block(int sockfd, const char* name, float payload, float x, float y,
@@ -149,6 +203,7 @@ KX_API int Get_Current_Work_Frame_Block(int sockfd, FRAME* frame);
 KX_API int Get_Given_Work_Frame_Block(int sockfd, const char* name, POSE* pose);
 KX_API int Get_All_Work_Frame_Blcok(int sockfd, FRAME_NAME* names);
 
+/** @} */
 /** @} */
 
 #endif

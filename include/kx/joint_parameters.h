@@ -4,9 +4,6 @@
  *
  * Values travel as integers in thousandths, truncated toward zero, so finer steps are lost.
  *
- * Setters return: 0 done, 1 refused by the controller; blocking also 6 not sent, 7 no answer within
- * m_nOutTime, 8 or 9 a reply that cannot be read.
- *
  * @{
  */
 #ifndef KX_JOINT_PARAMETERS_H
@@ -16,106 +13,132 @@
 
 /**
  * Sets a joint's maximum speed.
- * @param joint joint, counted from 1
+ * @param joint counted from 1
  * @param speed degrees/s, above 0
- * @return also 5 for a descriptor below 1, 2 before KX_API_Init
+ * @waits_or_queues{at once}
+ * @return @done_or_refused{8 or 9}; also 5 for a descriptor below 1, 2 before KX_API_Init
  */
 KX_API int Set_Joint_Speed(int sockfd, unsigned char joint, float speed, bool block);
 
 /**
  * Sets a joint's maximum acceleration.
- * @param joint joint, counted from 1
+ * @param joint counted from 1
  * @param acc degrees/s^2, above 0
- * @return also 5 for a descriptor below 1, 2 before KX_API_Init
+ * @waits_or_queues{at once}
+ * @return @done_or_refused{8 or 9}; also 5 for a descriptor below 1, 2 before KX_API_Init
  */
 KX_API int Set_Joint_Acc(int sockfd, unsigned char joint, float acc, bool block);
 
 /**
  * Sets a joint's lower position limit.
- * @param joint joint, counted from 1
+ * @param joint counted from 1
  * @param joint_pos degrees
+ * @waits_or_queues{at once}
+ * @return @done_or_refused{8 or 9}
  */
 KX_API int Set_Joint_Min_Pos(int sockfd, unsigned char joint, float joint_pos, bool block);
 
 /**
  * Sets a joint's upper position limit.
- * @param joint joint, counted from 1
+ * @param joint counted from 1
  * @param joint_pos degrees
+ * @waits_or_queues{at once}
+ * @return @done_or_refused{8 or 9}
  */
 KX_API int Set_Joint_Max_Pos(int sockfd, unsigned char joint, float joint_pos, bool block);
 
 /**
  * Enables or disables a joint.
- * @param joint joint, counted from 1
+ * @param joint counted from 1
  * @param state true to enable
+ * @waits_or_queues{at once}
+ * @return @done_or_refused{8 or 9}
  */
 KX_API int Set_Joint_EN_State(int sockfd, unsigned char joint, bool state, bool block);
 
 /**
  * Makes a joint's present position its zero.
- * @param joint joint, counted from 1
- * @return also 5 for a descriptor below 1, 2 before KX_API_Init
+ * @param joint counted from 1
+ * @waits_or_queues
+ * @return @done_or_refused{8 or 9}; also 5 for a descriptor below 1, 2 before KX_API_Init
  */
 KX_API int Set_Joint_Zero_Pos(int sockfd, unsigned char joint, bool block);
 
 /**
  * Clears a joint's error.
- * @param joint joint, counted from 1
+ * @param joint counted from 1
+ * @waits_or_queues
+ * @return @done_or_refused{8 or 9}
  */
 KX_API int Set_Joint_Err_Clear(int sockfd, unsigned char joint, bool block);
 
-/** Starts the controller's calibration run. */
+/**
+ * Starts the controller's calibration run.
+ * @waits_or_queues
+ * @return @done_or_refused{8 or 9}
+ */
 KX_API int Start_Calibrate(int sockfd, bool block);
 
-/** Stops the controller's calibration run. */
+/**
+ * Stops the controller's calibration run.
+ * @waits_or_queues
+ * @return @done_or_refused{8 or 9}
+ */
 KX_API int Stop_Calibrate(int sockfd, bool block);
 
 /**
  * Reads the maximum speed of every joint.
  * @param speed receives degrees/s, one per joint
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 10 no array or wrong length
+ * @waits
+ * @return @read_or_failed, 10 no array or wrong length
  */
 KX_API int Get_Joint_Speed(int sockfd, float* speed);
 
 /**
  * Reads the maximum acceleration of every joint.
  * @param acc receives degrees/s^2, one per joint
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 10 no array or wrong length
+ * @waits
+ * @return @read_or_failed, 10 no array or wrong length
  */
 KX_API int Get_Joint_Acc(int sockfd, float* acc);
 
 /**
  * Reads the lower position limit of every joint.
  * @param min_joint receives degrees, one per joint
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 10 no array or wrong length
+ * @waits
+ * @return @read_or_failed, 10 no array or wrong length
  */
 KX_API int Get_Joint_Min_Pos(int sockfd, float* min_joint);
 
 /**
  * Reads the upper position limit of every joint.
  * @param max_joint receives degrees, one per joint
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 10 no array, 11 wrong length
+ * @waits
+ * @return @read_or_failed, 10 no array, 11 wrong length
  */
 KX_API int Get_Joint_Max_Pos(int sockfd, float* max_joint);
 
 /**
  * Reads the enable state of every joint.
  * @param state receives 1 enabled or 0, one per joint
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 10 no array, 11 wrong length
+ * @waits
+ * @return @read_or_failed, 10 no array, 11 wrong length
  */
 KX_API int Get_Joint_EN_State(int sockfd, unsigned char* state);
 
 /**
  * Reads the error code of every joint.
  * @param state receives the codes, 0 when healthy, one per joint
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 10 no array, 11 wrong length
+ * @waits
+ * @return @read_or_failed, 10 no array, 11 wrong length
  */
 KX_API int Get_Joint_Err_Flag(int sockfd, unsigned short* state);
 
 /**
  * Reads the software version of every joint.
  * @param version receives the versions, in thousandths of what the controller sends, one per joint
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 10 no array, 11 wrong length
+ * @waits
+ * @return @read_or_failed, 10 no array, 11 wrong length
  */
 KX_API int Get_Joint_Software_Version(int sockfd, float* version);
 
@@ -124,12 +147,15 @@ KX_API int Get_Joint_Software_Version(int sockfd, float* version);
  * @param joint_state receives the states, one per joint
  * @param err_flag kept for compatibility, left untouched
  * @param calibrate_state kept for compatibility, left untouched
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply or no array, 10 wrong length; untouched unless 0
+ * @waits
+ * @return @read_or_failed, 10 wrong length
  */
 KX_API int Get_Calibrate_State(int sockfd, float* joint_state, unsigned short* err_flag,
                                int* calibrate_state);
 
-/* Workers. */
+/** @name Workers
+ * @{ */
+/** @worker */
 KX_API int Set_Joint_Speed_Block(int sockfd, unsigned char joint, float speed);
 KX_API int Set_Joint_Speed_NonBlock(int sockfd, unsigned char joint, float speed);
 KX_API int Set_Joint_Acc_Block(int sockfd, unsigned char joint, float acc);
@@ -158,6 +184,7 @@ KX_API int Get_Joint_Software_Version_Block(int sockfd, float* version);
 KX_API int Get_Calibrate_State_Block(int sockfd, float* joint_state, unsigned short* err_flag,
                                      int* calibrate_state);
 
+/** @} */
 /** @} */
 
 #endif

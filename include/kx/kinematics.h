@@ -7,8 +7,6 @@
  * takes a model code works on process-wide parameters (kx/model.h) and must be called from one thread at a
  * time.
  *
- * - `rx`, `ry`, `rz` fixed-axis angles, radians
- *
  * @{
  */
 #ifndef KX_KINEMATICS_H
@@ -32,6 +30,7 @@ KX_API Matrix matrix_inv(Matrix m);
 
 /**
  * Rotation matrix of fixed-axis angles.
+ * @param rx, ry, rz the angles, radians
  * @return a 3x3 matrix
  */
 KX_API Matrix euler2matrix(float rx, float ry, float rz);
@@ -52,6 +51,7 @@ KX_API KinPose matrix2pos(Matrix m);
 
 /**
  * Quaternion of fixed-axis angles.
+ * @param rx, ry, rz the angles, radians
  * @return the unit quaternion, scalar first
  */
 KX_API Quaternion euler2quaternion(float rx, float ry, float rz);

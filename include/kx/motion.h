@@ -1,14 +1,6 @@
 /**
  * @defgroup motion Motion
- * Planned motions and control of the running trajectory. Every call takes 20 ms before it sends.
- *
- * - `v` speed in percent of the arm's limits, 1 to 100; not checked by the library
- * - `r` blend radius, as the controller takes it; sent in thousandths, truncated, not checked
- * - `pose` target of the tool in the active frames, metres and radians; sent in millionths and thousandths,
- *   truncated
- *
- * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
- * that cannot be read.
+ * Planned motions and control of the running trajectory.
  *
  * @{
  */
@@ -20,18 +12,26 @@
 /**
  * Moves all joints to a target, arriving together.
  *
- * Blocking, it returns when the motion has ended, however long that takes: it looks for the completion reply
- * once a second (so it may return up to a second late) and in between asks the controller for its state; if
- * that answer fails, it gives up with 7. Meanwhile other threads may only use non-blocking commands, for
- * instance Move_Stop_Cmd(sockfd, false), which makes this call return 1.
+ * Blocking, it returns when the motion has ended, however long that takes: it looks for the completion
+ * reply once a second (so it may return up to a second late) and in between asks the controller for its
+ * state; if that answer fails, it gives up with 7. Meanwhile other threads may only use non-blocking
+ * commands, for instance Move_Stop_Cmd(sockfd, false), which makes this call return 1.
  * @param joint target angles, degrees: 6 values, 7 for model 47; sent in thousandths, truncated
+ * @param v speed, percent of the arm's limits, 1 to 100; not checked by the library
+ * @param r blend radius, m, 0 or more; sent in thousandths, truncated, not checked by the library
+ * @waits_for_arrival_or_queues
  * @return 0 arrived (not blocking: queued), 1 refused or broken off, 6 not sent, 7 the controller stopped
- * answering, 9 or 11 a reply that cannot be read
+ *   answering, 9 or 11 a reply that cannot be read
  */
 KX_API int Movej_Cmd(int sockfd, const float* joint, unsigned char v, float r, bool block);
 
 /**
  * Moves the tool along a straight line to a pose; blocks like Movej_Cmd.
+ * @param pose target of the tool in the active frames, metres and radians; sent in millionths and
+ *   thousandths, truncated
+ * @param v speed, percent of the arm's limits, 1 to 100; not checked by the library
+ * @param r blend radius, m, 0 or more; sent in thousandths, truncated, not checked by the library
+ * @waits_for_arrival_or_queues
  * @return as Movej_Cmd
  */
 KX_API int Movel_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block);
@@ -40,47 +40,78 @@ KX_API int Movel_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block
  * Moves the tool along the circle through a via pose and an end pose; blocks like Movej_Cmd.
  * @param pose_via a pose on the way, metres and radians
  * @param pose_to the end, metres and radians
+ * @param v speed, percent of the arm's limits, 1 to 100; not checked by the library
+ * @param r blend radius, m, 0 or more; sent in thousandths, truncated, not checked by the library
  * @param loop how often the circle is repeated, 0 to 255
+ * @waits_for_arrival_or_queues
  * @return as Movej_Cmd
  */
 KX_API int Movec_Cmd(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, float r, unsigned char loop,
                      bool block);
 
 /**
- * Moves to a pose in joint space. Unlike the other moves its blocking form waits for the end of the motion no
- * longer than m_nOutTime; a longer motion goes on, and the call returns 7.
+ * Moves to a pose in joint space. Unlike the other moves its blocking form waits for the end of the motion
+ * no longer than m_nOutTime; a longer motion goes on, and the call returns 7.
+ * @param pose target of the tool in the active frames, metres and radians; sent in millionths and
+ *   thousandths, truncated
+ * @param v speed, percent of the arm's limits, 1 to 100; not checked by the library
+ * @param r blend radius, m, 0 or more; sent in thousandths, truncated, not checked by the library
+ * @waits_or_queues
+ * @return @done_or_refused
  */
 KX_API int Movej_P_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block);
 
-/** Stops the arm and drops all planned motions. */
+/**
+ * Stops the arm and drops all planned motions.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Move_Stop_Cmd(int sockfd, bool block);
 
-/** Pauses the running motion, keeping its plan. */
+/**
+ * Pauses the running motion, keeping its plan.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Move_Pause_Cmd(int sockfd, bool block);
 
-/** Continues a paused motion. */
+/**
+ * Continues a paused motion.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Move_Continue_Cmd(int sockfd, bool block);
 
-/** Drops the motion being executed. */
+/**
+ * Drops the motion being executed.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Clear_Current_Trajectory(int sockfd, bool block);
 
-/** Drops all planned motions. */
+/**
+ * Drops all planned motions.
+ * @waits_or_queues
+ * @return @done_or_refused
+ */
 KX_API int Clear_All_Trajectory(int sockfd, bool block);
 
 /**
  * Reads the kind of the running motion.
  *
  * The reply's data are not stored. The caller's own `data` are rescaled in place instead: for None_Mode and
- * Joint_Mode one entry per joint is divided by 1000, for Line_Mode and Circle_Mode data[0..2] by 1000000 and
- * data[3..5] by 1000.
+ * Joint_Mode one entry per joint is divided by 1000, for Line_Mode and Circle_Mode data[0..2] by 1000000
+ * and data[3..5] by 1000.
  * @param type receives the kind
  * @param data room for 7 floats, rescaled as above
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 11 wrong type or unknown kind; outputs are
- * untouched unless 0
+ * @waits
+ * @return @read_or_failed, 11 wrong type or unknown kind
  */
 KX_API int Get_Current_Trajectory(int sockfd, ARM_CTRL_MODES* type, float* data);
 
-/* Workers. */
+/** @name Workers
+ * @{ */
+/** @worker */
 KX_API int Movej_Cmd_Block(int sockfd, const float* joint, unsigned char v, float r);
 KX_API int Movej_Cmd_NonBlock(int sockfd, const float* joint, unsigned char v, float r);
 KX_API int Movel_Cmd_Block(int sockfd, POSE pose, unsigned char v, float r);
@@ -103,6 +134,7 @@ KX_API int Clear_All_Trajectory_Block(int sockfd);
 KX_API int Clear_All_Trajectory_NonBlock(int sockfd);
 KX_API int Get_Current_Trajectory_Block(int sockfd, ARM_CTRL_MODES* type, float* data);
 
+/** @} */
 /** @} */
 
 #endif

@@ -19,6 +19,7 @@
 /**
  * Sends joint angles to the drives. Each must lie close to the one before: nothing smooths the way between.
  * @param joint target angles, degrees: 6 values, 7 for model 47; sent in thousandths, truncated
+ * @sends{at once}
  * @return 0 sent, 6 not sent
  */
 KX_API int Movej_CANFD(int sockfd, const float* joint);
@@ -26,40 +27,22 @@ KX_API int Movej_CANFD(int sockfd, const float* joint);
 /**
  * Sends a tool pose to the drives, under the conditions of Movej_CANFD.
  * @param pose target, metres and radians; sent in millionths and thousandths, truncated
+ * @sends{at once}
  * @return 0 sent, 6 not sent
  */
 KX_API int Movep_CANFD(int sockfd, POSE pose);
 
-/*
- * Workers. The non-blocking ones are what the functions above run. The blocking ones wait for the push
- * instead, at most m_nOutTime: 0 it came, 6 not sent, 7 none in time, 9 it could not be read; its values are
- * dropped.
- */
-/**
- * Sends a target and waits for the push; its values are dropped, the callback is not called.
- * @param joint as for Movej_CANFD
- * @return 0 it came, 6 not sent, 7 none within m_nOutTime, 9 it could not be read
- */
+/** @name Workers
+ * The non-blocking ones are what the functions above run. The blocking ones wait for the push instead and drop its
+ * values: 0 it came, 6 not sent, 7 none in time, 9 it could not be read. The callback is not called.
+ * @{ */
+/** @worker */
 KX_API int Movej_CANFD_Block(int sockfd, const float* joint);
-/**
- * What Movej_CANFD runs.
- * @param joint as for Movej_CANFD
- * @return 0 sent, 6 not sent
- */
 KX_API int Movej_CANFD_NonBlock(int sockfd, const float* joint);
-/**
- * Sends a target and waits for the push; its values are dropped, the callback is not called.
- * @param pose as for Movep_CANFD
- * @return 0 it came, 6 not sent, 7 none within m_nOutTime, 9 it could not be read
- */
 KX_API int Movep_CANFD_Block(int sockfd, POSE pose);
-/**
- * What Movep_CANFD runs.
- * @param pose as for Movep_CANFD
- * @return 0 sent, 6 not sent
- */
 KX_API int Movep_CANFD_NonBlock(int sockfd, POSE pose);
 
+/** @} */
 /** @} */
 
 #endif

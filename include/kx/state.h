@@ -2,14 +2,6 @@
  * @defgroup state State of the arm
  * What the arm is doing now, and its initial (home) position.
  *
- * - `joint` joint angles, degrees, one per joint
- *
- * Setters return: 0 done, 1 refused; blocking also 6 not sent, 7 no answer within m_nOutTime, 9 or 11 a reply
- * that cannot be read.
- *
- * Getters return: 0; 6 not sent, 7 no answer within m_nOutTime, 9 unreadable reply, 11 no array or wrong
- * length.
- *
  * @{
  */
 #ifndef KX_STATE_H
@@ -18,13 +10,14 @@
 #include "kx/types.h"
 
 /**
- * Reads joint angles, tool pose and error codes, in one reply. Outputs are written in the order pose, joint,
- * arm_err, sys_err; when the reply breaks off, what was decoded before stays written.
+ * Reads joint angles, tool pose and error codes, in one reply. Outputs are written in the order pose,
+ * joint, arm_err, sys_err; when the reply breaks off, what was decoded before stays written.
  * @param joint receives joint angles, degrees, one per joint
  * @param pose receives the tool's pose in the active frames, metres and radians
  * @param arm_err receives the error code of the arm, 0 when healthy
  * @param sys_err receives the error code of the controller, 0 when healthy
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 11 wrong type or joint count, 12 incomplete pose
+ * @waits
+ * @return @read_up_to_a_fault, 11 wrong type or joint count, 12 incomplete pose
  */
 KX_API int Get_Current_Arm_State(int sockfd, float* joint, POSE* pose, unsigned short* arm_err,
                                  unsigned short* sys_err);
@@ -32,58 +25,73 @@ KX_API int Get_Current_Arm_State(int sockfd, float* joint, POSE* pose, unsigned 
 /**
  * Reads the temperature of every joint.
  * @param temperature receives degrees Celsius, one per joint
+ * @waits
+ * @return @read_or_failed, 11 no array or wrong length
  */
 KX_API int Get_Joint_Temperature(int sockfd, float* temperature);
 
 /**
  * Reads the current of every joint.
  * @param current receives A, one per joint
+ * @waits
+ * @return @read_or_failed, 11 no array or wrong length
  */
 KX_API int Get_Joint_Current(int sockfd, float* current);
 
 /**
  * Reads the voltage of every joint.
  * @param voltage receives V, one per joint
+ * @waits
+ * @return @read_or_failed, 11 no array or wrong length
  */
 KX_API int Get_Joint_Voltage(int sockfd, float* voltage);
 
 /**
  * Reads the joint angles.
  * @param joint receives degrees, as many as the controller sends, whatever the arm's joint count: give room
- * for seven
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 11 no array
+ *   for seven
+ * @waits
+ * @return @read_or_failed, 11 no array
  */
 KX_API int Get_Joint_Degree(int sockfd, float* joint);
 
 /**
- * Reads current, voltage and error code of every joint and the controller's error code, written in this order
- * up to the first fault in the reply. The reply's temperatures are checked but not stored: `temperature`
- * stays untouched; use Get_Joint_Temperature.
+ * Reads current, voltage and error code of every joint and the controller's error code, written in this
+ * order up to the first fault in the reply. The reply's temperatures are checked but not stored:
+ * `temperature` stays untouched; use Get_Joint_Temperature.
  * @param joint_state receives the state
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 11 wrong type or length
+ * @waits
+ * @return @read_up_to_a_fault, 11 wrong type or length
  */
 KX_API int Get_Arm_All_State(int sockfd, JOINT_STATE* joint_state);
 
 /**
  * Reads the number of the running plan.
  * @param plan receives the number
- * @return 0; 6 not sent, 7 no answer, 9 unreadable reply, 11 not a number
+ * @waits
+ * @return @read_or_failed, 11 not a number
  */
 KX_API int Get_Arm_Plan_Num(int sockfd, int* plan);
 
 /**
  * Sets the arm's initial joint position.
  * @param target degrees: 6 values, 7 for model 47; sent in thousandths, truncated
+ * @waits_or_queues
+ * @return @done_or_refused
  */
 KX_API int Set_Arm_Init_Pose(int sockfd, const float* target, bool block);
 
 /**
  * Reads the arm's initial joint position.
  * @param joint receives degrees, one per joint
+ * @waits
+ * @return @read_or_failed, 11 no array or wrong length
  */
 KX_API int Get_Arm_Init_Pose(int sockfd, float* joint);
 
-/* Workers and the decoder of Get_Joint_Degree. */
+/** @name Workers
+ * @{ */
+/** @worker */
 KX_API int Get_Current_Arm_State_Block(int sockfd, float* joint, POSE* pose, unsigned short* arm_err,
                                        unsigned short* sys_err);
 KX_API int Get_Joint_Temperature_Block(int sockfd, float* temperature);
@@ -103,6 +111,7 @@ KX_API int Get_Arm_Init_Pose_Block(int sockfd, float* joint);
  */
 KX_API int Paser_Get_Joint_Degreee(const char* text, float* joint);
 
+/** @} */
 /** @} */
 
 #endif

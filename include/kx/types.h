@@ -44,8 +44,12 @@ typedef enum KX_STATUS KX_INT32 {
 
 /** A Cartesian pose: position in metres, then the angles of Rz(rz)*Ry(ry)*Rx(rx) in radians. */
 typedef struct POSE {
-    float x, y, z;    /**< position, m */
-    float rx, ry, rz; /**< fixed-axis angles, rad */
+    float x;  /**< position, m */
+    float y;  /**< position, m */
+    float z;  /**< position, m */
+    float rx; /**< fixed-axis angles, rad */
+    float ry; /**< fixed-axis angles, rad */
+    float rz; /**< fixed-axis angles, rad */
 } POSE;
 
 /** A named frame as the controller reports it. */
@@ -53,7 +57,9 @@ typedef struct FRAME {
     char frame_name[10]; /**< at most 9 characters, NUL-terminated */
     POSE pose;           /**< the frame, relative to flange (tool frame) or base (work frame) */
     float payload;       /**< mass carried, kg */
-    float x, y, z;       /**< its centre of mass, m */
+    float x;             /**< its centre of mass, m */
+    float y;             /**< its centre of mass, m */
+    float z;             /**< its centre of mass, m */
 } FRAME;
 
 /** One name of a list of frames: at most 9 characters, NUL-terminated. */
@@ -108,23 +114,31 @@ typedef void (*KX_Callback)(CallbackData data);
 
 /** A small matrix, row-major with a row stride of 4; 4x4 homogeneous transforms translate in column 3. */
 typedef struct Matrix {
-    int32_t rows, cols; /**< rows and columns in use: 3 or 4 */
-    float data[4][4];   /**< data[row][column] */
+    int32_t rows;     /**< rows in use: 3 or 4 */
+    int32_t cols;     /**< columns in use: 3 or 4 */
+    float data[4][4]; /**< data[row][column] */
 } Matrix;
 
 /** A point or translation, metres. */
 typedef struct Position {
-    float x, y, z; /**< m */
+    float x; /**< m */
+    float y; /**< m */
+    float z; /**< m */
 } Position;
 
 /** A rotation as a unit quaternion, scalar first. */
 typedef struct Quaternion {
-    float w, x, y, z; /**< scalar, then vector part */
+    float w; /**< scalar, then vector part */
+    float x; /**< scalar, then vector part */
+    float y; /**< scalar, then vector part */
+    float z; /**< scalar, then vector part */
 } Quaternion;
 
 /** A rotation as fixed-axis angles in radians: R = Rz(rz) * Ry(ry) * Rx(rx). */
 typedef struct Euler {
-    float rx, ry, rz; /**< rad */
+    float rx; /**< rad */
+    float ry; /**< rad */
+    float rz; /**< rad */
 } Euler;
 
 /** The pose record of the kinematics: one position and the same rotation in two forms. */
