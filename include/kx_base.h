@@ -47,5 +47,6 @@
 #include "kx/state.h"
 #include "kx/system.h"
 #include "kx/teaching.h"
+#include "kx/words.h"
 
 #endif

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <string_view>
 
-#include <kx_base.h>
 #include <nlohmann/json.hpp>
 
 namespace kx::tool {
@@ -63,37 +62,6 @@ void print(const Answer& answer, bool as_json)
 {
     as_json ? print_json(answer) : print_table(answer.rows);
     std::fflush(stdout);
-}
-
-const char* meaning(int status)
-{
-    switch (status) {
-    case KX_SUCCESS:
-        return "success";
-    case KX_REFUSED:
-        return "the controller refused it, or broke it off";
-    case KX_NOT_RUNNING:
-        return "the library is not running";
-    case KX_NO_SOCKET:
-        return "no socket can be had";
-    case KX_BAD_DESCRIPTOR:
-        return "the controller cannot be reached";
-    case KX_SEND_FAILED:
-        return "the connection is lost";
-    case KX_TIMED_OUT:
-        return "no answer in time";
-    case KX_NOT_BOOLEAN:
-        return "the answer says neither yes nor no";
-    case KX_BAD_REPLY:
-        return "the answer cannot be read";
-    case KX_WRONG_SHAPE:
-    case KX_WRONG_TYPE:
-        return "the answer is not what was expected; does --model fit the arm?";
-    case KX_INCOMPLETE_POSE:
-        return "the answer holds no whole pose";
-    default:
-        return "unknown status";
-    }
 }
 
 } // namespace kx::tool

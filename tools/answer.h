@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <kx_base.h>
+
 namespace kx::tool {
 
 /** One quantity: a line of the plain form, a member of the JSON form. */
@@ -14,13 +16,10 @@ struct Row {
     bool is_array = true; ///< in JSON; else the one value alone
 };
 
-/** What a status code of the library says, in words. */
-const char* meaning(int status);
-
 struct Answer {
     int status = 0; ///< of the library, and of the program
     std::vector<Row> rows;
-    std::string why = meaning(status); ///< it is not 0
+    std::string why = KX_Status_Words(status); ///< it is not 0
 };
 
 /** Prints the rows to standard output, as a table or as one line of JSON with the status. */

@@ -8,7 +8,6 @@
 #include <thread>
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <kx_base.h>
 #include <netdb.h>
 #include <poll.h>
@@ -49,16 +48,6 @@ Address resolve(const std::string& text)
     return result;
 }
 
-constexpr int first_free = 3;
-
-/** The library tells a descriptor from a status only if it is the first one beyond the standard three. */
-void free_descriptors()
-{
-    while (open("/dev/null", O_RDWR) < first_free)
-        ;
-    close_range(first_free, ~0u, 0);
-}
-
 /** The system itself would try for minutes to reach a host that keeps silent. */
 void give_up(int)
 {
@@ -84,7 +73,6 @@ static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it"
 Arm::Arm(const std::string& address, int model, double timeout, Reader reader)
 {
     const Address peer = resolve(address);
-    free_descriptors();
     if (reader == Reader::library) { // which reads in a thread of its own
         KX_API_Init(nullptr);
         m_nOutTime = static_cast<int>(1000 * timeout);
@@ -92,7 +80,7 @@ Arm::Arm(const std::string& address, int model, double timeout, Reader reader)
     set_alarm(timeout);
     descriptor_ = Arm_Socket_Start(peer.ip.c_str(), peer.port, model, 0);
     set_alarm(0);
-    if (descriptor_ != first_free) throw Failed{descriptor_};
+    if (descriptor_ <= KX_BAD_DESCRIPTOR) throw Failed{descriptor_};
 }
 
 Arm::~Arm()

@@ -161,16 +161,6 @@ float volts(const Given& given)
     return result;
 }
 
-/** What inverse_kinematics says when it finds nothing. */
-std::string why_not(int code, std::size_t joint_count)
-{
-    const bool is_seven = joint_count == 7;
-    if (code == (is_seven ? -1 : -9)) return "out of reach";
-    const int joint = (is_seven ? -4 : -2) - code;
-    if (joint < 1) return "no position of the elbow keeps the joints within their limits";
-    return "joint " + std::to_string(joint) + " would leave its limits";
-}
-
 std::vector<Row> rows(const KinPose& pose)
 {
     const auto& [position, quaternion, euler] = pose;
@@ -183,7 +173,7 @@ std::vector<Row> rows(const KinPose& pose)
 Answer ended(int status)
 {
     if (status == KX_SUCCESS || status == KX_REFUSED) return {status, {}};
-    return {status, {}, std::string(meaning(status)) + "; the arm may still be moving"};
+    return {status, {}, std::string(KX_Status_Words(status)) + "; the arm may still be moving"};
 }
 
 } // namespace
@@ -270,7 +260,7 @@ Answer inverse(const Given& given)
     constexpr unsigned char anywhere = 2; // may the elbow of seven joints be
     const int code = inverse_kinematics(given.model, joints(given, reference), &target, found, anywhere);
     if (code == 1) return {KX_SUCCESS, {row("joint", "deg", std::vector<float>(found, found + joint_count))}};
-    return {KX_REFUSED, {}, why_not(code, joint_count)};
+    return {KX_REFUSED, {}, KX_Inverse_Words(given.model, code)};
 }
 
 Answer raw(const Given& given)

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include <CLI/CLI.hpp>
+#include <fcntl.h>
 #include <kx_base.h>
 
 #include "arm.h"
@@ -14,9 +15,10 @@ using namespace kx::tool;
 
 constexpr int wrong_use = 64; ///< beyond all status codes of the library
 
+/** The library takes single-precision numbers. */
 std::string is_finite(const std::string& text)
 {
-    return std::isfinite(std::strtod(text.c_str(), nullptr)) ? "" : text + " is no number to send";
+    return std::isfinite(std::strtof(text.c_str(), nullptr)) ? "" : text + " is no number to send";
 }
 
 constexpr const char* footer = R"(
@@ -45,6 +47,7 @@ class CommandLine {
         app_.add_flag("--json", given_.json, "print one line of JSON instead of a table");
         app_.add_option("--timeout", given_.timeout,
                         "wait so long for the connection and for an answer, s; usually 3, gripper 15")
+            ->check(is_finite)
             ->check(CLI::Range(0.001, 3600.0));
         app_.require_subcommand(1);
         app_.fallthrough();
@@ -102,6 +105,7 @@ class CommandLine {
         CLI::App* sub = add("state", state, "Read joint angles, tool pose and errors");
         sub->add_flag("--watch", given_.watch, "again and again, until interrupted");
         sub->add_option("--every", given_.every, "seconds between two readings")
+            ->check(is_finite)
             ->check(CLI::Range(0.0, 3600.0))
             ->capture_default_str();
 
@@ -138,6 +142,7 @@ class CommandLine {
         sub = add("raw", raw, "Send one JSON object, print what comes back");
         sub->add_option("object", given_.line, R"(e.g. '{"command":"get_joint_degree"}')")->required();
         sub->add_option("--listen", given_.listen, "print what comes for so many seconds more")
+            ->check(is_finite)
             ->check(CLI::Range(0.0, 3600.0));
     }
 
@@ -167,5 +172,7 @@ class CommandLine {
 
 int main(int argc, char** argv)
 {
+    for (int taken = 0; taken >= 0 && taken < KX_BAD_DESCRIPTOR;)
+        taken = open("/dev/null", O_RDWR); // lest a connection's descriptor look like a status
     return CommandLine().run(argc, argv);
 }

@@ -53,6 +53,9 @@ check 1 '' 'kx: ik: status 1: out of reach' ik 3 0 0 0 0 0
 # Wrong use: one clear sentence, nothing sent.
 check 64 '' '*model 46 has 6 joints, but 3 angles are given*' movej 1 2 3
 check 64 '' '*nan is no number*' movej nan 0 0 0 0 0
+check 64 '' '*1e39 is no number*' ik 0.3 0 0.4 1e39 0 0
+check 64 '' '*nan is no number*' --timeout nan state
+check 64 '' '*nan is no number*' state --watch --every nan
 check 64 '' '*--speed: Value 300 not in range 1 to 100*' movej 0 0 0 0 0 0 --speed 300
 check 64 '' '*six numbers*' movel 1 2 3
 check 64 '' '*RX RY RZ are radians*' movel 0.3 0 0.4 180 0 0
@@ -63,7 +66,7 @@ check 64 '' '*not one JSON object*' raw '[1]'
 check 64 '' '*HOST:PORT*' --arm 127.0.0.1 state
 # What fails beside the arm; nothing listens on port 1.
 check 5 '' 'kx: state: status 5: the controller cannot be reached' --arm 127.0.0.1:1 state
-check 11 '' '*does --model fit the arm?' --model 47 state
+check 11 '' '*does the model fit the arm?' --model 47 state
 KX_ARM='' check 64 '' '*kx-controller --port*' state
 KX_MODEL='' check 64 '' '*the model of the arm is needed*' fk 0 0 0 0 0 0
 

@@ -1,0 +1,71 @@
+/**
+ * @defgroup words Codes in words
+ * What status codes and those of the inverse kinematics say, for messages. Inline, so usable from any thread; part of
+ * kx_base.h.
+ * @{
+ */
+#ifndef KX_WORDS_H
+#define KX_WORDS_H
+
+#include "kx/types.h"
+
+/**
+ * What a status code says.
+ * @param status what a command returned
+ * @return a few words without a full stop; never null
+ */
+static inline const char* KX_Status_Words(int status)
+{
+    switch (status) {
+    case KX_SUCCESS:
+        return "success";
+    case KX_REFUSED:
+        return "the controller refused it, or broke it off";
+    case KX_NOT_RUNNING:
+        return "the library is not running, or the model is unknown";
+    case KX_NO_SOCKET:
+        return "no socket can be had";
+    case KX_BAD_DESCRIPTOR:
+        return "the controller cannot be reached";
+    case KX_SEND_FAILED:
+        return "the connection is lost";
+    case KX_TIMED_OUT:
+        return "no answer in time";
+    case KX_NOT_BOOLEAN:
+        return "the answer says neither yes nor no";
+    case KX_BAD_REPLY:
+        return "the answer cannot be read";
+    case KX_WRONG_SHAPE:
+    case KX_WRONG_TYPE:
+        return "the answer is not what was expected; does the model fit the arm?";
+    case KX_INCOMPLETE_POSE:
+        return "the answer holds no whole pose";
+    default:
+        return "unknown status";
+    }
+}
+
+/**
+ * What a code of inverse_kinematics says.
+ * @param model 36, 46 or 47
+ * @param code what inverse_kinematics returned for it
+ * @return a few words without a full stop; never null
+ */
+static inline const char* KX_Inverse_Words(int model, int code)
+{
+    static const char* const beyond[] = {"joint 1 would leave its limits", "joint 2 would leave its limits",
+                                         "joint 3 would leave its limits", "joint 4 would leave its limits",
+                                         "joint 5 would leave its limits", "joint 6 would leave its limits",
+                                         "joint 7 would leave its limits"};
+    const int joints = model == 47 ? 7 : 6;
+    const int joint = (joints == 7 ? -5 : -3) - code; // counted from 0
+    if (code == 1) return "a solution inside all limits";
+    if (code == 2) return "unknown model";
+    if (code == (joints == 7 ? -1 : -9)) return "out of reach";
+    if (joints == 7 && code == -3) return "no position of the elbow keeps the joints within their limits";
+    return joint >= 0 && joint < joints ? beyond[joint] : "unknown code";
+}
+
+/** @} */
+
+#endif
