@@ -12,6 +12,7 @@ of its own, whose port takes the place of 8080. Comments above a block say what 
                                       in the order given
     <!-- not run: why -->
     <!-- declarations -->             compiled outside a function
+    <!-- file: name -->               it is also in this file, beside the page
 """
 import os
 import re
@@ -63,6 +64,9 @@ def extract(out, pages):
     out.mkdir(parents=True, exist_ok=True)
     for page in pages:
         for number, block in enumerate(blocks_of(page), 1):
+            for file in block.noted("file"):
+                if (Path(page).parent / file).read_text() != block.code:
+                    sys.exit(f"{block.name} is not what is in {file}")
             if block.language == "cpp":
                 file = out / f"{block.name}.cpp"
                 if not file.exists() or file.read_text() != block.source():

@@ -16,7 +16,7 @@ build() { # source, targets...
 build "$consumer" move_c move_cpp
 examples=$prefix/share/doc/libkx-service-dev/examples
 if [ "$prefix" != /usr ] || [ -d "$examples" ]; then # small systems install packages without their documentation
-  build "$examples" stream_joints
+  build "$examples" 7_stream
 fi
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix"/lib* -name kx-service.pc)")

@@ -2,14 +2,11 @@
 // The callback counts the pushes that answer the targets and measures how far the arm lags behind. Ends with
 // status 0 only if every target was answered.
 //
-//     stream_joints PORT [MODEL [SECONDS]]        of a controller on this machine, e.g. kx-controller
-#include "kx_base.h"
+//     7_stream PORT [MODEL [SECONDS]]        of a controller on this machine, e.g. kx-controller
+#include "example.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <mutex>
 #include <time.h>
 #include <vector>
@@ -79,20 +76,12 @@ double percentile(const std::vector<double>& sorted, double percent)
 
 int main(int argc, char** argv)
 {
-    if (argc < 2) {
-        fprintf(stderr, "usage: stream_joints PORT [MODEL [SECONDS]]\n");
-        return 2;
-    }
-    const int port = atoi(argv[1]), model = argc > 2 ? atoi(argv[2]) : 46;
-    stream.joints = model == 47 ? 7 : 6;
-    stream.end = swing * std::max(1.0, std::round((argc > 3 ? atof(argv[3]) : 10) / swing));
-
-    KX_API_Init(take_push);
-    const int arm = Arm_Socket_Start("127.0.0.1", port, model, 0);
-    if (Get_Joint_Degree(arm, stream.from) != KX_SUCCESS) {
-        fprintf(stderr, "cannot connect to 127.0.0.1:%d as model %d\n", port, model);
-        return 1;
-    }
+    Example example(argc, argv, "PORT [MODEL [SECONDS]]", take_push);
+    const int arm = example.arm;
+    stream.joints = example.joints;
+    stream.end = swing * std::clamp(std::round(example.number(2, 10) / swing), 1.0, 1800.0);
+    if (!example.check(Get_Joint_Degree(arm, stream.from), "reading where the arm is"))
+        return example.result();
 
     const int targets = static_cast<int>(stream.end / period) + 1; // the last one is where the first one is
     int sent = 0, late_cycles = 0;
@@ -111,7 +100,6 @@ int main(int argc, char** argv)
     // The controller answers several targets at a time, and so the last ones after a moment.
     for (int i = 0; i < 100 && stream.pushes < sent; ++i)
         sleep_cp(20);
-    Arm_Socket_Close(arm);
 
     const std::lock_guard lock(stream.mutex);
     std::sort(stream.lags.begin(), stream.lags.end());

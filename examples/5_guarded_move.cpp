@@ -1,10 +1,8 @@
 // A guarded move: lowers the tool slowly and stops as soon as the force sensor feels the table, wherever that
 // is. Ends with status 0 only if it was found and left again.
 //
-//     force_guarded_move PORT        of a controller of model 46, e.g. kx-controller --table 20
-#include "steps.h"
-
-#include <cmath>
+//     5_guarded_move PORT        of a controller of model 46, e.g. kx-controller --table 20
+#include "example.h"
 
 // Joint angles, degrees: the tool points down. On the way from one to the other it sinks some 150 mm.
 static const float above[6] = {0, 60, 90, 0, 30, 0}, below[6] = {0, 82, 90, 0, 8, 0};
@@ -28,26 +26,25 @@ static POSE tool(int arm)
 
 int main(int argc, char** argv)
 {
-    const int arm = connect_to_arm(argc, argv, 46);
-    Steps steps;
-    steps.step("to above the table", [&] { return Movej_Cmd(arm, above, 50, 0, true); });
-    steps.step("clearing the force sensor", [&] { return Clear_Force_Data(arm, true); });
+    Example example(argc, argv, "PORT");
+    const int arm = example.arm;
+    example.step("to above the table", [&] { return Movej_Cmd(arm, above, 50, 0, true); });
+    example.step("clearing the force sensor", [&] { return Clear_Force_Data(arm, true); });
     const float start = tool(arm).z;
 
-    steps.step("starting to sink", [&] { return Movej_Cmd(arm, below, 2, 0, false); });
+    example.step("starting to sink", [&] { return Movej_Cmd(arm, below, 2, 0, false); });
     float felt = 0;
     const unsigned int begin = Get_Program_Runtime();
     while (felt < enough && Get_Program_Runtime() - begin < 15000)
         felt = pressure(arm);
-    steps.step("stopping", [&] { return Move_Stop_Cmd(arm, true); });
+    example.step("stopping", [&] { return Move_Stop_Cmd(arm, true); });
     sleep_cp(200); // to slow down
     felt = pressure(arm);
     printf("  contact %.0f mm below the start, pressing with %.0f N\n", 1000 * (start - tool(arm).z), felt);
-    steps.expect(felt >= enough, "the table is felt");
-    steps.expect(felt < 200, "and not pressed hard");
+    example.expect(felt >= enough, "the table is felt");
+    example.expect(felt < 200, "and not pressed hard");
 
-    steps.step("away from it", [&] { return Movej_Cmd(arm, above, 20, 0, true); });
-    steps.expect(pressure(arm) < 1, "nothing is felt above the table");
-    Arm_Socket_Close(arm);
-    return steps.result();
+    example.step("away from it", [&] { return Movej_Cmd(arm, above, 20, 0, true); });
+    example.expect(pressure(arm) < 1, "nothing is felt above the table");
+    return example.result();
 }

@@ -1,25 +1,12 @@
 // Joint angles for a pose of the tool, and how the reference decides which of all solutions is found. Needs
 // no controller.
 //
-//     inverse_kinematics [MODEL]
+//     8_inverse_kinematics [MODEL]
 #include "kx_base.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-
-// What a code says, see kx/inverse_kinematics.h.
-static const char* meaning(int code, int joints)
-{
-    static char text[50];
-    const int joint = (joints == 7 ? -4 : -2) - code;
-    if (code == 1) return "a solution inside all limits";
-    if (code == 2) return "no such model";
-    if (code == (joints == 7 ? -1 : -9)) return "out of reach";
-    if (joint < 1) return "no arm angle keeps the joints within their limits";
-    snprintf(text, sizeof text, "joint %d would leave its limits", joint);
-    return text;
-}
 
 // Solves, and prints all about the solution.
 static void solve(int model, const char* what, const float* reference, const KINEMATIC& target,
@@ -28,8 +15,13 @@ static void solve(int model, const char* what, const float* reference, const KIN
     const int joints = model == 47 ? 7 : 6;
     float found[7];
     const int code = inverse_kinematics(model, reference, &target, found, flag);
-    printf("\n%s: code %d, %s\n", what, code, meaning(code, joints));
+    printf("\n%s: code %d, %s\n", what, code, KX_Inverse_Words(model, code));
     if (code != 1) return;
+    for (int i = 0; i < joints; ++i)
+        if (!std::isfinite(found[i])) { // and must not be sent to an arm
+            puts("  of a target that is not a number");
+            return;
+        }
 
     double largest_move = 0;
     printf("  reference");
@@ -61,7 +53,7 @@ int main(int argc, char** argv)
 {
     const int model = argc > 1 ? atoi(argv[1]) : 46;
     if (model != 36 && model != 46 && model != 47) {
-        fprintf(stderr, "usage: inverse_kinematics [36|46|47]\n");
+        fprintf(stderr, "usage: 8_inverse_kinematics [36|46|47]\n");
         return 2;
     }
     Init_Sys_Data(46); // gives model 36 its tool transform
@@ -87,5 +79,9 @@ int main(int argc, char** argv)
     KINEMATIC far_away = target;
     far_away.position.x += 2;
     solve(model, "two metres farther", joint, far_away, 0);
+
+    KINEMATIC nowhere = target;
+    nowhere.position.x = NAN;
+    solve(model, "from a camera that saw nothing", joint, nowhere, 0);
     return 0;
 }
