@@ -7,12 +7,11 @@
 namespace kx::sim {
 
 struct ArmSettings {
-    int collision_stage = 0;                    ///< 0 off, up to 8 most sensitive
-    std::array<double, 5> lengths{};            ///< mm; the simulated arm keeps the geometry of its model
-    std::vector<double> zero_offset;            ///< degrees
-    std::vector<double> dynamics;               ///< for identification on a real arm
-    std::array<double, 2> installation{};       ///< degrees about the base's x and y axis
-    bool arm_servo = true, system_servo = true; ///< no motion unless both are on
+    std::vector<double> initial_pose;     ///< degrees
+    int collision_stage = 0;              ///< 0 off, up to 8 most sensitive
+    std::array<double, 5> lengths{};      ///< mm; the simulated arm keeps the geometry of its model
+    std::vector<double> dynamics;         ///< for identification on a real arm
+    std::array<double, 2> installation{}; ///< degrees about the base's x and y axis
 };
 
 } // namespace kx::sim

@@ -46,17 +46,17 @@ class JointCurve : public Path {
   public:
     explicit JointCurve(Joints start) { knots_.push_back({0, std::move(start), {}}); }
 
-    /** The next point, behind the last. */
-    void add(double s, Joints joints) { knots_.push_back({s, std::move(joints), {}}); }
-
-    /** After the last point, of at least three. */
-    void finish();
+    /** The next point, behind the last. There must be at least three. */
+    void add(double s, Joints joints);
 
     Joints at(double s) const override;
 
-    /** Visits enough places to know the curve's extremes: s, a joint, and its first and second derivative. */
+    std::size_t pieces() const { return knots_.size() - 1; }
+
+    /** Visits enough places of a piece to know its extremes: s, a joint, and its first and second derivative.
+     */
     template <typename Visit>
-    void survey(Visit visit) const;
+    void survey(std::size_t piece, Visit visit) const;
 
   private:
     struct Knot {
@@ -84,22 +84,21 @@ class JointCurve : public Path {
     std::vector<Knot> knots_;
 };
 
-void JointCurve::finish()
+void JointCurve::add(double s, Joints joints)
 {
-    const auto rise = [this](std::size_t k, std::size_t joint) {
-        return (knots_[k + 1].joints[joint] - knots_[k].joints[joint]) / (knots_[k + 1].s - knots_[k].s);
-    };
-    const std::size_t last = knots_.size() - 1;
-    for (std::size_t k = 0; k <= last; ++k) {
-        const std::size_t middle = std::clamp<std::size_t>(k, 1, last - 1);
-        const double before = knots_[middle].s - knots_[middle - 1].s,
-                     after = knots_[middle + 1].s - knots_[middle].s;
-        for (std::size_t i = 0; i < knots_[k].joints.size(); ++i) {
-            const double first = rise(middle - 1, i), second = rise(middle, i);
-            const double bend = (second - first) / (before + after); // half the parabola's second derivative
-            const double slope = first + bend * before;              // in the middle
-            knots_[k].slope.push_back(slope + 2 * bend * (knots_[k].s - knots_[middle].s));
-        }
+    knots_.push_back({s, std::move(joints), {}});
+    if (knots_.size() < 3) return;
+    Knot &from = knots_.end()[-3], &middle = knots_.end()[-2], &to = knots_.end()[-1];
+    const double before = middle.s - from.s, after = to.s - middle.s;
+    middle.slope.clear(); // it was the last one
+    for (std::size_t i = 0; i < to.joints.size(); ++i) {
+        const double first = (middle.joints[i] - from.joints[i]) / before;
+        const double second = (to.joints[i] - middle.joints[i]) / after;
+        const double bend = (second - first) / (before + after); // half the parabola's second derivative
+        const double slope = first + bend * before;              // in the middle
+        if (knots_.size() == 3) from.slope.push_back(slope - 2 * bend * before);
+        middle.slope.push_back(slope);
+        to.slope.push_back(slope + 2 * bend * after);
     }
 }
 
@@ -116,14 +115,14 @@ Joints JointCurve::at(double s) const
 }
 
 template <typename Visit>
-void JointCurve::survey(Visit visit) const
+void JointCurve::survey(std::size_t piece, Visit visit) const
 {
-    for (std::size_t k = 0; k + 1 < knots_.size(); ++k)
-        for (std::size_t i = 0; i < knots_[k].joints.size(); ++i) {
-            const Cubic cubic(knots_[k], knots_[k + 1], i);
-            for (double x : {0.0, 0.25, 0.5, 0.75, 1.0})
-                visit(knots_[k].s + x * cubic.width, i, std::abs(cubic.first(x)), std::abs(cubic.second(x)));
-        }
+    const Knot &from = knots_[piece], &to = knots_[piece + 1];
+    for (std::size_t i = 0; i < from.joints.size(); ++i) {
+        const Cubic cubic(from, to, i);
+        for (double x : {0.0, 0.25, 0.5, 0.75, 1.0})
+            visit(from.s + x * cubic.width, i, std::abs(cubic.first(x)), std::abs(cubic.second(x)));
+    }
 }
 
 double distance(const KDL::Rotation& a, const KDL::Rotation& b)
@@ -144,47 +143,6 @@ double largest_difference(const Joints& a, const Joints& b)
     return largest;
 }
 
-JointCurve joint_curve(const ToolPath& path, const Joints& from, const Model& model, const Frames& frames,
-                       const JointLimits& limits)
-{
-    const auto flange = [&](double s) {
-        return frames.flange_of(path.path->Pos(s * path.path->PathLength()));
-    };
-    const double steps =
-        std::ceil(std::max({path.length / longest_step, path.turn / largest_turn, fewest_steps}));
-    const double longest = 1 / steps;
-
-    JointCurve curve(from);
-    limits.check(from);
-    Joints here = from;
-    double step = longest;
-    for (double s = 0; s < 1;) {
-        const double next = s + 1.5 * step < 1 ? s + step : 1;
-        const auto try_step = [&] {
-            Joints there = model.joints_for(flange(next), here, Model::Elbow::near);
-            limits.check(there);
-            const Joints between = JointLine(here, there).at(0.5);
-            if (!near(model.flange(between), flange((s + next) / 2)))
-                throw Refused(largest_difference(here, there) > jump ? "the joints would have to jump"
-                                                                     : "out of reach");
-            return there;
-        };
-        try {
-            here = try_step();
-        } catch (const Refused& refused) {
-            // A long step may also end in a limit because it has come to another branch of solutions.
-            if (step < longest * shortest_part) throw Refused(refused.what() + std::string(" on the way"));
-            step /= 2;
-            continue;
-        }
-        curve.add(next, here);
-        s = next;
-        step = std::min(2 * step, longest);
-    }
-    curve.finish();
-    return curve;
-}
-
 /** What a path's limits in space leave for the rate of its parameter. */
 Pace tool_pace(const ToolPath& path, const CartesianLimits& limits)
 {
@@ -200,14 +158,156 @@ double squared_speed(const Pace& pace, double s)
     return std::min(pace.speed * pace.speed, 2 * pace.acceleration * std::min(s, 1 - s));
 }
 
-} // namespace
+/** Lays the joints' curve point by point, then finds how fast it can be run and how hard broken off. */
+class Following : public Planner {
+  public:
+    Following(ToolPath path, const Joints& from, const Model& model, const Frames& frames,
+              const JointLimits& limits, const CartesianLimits& cartesian, double percent)
+        : path_(std::move(path)), model_(model), frames_(frames), limits_(limits),
+          full_(tool_pace(path_, cartesian)), pace_{full_.speed * percent / 100,
+                                                    full_.acceleration * percent / 100},
+          braking_(full_.acceleration),
+          longest_(1 / std::ceil(
+                           std::max({path_.length / longest_step, path_.turn / largest_turn, fewest_steps}))),
+          step_(longest_), here_(from), curve_(std::make_unique<JointCurve>(from))
+    {
+        limits_.check(from);
+    }
 
-void JointLimits::check(const Joints& position) const
-{
-    for (std::size_t i = 0; i < position.size(); ++i)
-        if (!(position[i] >= min_position[i] && position[i] <= max_position[i]))
-            throw Refused("joint " + std::to_string(i + 1) + " would leave its limits");
-}
+    std::optional<Course> lay(int& effort) override
+    {
+        for (; s_ < 1; effort -= point) {
+            if (effort <= 0) return {};
+            next_point();
+        }
+        if (!each_piece(slowed_, effort, [this](auto... place) { heed_speed(place...); })) return {};
+        if (!slowed_down_) slow_down();
+        if (!each_piece(braked_, effort, [this](auto... place) { heed_braking(place...); })) return {};
+        return Course{std::move(curve_), pace_, braking_};
+    }
+
+  private:
+    KDL::Frame flange(double s) const
+    {
+        return frames_.flange_of(path_.path->Pos(s * path_.path->PathLength()));
+    }
+
+    void next_point()
+    {
+        const double next = s_ + 1.5 * step_ < 1 ? s_ + step_ : 1;
+        try {
+            here_ = joints_at(next);
+        } catch (const Refused& refused) {
+            // A long step may also end in a limit because it has come to another branch of solutions.
+            if (step_ < longest_ * shortest_part) throw Refused(refused.what() + std::string(" on the way"));
+            step_ /= 2;
+            return;
+        }
+        curve_->add(next, here_);
+        s_ = next;
+        step_ = std::min(2 * step_, longest_);
+    }
+
+    Joints joints_at(double next) const
+    {
+        Joints there = model_.joints_for(flange(next), here_, Model::Elbow::near);
+        limits_.check(there);
+        const Joints between = JointLine(here_, there).at(0.5);
+        if (!near(model_.flange(between), flange((s_ + next) / 2)))
+            throw Refused(largest_difference(here_, there) > jump ? "the joints would have to jump"
+                                                                  : "out of reach");
+        return there;
+    }
+
+    /** @param piece the first one that is not yet looked at; returns false if some are left */
+    template <typename Visit>
+    bool each_piece(std::size_t& piece, int& effort, Visit visit) const
+    {
+        for (; piece < curve_->pieces(); ++piece, --effort) {
+            if (effort <= 0) return false;
+            curve_->survey(piece, visit);
+        }
+        return true;
+    }
+
+    void heed_speed(double s, std::size_t joint, double first, double second)
+    {
+        const double square = squared_speed(pace_, s);
+        const double speed = first * std::sqrt(square),
+                     acceleration = first * pace_.acceleration + second * square;
+        slower_ = std::max({slower_, speed / limits_.max_speed[joint],
+                            std::sqrt(acceleration / limits_.max_acceleration[joint])});
+    }
+
+    void slow_down()
+    {
+        if (slower_ > slowest) throw Refused("too close to a singularity for this speed");
+        pace_.speed /= slower_;
+        pace_.acceleration /= slower_ * slower_;
+        slowed_down_ = true;
+    }
+
+    void heed_braking(double s, std::size_t joint, double first, double second)
+    {
+        const double left = limits_.max_acceleration[joint] - second * squared_speed(pace_, s);
+        braking_ = std::min(braking_, left / first);
+    }
+
+    const ToolPath path_;
+    const Model& model_;
+    const Frames frames_;
+    const JointLimits limits_;
+    const Pace full_;
+    Pace pace_;
+    double braking_;
+
+    const double longest_;
+    double step_;
+    double s_ = 0; ///< laid so far
+    Joints here_;  ///< there
+    std::unique_ptr<JointCurve> curve_;
+
+    double slower_ = 1; ///< so that every joint can follow
+    bool slowed_down_ = false;
+    std::size_t slowed_ = 0, braked_ = 0; ///< pieces
+};
+
+/** Halves the step to the next course that is tried: what can be followed to the end can be followed to any
+ *  place before. */
+class Farthest : public Planner {
+  public:
+    Farthest(std::function<std::unique_ptr<Planner>(double length)> course, double longest)
+        : course_(std::move(course)), shortest_(longest * finest_end), step_(longest),
+          trial_(course_(shortest_))
+    {
+    }
+
+    std::optional<Course> lay(int& effort) override
+    {
+        while (trial_) {
+            try {
+                auto laid = trial_->lay(effort);
+                if (!laid) return {};
+                possible_ = found_ ? possible_ + step_ : shortest_;
+                found_ = std::move(laid);
+            } catch (const Refused&) {
+                if (!found_) throw;
+            }
+            step_ /= 2;
+            trial_ = step_ >= shortest_ ? course_(possible_ + step_) : nullptr;
+        }
+        return std::move(found_);
+    }
+
+  private:
+    const std::function<std::unique_ptr<Planner>(double length)> course_;
+    const double shortest_;
+    double step_, possible_ = 0; ///< lengths
+    std::unique_ptr<Planner> trial_;
+    std::optional<Course> found_;
+};
+
+} // namespace
 
 ToolPath line(const KDL::Frame& from, const KDL::Frame& to)
 {
@@ -237,48 +337,18 @@ ToolPath circle(const KDL::Frame& from, const KDL::Vector& via, const KDL::Frame
             radius * angle, distance(from.M, to.M), radius};
 }
 
-Course follow(const ToolPath& path, const Joints& from, const Model& model, const Frames& frames,
-              const JointLimits& joints, const CartesianLimits& cartesian, double percent)
+std::unique_ptr<Planner> follow(ToolPath path, const Joints& from, const Model& model, const Frames& frames,
+                                const JointLimits& joints, const CartesianLimits& cartesian, double percent)
 {
     if (path.length < no_length && path.turn < no_turn)
-        return {std::make_unique<JointLine>(from, from), Pace(), 0};
-    auto curve = std::make_unique<JointCurve>(joint_curve(path, from, model, frames, joints));
-
-    const Pace full = tool_pace(path, cartesian);
-    Pace pace = {full.speed * percent / 100, full.acceleration * percent / 100};
-    double slower = 1; // so that every joint can follow
-    curve->survey([&](double s, std::size_t joint, double first, double second) {
-        const double square = squared_speed(pace, s);
-        const double speed = first * std::sqrt(square),
-                     acceleration = first * pace.acceleration + second * square;
-        slower = std::max({slower, speed / joints.max_speed[joint],
-                           std::sqrt(acceleration / joints.max_acceleration[joint])});
-    });
-    if (slower > slowest) throw Refused("too close to a singularity for this speed");
-    pace.speed /= slower;
-    pace.acceleration /= slower * slower;
-
-    double braking = full.acceleration;
-    curve->survey([&](double s, std::size_t joint, double first, double second) {
-        const double left = joints.max_acceleration[joint] - second * squared_speed(pace, s);
-        braking = std::min(braking, left / first);
-    });
-    return {std::move(curve), pace, braking};
+        return laid({std::make_unique<JointLine>(from, from), Pace(), 0});
+    return std::make_unique<Following>(std::move(path), from, model, frames, joints, cartesian, percent);
 }
 
-Course farthest(const std::function<Course(double length)>& course, double longest)
+std::unique_ptr<Planner> farthest(std::function<std::unique_ptr<Planner>(double length)> course,
+                                  double longest)
 {
-    // What can be followed to the end can be followed to any place before, so halving finds the last one.
-    const double shortest = longest * finest_end;
-    double possible = shortest;
-    Course found = course(shortest);
-    for (double step = longest / 2; step >= shortest; step /= 2)
-        try {
-            found = course(possible + step);
-            possible += step;
-        } catch (const Refused&) {
-        }
-    return found;
+    return std::make_unique<Farthest>(std::move(course), longest);
 }
 
 } // namespace kx::sim

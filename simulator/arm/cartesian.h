@@ -6,6 +6,7 @@
 
 #include <kdl/path.hpp>
 
+#include "arm/drives.h"
 #include "arm/frames.h"
 #include "arm/motion.h"
 
@@ -16,15 +17,6 @@ struct CartesianLimits {
     double acceleration = 1;         ///< m/s^2, along the path and towards the centre of a circle each
     double angular_speed = 1;        ///< rad/s
     double angular_acceleration = 5; ///< rad/s^2
-};
-
-struct JointLimits {
-    Joints min_position, max_position; ///< degrees
-    Joints max_speed;                  ///< degrees/s
-    Joints max_acceleration;           ///< degrees/s^2
-
-    /** @throws Refused if a joint is beyond them */
-    void check(const Joints& position) const;
 };
 
 /** A path of the tool in the base. */
@@ -41,14 +33,15 @@ ToolPath line(const KDL::Frame& from, const KDL::Frame& to);
  *  orientation. @throws Refused if the three places are on one line */
 ToolPath circle(const KDL::Frame& from, const KDL::Vector& via, const KDL::Frame& to, int whole_circles);
 
-/** Follows a path with the joints, from where they are, as fast as the limits allow.
- *  @param percent of the Cartesian limits, 1 to 100
- *  @throws Refused if the arm cannot follow all the way */
-Course follow(const ToolPath& path, const Joints& from, const Model& model, const Frames& frames,
-              const JointLimits& joints, const CartesianLimits& cartesian, double percent);
+/** Follows a path with the joints, from where they are, as fast as the limits allow; refuses if the arm
+ * cannot follow all the way.
+ *  @param percent of the Cartesian limits, 1 to 100 */
+std::unique_ptr<Planner> follow(ToolPath path, const Joints& from, const Model& model, const Frames& frames,
+                                const JointLimits& joints, const CartesianLimits& cartesian, double percent);
 
-/** The longest course that the arm can follow. @param course of a length; throws Refused if that is too long
- *  @throws Refused if there is none */
-Course farthest(const std::function<Course(double length)>& course, double longest);
+/** The longest course that the arm can follow; refuses if there is none.
+ *  @param course of a length; refuses if that is too long */
+std::unique_ptr<Planner> farthest(std::function<std::unique_ptr<Planner>(double length)> course,
+                                  double longest);
 
 } // namespace kx::sim

@@ -33,20 +33,91 @@ Pace joint_line_pace(const Joints& from, const Joints& to, const Joints& max_spe
     return pace;
 }
 
+namespace {
+
+class Laid : public Planner {
+  public:
+    explicit Laid(Course course) : course_(std::move(course)) {}
+    std::optional<Course> lay(int&) override { return std::move(course_); }
+
+  private:
+    Course course_;
+};
+
+} // namespace
+
+std::unique_ptr<Planner> laid(Course course)
+{
+    return std::make_unique<Laid>(std::move(course));
+}
+
 void Motions::add(Motion motion)
 {
     if (waiting_.size() >= capacity) throw Refused("too many motions are waiting");
     if (jogging()) throw Refused("the arm is being jogged");
     if (motion.is_jog && !free()) throw Refused("motions are planned");
-    Joints end = motion.plan(this->end()).path->at(1);
-    waiting_.push_back({std::move(motion), ++last_number_, std::move(end)});
+    const bool others_first = planning();
+    if (!others_first) effort_ = slice;
+    waiting_.push_back({std::move(motion), last_number_ + 1});
+    if (!others_first) try {
+            check(waiting_.back());
+        } catch (const Refused&) {
+            checking_.reset();
+            waiting_.pop_back();
+            throw;
+        }
+    ++last_number_;
 }
 
 Joints Motions::end() const
 {
-    if (!waiting_.empty()) return waiting_.back().end;
+    for (auto queued = waiting_.rbegin(); queued != waiting_.rend(); ++queued)
+        if (queued->end) return *queued->end;
+    return end_of_current();
+}
+
+Joints Motions::end_of_current() const
+{
     if (!running_) return position_;
     return running_->course.path->at(running_->dropped.empty() ? 1 : halt());
+}
+
+bool Motions::planning() const
+{
+    return beginning_ || std::ranges::any_of(waiting_, [](const Queued& queued) { return !queued.end; });
+}
+
+void Motions::plan_on()
+{
+    effort_ = slice;
+    if (!beginning_) check_waiting();
+}
+
+void Motions::check_waiting()
+{
+    for (auto next = waiting_.begin(); next != waiting_.end();)
+        if (next->end) {
+            ++next;
+        } else {
+            try {
+                check(*next);
+                if (!next->end) return;
+            } catch (const Refused& refused) {
+                checking_.reset();
+                report(next->motion, refused.what());
+                next = waiting_.erase(next);
+            }
+        }
+}
+
+/** Works on the first motion that is not checked. */
+void Motions::check(Queued& queued)
+{
+    if (!checking_) checking_ = queued.motion.plan(end());
+    const auto course = checking_->lay(effort_);
+    if (!course) return;
+    queued.end = course->path->at(1);
+    checking_.reset();
 }
 
 void Motions::pause()
@@ -66,6 +137,7 @@ void Motions::resume()
 
 void Motions::drop_current(const std::string& why)
 {
+    if (beginning_) drop_beginning(why);
     if (!running_) return;
     if (running_->dropped.empty()) running_->dropped = why;
     if (running_->profile)
@@ -79,6 +151,8 @@ void Motions::drop_all(const std::string& why)
     for (Queued& queued : waiting_)
         report(queued.motion, why);
     waiting_.clear();
+    beginning_.reset();
+    checking_.reset();
     drop_current(why);
     paused_ = false;
 }
@@ -87,7 +161,7 @@ void Motions::advance(double time)
 {
     for (;;) {
         if (!running_ && !paused_ && !waiting_.empty()) {
-            begin_next();
+            if (!begin_next()) break;
         } else if (const auto event = next_event(); event && *event <= time) {
             time_ = *event;
             profile_done();
@@ -132,19 +206,39 @@ Joints Motions::velocity() const
     return velocity;
 }
 
-void Motions::begin_next()
+/** Plans anew: limits, and the place from which it starts, may have changed since the motion was asked for.
+ *  Returns false while that goes on. */
+bool Motions::begin_next()
 {
-    Queued next = std::move(waiting_.front());
-    waiting_.pop_front();
+    Queued& next = waiting_.front();
+    if (!planning()) effort_ = slice;
     try {
-        // Planned anew: limits and the place from which it starts may have changed since it was asked for.
-        Course course = next.motion.plan(position_);
+        if (!beginning_) beginning_ = next.motion.plan(position_);
+        auto course = beginning_->lay(effort_);
+        if (!course) return false;
         running_.emplace(
-            Running{.motion = std::move(next.motion), .number = next.number, .course = std::move(course)});
-        run();
+            Running{.motion = std::move(next.motion), .number = next.number, .course = *std::move(course)});
     } catch (const Refused& refused) {
-        report(next.motion, refused.what());
+        drop_beginning(refused.what());
+        return true;
     }
+    forget_first();
+    run();
+    return true;
+}
+
+void Motions::drop_beginning(const std::string& why)
+{
+    report(waiting_.front().motion, why);
+    forget_first();
+    if (waiting_.empty()) paused_ = false;
+}
+
+void Motions::forget_first()
+{
+    if (!waiting_.front().end) checking_.reset(); // it was for this one
+    waiting_.pop_front();
+    beginning_.reset();
 }
 
 /** Starts the current motion, or what is left of it, from rest. */

@@ -55,6 +55,23 @@ struct Course {
     double braking; ///< 1/s^2
 };
 
+/** Lays a course piece by piece: a long one takes more work than others may wait for. */
+class Planner {
+  public:
+    /** A piece of the way and its joint angles take so much work; to look at them once more takes 1. */
+    static constexpr int point = 20;
+
+    virtual ~Planner() = default;
+
+    /** Works on. @param effort that may still be spent; counts down
+     *  @returns the course as soon as it is laid
+     *  @throws Refused when there turns out to be none */
+    virtual std::optional<Course> lay(int& effort) = 0;
+};
+
+/** A course that takes no work. */
+std::unique_ptr<Planner> laid(Course course);
+
 enum class MotionKind { none, joint, line, circle };
 
 /** What clients call a kind. */
@@ -68,8 +85,8 @@ inline constexpr std::string_view name_of(MotionKind kind)
 struct Motion {
     MotionKind kind;
     std::vector<double> target; ///< what the asker named: joint angles, or a pose
-    /** Lays the path from where the arm stands; throws Refused when there is none. */
-    std::function<Course(const Joints& from)> plan;
+    /** Begins to lay the path from where the arm stands; throws Refused when there is none. */
+    std::function<std::unique_ptr<Planner>(const Joints& from)> plan;
     /** Called once, at the end; the text is empty if the target was reached, else it says why not. */
     std::function<void(const std::string& broken_off)> ended;
     bool is_jog = false; ///< runs until it is stopped or cannot go on; nothing can be planned behind it
@@ -77,15 +94,19 @@ struct Motion {
 
 class Motions {
   public:
-    static constexpr std::size_t capacity = 100; // motions that may wait
+    static constexpr std::size_t capacity = 100; ///< motions that may wait
+
+    /** Of planning, before others have their turn: 1 to 2 ms. */
+    static constexpr int slice = 50 * Planner::point;
 
     explicit Motions(Joints position) : position_(std::move(position)) {}
 
-    /** Puts a motion behind those that wait. @throws Refused if it has no path from end(), or the queue is
-     * full */
+    /** Puts a motion behind those that wait. It is refused unless it has a path from the end of those; if
+     *  that takes long to know, its asker is told later. @throws Refused at once, if the queue is full, too
+     */
     void add(Motion motion);
 
-    /** Where the arm will stand after all motions, if none is broken off. */
+    /** Where the arm will stand after all motions that are checked, if none is broken off. */
     Joints end() const;
 
     /** Slows the arm down to a halt on its path; its plan stays. @throws Refused if there is nothing to pause
@@ -103,6 +124,12 @@ class Motions {
 
     /** Runs on to a time (s, never back) and tells the askers of motions that ended. */
     void advance(double time);
+
+    /** Others have had their turn: plans for another slice. */
+    void plan_on();
+
+    /** There is more to plan than the last slice was enough for. */
+    bool planning() const;
 
     /** When something will happen by itself next. */
     std::optional<double> next_event() const;
@@ -136,7 +163,7 @@ class Motions {
     struct Queued {
         Motion motion;
         int number;
-        Joints end;
+        std::optional<Joints> end = {}; ///< known when it was checked
     };
 
     struct Running {
@@ -150,7 +177,12 @@ class Motions {
         std::string dropped = {}; ///< why the motion ends as soon as the arm stands
     };
 
-    void begin_next();
+    Joints end_of_current() const;
+    void check_waiting();
+    void check(Queued& queued);
+    bool begin_next();
+    void drop_beginning(const std::string& why);
+    void forget_first();
     void run();
     void brake();
     double halt() const;
@@ -164,6 +196,9 @@ class Motions {
     int last_number_ = 0;
     std::optional<Running> running_;
     std::deque<Queued> waiting_;
+    int effort_ = slice;                 ///< that is left of it
+    std::unique_ptr<Planner> beginning_; ///< for the first that waits, from where the arm stands
+    std::unique_ptr<Planner> checking_;  ///< for the first that is not checked, from the end of those before
     std::vector<std::function<void()>>
         reports_; ///< told at the next advance(), after the reply that caused them
 };

@@ -21,12 +21,9 @@ Json limit(Call& call, double CartesianLimits::*limit)
     return std::lround(call.arm.cartesian_limits().*limit * 1000);
 }
 
-Json switch_servo(Call& call, const char* key, bool ArmSettings::*servo)
+bool servo(const Call& call, const char* key)
 {
-    const bool on = integer(call[key], "the servo's state", 0, 1) == 1;
-    call.arm.settings().*servo = on;
-    if (!on) call.arm.stop("the servos were switched off");
-    return true;
+    return integer(call[key], "the servo's state", 0, 1) == 1;
 }
 
 constexpr Command commands[] = {
@@ -53,23 +50,23 @@ constexpr Command commands[] = {
      }},
     {"set_collision_stage", "collision_state",
      [](Call& call) -> Json {
-         call.arm.settings().collision_stage = integer(call["collision_stage"], "the stage", 0, 8);
+         call.arm.settings.collision_stage = integer(call["collision_stage"], "the stage", 0, 8);
          return true;
      },
      "set_collision_state"},
     {"get_collision_stage", "collision_stage",
-     [](Call& call) -> Json { return call.arm.settings().collision_stage; }},
+     [](Call& call) -> Json { return call.arm.settings.collision_stage; }},
     // The five lengths travel in tenths, alone among all lengths.
     {"set_DH_data", "set_state",
      [](Call& call) -> Json {
          const std::vector<double> tenths = numbers(call["data"], 5);
-         std::ranges::transform(tenths, call.arm.settings().lengths.begin(), [](double t) { return t / 10; });
+         std::ranges::transform(tenths, call.arm.settings.lengths.begin(), [](double t) { return t / 10; });
          return true;
      }},
     {"get_DH_data", "data",
      [](Call& call) {
          Json tenths = Json::array();
-         for (double length : call.arm.settings().lengths)
+         for (double length : call.arm.settings.lengths)
              tenths.push_back(std::lround(length * 10));
          return tenths;
      }},
@@ -80,18 +77,24 @@ constexpr Command commands[] = {
      }},
     {"set_arm_dynamic_parm", "set_state",
      [](Call& call) -> Json {
-         call.arm.settings().dynamics = from_thousandths(call["parm"], 2 * call.arm.joint_count());
+         call.arm.settings.dynamics = from_thousandths(call["parm"], 2 * call.arm.joint_count());
          return true;
      }},
     {"get_tool_software_version", "version", [](Call&) -> Json { return tool_version; }},
     {"set_arm_servo", "arm_servo",
-     [](Call& call) { return switch_servo(call, "arm_servo", &ArmSettings::arm_servo); }},
+     [](Call& call) -> Json {
+         call.arm.drives.set_servo(servo(call, "arm_servo"));
+         return true;
+     }},
     {"set_system_state_servo", "servo_state",
-     [](Call& call) { return switch_servo(call, "servo_state", &ArmSettings::system_servo); }},
+     [](Call& call) -> Json {
+         call.arm.drives.set_system_servo(servo(call, "servo_state"));
+         return true;
+     }},
     {"set_install_pose", "set_state",
      [](Call& call) -> Json {
          const std::vector<double> angles = numbers(call["pose"], 2);
-         call.arm.settings().installation = {angles[0], angles[1]};
+         call.arm.settings.installation = {angles[0], angles[1]};
          return true;
      }},
 };

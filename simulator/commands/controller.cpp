@@ -34,11 +34,11 @@ constexpr Command commands[] = {
      [](Call& call) -> Json {
          constexpr double own_current = 0.8;   // A
          constexpr double cabinet_warmth = 10; // degrees Celsius above the room that the joints are in
-         const Joints currents = call.arm.currents(), temperatures = call.arm.temperatures();
+         const Joints currents = call.arm.currents(), temperatures = call.arm.drives.temperatures();
          const double drawn = std::accumulate(currents.begin(), currents.end(), own_current);
          const double joints = std::accumulate(temperatures.begin(), temperatures.end(), 0.0) /
                                static_cast<double>(temperatures.size());
-         return {{"voltage", std::lround(1000 * call.arm.voltages().front())},
+         return {{"voltage", std::lround(1000 * voltages(currents).front())},
                  {"current", std::lround(1000 * drawn)},
                  {"temperature", std::lround(1000 * (joints + cabinet_warmth))},
                  {"err_flag", 0}};

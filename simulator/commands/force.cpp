@@ -107,8 +107,9 @@ constexpr Command commands[] = {
          const Joints target = call.request.contains("pose") ? call.arm.joints_near(pose_from(call["pose"]))
                                                              : call.joints("joint");
          call.peripherals.force.follow(target, force_target(call, "dir", "force", 0.1));
-         return {
-             {"set_state", true}, {"joint", thousandths(call.arm.position())}, {"arm_err", call.arm.error()}};
+         return {{"set_state", true},
+                 {"joint", thousandths(call.arm.position())},
+                 {"arm_err", call.arm.drives.error()}};
      },
      "Force_Position_State", true, "set_state"},
     {"Stop_Force_Position_Move", "set_state",

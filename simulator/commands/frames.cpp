@@ -36,7 +36,7 @@ Json tool(const ToolFrame& frame)
 
 Json teach_tool(Call& call)
 {
-    call.arm.frames().teach_tool(point(call), call.arm.flange());
+    call.arm.frames.teach_tool(point(call), call.arm.flange());
     return true;
 }
 
@@ -46,81 +46,79 @@ constexpr Command commands[] = {
     {"", "auto_tool_frame", teach_tool, "set_auto_tool_frame"},
     {"generate_auto_tool_frame", "auto_tool_frame",
      [](Call& call) -> Json {
-         call.arm.frames().generate_tool(tool_name(call), load(call));
+         call.arm.frames.generate_tool(tool_name(call), load(call));
          return true;
      },
      "set_auto_tool_frame"},
     {"set_manual_tool_frame", "manual_tool_frame",
      [](Call& call) -> Json {
-         call.arm.frames().tools.set(tool_name(call), {pose_from(call["tool_pose"]), load(call)});
+         call.arm.frames.tools.set(tool_name(call), {pose_from(call["tool_pose"]), load(call)});
          return true;
      }},
     {"set_change_tool_frame", "change_tool_frame",
      [](Call& call) -> Json {
-         call.arm.frames().tools.activate(tool_name(call));
+         call.arm.frames.tools.activate(tool_name(call));
          return true;
      }},
     {"set_delete_tool_frame", "delete_tool_frame",
      [](Call& call) -> Json {
-         call.arm.frames().tools.erase(tool_name(call));
+         call.arm.frames.tools.erase(tool_name(call));
          return true;
      }},
     {"get_current_tool_frame", "",
      [](Call& call) -> Json {
-         const auto& tools = call.arm.frames().tools;
+         const auto& tools = call.arm.frames.tools;
          Json reply = {{"tool_name", tools.active_name()}};
          reply.update(tool(tools.active()));
          return reply;
      }},
-    {"get_tool_frame", "", [](Call& call) { return tool(call.arm.frames().tools[tool_name(call)]); },
+    {"get_tool_frame", "", [](Call& call) { return tool(call.arm.frames.tools[tool_name(call)]); },
      "given_tool_frame"},
-    {"get_total_tool_frame", "tool_names",
-     [](Call& call) -> Json { return call.arm.frames().tools.names(); }},
+    {"get_total_tool_frame", "tool_names", [](Call& call) -> Json { return call.arm.frames.tools.names(); }},
 
     // The payload is that of the active tool.
     {"set_payload", "set_state",
      [](Call& call) -> Json {
-         call.arm.frames().tools.active().load = load(call);
+         call.arm.frames.tools.active().load = load(call);
          return true;
      }},
     {"set_none_payload", "set_state",
      [](Call& call) -> Json {
-         call.arm.frames().tools.active().load = {};
+         call.arm.frames.tools.active().load = {};
          return true;
      }},
 
     {"set_auto_work_frame", "auto_work_frame",
      [](Call& call) -> Json {
-         call.arm.frames().teach_work(frame_name(call), point(call), call.arm.flange());
+         call.arm.frames.teach_work(frame_name(call), point(call), call.arm.flange());
          return true;
      }},
     // Clients wait for this spelling; and for this reply when they delete a work frame.
     {"set_manual_work_frame", "manual_work_frame",
      [](Call& call) -> Json {
-         call.arm.frames().works.set(frame_name(call), pose_from(call["frame_pose"]));
+         call.arm.frames.works.set(frame_name(call), pose_from(call["frame_pose"]));
          return true;
      },
      "set_maual_work_frame"},
     {"set_delete_work_frame", "manual_work_frame",
      [](Call& call) -> Json {
-         call.arm.frames().works.erase(frame_name(call));
+         call.arm.frames.works.erase(frame_name(call));
          return true;
      },
      "set_maual_work_frame"},
     {"set_change_work_frame", "change_work_frame",
      [](Call& call) -> Json {
-         call.arm.frames().works.activate(frame_name(call));
+         call.arm.frames.works.activate(frame_name(call));
          return true;
      }},
     {"get_current_work_frame", "",
      [](Call& call) -> Json {
-         const auto& works = call.arm.frames().works;
+         const auto& works = call.arm.frames.works;
          return {{"frame_name", works.active_name()}, {"pose", pose_of(works.active())}};
      }},
-    {"get_work_frame", "pose", [](Call& call) { return pose_of(call.arm.frames().works[frame_name(call)]); },
+    {"get_work_frame", "pose", [](Call& call) { return pose_of(call.arm.frames.works[frame_name(call)]); },
      "given_work_frame"},
-    {"get_total_work_frame", "frame_names",
-     [](Call& call) -> Json { return call.arm.frames().works.names(); }},
+    {"get_total_work_frame", "frame_names", [](Call& call) -> Json { return call.arm.frames.works.names(); }},
 };
 
 } // namespace

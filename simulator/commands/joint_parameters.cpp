@@ -5,21 +5,20 @@ namespace kx::sim {
 
 namespace {
 
-template <typename Value, typename Owner>
-Json thousandths_of(const std::vector<Owner>& joints, Value Owner::*value)
+Json thousandths_of(const Call& call, double Drive::*value)
 {
     std::vector<double> values;
-    for (const Owner& joint : joints)
-        values.push_back(joint.*value);
+    for (const Drive& drive : call.arm.drives.each())
+        values.push_back(drive.*value);
     return thousandths(values);
 }
 
 template <typename Value>
-Json integers_of(const std::vector<Joint>& joints, Value Joint::*value)
+Json integers_of(const Call& call, Value Drive::*value)
 {
     Json array = Json::array();
-    for (const Joint& joint : joints)
-        array.push_back(static_cast<int>(joint.*value));
+    for (const Drive& drive : call.arm.drives.each())
+        array.push_back(static_cast<int>(drive.*value));
     return array;
 }
 
@@ -27,25 +26,25 @@ constexpr Command commands[] = {
     {"set_joint_max_speed", "joint_max_speed",
      [](Call& call) -> Json {
          const auto [joint, speed] = call.joint_and_value("joint_max_speed");
-         call.arm.set_max_speed(joint, speed);
+         call.arm.drives.set_max_speed(joint, speed);
          return true;
      }},
     {"set_joint_max_acc", "joint_max_acc",
      [](Call& call) -> Json {
          const auto [joint, acceleration] = call.joint_and_value("joint_max_acc");
-         call.arm.set_max_acceleration(joint, acceleration);
+         call.arm.drives.set_max_acceleration(joint, acceleration);
          return true;
      }},
     {"set_joint_min_pos", "joint_min_pos",
      [](Call& call) -> Json {
          const auto [joint, position] = call.joint_and_value("joint_min_pos");
-         call.arm.set_min_position(joint, position);
+         call.arm.drives.set_min_position(joint, position);
          return true;
      }},
     {"set_joint_max_pos", "joint_max_pos",
      [](Call& call) -> Json {
          const auto [joint, position] = call.joint_and_value("joint_max_pos");
-         call.arm.set_max_position(joint, position);
+         call.arm.drives.set_max_position(joint, position);
          return true;
      }},
     {"set_joint_en_state", "joint_en_state",
@@ -53,7 +52,7 @@ constexpr Command commands[] = {
          const Json& pair = call["joint_en_state"];
          if (!pair.is_array() || pair.size() != 2) throw Refused("an array of joint and state was expected");
          const std::size_t joint = call.joint(pair[0]);
-         call.arm.set_enabled(joint, integer(pair[1], "the state", 0, 1) == 1);
+         call.arm.drives.set_enabled(joint, integer(pair[1], "the state", 0, 1) == 1);
          return true;
      }},
     {"set_joint_zero_pos", "joint_zero_pos",
@@ -63,7 +62,7 @@ constexpr Command commands[] = {
      }},
     {"set_joint_clear_err", "joint_clear_err",
      [](Call& call) -> Json {
-         call.arm.clear_error(call.joint(call["joint_clear_err"]));
+         call.arm.drives.clear_error(call.joint(call["joint_clear_err"]));
          return true;
      }},
     {"start_calibrate", "calibrate_state",
@@ -73,28 +72,24 @@ constexpr Command commands[] = {
      }},
     {"stop_calibrate", "calibrate_state",
      [](Call& call) -> Json {
-         call.arm.stop_calibration();
+         call.arm.drives.stop_calibration();
          return true;
      }},
     {"get_joint_max_speed", "joint_speed",
-     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::max_speed); }},
+     [](Call& call) { return thousandths_of(call, &Drive::max_speed); }},
     {"get_joint_max_acc", "joint_acc",
-     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::max_acceleration); }},
-    {"get_joint_min_pos", "min_pos",
-     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::min_position); }},
-    {"get_joint_max_pos", "max_pos",
-     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::max_position); }},
-    {"get_joint_en_state", "en_state",
-     [](Call& call) { return integers_of(call.arm.joints(), &Joint::enabled); }},
-    {"get_joint_err_flag", "err_flag",
-     [](Call& call) { return integers_of(call.arm.joints(), &Joint::error); }},
+     [](Call& call) { return thousandths_of(call, &Drive::max_acceleration); }},
+    {"get_joint_min_pos", "min_pos", [](Call& call) { return thousandths_of(call, &Drive::min_position); }},
+    {"get_joint_max_pos", "max_pos", [](Call& call) { return thousandths_of(call, &Drive::max_position); }},
+    {"get_joint_en_state", "en_state", [](Call& call) { return integers_of(call, &Drive::enabled); }},
+    {"get_joint_err_flag", "err_flag", [](Call& call) { return integers_of(call, &Drive::error); }},
     {"get_joint_software_version", "version",
-     [](Call& call) { return thousandths_of(call.arm.joints(), &Joint::version); }},
+     [](Call& call) { return thousandths_of(call, &Drive::version); }},
     {"get_calibrate_state", "joint_state",
      [](Call& call) {
          Json states = Json::array();
          for (std::size_t i = 0; i < call.arm.joint_count(); ++i)
-             states.push_back(static_cast<int>(call.arm.calibration(i)));
+             states.push_back(static_cast<int>(call.arm.drives.calibration(i)));
          return states;
      }},
 };

@@ -64,22 +64,22 @@ constexpr Command commands[] = {
      }},
     {"set_arm_pause", "arm_pause",
      [](Call& call) -> Json {
-         call.arm.motions().pause();
+         call.arm.pause();
          return true;
      }},
     {"set_arm_continue", "arm_continue",
      [](Call& call) -> Json {
-         call.arm.motions().resume();
+         call.arm.resume();
          return true;
      }},
     {"set_delete_current_trajectory", "delete_current_trajectory",
      [](Call& call) -> Json {
-         call.arm.motions().drop_current("the motion was deleted");
+         call.arm.drop_current("the motion was deleted");
          return true;
      }},
     {"set_arm_delete_trajectory", "arm_delete_trajectory",
      [](Call& call) -> Json {
-         call.arm.motions().drop_all("all motions were deleted");
+         call.arm.drop_all("all motions were deleted");
          return true;
      }},
     // The target of the motion that runs, or where the arm stands.

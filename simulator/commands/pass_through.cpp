@@ -8,7 +8,7 @@ namespace {
 
 Json state(Call& call)
 {
-    return {{"arm_err", call.arm.error()},
+    return {{"arm_err", call.arm.drives.error()},
             {"pose", pose_of(call.arm.tool_pose())},
             {"joint", thousandths(call.arm.position())}};
 }

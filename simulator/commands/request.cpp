@@ -1,10 +1,25 @@
 #include "commands/request.h"
 
 #include <cmath>
+#include <cstdint>
+#include <limits>
 
 #include "arm/refused.h"
 
 namespace kx::sim {
+
+namespace {
+
+/** NaN for what is no number at all. The smallest number of 32 bits is what clients send for one that is not
+ *  finite. */
+double value_of(const Json& json)
+{
+    const double value = json.is_number() ? json.get<double>() : NAN;
+    if (value == std::numeric_limits<std::int32_t>::min()) throw Refused("a number is not finite");
+    return value;
+}
+
+} // namespace
 
 const Json& member(const Json& request, const char* key)
 {
@@ -15,7 +30,7 @@ const Json& member(const Json& request, const char* key)
 
 int integer(const Json& value, const char* what, int low, int high)
 {
-    const double number = value.is_number() ? value.get<double>() : NAN;
+    const double number = value_of(value);
     if (!(number >= low && number <= high && number == std::floor(number)))
         throw Refused(std::string(what) + " must be a whole number from " + std::to_string(low) + " to " +
                       std::to_string(high));
@@ -24,7 +39,7 @@ int integer(const Json& value, const char* what, int low, int high)
 
 double number(const Json& value, const char* what, double low, double high)
 {
-    const double number = value.is_number() ? value.get<double>() : NAN;
+    const double number = value_of(value);
     if (!(number >= low && number <= high))
         throw Refused(std::string(what) + " must be a number from " + Json(low).dump() + " to " +
                       Json(high).dump());
@@ -39,8 +54,9 @@ const std::string& text(const Json& value)
 
 double from_thousandths(const Json& value)
 {
-    if (!value.is_number()) throw Refused("a number was expected");
-    return value.get<double>() / 1000;
+    const double thousandths = value_of(value);
+    if (std::isnan(thousandths)) throw Refused("a number was expected");
+    return thousandths / 1000;
 }
 
 std::vector<double> numbers(const Json& array, std::size_t count)

@@ -1,6 +1,6 @@
 // Reads the members of a request and writes numbers into replies. Values travel as integers in thousandths
 // (positions of poses in millionths); whatever does not fit is refused with a text that says what was
-// expected.
+// expected, and so is the number that stands for one that is not finite.
 #pragma once
 
 #include <string>

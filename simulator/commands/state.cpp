@@ -15,24 +15,24 @@ constexpr Command commands[] = {
      [](Call& call) -> Json {
          return {{"pose", pose_of(call.arm.tool_pose())},
                  {"joint", thousandths(call.arm.position())},
-                 {"arm_err", call.arm.error()},
+                 {"arm_err", call.arm.drives.error()},
                  {"sys_err", system_error(call)}};
      }},
     {"get_current_joint_temperature", "joint_temperature",
-     [](Call& call) { return thousandths(call.arm.temperatures()); }},
+     [](Call& call) { return thousandths(call.arm.drives.temperatures()); }},
     {"get_current_joint_current", "joint_current",
      [](Call& call) { return thousandths(call.arm.currents()); }},
     {"get_current_joint_voltage", "joint_voltage",
-     [](Call& call) { return thousandths(call.arm.voltages()); }},
+     [](Call& call) { return thousandths(voltages(call.arm.currents())); }},
     {"get_joint_degree", "joint", [](Call& call) { return thousandths(call.arm.position()); }},
     {"get_arm_all_state", "all_state",
      [](Call& call) -> Json {
          Json errors = Json::array();
-         for (const Joint& joint : call.arm.joints())
-             errors.push_back(joint.error);
-         return {{"temperature", thousandths(call.arm.temperatures())},
+         for (const Drive& drive : call.arm.drives.each())
+             errors.push_back(drive.error);
+         return {{"temperature", thousandths(call.arm.drives.temperatures())},
                  {"current", thousandths(call.arm.currents())},
-                 {"voltage", thousandths(call.arm.voltages())},
+                 {"voltage", thousandths(voltages(call.arm.currents()))},
                  {"err_flag", errors},
                  {"sys_err", system_error(call)}};
      }},
@@ -42,13 +42,7 @@ constexpr Command commands[] = {
          call.arm.set_initial_pose(call.joints("init_pose"));
          return true;
      }},
-    {"get_init_pose", "init_pose",
-     [](Call& call) -> Json {
-         std::vector<double> pose;
-         for (const Joint& joint : call.arm.joints())
-             pose.push_back(joint.initial_position);
-         return thousandths(pose);
-     }},
+    {"get_init_pose", "init_pose", [](Call& call) { return thousandths(call.arm.settings.initial_pose); }},
 };
 
 } // namespace

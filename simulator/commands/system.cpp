@@ -17,7 +17,7 @@ constexpr Command commands[] = {
          call.peripherals.set_power(power == power_on);
          return true;
      }},
-    {"get_arm_power_state", "power_state", [](Call& call) -> Json { return int{call.arm.powered()}; }},
+    {"get_arm_power_state", "power_state", [](Call& call) -> Json { return int{call.arm.drives.powered()}; }},
     {"clear_system_err", "clear_state",
      [](Call& call) -> Json {
          call.peripherals.system.fault = Fault::none;
@@ -49,13 +49,13 @@ constexpr Command commands[] = {
     {"get_joint_odom", "odom", // whole degrees, both directions added up
      [](Call& call) -> Json {
          Json degrees = Json::array();
-         for (const Joint& joint : call.arm.joints())
-             degrees.push_back(std::llround(joint.travel));
+         for (const Drive& drive : call.arm.drives.each())
+             degrees.push_back(std::llround(drive.travel));
          return degrees;
      }},
     {"clear_joint_odom", "clear_state",
      [](Call& call) -> Json {
-         call.arm.clear_travel();
+         call.arm.drives.clear_travel();
          return true;
      }},
     {"set_high_speed_eth", "set_state",

@@ -14,12 +14,18 @@ Controller::Controller(int model, const Log& log, World world)
 
 void Controller::handle(const std::string& request, double time, const ClientHandle& client)
 {
-    advance(time);
+    run_to(time);
     answer(request, client);
-    advance(time); // begins motions, and reports those that have ended by now
+    run_to(time); // begins motions, and reports those that have ended by now
 }
 
 void Controller::advance(double time)
+{
+    arm_.plan_on();
+    run_to(time);
+}
+
+void Controller::run_to(double time)
 {
     if (time < time_) return;
     time_ = time;
@@ -28,12 +34,17 @@ void Controller::advance(double time)
         arm_.advance(moment);
         peripherals_.advance(moment);
     };
-    for (auto event = next_event(); event && *event < time; event = next_event())
+    for (auto event = next_moment(); event && *event < time; event = next_moment())
         reach(*event);
     reach(time);
 }
 
 std::optional<double> Controller::next_event() const
+{
+    return arm_.planning() ? std::optional(time_) : next_moment();
+}
+
+std::optional<double> Controller::next_moment() const
 {
     const auto of_arm = arm_.next_event(), of_others = peripherals_.next_event();
     return of_arm && of_others ? std::min(of_arm, of_others) : std::max(of_arm, of_others);

@@ -34,16 +34,18 @@ class Controller {
     void refuse(std::set<std::string> commands) { refused_ = std::move(commands); }
 
     /** Moves time on (s; a time that is past does nothing), which may end motions and so answer those who
-     * asked for them. */
+     * asked for them. What takes long to plan is planned for another moment, while requests need not wait. */
     void advance(double time);
 
-    /** When something will happen by itself next. */
+    /** When something will happen by itself next; now, if there is more to plan. */
     std::optional<double> next_event() const;
 
     Arm& arm() { return arm_; }
     Peripherals& peripherals() { return peripherals_; }
 
   private:
+    void run_to(double time);
+    std::optional<double> next_moment() const;
     void answer(const std::string& request, const ClientHandle& client);
     void respond(const Command& command, const Json& value, const std::string& refused, Client& client);
 

@@ -77,7 +77,7 @@ void DragTeach::run()
     if (!arm_.standing()) throw Refused("the arm is moving");
     auto plan = [this](const Joints& from) {
         arm_.check_ready();
-        const JointLimits limits = arm_.joint_limits();
+        const JointLimits limits = arm_.drives.limits();
         for (const Joints& sample : samples_)
             limits.check(sample);
         for (std::size_t i = 0; i < from.size(); ++i)
@@ -85,28 +85,28 @@ void DragTeach::run()
                 throw Refused("the arm is not where the recording begins");
         const double speed = 1 / (interval * static_cast<double>(samples_.size() - 1));
         const double acceleration = speed / time_to_full_speed;
-        return Course{std::make_unique<Recording>(samples_), {speed, acceleration}, acceleration};
+        return laid({std::make_unique<Recording>(samples_), {speed, acceleration}, acceleration});
     };
-    arm_.motions().add({MotionKind::joint, samples_.back(), std::move(plan),
-                        [this](const std::string&) { running_ = false; }});
+    arm_.move({MotionKind::joint, samples_.back(), std::move(plan),
+               [this](const std::string&) { running_ = false; }});
     running_ = true;
 }
 
 void DragTeach::pause()
 {
     check_running();
-    arm_.motions().pause();
+    arm_.pause();
 }
 
 void DragTeach::resume()
 {
     check_running();
-    arm_.motions().resume();
+    arm_.resume();
 }
 
 void DragTeach::stop_running()
 {
-    if (running_) arm_.motions().drop_current("the replay was stopped");
+    if (running_) arm_.drop_current("the replay was stopped");
 }
 
 void DragTeach::advance(double time)
@@ -146,8 +146,8 @@ DragTeach::Leg DragTeach::leg(const Joints& from, Joints to, double begin, doubl
     double longest = 0;
     for (std::size_t i = 0; i < from.size(); ++i) {
         const bool is_free = freedom_ == Freedom::all || (freedom_ == Freedom::orientation) == (i >= wrist);
-        const Joint& joint = arm_.joints()[i];
-        to[i] = is_free ? std::clamp(to[i], joint.min_position, joint.max_position) : from[i];
+        const Drive& drive = arm_.drives.each()[i];
+        to[i] = is_free ? std::clamp(to[i], drive.min_position, drive.max_position) : from[i];
         longest = std::max(longest, std::abs(to[i] - from[i]));
     }
     return {from, to, begin, std::max(gently ? shortest_leg : interval, longest / speed), gently};

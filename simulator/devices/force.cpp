@@ -56,7 +56,7 @@ void ForceSensing::calibrate(Sensor sensor, std::vector<Joints> poses)
     arm_.check_ready();
     if (!arm_.standing()) throw Refused("the arm is moving");
     for (const Joints& pose : poses)
-        arm_.joint_limits().check(pose);
+        arm_.drives.limits().check(pose);
     check_spread(poses);
 
     poses.push_back(arm_.position());
@@ -72,7 +72,7 @@ void ForceSensing::calibrate(Sensor sensor, std::vector<Joints> poses)
 void ForceSensing::give_pose(std::size_t index, const Joints& pose)
 {
     if (calibrating_) throw Refused("calibration is running");
-    arm_.joint_limits().check(pose);
+    arm_.drives.limits().check(pose);
     given_poses_[index] = pose;
     std::vector<Joints> poses;
     for (const auto& given : given_poses_)
@@ -99,7 +99,7 @@ void ForceSensing::start_following()
 void ForceSensing::follow(const Joints& target, const ForceTarget& force)
 {
     if (!following_) throw Refused("the mode is not on");
-    arm_.joint_limits().check(target);
+    arm_.drives.limits().check(target);
     const Joints from = arm_.position();
     const JointLine way(from, target);
     const auto too_much = [&](double s) { return towards(force, way.at(s)) > force.force; };
@@ -124,7 +124,7 @@ bool ForceSensing::overloaded()
 void ForceSensing::advance(double time)
 {
     time_ = time;
-    const double pressed = contact(world_, arm_.model().flange(arm_.position()));
+    const double pressed = contact(world_, arm_.model.flange(arm_.position()));
     if (pressed > overload && pressed > pressed_) overloaded_ = true;
     pressed_ = pressed;
 
@@ -142,7 +142,7 @@ std::optional<double> ForceSensing::next_event() const
 
 KDL::Wrench ForceSensing::data(Sensor sensor, const Joints& joints) const
 {
-    const KDL::Frame flange = arm_.model().flange(joints);
+    const KDL::Frame flange = arm_.model.flange(joints);
     const Tare& tare = tares_[static_cast<std::size_t>(sensor)];
     const auto& [x, y, z] = world_.push;
     const KDL::Vector pushed = flange.M.Inverse(KDL::Vector(x, y, z + contact(world_, flange)));
@@ -155,7 +155,7 @@ KDL::Wrench ForceSensing::data(Sensor sensor, const Joints& joints) const
 double ForceSensing::towards(const ForceTarget& target, const Joints& joints) const
 {
     KDL::Wrench felt = data(target.sensor, joints);
-    if (!target.in_flange_frame) felt = arm_.model().flange(joints).M * felt;
+    if (!target.in_flange_frame) felt = arm_.model.flange(joints).M * felt;
     return std::abs(felt(target.direction));
 }
 
@@ -164,7 +164,7 @@ void ForceSensing::check_spread(const std::vector<Joints>& poses) const
 {
     double spread = 0;
     const auto down = [&](const Joints& pose) {
-        return arm_.model().flange(pose).M.Inverse(KDL::Vector(0, 0, -1));
+        return arm_.model.flange(pose).M.Inverse(KDL::Vector(0, 0, -1));
     };
     for (const Joints& a : poses)
         for (const Joints& b : poses)

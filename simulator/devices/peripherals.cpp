@@ -21,7 +21,7 @@ Peripherals::Peripherals(Arm& arm, World surroundings)
 
 void Peripherals::set_power(bool on)
 {
-    arm_.set_power(on);
+    arm_.drives.set_power(on);
     if (on) return;
     drag_teach.break_off();
     force.stop_following();

@@ -178,7 +178,7 @@ constexpr Kind kinds[] = {
          const int joint = words.whole("JOINT", 1, joints);
          const int code = words.take("code") ? words.whole("CODE", 1, 65535) : 1;
          return [=](FaultTarget& on) {
-             on.controller->arm().raise_error(static_cast<std::size_t>(joint - 1), code);
+             on.controller->arm().drives.fail(static_cast<std::size_t>(joint - 1), code);
          };
      },
      nullptr, true},

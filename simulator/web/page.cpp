@@ -70,7 +70,7 @@ std::string_view command_of(const Motion& motion)
 
 Json Page::about() const
 {
-    const Model& model = arm().model();
+    const Model& model = arm().model;
     Json hinges = Json::array();
     for (const auto& [point, direction] : model.hinges())
         hinges.push_back({{"point", array_of(point)}, {"direction", array_of(direction)}});
@@ -86,14 +86,14 @@ Json Page::state(double time) const
     const World& world = peripherals().world;
     const Io& io = peripherals().io;
     const Gripper& gripper = peripherals().gripper;
-    const Frames frames = arm().frames().active();
+    const Frames frames = arm().frames.active();
     const POSE pose = arm().tool_pose();
     const KDL::Wrench force = peripherals().force.data(Sensor::six_axis);
 
     Json limits = Json::array(), joint_errors = Json::array();
-    for (const Joint& joint : arm().joints()) {
-        limits.push_back({joint.min_position, joint.max_position});
-        joint_errors.push_back(joint.error);
+    for (const Drive& drive : arm().drives.each()) {
+        limits.push_back({drive.min_position, drive.max_position});
+        joint_errors.push_back(drive.error);
     }
     Json running = nullptr;
     if (const Motion* motion = motions.current())
@@ -106,16 +106,16 @@ Json Page::state(double time) const
     return {{"time", rounded(time)},
             {"mode", mode()},
             {"running", running},
-            {"power", arm().powered()},
+            {"power", arm().drives.powered()},
             {"paused", motions.paused()},
             {"errors", errors()},
             {"joints", rounded_array(arm().position())},
             {"limits", limits},
             {"jointErrors", joint_errors},
             {"pose", rounded_array(std::array{pose.x, pose.y, pose.z, pose.rx, pose.ry, pose.rz}, 1e5)},
-            {"toolName", arm().frames().tools.active_name()},
+            {"toolName", arm().frames.tools.active_name()},
             {"tool", array_of(frames.tool)},
-            {"workName", arm().frames().works.active_name()},
+            {"workName", arm().frames.works.active_name()},
             {"work", array_of(frames.work)},
             {"force", rounded_array(std::array{force.force.x(), force.force.y(), force.force.z(),
                                                force.torque.x(), force.torque.y(), force.torque.z()})},
@@ -137,11 +137,11 @@ std::string Page::mode() const
 {
     const Motions& motions = arm().motions();
     if (!simulated_) return "looking on";
-    if (peripherals().system.fault != Fault::none || arm().error()) return "error";
-    if (!arm().powered()) return "power off";
+    if (peripherals().system.fault != Fault::none || arm().drives.error()) return "error";
+    if (!arm().drives.powered()) return "power off";
     if (peripherals().drag_teach.teaching()) return "led by hand";
     for (std::size_t i = 0; i < arm().joint_count(); ++i)
-        if (arm().calibration(i) == Calibration::running) return "calibrating";
+        if (arm().drives.calibration(i) == Calibration::running) return "calibrating";
     if (motions.paused()) return "paused";
     if (motions.jogging()) return "jogging";
     if (!motions.idle()) return "moving";
@@ -155,7 +155,7 @@ Json Page::errors() const
     if (const Fault fault = peripherals().system.fault; fault != Fault::none)
         errors.push_back(fault_names[static_cast<int>(fault)]);
     for (std::size_t i = 0; i < arm().joint_count(); ++i)
-        if (const int code = arm().joints()[i].error)
+        if (const int code = arm().drives.each()[i].error)
             errors.push_back("joint " + std::to_string(i + 1) + ": error " + std::to_string(code));
     return errors;
 }
@@ -169,9 +169,9 @@ void Page::act(const Json& request)
     else if (what == "emergency_stop")
         release(), peripherals().raise(Fault::emergency_stop);
     else if (what == "pause")
-        arm().motions().pause();
+        arm().pause();
     else if (what == "continue")
-        arm().motions().resume();
+        arm().resume();
     else if (what == "power")
         peripherals().set_power(flag(request, "on"));
     else if (what == "clear_errors")
@@ -213,7 +213,7 @@ void Page::clear_errors()
 {
     peripherals().system.fault = Fault::none;
     for (std::size_t i = 0; i < arm().joint_count(); ++i)
-        arm().clear_error(i);
+        arm().drives.clear_error(i);
 }
 
 void Page::jog(const Json& request)
@@ -267,11 +267,11 @@ void Page::teach(const Json& request)
 /** Leads the tool to a place, turned as it is. */
 void Page::lead(const Json& request)
 {
-    const Frames frames = arm().frames().active();
+    const Frames frames = arm().frames.active();
     KDL::Frame tool = frames.tool_of(arm().flange());
     tool.p = vector(member(request, "to"), 10);
     peripherals().drag_teach.lead(
-        arm().model().joints_for(frames.flange_of(tool), arm().position(), Model::Elbow::near));
+        arm().model.joints_for(frames.flange_of(tool), arm().position(), Model::Elbow::near));
 }
 
 void Page::set_input(const Json& request)

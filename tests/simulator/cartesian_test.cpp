@@ -63,6 +63,8 @@ struct Robot {
         controller.handle(request.dump(), time, listener([this](const std::string& line) {
                               replies.push_back(Json::parse(line));
                           }));
+        while (controller.next_event() == time) // there is more to plan
+            controller.advance(time);
     }
 
     /** Runs on; whether a motion ends meanwhile, and well. Looks at the arm each millisecond. */
@@ -109,7 +111,7 @@ struct Robot {
 struct Watch {
     void look(Robot& robot)
     {
-        const auto& limits = robot.controller.arm().joints();
+        const auto& limits = robot.controller.arm().drives.each();
         Joints now = robot.joints(), velocity(now.size());
         for (std::size_t i = 0; i < now.size() && !last.empty(); ++i) {
             velocity[i] = (now[i] - last[i]) / 1e-3;

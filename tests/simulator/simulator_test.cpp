@@ -171,11 +171,11 @@ TEST(Motion, KeepsEveryJointWithinItsLimitsAndTakesNoLongerThanNeeded)
         while (bench.lines.empty() && bench.time < 20) {
             bench.run(dt);
             for (std::size_t i = 0; i < last.size(); ++i) {
-                const Joint& joint = bench.controller.arm().joints()[i];
+                const Drive& drive = bench.controller.arm().drives.each()[i];
                 const double velocity = (bench.position()[i] - last[i]) / dt;
-                EXPECT_LE(std::abs(velocity), joint.max_speed * row.percent / 100 + 1e-6);
+                EXPECT_LE(std::abs(velocity), drive.max_speed * row.percent / 100 + 1e-6);
                 EXPECT_LE(std::abs(velocity - last_velocity[i]) / dt,
-                          joint.max_acceleration * row.percent / 100 + 1e-6);
+                          drive.max_acceleration * row.percent / 100 + 1e-6);
                 EXPECT_NEAR(bench.position()[i] * row.target[0], bench.position()[0] * row.target[i], 1e-6)
                     << "path";
                 last_velocity[i] = velocity;
@@ -320,7 +320,7 @@ TEST(Motion, AJointThatIsDisabledOrFailsStopsTheArmAndKeepsItFromMoving)
         bench.send(far_move);
         bench.run(0.4);
         if (fails)
-            bench.controller.arm().raise_error(2, 0x20);
+            bench.controller.arm().drives.fail(2, 0x20);
         else
             bench.ask(R"({"command":"set_joint_en_state","joint_en_state":[3,0]})");
         bench.run(1);
@@ -483,7 +483,7 @@ TEST(Commands, StateQueriesOfSevenJointsFitALine)
     bench.run(60);
     bench.take();
     for (std::size_t i = 0; i < 7; ++i)
-        bench.controller.arm().raise_error(i, 65535);
+        bench.controller.arm().drives.fail(i, 65535);
     const Json state = bench.ask(R"({"command":"get_current_arm_state"})");
     EXPECT_EQ(Get_Json_KeyCode(state.dump().c_str()), 54);
     EXPECT_EQ(state.at("arm_state").at("pose").size(), 6u);
