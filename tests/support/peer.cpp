@@ -60,18 +60,19 @@ void Peer::receive(const char* bytes, size_t count)
         requests_.push_back(partial_.substr(0, end + 2));
         partial_.erase(0, end + 2);
         if (!answers_.empty()) {
-            const std::string text = answers_.front();
+            const auto [text, look] = answers_.front();
             answers_.pop_front();
+            if (look) look();
             ::send(client_, text.data(), text.size(), MSG_NOSIGNAL);
         }
     }
     changed_.notify_all();
 }
 
-void Peer::answer(std::string text)
+void Peer::answer(std::string text, std::function<void()> look)
 {
     std::lock_guard lock(mutex_);
-    answers_.push_back(std::move(text));
+    answers_.emplace_back(std::move(text), std::move(look));
 }
 
 std::string Peer::next_request()
@@ -105,16 +106,24 @@ void Peer::hang_up()
     if (client_ >= 0) shutdown(client_, SHUT_RDWR);
 }
 
-Arm::Arm(int model)
+static int start_classic(const char* address, int port, int model)
 {
     if (!m_nThreadIsRun) KX_API_Init(nullptr);
-    sockfd = Arm_Socket_Start("127.0.0.1", peer.port(), model, 0);
-    EXPECT_EQ(Get_Socket_Idx(sockfd), m_nSockInfoLen - 1) << "not connected";
+    const int sockfd = Arm_Socket_Start(address, port, model, 0);
+    EXPECT_LT(Get_Socket_Idx(sockfd), m_nSockInfoLen) << "not connected";
+    return sockfd;
+}
+
+const Connection classic = {"Classic", start_classic, Arm_Socket_Close};
+
+Arm::Arm(int model, const Connection& way)
+    : connection(way), sockfd(way.open("127.0.0.1", peer.port(), model))
+{
 }
 
 Arm::~Arm()
 {
-    Arm_Socket_Close(sockfd);
+    connection.close(sockfd);
 }
 
 std::string on_the_wire(const std::string& json)

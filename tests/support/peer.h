@@ -16,8 +16,9 @@ class Peer {
 
     int port() const { return port_; }
 
-    // Answers the next request that has no answer yet; an empty text leaves it unanswered.
-    void answer(std::string text);
+    // Answers the next request that has no answer yet; an empty text leaves it unanswered. `look` is called
+    // when the request has come, before it is answered.
+    void answer(std::string text, std::function<void()> look = nullptr);
 
     // The next request as it came, with its CR LF; fails the test when none comes.
     std::string next_request();
@@ -41,16 +42,25 @@ class Peer {
     int client_ = -1;
     std::string partial_;
     std::deque<std::string> requests_;
-    std::deque<std::string> answers_;
+    std::deque<std::pair<std::string, std::function<void()>>> answers_;
     std::thread thread_;
 };
 
+// A way to be connected to an arm; all of them serve the same commands.
+struct Connection {
+    const char* name;
+    int (*open)(const char* address, int port, int model);
+    void (*close)(int handle);
+};
+extern const Connection classic;
+
 // An arm connected to a scripted controller of its own; starts the library when needed.
 struct Arm {
-    explicit Arm(int model = 46);
+    explicit Arm(int model = 46, const Connection& connection = classic);
     ~Arm();
 
     Peer peer;
+    const Connection& connection;
     int sockfd;
 };
 

@@ -1,0 +1,193 @@
+// What is true of one command alone, and of the C++ class beside its commands.
+#include "support/peer.h"
+#include "support/sleeps.h"
+
+#include "kx/model.h"
+#include "kx_service.h"
+#include "runtime/pending.h"
+#include "runtime/transmit.h"
+
+#include <climits>
+#include <gtest/gtest.h>
+
+static void expect_next(Arm& arm, const std::string& request)
+{
+    EXPECT_EQ(arm.peer.next_request(), on_the_wire(request));
+}
+
+// Puts a reply where the receiver would put one, for kinds that it never finds.
+template <class Call>
+static int answered_with(const std::string& reply, int key, Call call)
+{
+    std::thread receiver([&] {
+        ASSERT_TRUE(eventually([] { return m_nSockeRIinfosLen == 1; }));
+        EXPECT_EQ(SockeRIinfos[0].key, key);
+        std::copy(reply.begin(), reply.end(), SockeRIinfos[0].text);
+        SockeRIinfos[0].received = 1;
+    });
+    const int status = call();
+    receiver.join();
+    return status;
+}
+
+TEST(NeverAnswered, WouldDecodeAStatus)
+{
+    Arm arm;
+    for (const auto& [value, status] : {std::pair("true", 0), {"false", 1}, {"5", 11}}) {
+        EXPECT_EQ(answered_with("{\"waypoint_state\":" + std::string(value) + "}", 76,
+                                [&] { return Stop_Waypoint(arm.sockfd, true); }),
+                  status);
+        EXPECT_EQ(answered_with("{\"set_state\":" + std::string(value) + "}", 106,
+                                [&] { return Set_Tool_DO_State(arm.sockfd, 2, true, true); }),
+                  status);
+    }
+}
+
+TEST(NeverAnswered, NotByWhatAControllerSays)
+{
+    Arm arm;
+    m_nOutTime = 20;
+    for (const char* reply : {"stop_waypoint", "start_waypoint", "clear_waypoint"}) {
+        arm.peer.answer("{\"command\":\"" + std::string(reply) + "\",\"waypoint_state\":true}\n");
+        EXPECT_EQ(Stop_Waypoint(arm.sockfd, true), 7) << reply;
+    }
+    arm.peer.answer("{\"command\":\"set_tool_DO_state\",\"set_state\":true}\n");
+    EXPECT_EQ(Set_Tool_DO_State(arm.sockfd, 2, true, true), 7);
+}
+
+TEST(NetworkSettings, AreRefusedWhenTheyDoNotFit)
+{
+    Arm arm;
+    const std::string password(250, 'x');
+    EXPECT_EQ(Set_WiFi_AP_Data(arm.sockfd, "cell", password.c_str()), 11);
+    EXPECT_EQ(Set_WiFI_STA_Data(arm.sockfd, password.c_str(), ""), 11);
+    EXPECT_EQ(Set_WiFi_AP_Data(arm.sockfd, "cell \"7\"", "pass\\word"), 0);
+    expect_next(arm, R"({"command":"set_wifi_ap","wifi_name":"cell \"7\"","password":"pass\\word"})");
+}
+
+TEST(IO, SendsNothingForAnUnknownType)
+{
+    Arm arm;
+    unsigned char state = 77;
+    for (int type : {2, -1}) {
+        for (bool block : {false, true})
+            EXPECT_EQ(Set_IO_State(arm.sockfd, type, 1, true, block), 11);
+        EXPECT_EQ(Get_IO_State(arm.sockfd, type * 2, 1, &state), 11);
+    }
+    EXPECT_EQ(state, 77);
+    EXPECT_EQ(slept(), (std::vector<unsigned int>{50, 20, 20, 20, 20, 20, 20}))
+        << "to connect, and for each call";
+    EXPECT_EQ(arm.peer.unread(), 0u);
+}
+
+TEST(EndEffectors, StoppingThePWMIsReserved)
+{
+    Arm arm;
+    slept();
+    for (bool block : {false, true})
+        EXPECT_EQ(Stop_PWM(arm.sockfd, block), 8);
+    EXPECT_EQ(slept(), (std::vector<unsigned int>{20, 20}));
+    EXPECT_EQ(arm.peer.unread(), 0u);
+    EXPECT_EQ(m_nSockeRIinfosLen, 0);
+}
+
+TEST(Force, BlocksOnlyOnExactlyOne)
+{
+    Arm arm;
+    m_nOutTime = 20;
+    for (int block : {2, -1, 256, 257})
+        EXPECT_EQ(Set_Force_Postion(arm.sockfd, 1, 0, 2, 5, block), 0);
+    EXPECT_EQ(Set_Force_Postion(arm.sockfd, 1, 0, 2, 5, 1), 7);
+}
+
+// The entries never use these.
+TEST(PassThrough, WaitsForThePushInTheBlockingWorkers)
+{
+    Arm arm;
+    const float joint[6] = {};
+    const auto movej = [&] { return Movej_CANFD_Block(arm.sockfd, joint); };
+    const auto movep = [&] { return Movep_CANFD_Block(arm.sockfd, {}); };
+    const struct {
+        const char* push;
+        std::function<int()> call;
+        int status;
+    } rows[] = {
+        {R"({"command":"joint_state","arm_err":0,"pose":[1,2,3,4,5,6],"joint":[1,2,3,4,5,6,7]})", movej, 0},
+        {R"({"command":"joint_state","joint":[1,2,3,4,5,6]})", movej, 9},
+        {R"({"command":"pose_state","arm_err":0,"joint":[1,2,3,4,5,6]})", movep, 0},
+        {"pose_state {,", movep, 9},
+    };
+    for (const auto& row : rows) {
+        arm.peer.answer(std::string(row.push) + "\n");
+        EXPECT_EQ(row.call(), row.status) << row.push;
+    }
+    EXPECT_EQ(m_nSockeRIinfosLen, 0);
+}
+
+TEST(ForcePosition, RaisesTheSuspendFlagAroundEitherForm)
+{
+    Arm arm;
+    arm.peer.answer("Force_Position_State\n");
+    for (bool block : {true, false}) {
+        KX_Mutex_Lock(); // holds the caller up where it registers
+        std::thread caller(
+            [&] { EXPECT_EQ(Force_Position_Move_POSE(arm.sockfd, {}, 0, 0, 0, 0, block), 0); });
+        EXPECT_TRUE(eventually([] { return SuspendQueue == 1; }));
+        KX_Mutex_UnLock();
+        caller.join();
+        EXPECT_EQ(SuspendQueue, 0);
+    }
+}
+
+TEST(Modbus, WritesWhatTheReferencePromisesToFit)
+{
+    unsigned char full[34];
+    std::fill(std::begin(full), std::end(full), static_cast<unsigned char>(255));
+    Arm arm;
+    EXPECT_EQ(Write_Coils(arm.sockfd, INT_MIN, INT_MIN, 272, full, INT_MIN, false), 0);
+    EXPECT_NE(arm.peer.next_request().find("255],\n\t\"device\":\t-2147483648"), std::string::npos);
+    EXPECT_EQ(Write_Registers(arm.sockfd, INT_MIN, INT_MIN, 34, full, INT_MIN, false), 0);
+    EXPECT_NE(arm.peer.next_request().find("255],\n\t\"device\":\t-2147483648"), std::string::npos);
+}
+
+// Before the end no more is read of the caller's bytes than could have been sent.
+TEST(LongLineDeathTest, EndsTheProcess)
+{
+    static unsigned char bytes[300];
+    for (int num : {800, INT_MAX}) {
+        EXPECT_EXIT(Write_Coils(-1, 1, 0, num, bytes, 1, false), testing::KilledBySignal(SIGABRT), "");
+        EXPECT_EXIT(Write_Registers(-1, 1, 0, num, bytes, 1, false), testing::KilledBySignal(SIGABRT), "");
+    }
+    const float third = -0.1f / 3; // -33.333332061767578 on the wire
+    const float pose[6] = {third, third, third, third, third, third};
+    EXPECT_EXIT(Manual_Set_Fz(-1, pose, pose), testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST(Service, SetsTheLinearAccelerationForTheAngularSpeed)
+{
+    Arm arm;
+    EXPECT_EQ(KX_Service().Service_Set_Arm_Angular_Speed(arm.sockfd, 1.5f, false), 0);
+    expect_next(arm, R"({"command":"set_arm_max_line_acc","arm_line_acc":1500})");
+}
+
+TEST(Service, NamesItsVersionConnectsAndComputes)
+{
+    KX_Service service;
+    EXPECT_STREQ(service.Service_API_Version(), "4.0.0");
+    EXPECT_EQ(service.Service_Arm_Socket_Start("127.0.0.1", 1, 12, 0), 2);
+    service.Service_Arm_Socket_Close(0);
+    EXPECT_EQ(service.Service_KX_API_Init(nullptr), 0);
+    EXPECT_EQ(service.Service_KX_API_UnInit(), 0);
+
+    const float joint[7] = {10, 20, 30, 40, 50, 60, 70};
+    service.Service_SetAngle(0, 0, 0.5f);
+    const KinPose pose = service.Service_Forward_Kinematics(46, joint),
+                  expected = Forward_Kinematics(46, joint);
+    EXPECT_EQ(memcmp(&pose, &expected, sizeof pose), 0);
+    EXPECT_FLOAT_EQ(angleZ, 0.5f);
+    float result[7] = {}, direct[7] = {};
+    EXPECT_EQ(service.Service_Inverse_Kinematics(46, joint, &pose, result, 1),
+              inverse_kinematics(46, joint, &pose, direct, 1));
+    EXPECT_EQ(memcmp(result, direct, sizeof result), 0);
+    EXPECT_NEAR(result[4], joint[4], 0.01f);
+}

@@ -1,0 +1,184 @@
+// The vocabulary of the one list of commands. A row says how a command is called, what it puts on the wire,
+// which kind of reply completes it (by its key code) and what it makes of that reply:
+//
+//     set(COMMAND(Set_Payload, 7, 0.01f, 0, 1), "set_payload", "'payload':7,'position':[10,0,1000]", 42,
+//     "set_state") get(COMMAND(Get_Arm_Plan_Num), "get_arm_plan_num", 60, {{"plan_num", "3.9",
+//     as<int>({3})}})
+//
+// All that is true of every command follows from its row: cases() derives each reply that is faulty in one
+// member, with the status that it brings and with what was written before the fault. JSON stands here with
+// single quotes.
+#pragma once
+
+#include "kx_base.h"
+#include "kx_service.h"
+
+#include <array>
+#include <functional>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+namespace list {
+
+// Room for what a command writes, by its outputs in order.
+struct alignas(16) Output {
+    std::array<unsigned char, 512> bytes;
+};
+using Outputs = std::array<Output, 6>;
+
+// The bytes of values as they stand in an output.
+template <class Number>
+std::string as(std::initializer_list<Number> values)
+{
+    return {reinterpret_cast<const char*>(values.begin()), values.size() * sizeof(Number)};
+}
+std::string as_text(const char* text); // with its end
+
+struct Write {
+    size_t output, offset;
+    std::string bytes;
+};
+
+// A member of a reply: a good value, as what it is written and where (into the output of its own position, if
+// nothing else is said), and the status of each way to be faulty.
+struct Member {
+    Member(const char* name, const char* good_value, std::string bytes = {});
+
+    Member&& into(size_t output, size_t offset = 0) &&;
+    Member&& and_into(size_t output, std::string bytes) &&;
+    Member&& faults(int of_type, int of_length) &&;
+    Member&& fixed_length(int if_too_short = 11, int if_too_long = 11) &&; // else an array may have any
+    Member&& if_missing(int status) &&;
+    Member&& of_any_type() &&; // what is no number is 0
+
+    std::string key, value;
+    std::vector<Write> writes;
+    bool is_placed = false;
+    int missing = 9, wrong_type = 11, too_short = 0, too_long = 0;
+};
+
+struct Case {
+    std::string reply; // without the line feed
+    int status;
+    std::vector<Write> written;
+};
+
+// What an entry does before it sends.
+enum class Entry { sleeping, direct, guarded, guarded_direct };
+
+// How a command comes by its end.
+enum class Ending {
+    reply,   // is answered
+    motion,  // is answered at the end of a motion, for which it waits as long as the controller lives
+    push,    // its blocking form is answered, the other registers for a push
+    nothing, // nobody awaits an answer
+};
+
+using Call = std::function<int(int handle, bool block, Outputs& outputs)>;
+
+struct Called {
+    std::string name, arguments;
+    Call function, method; // a method is missing where the class has none, or one of another effect
+    bool has_block_flag;
+};
+
+struct Options {
+    const char* reply = nullptr;            // the reply's name, where it is not the command's
+    int other_type = 11;                    // the status of a reply that says neither true nor false
+    const char* inside = nullptr;           // the object that holds the members
+    const char* blocking_command = nullptr; // what the blocking form sends, where it differs
+    const char* blocking = "";
+    int model = 46;
+    Entry entry = Entry::sleeping;
+};
+
+struct Command : Called {
+    explicit Command(Called call) : Called(std::move(call)) {}
+
+    std::string request, blocking_request, answer_name, inside, status_key;
+    int answer = 0, other_type = 11, model = 46;
+    Entry entry = Entry::sleeping;
+    Ending ending = Ending::reply;
+    std::vector<Member> members;
+    std::vector<Write> before; // what stands in the outputs before the call
+    std::vector<Case> extra;
+
+    Command&& also(const char* members, int status, std::vector<Write> written = {}) &&;
+    Command&& starting_with(size_t output, std::string bytes) &&;
+
+    bool sleeps() const { return entry == Entry::sleeping || entry == Entry::guarded; }
+    bool is_guarded() const { return entry == Entry::guarded || entry == Entry::guarded_direct; }
+    std::string good_reply() const;
+    std::vector<Case> cases() const;
+
+  private:
+    std::string with_members(size_t but, const std::string& value) const;
+    std::vector<Write> written_before(size_t index) const;
+};
+
+// The kinds of rows. `members` are the request's behind "command"; without a command there is no such member.
+using Text = const char*;
+Command set(Called call, Text command, Text members, int answer, Text status_key, Options = {});
+Command set(Called call, Text command, int answer, Text status_key, Options = {});
+Command parameter(Called call, Text command, Text members, int answer, Text status_key,
+                  Entry = Entry::sleeping);
+Command parameter(Called call, Text command, int answer, Text status_key);
+Command get(Called call, Text command, Text members, int answer, std::vector<Member> read, Options = {});
+Command get(Called call, Text command, int answer, std::vector<Member> read, Options = {});
+Command move(Called call, Text command, Text members, Options = {});
+Command planned(Called call, Text command,
+                Text members = ""); // answered at the end of a motion, not waited for longer
+Command push(Called call, Text command, Text members, int answer, Text reply, Options = {});
+Command tell(Called call, Text command, Text members = "", Options = {});
+
+struct Family {
+    const char* title;
+    std::vector<Command> commands;
+};
+std::vector<Family> arm_families(), peripheral_families(), all_families();
+
+// --- binding a row's arguments to its function and its method
+
+template <size_t index, class Parameter, class... Given>
+Parameter argument(const std::tuple<Given...>& given, bool block, Outputs& outputs)
+{
+    if constexpr (index < sizeof...(Given))
+        return static_cast<Parameter>(std::get<index>(given));
+    else if constexpr (std::is_pointer_v<Parameter>)
+        return reinterpret_cast<Parameter>(outputs[index - sizeof...(Given)].bytes.data());
+    else
+        return block;
+}
+
+template <class... Parameters, class Target, class... Given>
+Call bound(Target target, Given... given)
+{
+    return [=](int handle, bool block, Outputs& outputs) {
+        return [&]<size_t... index>(std::index_sequence<index...>)
+        {
+            return target(handle, argument<index, Parameters>(std::tuple(given...), block, outputs)...);
+        }
+        (std::index_sequence_for<Parameters...>());
+    };
+}
+
+template <class... Parameters, class... Given>
+Called called(const char* name, const char* arguments, int (*function)(int, Parameters...),
+              std::type_identity_t<int (KX_Service::*)(int, Parameters...)> method, Given... given)
+{
+    const bool is_output[] = {true, std::is_pointer_v<Parameters>...};
+    const auto call_method = [=](auto... all) { return (KX_Service().*method)(all...); };
+    return {name, arguments, bound<Parameters...>(function, given...),
+            method ? bound<Parameters...>(call_method, given...) : nullptr,
+            sizeof...(Given) < sizeof...(Parameters) && !is_output[sizeof...(Parameters)]};
+}
+
+// A command and its arguments up to block flag or outputs: as function and method of that name, or as
+// function alone.
+#define COMMAND(name, ...)                                                                                   \
+    list::called(#name, #__VA_ARGS__, name, &KX_Service::Service_##name __VA_OPT__(, ) __VA_ARGS__)
+#define FUNCTION(name, ...) list::called(#name, #__VA_ARGS__, name, nullptr __VA_OPT__(, ) __VA_ARGS__)
+
+} // namespace list
