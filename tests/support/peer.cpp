@@ -114,16 +114,15 @@ static int start_classic(const char* address, int port, int model)
     return sockfd;
 }
 
-const Connection classic = {"Classic", start_classic, Arm_Socket_Close};
+const ConnectionKind classic = {"Classic", start_classic, Arm_Socket_Close};
 
-Arm::Arm(int model, const Connection& way)
-    : connection(way), sockfd(way.open("127.0.0.1", peer.port(), model))
+Arm::Arm(int model, const ConnectionKind& way) : kind(way), sockfd(way.open("127.0.0.1", peer.port(), model))
 {
 }
 
 Arm::~Arm()
 {
-    connection.close(sockfd);
+    kind.close(sockfd);
 }
 
 std::string on_the_wire(const std::string& json)

@@ -47,20 +47,20 @@ class Peer {
 };
 
 // A way to be connected to an arm; all of them serve the same commands.
-struct Connection {
+struct ConnectionKind {
     const char* name;
     int (*open)(const char* address, int port, int model);
     void (*close)(int handle);
 };
-extern const Connection classic;
+extern const ConnectionKind classic;
 
 // An arm connected to a scripted controller of its own; starts the library when needed.
 struct Arm {
-    explicit Arm(int model = 46, const Connection& connection = classic);
+    explicit Arm(int model = 46, const ConnectionKind& kind = classic);
     ~Arm();
 
     Peer peer;
-    const Connection& connection;
+    const ConnectionKind& kind;
     int sockfd;
 };
 
