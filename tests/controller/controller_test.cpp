@@ -46,48 +46,6 @@ TEST_P(Models, KeepTheirJointParameters)
     }
 }
 
-TEST_P(Models, AnswerEveryQuery)
-{
-    unsigned char enabled[7] = {};
-    unsigned short error[7] = {9, 9, 9, 9, 9, 9, 9};
-    float values[7] = {};
-    EXPECT_EQ(Get_Joint_EN_State(arm, enabled), 0);
-    EXPECT_EQ(enabled[joints - 1], 1);
-    EXPECT_EQ(Set_Joint_EN_State(arm, 1, false, true), 0);
-    EXPECT_EQ(Get_Joint_EN_State(arm, enabled), 0);
-    EXPECT_EQ(enabled[0], 0);
-    EXPECT_EQ(Set_Joint_EN_State(arm, 1, true, true), 0);
-    EXPECT_EQ(Get_Joint_Err_Flag(arm, error), 0);
-    EXPECT_EQ(error[joints - 1], 0);
-    EXPECT_EQ(Set_Joint_Err_Clear(arm, 1, true), 0);
-    EXPECT_EQ(Get_Joint_Software_Version(arm, values), 0);
-    EXPECT_GT(values[0], 0);
-    EXPECT_EQ(Get_Joint_Temperature(arm, values), 0);
-    EXPECT_GT(values[joints - 1], 10);
-    EXPECT_EQ(Get_Joint_Current(arm, values), 0);
-    EXPECT_EQ(Get_Joint_Voltage(arm, values), 0);
-    EXPECT_GT(values[joints - 1], 10);
-
-    JOINT_STATE state = {};
-    EXPECT_EQ(Get_Arm_All_State(arm, &state), 0);
-    EXPECT_GT(state.voltage[joints - 1], 10);
-
-    const float home[7] = {1, -2, 3, -4, 5, -6, 7};
-    EXPECT_EQ(Set_Arm_Init_Pose(arm, home, true), 0);
-    EXPECT_EQ(Get_Arm_Init_Pose(arm, values), 0);
-    EXPECT_TRUE(std::equal(home, home + joints, values));
-
-    EXPECT_EQ(Start_Calibrate(arm, true), 0);
-    EXPECT_EQ(Get_Calibrate_State(arm, values, nullptr, nullptr), 0);
-    EXPECT_EQ(Stop_Calibrate(arm, true), 0);
-
-    int plan = -1;
-    EXPECT_EQ(Get_Arm_Plan_Num(arm, &plan), 0);
-    ARM_CTRL_MODES mode = Circle_Mode;
-    EXPECT_EQ(Get_Current_Trajectory(arm, &mode, values), 0);
-    EXPECT_EQ(mode, None_Mode);
-}
-
 TEST_P(Models, ArriveWhereTheyAreSentWithThePoseOfTheForwardKinematics)
 {
     Init_Sys_Data(46); // gives model 36 its tool transform

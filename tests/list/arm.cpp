@@ -107,7 +107,7 @@ static const std::vector<Command> motion = {
     move(COMMAND(Movej_Cmd, joint, 20, 1.5f), "movej", "'joint':" JOINT_SENT "],'v':20,'r':1500"),
     move(COMMAND(Movej_Cmd, joint, 20, 1.5f), "movej", "'joint':" JOINT_SENT ",70000],'v':20,'r':1500",
          {.model = 47}),
-    move(COMMAND(Movel_Cmd, pose, 255, 0), "movel", "'pose':" POSE_SENT ",'v':255,'r':0", {.model = 36}),
+    move(COMMAND(Movel_Cmd, pose, 50, 0), "movel", "'pose':" POSE_SENT ",'v':50,'r':0", {.model = 36}),
     move(COMMAND(Movec_Cmd, pose, to, 20, 0.0019f, 2), "movec",
          "'pose':{'pose_via':" POSE_SENT ",'pose_to':[0,0,250000,0,0,0]},'v':20,'r':1,'loop':2"),
     planned(COMMAND(Movej_P_Cmd, to, 1, -0.001f), "movej_p", "'pose':[0,0,250000,0,0,0],'v':1,'r':-1"),
@@ -254,11 +254,11 @@ static Member cut_name(const char* key)
 static const std::vector<Write> first_name = {{0, 0, as_text("nine char")}};
 
 static const std::vector<Command> frames = {
-    set(COMMAND(Manual_Set_Tool_Frame, "gripper", pose, -2.25f, -0.0019f, 0.001f, 3), "set_manual_tool_frame",
-        "'tool_name':'gripper','tool_pose':" POSE_SENT ",'payload':-2.25,'position':[-1,1,3000]", 39,
+    set(COMMAND(Manual_Set_Tool_Frame, "gripper", pose, 2.25f, -0.0019f, 0.001f, 3), "set_manual_tool_frame",
+        "'tool_name':'gripper','tool_pose':" POSE_SENT ",'payload':2.25,'position':[-1,1,3000]", 39,
         "manual_tool_frame"),
-    set(COMMAND(Change_Tool_Frame, "longer than nine"), "set_change_tool_frame",
-        "'tool_name':'longer than nine'", 40, "change_tool_frame"),
+    set(COMMAND(Change_Tool_Frame, "gripper"), "set_change_tool_frame", "'tool_name':'gripper'", 40,
+        "change_tool_frame"),
     set(COMMAND(Change_Tool_Frame, nullptr), "set_change_tool_frame", 40, "change_tool_frame"),
     get(COMMAND(Get_Current_Tool_Frame), "get_current_tool_frame", 44, tool({cut_name("tool_name")}, 9)),
     get(COMMAND(Get_Given_Tool_Frame, "gripper"), "get_tool_frame", "'tool_name':'gripper'", 45, tool({}, 11),
@@ -292,7 +292,8 @@ static const std::vector<Command> frames = {
     // Answered as if the frame had been set.
     set(COMMAND(Delete_Work_Frame, "table"), "set_delete_work_frame", "'frame_name':'table'", 48,
         "manual_work_frame", {.reply = "set_maual_work_frame"}),
-    set(COMMAND(Delete_Tool_Frame, ""), "set_delete_tool_frame", "'tool_name':''", 41, "delete_tool_frame"),
+    set(COMMAND(Delete_Tool_Frame, "pen"), "set_delete_tool_frame", "'tool_name':'pen'", 41,
+        "delete_tool_frame"),
 };
 
 static const std::vector<Command> controller = {

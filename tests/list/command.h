@@ -81,7 +81,7 @@ using Call = std::function<int(int handle, bool block, Outputs& outputs)>;
 struct Called {
     std::string name, arguments;
     Call function, method; // a method is missing where the class has none, or one of another effect
-    bool has_block_flag;
+    bool has_block_flag, has_outputs;
 };
 
 struct Options {
@@ -168,11 +168,16 @@ template <class... Parameters, class... Given>
 Called called(const char* name, const char* arguments, int (*function)(int, Parameters...),
               std::type_identity_t<int (KX_Service::*)(int, Parameters...)> method, Given... given)
 {
-    const bool is_output[] = {true, std::is_pointer_v<Parameters>...};
+    constexpr bool is_pointer[] = {true, std::is_pointer_v<Parameters>...};
+    constexpr bool takes_more = sizeof...(Given) < sizeof...(Parameters);
+    constexpr bool is_last_a_pointer = is_pointer[sizeof...(Parameters)];
     const auto call_method = [=](auto... all) { return (KX_Service().*method)(all...); };
-    return {name, arguments, bound<Parameters...>(function, given...),
+    return {name,
+            arguments,
+            bound<Parameters...>(function, given...),
             method ? bound<Parameters...>(call_method, given...) : nullptr,
-            sizeof...(Given) < sizeof...(Parameters) && !is_output[sizeof...(Parameters)]};
+            takes_more && !is_last_a_pointer,
+            takes_more && is_last_a_pointer};
 }
 
 // A command and its arguments up to block flag or outputs: as function and method of that name, or as
