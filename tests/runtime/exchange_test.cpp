@@ -11,12 +11,13 @@ using namespace kx;
 
 static const std::string speed_set = "{\"command\":\"set_joint_max_speed\",\"joint_max_speed\":true}\n";
 
-TEST(Exchange, TimesOutAfterThreeSecondsAndLeavesNothingBehind)
+TEST(Exchange, TimesOutAndLeavesNothingBehind)
 {
     Arm arm;
+    m_nOutTime = 100;
     const unsigned int start = Get_Program_Runtime();
     EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7);
-    EXPECT_GE(Get_Program_Runtime() - start, 3000u);
+    EXPECT_GE(Get_Program_Runtime() - start, 100u);
     EXPECT_EQ(m_nSockeRIinfosLen, 0);
 }
 
@@ -26,7 +27,7 @@ TEST(Exchange, DropsAReplyThatComesTooLate)
     m_nOutTime = 50;
     EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7);
     arm.peer.send(speed_set);
-    sleep_cp(50);
+    until_all_is_taken();
     EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7) << "not an answer to the next call";
 }
 

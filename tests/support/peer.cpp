@@ -3,6 +3,7 @@
 #include "kx_base.h"
 #include "runtime/connection.h"
 #include "runtime/library.h"
+#include "runtime/pending.h"
 
 #include <arpa/inet.h>
 #include <cjson/cJSON.h>
@@ -78,7 +79,7 @@ void Peer::answer(std::string text, std::function<void()> look)
 std::string Peer::next_request()
 {
     std::unique_lock lock(mutex_);
-    if (!changed_.wait_for(lock, 5s, [&] { return !requests_.empty(); })) {
+    if (!changed_.wait_for(lock, 30s, [&] { return !requests_.empty(); })) {
         ADD_FAILURE() << "no request came";
         return {};
     }
@@ -96,7 +97,7 @@ size_t Peer::unread()
 void Peer::send(const std::string& bytes)
 {
     std::unique_lock lock(mutex_);
-    ASSERT_TRUE(changed_.wait_for(lock, 5s, [&] { return client_ >= 0; })) << "nobody is connected";
+    ASSERT_TRUE(changed_.wait_for(lock, 30s, [&] { return client_ >= 0; })) << "nobody is connected";
     ::send(client_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
 }
 
@@ -125,6 +126,20 @@ Arm::~Arm()
     kind.close(sockfd);
 }
 
+// The receiver looks at the connections in their order, so what a newer one got is taken last.
+void until_all_is_taken()
+{
+    Arm marker;
+    const int index = m_nSockeRIinfosLen;
+    KX_Mutex_Lock();
+    Add_List(SockeRIinfos, index, marker.sockfd, Get_Json_KeyCode("set_vehicle"), 0, 1);
+    m_nSockeRIinfosLen = index + 1;
+    KX_Mutex_UnLock();
+    marker.peer.send("set_vehicle\n");
+    EXPECT_TRUE(eventually([&] { return SockeRIinfos[index].received == 1; }));
+    ClearList(SockeRIinfos, &m_nSockeRIinfosLen, index);
+}
+
 std::string on_the_wire(const std::string& json)
 {
     cJSON* parsed = cJSON_Parse(json.c_str());
@@ -138,7 +153,7 @@ std::string on_the_wire(const std::string& json)
 
 bool eventually(const std::function<bool()>& condition)
 {
-    const auto deadline = std::chrono::steady_clock::now() + 5s;
+    const auto deadline = std::chrono::steady_clock::now() + 30s;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;
         std::this_thread::sleep_for(1ms);

@@ -64,6 +64,9 @@ struct Arm {
     int sockfd;
 };
 
+// Waits until the receiver has dealt with all that was sent to older connections.
+void until_all_is_taken();
+
 // A compact JSON object as the library puts it on the wire.
 std::string on_the_wire(const std::string& json);
 
