@@ -1,71 +1,88 @@
-// All that a command knows of the runtime. A command is a request, two workers and a public entry:
+// All that a command knows of the runtime: the narrow waist. A command is a request with the kind of reply
+// that answers it, two workers and a public entry:
 //
 //     post      queue the request and return (non-blocking worker)
-//     exchange  send it, wait for the reply with a key code, decode it (blocking worker)
-//     stream    send it and register for the push that answers it
+//     exchange  send it, wait for its reply, decode that (blocking worker)
+//     stream    send a target that is answered by a push
 //     dispatch  send it and await nothing; refuses a request that does not fit, where the others end the
-//               process
+//     process
 //
 // and an entry that chooses between the workers: direct, sleeping or guarded; query and quick_query always
-// block.
+// block. What follows from a descriptor, whether a classic connection or a link is behind it, is decided here
+// and below.
 #ifndef KX_RUNTIME_COMMAND_H
 #define KX_RUNTIME_COMMAND_H
 
-#include "kx/connection.h"
-#include "runtime/connection.h"
-#include "runtime/recognition.h"
 #include "runtime/reply.h"
 #include "runtime/request.h"
-#include "runtime/transmit.h"
 
 #include <utility>
 
 namespace kx {
 
-constexpr unsigned int entry_delay_ms = 20; // most entries wait so long before they send
+// Joints of an arm as its replies carry them; 0 for a descriptor that is not known.
+int joint_count(int sockfd);
+
+// Joints of an arm as its requests carry them: decided by the model, not by the joint count.
+int request_joints(int sockfd);
 
 int post(int sockfd, Request request);
-int stream(int sockfd, Request request, KeyCode push);
+int stream(int sockfd, Request request);
 int dispatch(int sockfd, Request request);
 
-// Sends and waits for the reply: 0 with the reply, 6 or 7 without.
-int await_reply(int sockfd, Request request, KeyCode key, Line& reply);
+// Sends and waits for the reply; without one, Reply::came() is false and code() says why.
+Reply await_reply(int sockfd, Request request);
 
-// The same without a time limit: looks once a second, as long as is_alive(sockfd) returns 0 in between.
-int await_completion(int sockfd, Request request, KeyCode key, int (*is_alive)(int sockfd), Line& reply);
+// The same for a reply that comes when a motion ends: no time limit, as long as is_alive(sockfd) returns 0
+// when nothing is heard for a while.
+Reply await_completion(int sockfd, Request request, int (*is_alive)(int sockfd));
 
 template <class Decode>
-int exchange(int sockfd, Request request, KeyCode key, Decode decode)
+int decoded(Reply reply, Decode decode)
 {
-    Line reply;
-    const int status = await_reply(sockfd, std::move(request), key, reply);
-    return status == KX_SUCCESS ? decode(reply.text) : status;
+    return reply.came() ? decode(reply) : reply.code();
 }
 
 template <class Decode>
-int exchange_while(int (*is_alive)(int), int sockfd, Request request, KeyCode key, Decode decode)
+int exchange(int sockfd, Request request, Decode decode)
 {
-    Line reply;
-    const int status = await_completion(sockfd, std::move(request), key, is_alive, reply);
-    return status == KX_SUCCESS ? decode(reply.text) : status;
+    return decoded(await_reply(sockfd, std::move(request)), decode);
 }
 
-// 5 for a descriptor below 1, 2 before KX_API_Init, else 0.
+template <class Decode>
+int exchange_while(int (*is_alive)(int), int sockfd, Request request, Decode decode)
+{
+    return decoded(await_completion(sockfd, std::move(request), is_alive), decode);
+}
+
+// Most entries wait 20 ms before they send; none does on a link.
+void entry_delay(int sockfd);
+
+// 5 for a descriptor below 1, 2 for a classic one before KX_API_Init, else 0.
 int guard(int sockfd);
+
+// Says that a blocking form is at work on a classic connection.
+class Suspended {
+  public:
+    explicit Suspended(int sockfd);
+    Suspended(const Suspended&) = delete;
+    ~Suspended();
+
+  private:
+    const bool is_classic_;
+};
 
 template <class... Parameters, class... Arguments>
 int quick_query(int (*blocking)(int, Parameters...), int sockfd, Arguments... arguments)
 {
-    SuspendQueue = 1;
-    const int status = blocking(sockfd, arguments...);
-    SuspendQueue = 0;
-    return status;
+    const Suspended suspended(sockfd);
+    return blocking(sockfd, arguments...);
 }
 
 template <class... Parameters, class... Arguments>
 int query(int (*blocking)(int, Parameters...), int sockfd, Arguments... arguments)
 {
-    sleep_cp(entry_delay_ms);
+    entry_delay(sockfd);
     return quick_query(blocking, sockfd, arguments...);
 }
 
@@ -80,7 +97,7 @@ template <class... Parameters, class... Arguments>
 int sleeping(int sockfd, bool block, int (*blocking)(int, Parameters...),
              int (*non_blocking)(int, Parameters...), Arguments... arguments)
 {
-    sleep_cp(entry_delay_ms);
+    entry_delay(sockfd);
     return direct(sockfd, block, blocking, non_blocking, arguments...);
 }
 

@@ -1,4 +1,4 @@
-// One request or reply: a text of at most 299 characters.
+// One request or reply of a classic connection: a text of at most 299 characters.
 #ifndef KX_RUNTIME_LINE_H
 #define KX_RUNTIME_LINE_H
 
@@ -7,8 +7,8 @@ namespace kx {
 constexpr int line_capacity = 300; // bytes, with the terminating zero
 
 struct Line {
-    char text[line_capacity] = {};
     int length = 0;
+    char text[line_capacity]; // `length` characters and a zero
 };
 
 } // namespace kx

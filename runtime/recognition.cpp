@@ -1,180 +1,109 @@
 #include "runtime/recognition.h"
-#include "kx/connection.h"
+#include "kx/replies.h"
 
+#include <array>
+#include <stdint.h>
 #include <string.h>
 
 using namespace kx;
 
-struct Row {
-    const char* text;
+struct Kind {
+    const char* name;
     KeyCode code;
+    Nature nature;
 };
 
-// Tried in this order, and the first text found decides: a text that contains another stands before it. The
-// one exception, set_tool_DO_state behind DO_state, is part of the interface and never matches.
-static constexpr Row rows[] = {
-    {"set_joint_max_speed", KeyCode::set_joint_max_speed},
-    {"joint_max_speed", KeyCode::joint_max_speed},
-    {"joint_zero_pos", KeyCode::joint_zero_pos},
-    {"set_joint_max_acc", KeyCode::set_joint_max_acc},
-    {"set_joint_min_pos", KeyCode::set_joint_min_pos},
-    {"set_joint_max_pos", KeyCode::set_joint_max_pos},
-    {"set_joint_en_state", KeyCode::set_joint_en_state},
-    {"set_joint_clear_err", KeyCode::set_joint_clear_err},
-    {"start_calibrate", KeyCode::start_calibrate},
-    {"stop_calibrate", KeyCode::stop_calibrate},
-    {"calibrate_state", KeyCode::calibrate_state},
-    {"joint_max_acc", KeyCode::joint_max_acc},
-    {"joint_min_pos", KeyCode::joint_min_pos},
-    {"joint_max_pos", KeyCode::joint_max_pos},
-    {"joint_en_state", KeyCode::joint_en_state},
-    {"joint_err_flag", KeyCode::joint_err_flag},
-    {"joint_software_version", KeyCode::joint_software_version},
-    {"set_arm_max_line_speed", KeyCode::set_arm_max_line_speed},
-    {"set_arm_max_line_acc", KeyCode::set_arm_max_line_acc},
-    {"set_arm_max_angular_speed", KeyCode::set_arm_max_angular_speed},
-    {"set_arm_max_angular_acc", KeyCode::set_arm_max_angular_acc},
-    {"arm_max_line_speed", KeyCode::arm_max_line_speed},
-    {"arm_max_line_acc", KeyCode::arm_max_line_acc},
-    {"arm_max_angular_speed", KeyCode::arm_max_angular_speed},
-    {"arm_max_angular_acc", KeyCode::arm_max_angular_acc},
-    {"set_arm_init", KeyCode::set_arm_init},
-    {"get_collision_stage", KeyCode::get_collision_stage},
-    {"set_DH_data", KeyCode::set_DH_data},
-    {"DH_data", KeyCode::DH_data},
-    {"set_joint_zero_offset", KeyCode::set_joint_zero_offset},
-    {"set_arm_dynamic_parm", KeyCode::set_arm_dynamic_parm},
-    {"tool_software_version", KeyCode::tool_software_version},
-    {"set_arm_servo", KeyCode::set_arm_servo},
-    {"set_system_state_servo", KeyCode::set_system_state_servo},
-    {"set_auto_tool_frame", KeyCode::set_auto_tool_frame},
-    {"generate_auto_tool_frame", KeyCode::generate_auto_tool_frame},
-    {"set_manual_tool_frame", KeyCode::set_manual_tool_frame},
-    {"set_change_tool_frame", KeyCode::set_change_tool_frame},
-    {"set_delete_tool_frame", KeyCode::set_delete_tool_frame},
-    {"set_payload", KeyCode::set_payload},
-    {"set_none_payload", KeyCode::set_none_payload},
-    {"current_tool_frame", KeyCode::current_tool_frame},
-    {"given_tool_frame", KeyCode::given_tool_frame},
-    {"total_tool_frame", KeyCode::total_tool_frame},
-    {"set_auto_work_frame", KeyCode::set_auto_work_frame},
-    {"set_maual_work_frame", KeyCode::set_maual_work_frame},
-    {"set_change_work_frame", KeyCode::set_change_work_frame},
-    {"set_delete_work_frame", KeyCode::set_delete_work_frame},
-    {"current_work_frame", KeyCode::current_work_frame},
-    {"given_work_frame", KeyCode::given_work_frame},
-    {"total_work_frame", KeyCode::total_work_frame},
-    {"current_arm_state", KeyCode::current_arm_state},
-    {"current_joint_current", KeyCode::current_joint_current},
-    {"current_joint_voltage", KeyCode::current_joint_voltage},
-    {"joint_voltage", KeyCode::joint_voltage},
-    {"arm_all_state", KeyCode::arm_all_state},
-    {"arm_plan_num", KeyCode::arm_plan_num},
-    {"set_init_pose", KeyCode::set_init_pose},
-    {"init_pose", KeyCode::init_pose},
-    {"set_install_pose", KeyCode::set_install_pose},
-    {"current_trajectory_state", KeyCode::current_trajectory_state},
-    {"joint_state", KeyCode::joint_state},
-    {"pose_state", KeyCode::pose_state},
-    {"set_arm_stop", KeyCode::set_arm_stop},
-    {"set_arm_pause", KeyCode::set_arm_pause},
-    {"set_delete_current_trajectory", KeyCode::set_delete_current_trajectory},
-    {"set_arm_delete_trajectory", KeyCode::set_arm_delete_trajectory},
-    {"arm_current_trajectory", KeyCode::arm_current_trajectory},
-    {"add_waypoint", KeyCode::add_waypoint},
-    {"start_waypoint", KeyCode::start_waypoint},
-    {"clear_waypoint", KeyCode::clear_waypoint},
-    {"timer", KeyCode::timer},
-    {"set_joint_teach", KeyCode::set_joint_teach},
-    {"set_pos_teach", KeyCode::set_pos_teach},
-    {"set_ort_teach", KeyCode::set_ort_teach},
-    {"set_stop_teach", KeyCode::set_stop_teach},
-    {"set_joint_step", KeyCode::set_joint_step},
-    {"set_pos_step", KeyCode::set_pos_step},
-    {"set_ort_step", KeyCode::set_ort_step},
-    {"controller_state", KeyCode::controller_state},
-    {"set_arm_power", KeyCode::set_arm_power},
-    {"arm_power_state", KeyCode::arm_power_state},
-    {"clear_system_err", KeyCode::clear_system_err},
-    {"arm_hardware_version", KeyCode::arm_hardware_version},
-    {"arm_software_version", KeyCode::arm_software_version},
-    {"get_log_file", KeyCode::get_log_file},
-    {"get_system_runtime", KeyCode::get_system_runtime},
-    {"clear_system_runtime", KeyCode::clear_system_runtime},
-    {"get_joint_odom", KeyCode::get_joint_odom},
-    {"clear_joint_odom", KeyCode::clear_joint_odom},
-    {"set_high_speed_eth", KeyCode::set_high_speed_eth},
-    {"set_DO_state", KeyCode::set_DO_state},
-    {"set_AO_state", KeyCode::set_AO_state},
-    {"DO_state", KeyCode::DO_state},
-    {"DI_state", KeyCode::DI_state},
-    {"AO_state", KeyCode::AO_state},
-    {"AI_state", KeyCode::AI_state},
-    {"IO_input_state", KeyCode::IO_input_state},
-    {"IO_output_state", KeyCode::IO_output_state},
-    {"set_tool_DO_state", KeyCode::set_tool_DO_state},
-    {"set_tool_IO_mode", KeyCode::set_tool_IO_mode},
-    {"tool_IO_state", KeyCode::tool_IO_state},
-    {"set_tool_voltage", KeyCode::set_tool_voltage},
-    {"tool_voltage_state", KeyCode::tool_voltage_state},
-    {"set_gripper_route", KeyCode::set_gripper_route},
-    {"set_gripper", KeyCode::set_gripper},
-    {"start_drag_teach", KeyCode::start_drag_teach},
-    {"stop_drag_teach", KeyCode::stop_drag_teach},
-    {"run_drag_trajectory", KeyCode::run_drag_trajectory},
-    {"pause_drag_trajectory", KeyCode::pause_drag_trajectory},
-    {"continue_drag_trajectory", KeyCode::continue_drag_trajectory},
-    {"stop_drag_trajectory", KeyCode::stop_drag_trajectory},
-    {"start_multi_drag_teach", KeyCode::start_multi_drag_teach},
-    {"set_force_position", KeyCode::set_force_position},
-    {"stop_force_positon", KeyCode::stop_force_positon},
-    {"get_force_data", KeyCode::get_force_data},
-    {"clear_force_data", KeyCode::clear_force_data},
-    {"stop_set_force_sensor", KeyCode::stop_set_force_sensor},
-    {"set_force_sensor", KeyCode::set_force_sensor},
-    {"set_hand_posture", KeyCode::set_hand_posture},
-    {"set_hand_seq", KeyCode::set_hand_seq},
-    {"set_hand_angle", KeyCode::set_hand_angle},
-    {"set_hand_speed", KeyCode::set_hand_speed},
-    {"set_PWM", KeyCode::set_PWM},
-    {"get_Fz", KeyCode::get_Fz},
-    {"clear_Fz", KeyCode::clear_Fz},
-    {"auto_set_Fz", KeyCode::auto_set_Fz},
-    {"manual_set_Fz", KeyCode::manual_set_Fz},
-    {"close_modbus_mode", KeyCode::close_modbus_mode},
-    {"coils_data", KeyCode::coils_data},
-    {"input_status", KeyCode::input_status},
-    {"holding_registers", KeyCode::holding_registers},
-    {"input_registers", KeyCode::input_registers},
-    {"write_single_coil", KeyCode::write_single_coil},
-    {"write_coils", KeyCode::write_coils},
-    {"write_single_register", KeyCode::write_single_register},
-    {"write_registers", KeyCode::write_registers},
-    {"set_vehicle", KeyCode::set_vehicle},
-    {"set_lift_speed", KeyCode::set_lift_speed},
-    {"set_lift_height", KeyCode::set_lift_height},
-    {"set_lift", KeyCode::set_lift},
-    {"lift_state", KeyCode::lift_state},
-    {"set_car_move", KeyCode::set_car_move},
-    {"set_car_speed", KeyCode::set_car_speed},
-    {"set_car_navigation_speed", KeyCode::set_car_navigation_speed},
-    {"set_car_navigation_mode", KeyCode::set_car_navigation_mode},
-    {"get_car_state", KeyCode::get_car_state},
-    {"set_car_charge", KeyCode::set_car_charge},
-    {"set_car_station_num", KeyCode::set_car_station_num},
-    {"set_collision_state", KeyCode::set_collision_state},
-    {"current_joint_temperature", KeyCode::current_joint_temperature},
-    {"joint_degree", KeyCode::joint_degree},
-    {"set_arm_continue", KeyCode::set_arm_continue},
-    {"set_hand_force", KeyCode::set_hand_force},
-    {"set_modbus_mode", KeyCode::set_modbus_mode},
-    {"Start_Force_Position_Move", KeyCode::Start_Force_Position_Move},
-    {"Force_Position_State", KeyCode::Force_Position_State},
+static constexpr Kind kinds[] = {
+#define KX_ROW(name, code, nature) {#name, KeyCode::name, Nature::nature},
+    KX_KINDS_OF_REPLY(KX_ROW)
+#undef KX_ROW
 };
+constexpr int kind_count = static_cast<int>(sizeof kinds / sizeof kinds[0]);
+constexpr int searched = kind_count - 1;
+
+// One pass over the text finds all names: at every place the four characters there lead to the few names that
+// begin so.
+constexpr int prefix_length = 4;
+
+static constexpr uint32_t appended(uint32_t prefix, char next)
+{
+    return prefix << 8 | static_cast<unsigned char>(next);
+}
+
+static constexpr uint32_t prefix_of(const char* name)
+{
+    uint32_t prefix = 0;
+    for (int i = 0; i < prefix_length; ++i)
+        prefix = appended(prefix, name[i]);
+    return prefix;
+}
+
+static constexpr uint32_t bucket_of(uint32_t prefix)
+{
+    return prefix * 2654435761u >> 23;
+}
+
+// Names by their first characters, each chain in the order of the list.
+struct Index {
+    std::array<int16_t, 512> first{};
+    std::array<int16_t, kind_count> next{};
+    std::array<uint32_t, kind_count> prefix{};
+};
+
+static constexpr Index index_of_kinds()
+{
+    Index index;
+    index.first.fill(kind_count);
+    for (int k = kind_count - 1; k >= 0; --k) {
+        index.prefix[k] = prefix_of(kinds[k].name);
+        int16_t& first = index.first[bucket_of(index.prefix[k])];
+        index.next[k] = first;
+        first = static_cast<int16_t>(k);
+    }
+    return index;
+}
+
+static constexpr Index by_prefix = index_of_kinds();
+
+static bool begins_with(const char* text, const char* name)
+{
+    while (*name && *text == *name)
+        ++text, ++name;
+    return *name == '\0';
+}
+
+KeyCode kx::find_kind(const char* text)
+{
+    int best = searched;
+    uint32_t prefix = 0;
+    for (const char* end = text; *end; ++end) {
+        prefix = appended(prefix, *end);
+        for (int k = by_prefix.first[bucket_of(prefix)]; k < best; k = by_prefix.next[k])
+            if (by_prefix.prefix[k] == prefix && begins_with(end + 1, kinds[k].name + prefix_length)) {
+                best = k;
+                break;
+            }
+    }
+    return best < searched ? kinds[best].code : KeyCode::none;
+}
+
+KeyCode kx::kind_named(const char* name)
+{
+    if (strlen(name) < prefix_length) return KeyCode::none;
+    for (int k = by_prefix.first[bucket_of(prefix_of(name))]; k < kind_count; k = by_prefix.next[k])
+        if (strcmp(name, kinds[k].name) == 0) return kinds[k].code;
+    return KeyCode::none;
+}
+
+Nature kx::nature_of(KeyCode kind)
+{
+    for (const Kind& row : kinds)
+        if (row.code == kind) return row.nature;
+    return Nature::question;
+}
 
 int Get_Json_KeyCode(const char* text)
 {
-    for (const Row& row : rows)
-        if (strstr(text, row.text)) return static_cast<int>(row.code);
-    return static_cast<int>(KeyCode::Stop_Force_Position_Move); // and so is everything unknown
+    const KeyCode kind = find_kind(text);
+    return static_cast<int>(kind == KeyCode::none ? KeyCode::Stop_Force_Position_Move : kind);
 }

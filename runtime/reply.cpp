@@ -1,5 +1,5 @@
 #include "runtime/reply.h"
-#include "kx/connection.h"
+#include "kx/replies.h"
 
 namespace kx {
 
@@ -38,7 +38,7 @@ Reply& Reply::object(const char* key)
 Reply& Reply::pose(const char* key, POSE& out)
 {
     float* const fields[6] = {&out.x, &out.y, &out.z, &out.rx, &out.ry, &out.rz};
-    return array(key, 6, {KX_WRONG_TYPE, KX_INCOMPLETE_POSE}, [&](int i, int value) {
+    return array(key, exactly(6), {KX_WRONG_TYPE, KX_INCOMPLETE_POSE}, [&](int i, int value) {
         *fields[i] = static_cast<float>(value) / (i < 3 ? 1000000.0f : 1000.0f);
     });
 }
@@ -49,13 +49,28 @@ const char* Reply::string(const char* key)
     return found ? found->valuestring : nullptr;
 }
 
+// Whole volts in one byte; the fraction and everything above 255 V are lost.
+int millivolt_reply(Reply& reply, unsigned char* volts)
+{
+    int millivolts = 0;
+    const int status = reply.integer("voltage", millivolts).code();
+    if (status == KX_SUCCESS)
+        *volts = static_cast<unsigned char>(static_cast<int>(static_cast<float>(millivolts) / 1000.0));
+    return status;
+}
+
 } // namespace kx
 
 using namespace kx;
 
+static int boolean_of(const char* text, const char* key, int otherwise = KX_WRONG_TYPE)
+{
+    return Reply(text).boolean(key, otherwise);
+}
+
 int Parser_Set_DH_Data(const char* text)
 {
-    return Reply(text).boolean("set_state");
+    return boolean_of(text, "set_state");
 }
 
 // The same function under a second name.
@@ -63,40 +78,37 @@ extern "C" int Parser_Set_Hand(const char* text) __attribute__((alias("Parser_Se
 
 int Parser_Plan_Feedback(const char* text)
 {
-    return Reply(text).boolean("trajectory_state");
+    return boolean_of(text, "trajectory_state");
 }
 
 int Parser_Clear_System_Err(const char* text)
 {
-    return Reply(text).boolean("clear_state");
+    return boolean_of(text, "clear_state");
 }
 
 int Parser_Set_DO_State(const char* text)
 {
-    return Reply(text).boolean("state");
+    return boolean_of(text, "state");
 }
 
 int Parser_Stop_Drag_Trajectory(const char* text)
 {
-    return Reply(text).boolean("stop_state");
+    return boolean_of(text, "stop_state");
 }
 
 int Parser_Joint_Speed(const char* text)
 {
-    return Reply(text).boolean("joint_max_speed", KX_NOT_BOOLEAN);
+    return boolean_of(text, "joint_max_speed", KX_NOT_BOOLEAN);
 }
 
 int Parser_Get_DO_State(const char* text, unsigned char* state)
 {
-    return Reply(text).integer("IO_state", *state).code();
+    Reply reply(text);
+    return number_reply(reply, state);
 }
 
-// Whole volts in one byte; the fraction and everything above 255 V are lost.
 int Parser_Get_AO_State(const char* text, unsigned char* volts)
 {
-    int millivolts = 0;
-    const int status = Reply(text).integer("voltage", millivolts).code();
-    if (status == KX_SUCCESS)
-        *volts = static_cast<unsigned char>(static_cast<int>(static_cast<float>(millivolts) / 1000.0));
-    return status;
+    Reply reply(text);
+    return millivolt_reply(reply, volts);
 }

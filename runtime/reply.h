@@ -8,7 +8,9 @@
 #include "kx/types.h"
 
 #include <cjson/cJSON.h>
+#include <limits.h>
 #include <string.h>
+#include <utility>
 
 namespace kx {
 
@@ -18,8 +20,23 @@ struct ArrayFaults {
     int wrong_length = KX_WRONG_TYPE;
 };
 
-constexpr int any_length = -1;
 constexpr int any_type = -1;
+
+// How many items an array must have, or may have: an open array has as many as the controller sends. A
+// classic connection hands them all on; a link refuses more than the caller was told to have room for.
+struct ArrayLength {
+    int items;
+    bool is_open = false;
+};
+constexpr ArrayLength exactly(int items)
+{
+    return {items};
+}
+constexpr ArrayLength up_to(int items)
+{
+    return {items, true};
+}
+constexpr ArrayLength any_length = up_to(INT_MAX);
 
 // Copies a text, cut to what fits.
 template <size_t capacity>
@@ -31,14 +48,33 @@ void copy_cut(char (&out)[capacity], const char* text)
 
 class Reply {
   public:
-    Reply(const char* text)
-        : root_(cJSON_Parse(text)), scope_(root_), code_(root_ ? KX_SUCCESS : KX_BAD_REPLY)
+    enum From { classic, link };
+
+    // What was received, or a null tree if it was no JSON.
+    Reply(cJSON* tree, From from)
+        : root_(tree), scope_(tree), code_(tree ? KX_SUCCESS : KX_BAD_REPLY), from_(from)
     {
     }
-    Reply(const Reply&) = delete;
-    Reply& operator=(const Reply&) = delete;
+    explicit Reply(const char* text) : Reply(cJSON_Parse(text), classic) {}
+
+    // No reply came, for this reason.
+    static Reply none(int status)
+    {
+        Reply reply(nullptr, classic);
+        reply.code_ = status;
+        reply.came_ = false;
+        return reply;
+    }
+    Reply(Reply&& other) noexcept
+        : root_(std::exchange(other.root_, nullptr)), scope_(other.scope_), code_(other.code_),
+          came_(other.came_), from_(other.from_)
+    {
+    }
+    Reply& operator=(Reply&&) = delete;
     ~Reply() { cJSON_Delete(root_); }
 
+    bool came() const { return came_; }
+    const cJSON* tree() const { return root_; }
     int code() const { return code_; }
 
     // Ends a chain: 0 for true, 1 for false, `otherwise` for another type.
@@ -67,11 +103,13 @@ class Reply {
 
     // An array: store(i, integer part of item i) for every item.
     template <class Store>
-    Reply& array(const char* key, int length, ArrayFaults faults, Store store)
+    Reply& array(const char* key, ArrayLength length, ArrayFaults faults, Store store)
     {
         const cJSON* items = member(key, cJSON_Array, faults.not_an_array);
         if (!items) return *this;
-        if (length != any_length && cJSON_GetArraySize(items) != length) return fail(faults.wrong_length);
+        const int size = cJSON_GetArraySize(items);
+        if (length.is_open ? from_ == link && size > length.items : size != length.items)
+            return fail(faults.wrong_length);
         int i = 0;
         for (const cJSON* item = items->child; item; item = item->next)
             store(i++, item->valueint);
@@ -94,15 +132,17 @@ class Reply {
     // An array of strings: store(i, string i) for every item up to the string `end`; nothing is stored when
     // one of them is no string.
     template <class Store>
-    Reply& strings(const char* key, const char* end, Store store)
+    Reply& strings(const char* key, const char* end, ArrayLength length, Store store)
     {
         const cJSON* items = member(key, cJSON_Array);
         if (!items) return *this;
         const cJSON* last = items->child;
-        for (; last; last = last->next) {
+        int count = 0;
+        for (; last; last = last->next, ++count) {
             if (!cJSON_IsString(last)) return fail(KX_WRONG_TYPE);
             if (strcmp(last->valuestring, end) == 0) break;
         }
+        if (from_ == link && count > length.items) return fail(KX_WRONG_TYPE);
         int i = 0;
         for (const cJSON* item = items->child; item != last; item = item->next)
             store(i++, item->valuestring);
@@ -122,6 +162,8 @@ class Reply {
     cJSON* root_;
     const cJSON* scope_; // the object in which members are looked up
     int code_;
+    bool came_ = true;
+    From from_;
 };
 
 // Ways to store array items.
@@ -139,12 +181,17 @@ inline void ignored(int, int) {}
 // Decoders that many commands share.
 inline auto boolean_state(const char* key)
 {
-    return [key](Reply reply) { return reply.boolean(key); };
+    return [key](Reply& reply) { return reply.boolean(key); };
 }
 inline auto parameter_set(const char* key)
 {
-    return [key](Reply reply) { return reply.boolean(key, KX_NOT_BOOLEAN); };
+    return [key](Reply& reply) { return reply.boolean(key, KX_NOT_BOOLEAN); };
 }
+inline int number_reply(Reply& reply, unsigned char* out)
+{
+    return reply.integer("IO_state", *out).code();
+}
+int millivolt_reply(Reply& reply, unsigned char* volts);
 
 } // namespace kx
 

@@ -1,29 +1,131 @@
 #include "runtime/request.h"
 
+#include <float.h>
 #include <limits.h>
+#include <locale.h>
+#include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <utility>
 
 namespace kx {
 
-int truncated(float value, float factor)
+Scaled truncated(float value, float factor)
 {
     const float product = value * factor;
-    if (product >= 2147483648.0f) return INT_MAX;
-    if (product < -2147483648.0f) return INT_MIN;
-    return product == product ? static_cast<int>(product) : 0;
+    if (product >= 2147483648.0f) return {INT_MAX, false};
+    if (product >= -2147483648.0f) return {static_cast<int>(product), true};
+    return {INT_MIN, false}; // and so is NaN
 }
 
-Request&& Request::add(const char* key, cJSON* value)
+Request::Request(Request&& other) : answer_(other.answer_), fits_(other.fits_), is_true_(other.is_true_)
 {
-    cJSON_AddItemToObject(object_, key, value);
+    line_.length = other.line_.length;
+    memcpy(line_.text, other.line_.text, static_cast<size_t>(line_.length));
+}
+
+void Request::append(char character)
+{
+    if (line_.length < line_capacity - 1)
+        line_.text[line_.length++] = character;
+    else
+        fits_ = false;
+}
+
+void Request::append(const char* characters)
+{
+    while (*characters)
+        append(*characters++);
+}
+
+void Request::append_string(const char* characters)
+{
+    append('"');
+    for (; *characters; ++characters) {
+        const auto character = static_cast<unsigned char>(*characters);
+        static constexpr char named[] = "\"\\\b\f\n\r\t", names[] = "\"\\bfnrt";
+        if (const char* found = strchr(named, character)) {
+            append('\\');
+            append(names[found - named]);
+        } else if (character < ' ') {
+            char code[sizeof "\\u0000"];
+            snprintf(code, sizeof code, "\\u%04x", character);
+            append(code);
+        } else {
+            append(*characters);
+        }
+    }
+    append('"');
+}
+
+void Request::begin_member(const char* key)
+{
+    append(line_.length == 0 ? "{\n\t" : ",\n\t");
+    append_string(key);
+    append(":\t");
+}
+
+void Request::begin_array(const char* key)
+{
+    begin_member(key);
+    append('[');
+}
+
+Request&& Request::end_array()
+{
+    append(']');
     return std::move(*this);
 }
 
-Request&& Request::pair(const char* key, double first, double second)
+void Request::begin_item()
 {
-    return array(key, 2, [&](int i) { return i == 0 ? first : second; });
+    if (line_.text[line_.length - 1] != '[') append(", ");
+}
+
+void Request::append_number(int value)
+{
+    char digits[sizeof "-2147483648"];
+    char* first = digits + sizeof digits;
+    *--first = '\0';
+    unsigned int rest = value < 0 ? 0u - static_cast<unsigned int>(value) : static_cast<unsigned int>(value);
+    do
+        *--first = static_cast<char>('0' + rest % 10);
+    while (rest /= 10);
+    if (value < 0) *--first = '-';
+    append(first);
+}
+
+// With 15 digits, or with 17 where 15 do not tell the value.
+void Request::append_number(double value)
+{
+    if (!isfinite(value)) {
+        is_true_ = false;
+        return append("null");
+    }
+    char digits[32];
+    snprintf(digits, sizeof digits, "%1.15g", value);
+    const double told = strtod(digits, nullptr);
+    if (fabs(told - value) > fmax(fabs(told), fabs(value)) * DBL_EPSILON)
+        snprintf(digits, sizeof digits, "%1.17g", value);
+    const char point = localeconv()->decimal_point[0];
+    if (char* found = point == '.' ? nullptr : strchr(digits, point)) *found = '.';
+    append(digits);
+}
+
+void Request::append_number(Scaled value)
+{
+    is_true_ = is_true_ && value.is_true;
+    append_number(value.value);
+}
+
+Request&& Request::text(const char* key, const char* value)
+{
+    if (value) {
+        begin_member(key);
+        append_string(value);
+    }
+    return std::move(*this);
 }
 
 Request&& Request::joints(const char* key, const float* degrees, int count)
@@ -37,33 +139,24 @@ Request&& Request::pose(const char* key, const POSE& pose)
     return array(key, 6, [&](int i) { return truncated(values[i], i < 3 ? 1000000.0f : 1000.0f); });
 }
 
-Request&& Request::object(const char* key, Request members)
+Request&& Request::object(const char* key, const Request& members)
 {
-    return add(key, std::exchange(members.object_, nullptr));
+    begin_member(key);
+    for (int i = 0; i < members.line_.length; ++i) {
+        append(members.line_.text[i]);
+        if (members.line_.text[i] == '\n') append('\t'); // one level further in
+    }
+    append("\n\t}");
+    fits_ = fits_ && members.fits_;
+    is_true_ = is_true_ && members.is_true_;
+    return std::move(*this);
 }
 
-bool Request::print(Line& line) const
+const Line* Request::framed()
 {
-    char* printed = cJSON_Print(object_);
-    if (!printed) return false;
-    Line framed;
-    framed.length = snprintf(framed.text, sizeof framed.text, "%s\r\n", printed);
-    cJSON_free(printed);
-    if (framed.length >= line_capacity) return false;
-    line = framed;
-    return true;
-}
-
-static bool print_and_free(Request request, Line& line)
-{
-    return request.print(line);
-}
-
-Line framed(Request request)
-{
-    Line line;
-    if (!print_and_free(std::move(request), line)) abort();
-    return line;
+    append(line_.length == 0 ? "{\n}\r\n" : "\n}\r\n");
+    line_.text[line_.length] = '\0';
+    return fits_ ? &line_ : nullptr;
 }
 
 } // namespace kx

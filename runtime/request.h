@@ -1,56 +1,100 @@
-// A request under construction: a JSON object whose members keep the order in which they are added.
+// A request under construction: a JSON object whose members keep the order in which they are added, with the
+// kind of reply that answers it.
 //
-//     Request("set_joint_max_speed").pair("joint_max_speed", joint, truncated(speed, 1000.0f))
+//     Request("set_joint_max_speed", KeyCode::set_joint_max_speed)
+//         .pair("joint_max_speed", joint, truncated(speed, 1000.0f))
+//
+// It is written straight into the line that goes out, the way cJSON prints an object: a streamed target shall
+// cost no allocation.
 #ifndef KX_RUNTIME_REQUEST_H
 #define KX_RUNTIME_REQUEST_H
 
 #include "kx/types.h"
 #include "runtime/line.h"
+#include "runtime/recognition.h"
 
-#include <cjson/cJSON.h>
+#include <utility>
 
 namespace kx {
 
-// value * factor in single precision, truncated toward zero; saturates at the ends of the 32-bit range, NaN
-// gives 0.
-int truncated(float value, float factor);
+// A value as it is sent: a whole number of 32 bits.
+struct Scaled {
+    int value;
+    bool is_true; // false if the value was not finite or beyond 32 bits, and so is another
+};
+
+// value * factor in single precision, truncated toward zero. Saturates at the ends of the 32-bit range; NaN
+// gives the smallest number, which every controller refuses, where 0 would be a legal target.
+Scaled truncated(float value, float factor);
 
 class Request {
   public:
-    Request() : object_(cJSON_CreateObject()) {}
-    explicit Request(const char* command) : Request() { text("command", command); }
-    Request(Request&& other) noexcept : object_(other.object_) { other.object_ = nullptr; }
+    explicit Request(KeyCode answer = KeyCode::none) : answer_(answer) {} // without a command
+    explicit Request(const char* command, KeyCode answer = KeyCode::none) : answer_(answer)
+    {
+        text("command", command);
+    }
+    Request(Request&& other);
     Request& operator=(Request&&) = delete;
-    ~Request() { cJSON_Delete(object_); }
 
-    Request&& text(const char* key, const char* value) { return add(key, cJSON_CreateString(value)); }
-    Request&& number(const char* key, double value) { return add(key, cJSON_CreateNumber(value)); }
-    Request&& pair(const char* key, double first, double second);
+    Request&& text(const char* key, const char* value); // left out when null
+    template <class Number>                             // int, double or Scaled
+    Request&& number(const char* key, Number value)
+    {
+        begin_member(key);
+        append_number(value);
+        return std::move(*this);
+    }
+    template <class First, class Second>
+    Request&& pair(const char* key, First first, Second second)
+    {
+        begin_array(key);
+        append_number(first);
+        begin_item();
+        append_number(second);
+        return end_array();
+    }
     Request&& joints(const char* key, const float* degrees, int count); // thousandths, truncated
     Request&& pose(const char* key, const POSE& pose); // micrometres and milliradians, truncated
-    Request&& object(const char* key, Request members);
+    Request&& object(const char* key, const Request& members);
 
     // An array of `count` numbers, value(0) to value(count - 1); empty for a negative count.
     template <class Value>
     Request&& array(const char* key, int count, Value value)
     {
-        cJSON* items = cJSON_CreateArray();
-        for (int i = 0; i < count && i < line_capacity; ++i) // no line holds more
-            cJSON_AddItemToArray(items, cJSON_CreateNumber(value(i)));
-        return add(key, items);
+        begin_array(key);
+        for (int i = 0; i < count && fits_; ++i) {
+            begin_item();
+            append_number(value(i));
+        }
+        return end_array();
     }
 
-    // The line as it goes out: formatted JSON and CR LF. False when it does not fit, with `line` untouched.
-    bool print(Line& line) const;
+    KeyCode answer() const { return answer_; }
+
+    // False if a value had to be replaced by another to be sent.
+    bool is_true() const { return is_true_; }
+
+    // The line as it goes out, ended by CR LF; null if it does not fit.
+    const Line* framed();
 
   private:
-    Request&& add(const char* key, cJSON* value);
+    void begin_member(const char* key);
+    void begin_array(const char* key);
+    Request&& end_array();
+    void begin_item();
+    void append_number(int value);
+    void append_number(double value);
+    void append_number(Scaled value);
+    void append(char character);
+    void append(const char* characters);
+    void append_string(const char* characters);
 
-    cJSON* object_;
+    Line line_;
+    KeyCode answer_ = KeyCode::none;
+    bool fits_ = true;
+    bool is_true_ = true;
 };
-
-// The line of a request that is known to fit; one that does not ends the process before anything is sent.
-Line framed(Request request);
 
 } // namespace kx
 

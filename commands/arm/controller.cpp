@@ -1,6 +1,7 @@
-// The controller's state and its communication interfaces. Nobody awaits an answer to a change of interface:
-// the connection may be gone with it.
+// The controller: whether it is there, its state, its communication interfaces. Nobody awaits an answer to a
+// change of interface: the connection may be gone with it.
 #include "kx/controller.h"
+#include "kx/connection.h"
 #include "runtime/command.h"
 
 using namespace kx;
@@ -8,7 +9,7 @@ using namespace kx;
 int Get_Controller_State_Block(int sockfd, float* voltage, float* current, float* temperature,
                                unsigned short* sys_err)
 {
-    return exchange(sockfd, Request("get_controller_state"), KeyCode::controller_state, [=](Reply reply) {
+    return exchange(sockfd, Request("get_controller_state", KeyCode::controller_state), [=](Reply& reply) {
         return reply.scaled("voltage", *voltage, 1000.0f)
             .scaled("current", *current, 1000.0f)
             .scaled("temperature", *temperature, 1000.0f)
@@ -72,4 +73,17 @@ int Set_Ethernet_Block(int sockfd)
 int Set_Ethernet(int sockfd)
 {
     return query(Set_Ethernet_Block, sockfd);
+}
+
+// Nobody waits for the answer.
+int Arm_Sockrt_State_Block(int sockfd)
+{
+    return dispatch(sockfd, Request("get_joint_max_speed", KeyCode::joint_max_speed));
+}
+
+int Arm_Sockrt_State(int sockfd)
+{
+    entry_delay(sockfd);
+    if (const int fault = guard(sockfd)) return fault;
+    return quick_query(Arm_Sockrt_State_Block, sockfd);
 }

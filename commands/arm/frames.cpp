@@ -17,14 +17,13 @@ static Request with_load(Request request, double mass, float x, float y, float z
 
 static Request auto_tool_frame(const char* command, unsigned char point_num)
 {
-    return Request(command).number("point_num", point_num);
+    return Request(command, KeyCode::set_auto_tool_frame).number("point_num", point_num);
 }
 
 // With an empty command string, unlike the non-blocking form; both are part of the interface.
 int Auto_Set_Tool_Frame_Block(int sockfd, unsigned char point_num)
 {
-    return exchange(sockfd, auto_tool_frame("", point_num), KeyCode::set_auto_tool_frame,
-                    boolean_state("auto_tool_frame"));
+    return exchange(sockfd, auto_tool_frame("", point_num), boolean_state("auto_tool_frame"));
 }
 
 int Auto_Set_Tool_Frame_NonBlock(int sockfd, unsigned char point_num)
@@ -39,14 +38,15 @@ int Auto_Set_Tool_Frame(int sockfd, unsigned char point_num, bool block)
 
 static Request generate_tool_frame(const char* name, float payload, float x, float y, float z)
 {
-    return with_load(Request("generate_auto_tool_frame").text("tool_name", name), payload, x, y, z);
+    return with_load(
+        Request("generate_auto_tool_frame", KeyCode::set_auto_tool_frame).text("tool_name", name), payload, x,
+        y, z);
 }
 
 // Answered like Auto_Set_Tool_Frame.
 int Generate_Auto_Tool_Frame_Block(int sockfd, const char* name, float payload, float x, float y, float z)
 {
-    return exchange(sockfd, generate_tool_frame(name, payload, x, y, z), KeyCode::set_auto_tool_frame,
-                    boolean_state("auto_tool_frame"));
+    return exchange(sockfd, generate_tool_frame(name, payload, x, y, z), boolean_state("auto_tool_frame"));
 }
 
 int Generate_Auto_Tool_Frame_NonBlock(int sockfd, const char* name, float payload, float x, float y, float z)
@@ -63,14 +63,16 @@ int Generate_Auto_Tool_Frame(int sockfd, const char* name, float payload, float 
 
 static Request manual_tool_frame(const char* name, const POSE& pose, float payload, float x, float y, float z)
 {
-    return with_load(Request("set_manual_tool_frame").text("tool_name", name).pose("tool_pose", pose),
+    return with_load(Request("set_manual_tool_frame", KeyCode::set_manual_tool_frame)
+                         .text("tool_name", name)
+                         .pose("tool_pose", pose),
                      payload, x, y, z);
 }
 
 int Manual_Set_Tool_Frame_Block(int sockfd, const char* name, POSE pose, float payload, float x, float y,
                                 float z)
 {
-    return exchange(sockfd, manual_tool_frame(name, pose, payload, x, y, z), KeyCode::set_manual_tool_frame,
+    return exchange(sockfd, manual_tool_frame(name, pose, payload, x, y, z),
                     boolean_state("manual_tool_frame"));
 }
 
@@ -89,13 +91,12 @@ int Manual_Set_Tool_Frame(int sockfd, const char* name, POSE pose, float payload
 
 static Request change_tool_frame(const char* name)
 {
-    return Request("set_change_tool_frame").text("tool_name", name);
+    return Request("set_change_tool_frame", KeyCode::set_change_tool_frame).text("tool_name", name);
 }
 
 int Change_Tool_Frame_Block(int sockfd, const char* name)
 {
-    return exchange(sockfd, change_tool_frame(name), KeyCode::set_change_tool_frame,
-                    boolean_state("change_tool_frame"));
+    return exchange(sockfd, change_tool_frame(name), boolean_state("change_tool_frame"));
 }
 
 int Change_Tool_Frame_NonBlock(int sockfd, const char* name)
@@ -110,13 +111,12 @@ int Change_Tool_Frame(int sockfd, const char* name, bool block)
 
 static Request delete_tool_frame(const char* name)
 {
-    return Request("set_delete_tool_frame").text("tool_name", name);
+    return Request("set_delete_tool_frame", KeyCode::set_delete_tool_frame).text("tool_name", name);
 }
 
 int Delete_Tool_Frame_Block(int sockfd, const char* name)
 {
-    return exchange(sockfd, delete_tool_frame(name), KeyCode::set_delete_tool_frame,
-                    boolean_state("delete_tool_frame"));
+    return exchange(sockfd, delete_tool_frame(name), boolean_state("delete_tool_frame"));
 }
 
 int Delete_Tool_Frame_NonBlock(int sockfd, const char* name)
@@ -131,12 +131,12 @@ int Delete_Tool_Frame(int sockfd, const char* name, bool block)
 
 static Request payload_request(int payload, float cx, float cy, float cz)
 {
-    return with_load(Request("set_payload"), payload, cx, cy, cz);
+    return with_load(Request("set_payload", KeyCode::set_payload), payload, cx, cy, cz);
 }
 
 int Set_Payload_Block(int sockfd, int payload, float cx, float cy, float cz)
 {
-    return exchange(sockfd, payload_request(payload, cx, cy, cz), KeyCode::set_payload, Parser_Set_DH_Data);
+    return exchange(sockfd, payload_request(payload, cx, cy, cz), boolean_state("set_state"));
 }
 
 int Set_Payload_NonBlock(int sockfd, int payload, float cx, float cy, float cz)
@@ -149,16 +149,19 @@ int Set_Payload(int sockfd, int payload, float cx, float cy, float cz, bool bloc
     return sleeping(sockfd, block, Set_Payload_Block, Set_Payload_NonBlock, payload, cx, cy, cz);
 }
 
-static constexpr char none_payload[] = "set_none_payload";
+static Request none_payload()
+{
+    return Request("set_none_payload", KeyCode::set_none_payload);
+}
 
 int Set_None_Payload_Block(int sockfd)
 {
-    return exchange(sockfd, Request(none_payload), KeyCode::set_none_payload, Parser_Set_DH_Data);
+    return exchange(sockfd, none_payload(), boolean_state("set_state"));
 }
 
 int Set_None_Payload_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(none_payload));
+    return post(sockfd, none_payload());
 }
 
 int Set_None_Payload(int sockfd, bool block)
@@ -173,16 +176,17 @@ static int decode_tool_frame(Reply& reply, FRAME* frame, int centre_is_no_array)
     float* const centre[3] = {&frame->x, &frame->y, &frame->z};
     return reply.pose("pose", frame->pose)
         .integer("payload", frame->payload)
-        .array("position", 3, {centre_is_no_array, KX_WRONG_TYPE},
+        .array("position", exactly(3), {centre_is_no_array, KX_WRONG_TYPE},
                [&](int i, int value) { *centre[i] = static_cast<float>(value) / 1000000.0f; })
         .code();
 }
 
 int Get_Current_Tool_Frame_Block(int sockfd, FRAME* frame)
 {
-    return exchange(sockfd, Request("get_current_tool_frame"), KeyCode::current_tool_frame, [=](Reply reply) {
-        return decode_tool_frame(reply.text("tool_name", frame->frame_name), frame, KX_BAD_REPLY);
-    });
+    return exchange(
+        sockfd, Request("get_current_tool_frame", KeyCode::current_tool_frame), [=](Reply& reply) {
+            return decode_tool_frame(reply.text("tool_name", frame->frame_name), frame, KX_BAD_REPLY);
+        });
 }
 
 int Get_Current_Tool_Frame(int sockfd, FRAME* frame)
@@ -192,8 +196,8 @@ int Get_Current_Tool_Frame(int sockfd, FRAME* frame)
 
 int Get_Given_Tool_Frame_Block(int sockfd, const char* name, FRAME* frame)
 {
-    return exchange(sockfd, Request("get_tool_frame").text("tool_name", name), KeyCode::given_tool_frame,
-                    [=](Reply reply) { return decode_tool_frame(reply, frame, KX_WRONG_TYPE); });
+    return exchange(sockfd, Request("get_tool_frame", KeyCode::given_tool_frame).text("tool_name", name),
+                    [=](Reply& reply) { return decode_tool_frame(reply, frame, KX_WRONG_TYPE); });
 }
 
 int Get_Given_Tool_Frame(int sockfd, const char* name, FRAME* frame)
@@ -201,17 +205,21 @@ int Get_Given_Tool_Frame(int sockfd, const char* name, FRAME* frame)
     return query(Get_Given_Tool_Frame_Block, sockfd, name, frame);
 }
 
+constexpr ArrayLength frame_names = up_to(100); // more do not fit into a classic reply
+
 static auto name_list(const char* key, FRAME_NAME* names)
 {
-    return [=](Reply reply) {
-        return reply.strings(key, "NULL", [=](int i, const char* name) { copy_cut(names[i].name, name); })
+    return [=](Reply& reply) {
+        return reply
+            .strings(key, "NULL", frame_names,
+                     [=](int i, const char* name) { copy_cut(names[i].name, name); })
             .code();
     };
 }
 
 int Get_All_Tool_Frame_Block(int sockfd, FRAME_NAME* names)
 {
-    return exchange(sockfd, Request("get_total_tool_frame"), KeyCode::total_tool_frame,
+    return exchange(sockfd, Request("get_total_tool_frame", KeyCode::total_tool_frame),
                     name_list("tool_names", names));
 }
 
@@ -222,13 +230,14 @@ int Get_All_Tool_Frame(int sockfd, FRAME_NAME* names)
 
 static Request auto_work_frame(const char* name, unsigned char point_num)
 {
-    return Request("set_auto_work_frame").text("frame_name", name).number("point_num", point_num);
+    return Request("set_auto_work_frame", KeyCode::set_auto_work_frame)
+        .text("frame_name", name)
+        .number("point_num", point_num);
 }
 
 int Auto_Set_Work_Frame_Block(int sockfd, const char* name, unsigned char point_num)
 {
-    return exchange(sockfd, auto_work_frame(name, point_num), KeyCode::set_auto_work_frame,
-                    boolean_state("auto_work_frame"));
+    return exchange(sockfd, auto_work_frame(name, point_num), boolean_state("auto_work_frame"));
 }
 
 int Auto_Set_Work_Frame_NonBlock(int sockfd, const char* name, unsigned char point_num)
@@ -243,14 +252,15 @@ int Auto_Set_Work_Frame(int sockfd, const char* name, unsigned char point_num, b
 
 static Request manual_work_frame(const char* name, const POSE& pose)
 {
-    return Request("set_manual_work_frame").text("frame_name", name).pose("frame_pose", pose);
+    return Request("set_manual_work_frame", KeyCode::set_maual_work_frame)
+        .text("frame_name", name)
+        .pose("frame_pose", pose);
 }
 
 // Spelt right in the request, "set_maual_work_frame" in the reply.
 int Manual_Set_Work_Frame_Block(int sockfd, const char* name, POSE pose)
 {
-    return exchange(sockfd, manual_work_frame(name, pose), KeyCode::set_maual_work_frame,
-                    boolean_state("manual_work_frame"));
+    return exchange(sockfd, manual_work_frame(name, pose), boolean_state("manual_work_frame"));
 }
 
 int Manual_Set_Work_Frame_NonBlock(int sockfd, const char* name, POSE pose)
@@ -265,13 +275,12 @@ int Manual_Set_Work_Frame(int sockfd, const char* name, POSE pose, bool block)
 
 static Request change_work_frame(const char* name)
 {
-    return Request("set_change_work_frame").text("frame_name", name);
+    return Request("set_change_work_frame", KeyCode::set_change_work_frame).text("frame_name", name);
 }
 
 int Change_Work_Frame_Block(int sockfd, const char* name)
 {
-    return exchange(sockfd, change_work_frame(name), KeyCode::set_change_work_frame,
-                    boolean_state("change_work_frame"));
+    return exchange(sockfd, change_work_frame(name), boolean_state("change_work_frame"));
 }
 
 int Change_Work_Frame_NonBlock(int sockfd, const char* name)
@@ -286,14 +295,13 @@ int Change_Work_Frame(int sockfd, const char* name, bool block)
 
 static Request delete_work_frame(const char* name)
 {
-    return Request("set_delete_work_frame").text("frame_name", name);
+    return Request("set_delete_work_frame", KeyCode::set_maual_work_frame).text("frame_name", name);
 }
 
 // Answered like Manual_Set_Work_Frame; KeyCode::set_delete_work_frame is awaited by nobody.
 int Delete_Work_Frame_Block(int sockfd, const char* name)
 {
-    return exchange(sockfd, delete_work_frame(name), KeyCode::set_maual_work_frame,
-                    boolean_state("manual_work_frame"));
+    return exchange(sockfd, delete_work_frame(name), boolean_state("manual_work_frame"));
 }
 
 int Delete_Work_Frame_NonBlock(int sockfd, const char* name)
@@ -308,9 +316,10 @@ int Delete_Work_Frame(int sockfd, const char* name, bool block)
 
 int Get_Current_Work_Frame_Block(int sockfd, FRAME* frame)
 {
-    return exchange(sockfd, Request("get_current_work_frame"), KeyCode::current_work_frame, [=](Reply reply) {
-        return reply.text("frame_name", frame->frame_name).pose("pose", frame->pose).code();
-    });
+    return exchange(sockfd, Request("get_current_work_frame", KeyCode::current_work_frame),
+                    [=](Reply& reply) {
+                        return reply.text("frame_name", frame->frame_name).pose("pose", frame->pose).code();
+                    });
 }
 
 int Get_Current_Work_Frame(int sockfd, FRAME* frame)
@@ -320,8 +329,8 @@ int Get_Current_Work_Frame(int sockfd, FRAME* frame)
 
 int Get_Given_Work_Frame_Block(int sockfd, const char* name, POSE* pose)
 {
-    return exchange(sockfd, Request("get_work_frame").text("frame_name", name), KeyCode::given_work_frame,
-                    [=](Reply reply) { return reply.pose("pose", *pose).code(); });
+    return exchange(sockfd, Request("get_work_frame", KeyCode::given_work_frame).text("frame_name", name),
+                    [=](Reply& reply) { return reply.pose("pose", *pose).code(); });
 }
 
 int Get_Given_Work_Frame(int sockfd, const char* name, POSE* pose)
@@ -331,7 +340,7 @@ int Get_Given_Work_Frame(int sockfd, const char* name, POSE* pose)
 
 int Get_All_Work_Frame_Blcok(int sockfd, FRAME_NAME* names)
 {
-    return exchange(sockfd, Request("get_total_work_frame"), KeyCode::total_work_frame,
+    return exchange(sockfd, Request("get_total_work_frame", KeyCode::total_work_frame),
                     name_list("frame_names", names));
 }
 

@@ -1,23 +1,24 @@
 // Per-joint settings: limits, enable state, zero position, errors, calibration.
 #include "kx/joint_parameters.h"
-#include "runtime/command.h"
+#include "commands/shared.h"
 
 using namespace kx;
 
 // [joint, value in thousandths] under the command's value key.
-static Request joint_value(const char* command, const char* key, unsigned char joint, float value)
+static Request joint_value(const char* command, KeyCode answer, const char* key, unsigned char joint,
+                           float value)
 {
-    return Request(command).pair(key, joint, truncated(value, 1000.0f));
+    return Request(command, answer).pair(key, joint, truncated(value, 1000.0f));
 }
 
 static Request joint_speed(unsigned char joint, float speed)
 {
-    return joint_value("set_joint_max_speed", "joint_max_speed", joint, speed);
+    return joint_value("set_joint_max_speed", KeyCode::set_joint_max_speed, "joint_max_speed", joint, speed);
 }
 
 int Set_Joint_Speed_Block(int sockfd, unsigned char joint, float speed)
 {
-    return exchange(sockfd, joint_speed(joint, speed), KeyCode::set_joint_max_speed, Parser_Joint_Speed);
+    return exchange(sockfd, joint_speed(joint, speed), parameter_set("joint_max_speed"));
 }
 
 int Set_Joint_Speed_NonBlock(int sockfd, unsigned char joint, float speed)
@@ -32,13 +33,12 @@ int Set_Joint_Speed(int sockfd, unsigned char joint, float speed, bool block)
 
 static Request joint_acc(unsigned char joint, float acc)
 {
-    return joint_value("set_joint_max_acc", "joint_max_acc", joint, acc);
+    return joint_value("set_joint_max_acc", KeyCode::set_joint_max_acc, "joint_max_acc", joint, acc);
 }
 
 int Set_Joint_Acc_Block(int sockfd, unsigned char joint, float acc)
 {
-    return exchange(sockfd, joint_acc(joint, acc), KeyCode::set_joint_max_acc,
-                    parameter_set("joint_max_acc"));
+    return exchange(sockfd, joint_acc(joint, acc), parameter_set("joint_max_acc"));
 }
 
 int Set_Joint_Acc_NonBlock(int sockfd, unsigned char joint, float acc)
@@ -53,13 +53,12 @@ int Set_Joint_Acc(int sockfd, unsigned char joint, float acc, bool block)
 
 static Request joint_min_pos(unsigned char joint, float joint_pos)
 {
-    return joint_value("set_joint_min_pos", "joint_min_pos", joint, joint_pos);
+    return joint_value("set_joint_min_pos", KeyCode::set_joint_min_pos, "joint_min_pos", joint, joint_pos);
 }
 
 int Set_Joint_Min_Pos_Block(int sockfd, unsigned char joint, float joint_pos)
 {
-    return exchange(sockfd, joint_min_pos(joint, joint_pos), KeyCode::set_joint_min_pos,
-                    parameter_set("joint_min_pos"));
+    return exchange(sockfd, joint_min_pos(joint, joint_pos), parameter_set("joint_min_pos"));
 }
 
 int Set_Joint_Min_Pos_NonBlock(int sockfd, unsigned char joint, float joint_pos)
@@ -74,13 +73,12 @@ int Set_Joint_Min_Pos(int sockfd, unsigned char joint, float joint_pos, bool blo
 
 static Request joint_max_pos(unsigned char joint, float joint_pos)
 {
-    return joint_value("set_joint_max_pos", "joint_max_pos", joint, joint_pos);
+    return joint_value("set_joint_max_pos", KeyCode::set_joint_max_pos, "joint_max_pos", joint, joint_pos);
 }
 
 int Set_Joint_Max_Pos_Block(int sockfd, unsigned char joint, float joint_pos)
 {
-    return exchange(sockfd, joint_max_pos(joint, joint_pos), KeyCode::set_joint_max_pos,
-                    parameter_set("joint_max_pos"));
+    return exchange(sockfd, joint_max_pos(joint, joint_pos), parameter_set("joint_max_pos"));
 }
 
 int Set_Joint_Max_Pos_NonBlock(int sockfd, unsigned char joint, float joint_pos)
@@ -95,13 +93,12 @@ int Set_Joint_Max_Pos(int sockfd, unsigned char joint, float joint_pos, bool blo
 
 static Request joint_enable(unsigned char joint, bool state)
 {
-    return Request("set_joint_en_state").pair("joint_en_state", joint, state);
+    return Request("set_joint_en_state", KeyCode::set_joint_en_state).pair("joint_en_state", joint, state);
 }
 
 int Set_Joint_EN_State_Block(int sockfd, unsigned char joint, bool state)
 {
-    return exchange(sockfd, joint_enable(joint, state), KeyCode::set_joint_en_state,
-                    parameter_set("joint_en_state"));
+    return exchange(sockfd, joint_enable(joint, state), parameter_set("joint_en_state"));
 }
 
 int Set_Joint_EN_State_NonBlock(int sockfd, unsigned char joint, bool state)
@@ -116,12 +113,12 @@ int Set_Joint_EN_State(int sockfd, unsigned char joint, bool state, bool block)
 
 static Request joint_zero_pos(unsigned char joint)
 {
-    return Request("set_joint_zero_pos").number("joint_zero_pos", joint);
+    return Request("set_joint_zero_pos", KeyCode::joint_zero_pos).number("joint_zero_pos", joint);
 }
 
 int Set_Joint_Zero_Pos_Block(int sockfd, unsigned char joint)
 {
-    return exchange(sockfd, joint_zero_pos(joint), KeyCode::joint_zero_pos, parameter_set("joint_zero_pos"));
+    return exchange(sockfd, joint_zero_pos(joint), parameter_set("joint_zero_pos"));
 }
 
 int Set_Joint_Zero_Pos_NonBlock(int sockfd, unsigned char joint)
@@ -131,19 +128,18 @@ int Set_Joint_Zero_Pos_NonBlock(int sockfd, unsigned char joint)
 
 int Set_Joint_Zero_Pos(int sockfd, unsigned char joint, bool block)
 {
-    sleep_cp(entry_delay_ms);
+    entry_delay(sockfd);
     return guarded(sockfd, block, Set_Joint_Zero_Pos_Block, Set_Joint_Zero_Pos_NonBlock, joint);
 }
 
 static Request joint_clear_err(unsigned char joint)
 {
-    return Request("set_joint_clear_err").number("joint_clear_err", joint);
+    return Request("set_joint_clear_err", KeyCode::set_joint_clear_err).number("joint_clear_err", joint);
 }
 
 int Set_Joint_Err_Clear_Block(int sockfd, unsigned char joint)
 {
-    return exchange(sockfd, joint_clear_err(joint), KeyCode::set_joint_clear_err,
-                    parameter_set("joint_clear_err"));
+    return exchange(sockfd, joint_clear_err(joint), parameter_set("joint_clear_err"));
 }
 
 int Set_Joint_Err_Clear_NonBlock(int sockfd, unsigned char joint)
@@ -156,17 +152,19 @@ int Set_Joint_Err_Clear(int sockfd, unsigned char joint, bool block)
     return sleeping(sockfd, block, Set_Joint_Err_Clear_Block, Set_Joint_Err_Clear_NonBlock, joint);
 }
 
-static constexpr char start_calibrate[] = "start_calibrate";
+static Request start_calibrate()
+{
+    return Request("start_calibrate", KeyCode::start_calibrate);
+}
 
 int Start_Calibrate_Block(int sockfd)
 {
-    return exchange(sockfd, Request(start_calibrate), KeyCode::start_calibrate,
-                    parameter_set("calibrate_state"));
+    return exchange(sockfd, start_calibrate(), parameter_set("calibrate_state"));
 }
 
 int Start_Calibrate_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(start_calibrate));
+    return post(sockfd, start_calibrate());
 }
 
 int Start_Calibrate(int sockfd, bool block)
@@ -174,17 +172,19 @@ int Start_Calibrate(int sockfd, bool block)
     return sleeping(sockfd, block, Start_Calibrate_Block, Start_Calibrate_NonBlock);
 }
 
-static constexpr char stop_calibrate[] = "stop_calibrate";
+static Request stop_calibrate()
+{
+    return Request("stop_calibrate", KeyCode::stop_calibrate);
+}
 
 int Stop_Calibrate_Block(int sockfd)
 {
-    return exchange(sockfd, Request(stop_calibrate), KeyCode::stop_calibrate,
-                    parameter_set("calibrate_state"));
+    return exchange(sockfd, stop_calibrate(), parameter_set("calibrate_state"));
 }
 
 int Stop_Calibrate_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(stop_calibrate));
+    return post(sockfd, stop_calibrate());
 }
 
 int Stop_Calibrate(int sockfd, bool block)
@@ -193,18 +193,13 @@ int Stop_Calibrate(int sockfd, bool block)
 }
 
 // The getters differ in the codes for a reply that is no array, or not of one item per joint.
-template <class Store>
-static int get_joints(int sockfd, const char* command, KeyCode code, const char* key, ArrayFaults faults,
-                      Store store)
-{
-    return exchange(sockfd, Request(command), code,
-                    [=](Reply reply) { return reply.array(key, joint_count(sockfd), faults, store).code(); });
-}
+constexpr ArrayFaults one_code = {KX_WRONG_SHAPE, KX_WRONG_SHAPE};
+constexpr ArrayFaults two_codes = {KX_WRONG_SHAPE, KX_WRONG_TYPE};
 
 int Get_Joint_Speed_Block(int sockfd, float* speed)
 {
-    return get_joints(sockfd, "get_joint_max_speed", KeyCode::joint_max_speed, "joint_speed", {10, 10},
-                      thousandths(speed));
+    return get_joints(sockfd, Request("get_joint_max_speed", KeyCode::joint_max_speed), "joint_speed",
+                      one_code, thousandths(speed));
 }
 
 int Get_Joint_Speed(int sockfd, float* speed)
@@ -214,7 +209,7 @@ int Get_Joint_Speed(int sockfd, float* speed)
 
 int Get_Joint_Acc_Block(int sockfd, float* acc)
 {
-    return get_joints(sockfd, "get_joint_max_acc", KeyCode::joint_max_acc, "joint_acc", {10, 10},
+    return get_joints(sockfd, Request("get_joint_max_acc", KeyCode::joint_max_acc), "joint_acc", one_code,
                       thousandths(acc));
 }
 
@@ -225,7 +220,7 @@ int Get_Joint_Acc(int sockfd, float* acc)
 
 int Get_Joint_Min_Pos_Block(int sockfd, float* min_joint)
 {
-    return get_joints(sockfd, "get_joint_min_pos", KeyCode::joint_min_pos, "min_pos", {10, 10},
+    return get_joints(sockfd, Request("get_joint_min_pos", KeyCode::joint_min_pos), "min_pos", one_code,
                       thousandths(min_joint));
 }
 
@@ -236,7 +231,7 @@ int Get_Joint_Min_Pos(int sockfd, float* min_joint)
 
 int Get_Joint_Max_Pos_Block(int sockfd, float* max_joint)
 {
-    return get_joints(sockfd, "get_joint_max_pos", KeyCode::joint_max_pos, "max_pos", {10, 11},
+    return get_joints(sockfd, Request("get_joint_max_pos", KeyCode::joint_max_pos), "max_pos", two_codes,
                       thousandths(max_joint));
 }
 
@@ -247,7 +242,7 @@ int Get_Joint_Max_Pos(int sockfd, float* max_joint)
 
 int Get_Joint_EN_State_Block(int sockfd, unsigned char* state)
 {
-    return get_joints(sockfd, "get_joint_en_state", KeyCode::joint_en_state, "en_state", {10, 11},
+    return get_joints(sockfd, Request("get_joint_en_state", KeyCode::joint_en_state), "en_state", two_codes,
                       plain(state));
 }
 
@@ -258,7 +253,7 @@ int Get_Joint_EN_State(int sockfd, unsigned char* state)
 
 int Get_Joint_Err_Flag_Block(int sockfd, unsigned short* state)
 {
-    return get_joints(sockfd, "get_joint_err_flag", KeyCode::joint_err_flag, "err_flag", {10, 11},
+    return get_joints(sockfd, Request("get_joint_err_flag", KeyCode::joint_err_flag), "err_flag", two_codes,
                       plain(state));
 }
 
@@ -269,8 +264,8 @@ int Get_Joint_Err_Flag(int sockfd, unsigned short* state)
 
 int Get_Joint_Software_Version_Block(int sockfd, float* version)
 {
-    return get_joints(sockfd, "get_joint_software_version", KeyCode::joint_software_version, "version",
-                      {10, 11}, thousandths(version));
+    return get_joints(sockfd, Request("get_joint_software_version", KeyCode::joint_software_version),
+                      "version", two_codes, thousandths(version));
 }
 
 int Get_Joint_Software_Version(int sockfd, float* version)
@@ -281,8 +276,8 @@ int Get_Joint_Software_Version(int sockfd, float* version)
 int Get_Calibrate_State_Block(int sockfd, float* joint_state, unsigned short*, int*)
 {
     const auto low_byte = [=](int i, int value) { joint_state[i] = static_cast<float>(value & 0xFF); };
-    return get_joints(sockfd, "get_calibrate_state", KeyCode::calibrate_state, "joint_state", {9, 10},
-                      low_byte);
+    return get_joints(sockfd, Request("get_calibrate_state", KeyCode::calibrate_state), "joint_state",
+                      {KX_BAD_REPLY, KX_WRONG_SHAPE}, low_byte);
 }
 
 int Get_Calibrate_State(int sockfd, float* joint_state, unsigned short* err_flag, int* calibrate_state)

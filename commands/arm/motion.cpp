@@ -16,10 +16,11 @@ static int answers_state_query(int sockfd)
     return Get_Current_Arm_State(sockfd, joint, &pose, &arm_err, &sys_err);
 }
 
+constexpr KeyCode completion = KeyCode::current_trajectory_state; // of every move
+
 static int move_and_wait(int sockfd, Request move)
 {
-    return exchange_while(answers_state_query, sockfd, std::move(move), KeyCode::current_trajectory_state,
-                          Parser_Plan_Feedback);
+    return exchange_while(answers_state_query, sockfd, std::move(move), boolean_state("trajectory_state"));
 }
 
 static Request with_speed(Request move, unsigned char v, float r)
@@ -29,7 +30,7 @@ static Request with_speed(Request move, unsigned char v, float r)
 
 static Request movej(int sockfd, const float* joint, unsigned char v, float r)
 {
-    return with_speed(Request("movej").joints("joint", joint, request_joints(sockfd)), v, r);
+    return with_speed(Request("movej", completion).joints("joint", joint, request_joints(sockfd)), v, r);
 }
 
 int Movej_Cmd_Block(int sockfd, const float* joint, unsigned char v, float r)
@@ -49,7 +50,7 @@ int Movej_Cmd(int sockfd, const float* joint, unsigned char v, float r, bool blo
 
 static Request movel(const POSE& pose, unsigned char v, float r)
 {
-    return with_speed(Request("movel").pose("pose", pose), v, r);
+    return with_speed(Request("movel", completion).pose("pose", pose), v, r);
 }
 
 int Movel_Cmd_Block(int sockfd, POSE pose, unsigned char v, float r)
@@ -70,7 +71,8 @@ int Movel_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block)
 static Request movec(const POSE& pose_via, const POSE& pose_to, unsigned char v, float r, unsigned char loop)
 {
     Request poses = Request().pose("pose_via", pose_via).pose("pose_to", pose_to);
-    return with_speed(Request("movec").object("pose", std::move(poses)), v, r).number("loop", loop);
+    return with_speed(Request("movec", completion).object("pose", std::move(poses)), v, r)
+        .number("loop", loop);
 }
 
 int Movec_Cmd_Block(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, float r, unsigned char loop)
@@ -91,13 +93,13 @@ int Movec_Cmd(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, float r,
 
 static Request movej_p(const POSE& pose, unsigned char v, float r)
 {
-    return with_speed(Request("movej_p").pose("pose", pose), v, r);
+    return with_speed(Request("movej_p", completion).pose("pose", pose), v, r);
 }
 
 // Unlike the other moves it waits no longer than for any other reply.
 int Movej_P_Cmd_Block(int sockfd, POSE pose, unsigned char v, float r)
 {
-    return exchange(sockfd, movej_p(pose, v, r), KeyCode::current_trajectory_state, Parser_Plan_Feedback);
+    return exchange(sockfd, movej_p(pose, v, r), boolean_state("trajectory_state"));
 }
 
 int Movej_P_Cmd_NonBlock(int sockfd, POSE pose, unsigned char v, float r)
@@ -110,16 +112,19 @@ int Movej_P_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block)
     return sleeping(sockfd, block, Movej_P_Cmd_Block, Movej_P_Cmd_NonBlock, pose, v, r);
 }
 
-static constexpr char arm_stop[] = "set_arm_stop";
+static Request arm_stop()
+{
+    return Request("set_arm_stop", KeyCode::set_arm_stop);
+}
 
 int Move_Stop_Cmd_Block(int sockfd)
 {
-    return exchange(sockfd, Request(arm_stop), KeyCode::set_arm_stop, boolean_state("arm_stop"));
+    return exchange(sockfd, arm_stop(), boolean_state("arm_stop"));
 }
 
 int Move_Stop_Cmd_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(arm_stop));
+    return post(sockfd, arm_stop());
 }
 
 int Move_Stop_Cmd(int sockfd, bool block)
@@ -127,16 +132,19 @@ int Move_Stop_Cmd(int sockfd, bool block)
     return sleeping(sockfd, block, Move_Stop_Cmd_Block, Move_Stop_Cmd_NonBlock);
 }
 
-static constexpr char arm_pause[] = "set_arm_pause";
+static Request arm_pause()
+{
+    return Request("set_arm_pause", KeyCode::set_arm_pause);
+}
 
 int Move_Pause_Cmd_Block(int sockfd)
 {
-    return exchange(sockfd, Request(arm_pause), KeyCode::set_arm_pause, boolean_state("arm_pause"));
+    return exchange(sockfd, arm_pause(), boolean_state("arm_pause"));
 }
 
 int Move_Pause_Cmd_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(arm_pause));
+    return post(sockfd, arm_pause());
 }
 
 int Move_Pause_Cmd(int sockfd, bool block)
@@ -144,16 +152,19 @@ int Move_Pause_Cmd(int sockfd, bool block)
     return sleeping(sockfd, block, Move_Pause_Cmd_Block, Move_Pause_Cmd_NonBlock);
 }
 
-static constexpr char arm_continue[] = "set_arm_continue";
+static Request arm_continue()
+{
+    return Request("set_arm_continue", KeyCode::set_arm_continue);
+}
 
 int Move_Continue_Cmd_Block(int sockfd)
 {
-    return exchange(sockfd, Request(arm_continue), KeyCode::set_arm_continue, boolean_state("arm_continue"));
+    return exchange(sockfd, arm_continue(), boolean_state("arm_continue"));
 }
 
 int Move_Continue_Cmd_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(arm_continue));
+    return post(sockfd, arm_continue());
 }
 
 int Move_Continue_Cmd(int sockfd, bool block)
@@ -161,17 +172,19 @@ int Move_Continue_Cmd(int sockfd, bool block)
     return sleeping(sockfd, block, Move_Continue_Cmd_Block, Move_Continue_Cmd_NonBlock);
 }
 
-static constexpr char delete_current_trajectory[] = "set_delete_current_trajectory";
+static Request delete_current_trajectory()
+{
+    return Request("set_delete_current_trajectory", KeyCode::set_delete_current_trajectory);
+}
 
 int Clear_Current_Trajectory_Block(int sockfd)
 {
-    return exchange(sockfd, Request(delete_current_trajectory), KeyCode::set_delete_current_trajectory,
-                    boolean_state("delete_current_trajectory"));
+    return exchange(sockfd, delete_current_trajectory(), boolean_state("delete_current_trajectory"));
 }
 
 int Clear_Current_Trajectory_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(delete_current_trajectory));
+    return post(sockfd, delete_current_trajectory());
 }
 
 int Clear_Current_Trajectory(int sockfd, bool block)
@@ -179,17 +192,19 @@ int Clear_Current_Trajectory(int sockfd, bool block)
     return sleeping(sockfd, block, Clear_Current_Trajectory_Block, Clear_Current_Trajectory_NonBlock);
 }
 
-static constexpr char arm_delete_trajectory[] = "set_arm_delete_trajectory";
+static Request arm_delete_trajectory()
+{
+    return Request("set_arm_delete_trajectory", KeyCode::set_arm_delete_trajectory);
+}
 
 int Clear_All_Trajectory_Block(int sockfd)
 {
-    return exchange(sockfd, Request(arm_delete_trajectory), KeyCode::set_arm_delete_trajectory,
-                    boolean_state("arm_delete_trajectory"));
+    return exchange(sockfd, arm_delete_trajectory(), boolean_state("arm_delete_trajectory"));
 }
 
 int Clear_All_Trajectory_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(arm_delete_trajectory));
+    return post(sockfd, arm_delete_trajectory());
 }
 
 int Clear_All_Trajectory(int sockfd, bool block)
@@ -217,8 +232,8 @@ static int decode_trajectory(Reply& reply, int joints, ARM_CTRL_MODES* type, flo
 
 int Get_Current_Trajectory_Block(int sockfd, ARM_CTRL_MODES* type, float* data)
 {
-    return exchange(sockfd, Request("get_arm_current_trajectory"), KeyCode::arm_current_trajectory,
-                    [=](Reply reply) { return decode_trajectory(reply, joint_count(sockfd), type, data); });
+    return exchange(sockfd, Request("get_arm_current_trajectory", KeyCode::arm_current_trajectory),
+                    [=](Reply& reply) { return decode_trajectory(reply, joint_count(sockfd), type, data); });
 }
 
 int Get_Current_Trajectory(int sockfd, ARM_CTRL_MODES* type, float* data)

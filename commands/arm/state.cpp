@@ -1,16 +1,16 @@
 // What the arm is doing now, and its initial position.
 #include "kx/state.h"
-#include "runtime/command.h"
+#include "commands/shared.h"
 
 using namespace kx;
 
 int Get_Current_Arm_State_Block(int sockfd, float* joint, POSE* pose, unsigned short* arm_err,
                                 unsigned short* sys_err)
 {
-    return exchange(sockfd, Request("get_current_arm_state"), KeyCode::current_arm_state, [=](Reply reply) {
+    return exchange(sockfd, Request("get_current_arm_state", KeyCode::current_arm_state), [=](Reply& reply) {
         return reply.object("arm_state")
             .pose("pose", *pose)
-            .array("joint", joint_count(sockfd), {}, thousandths(joint))
+            .array("joint", exactly(joint_count(sockfd)), {}, thousandths(joint))
             .integer("arm_err", *arm_err)
             .integer("sys_err", *sys_err)
             .code();
@@ -23,16 +23,9 @@ int Get_Current_Arm_State(int sockfd, float* joint, POSE* pose, unsigned short* 
     return query(Get_Current_Arm_State_Block, sockfd, joint, pose, arm_err, sys_err);
 }
 
-static int get_joints(int sockfd, const char* command, KeyCode code, const char* key, float* out)
-{
-    return exchange(sockfd, Request(command), code, [=](Reply reply) {
-        return reply.array(key, joint_count(sockfd), {}, thousandths(out)).code();
-    });
-}
-
 int Get_Joint_Temperature_Block(int sockfd, float* temperature)
 {
-    return get_joints(sockfd, "get_current_joint_temperature", KeyCode::current_joint_temperature,
+    return get_joints(sockfd, Request("get_current_joint_temperature", KeyCode::current_joint_temperature),
                       "joint_temperature", temperature);
 }
 
@@ -43,8 +36,8 @@ int Get_Joint_Temperature(int sockfd, float* temperature)
 
 int Get_Joint_Current_Block(int sockfd, float* current)
 {
-    return get_joints(sockfd, "get_current_joint_current", KeyCode::current_joint_current, "joint_current",
-                      current);
+    return get_joints(sockfd, Request("get_current_joint_current", KeyCode::current_joint_current),
+                      "joint_current", current);
 }
 
 int Get_Joint_Current(int sockfd, float* current)
@@ -54,8 +47,8 @@ int Get_Joint_Current(int sockfd, float* current)
 
 int Get_Joint_Voltage_Block(int sockfd, float* voltage)
 {
-    return get_joints(sockfd, "get_current_joint_voltage", KeyCode::current_joint_voltage, "joint_voltage",
-                      voltage);
+    return get_joints(sockfd, Request("get_current_joint_voltage", KeyCode::current_joint_voltage),
+                      "joint_voltage", voltage);
 }
 
 int Get_Joint_Voltage(int sockfd, float* voltage)
@@ -63,15 +56,21 @@ int Get_Joint_Voltage(int sockfd, float* voltage)
     return query(Get_Joint_Voltage_Block, sockfd, voltage);
 }
 
+static int decode_degrees(Reply& reply, ArrayLength joints, float* joint)
+{
+    return reply.array("joint", joints, {}, thousandths(joint)).code();
+}
+
 int Paser_Get_Joint_Degreee(const char* text, float* joint)
 {
-    return Reply(text).array("joint", any_length, {}, thousandths(joint)).code();
+    Reply reply(text);
+    return decode_degrees(reply, any_length, joint);
 }
 
 int Get_Joint_Degree_Block(int sockfd, float* joint)
 {
-    return exchange(sockfd, Request("get_joint_degree"), KeyCode::joint_degree,
-                    [=](const char* text) { return Paser_Get_Joint_Degreee(text, joint); });
+    return exchange(sockfd, Request("get_joint_degree", KeyCode::joint_degree),
+                    [=](Reply& reply) { return decode_degrees(reply, up_to(joint_count(sockfd)), joint); });
 }
 
 int Get_Joint_Degree(int sockfd, float* joint)
@@ -81,8 +80,8 @@ int Get_Joint_Degree(int sockfd, float* joint)
 
 int Get_Arm_All_State_Block(int sockfd, JOINT_STATE* joint_state)
 {
-    return exchange(sockfd, Request("get_arm_all_state"), KeyCode::arm_all_state, [=](Reply reply) {
-        const int joints = joint_count(sockfd);
+    return exchange(sockfd, Request("get_arm_all_state", KeyCode::arm_all_state), [=](Reply& reply) {
+        const ArrayLength joints = exactly(joint_count(sockfd));
         return reply.object("all_state")
             .array("temperature", joints, {}, ignored)
             .array("current", joints, {}, thousandths(joint_state->current))
@@ -100,8 +99,8 @@ int Get_Arm_All_State(int sockfd, JOINT_STATE* joint_state)
 
 int Get_Arm_Plan_Num_Block(int sockfd, int* plan)
 {
-    return exchange(sockfd, Request("get_arm_plan_num"), KeyCode::arm_plan_num,
-                    [=](Reply reply) { return reply.integer("plan_num", *plan).code(); });
+    return exchange(sockfd, Request("get_arm_plan_num", KeyCode::arm_plan_num),
+                    [=](Reply& reply) { return reply.integer("plan_num", *plan).code(); });
 }
 
 int Get_Arm_Plan_Num(int sockfd, int* plan)
@@ -111,12 +110,13 @@ int Get_Arm_Plan_Num(int sockfd, int* plan)
 
 static Request init_pose(int sockfd, const float* target)
 {
-    return Request("set_init_pose").joints("init_pose", target, request_joints(sockfd));
+    return Request("set_init_pose", KeyCode::set_init_pose)
+        .joints("init_pose", target, request_joints(sockfd));
 }
 
 int Set_Arm_Init_Pose_Block(int sockfd, const float* target)
 {
-    return exchange(sockfd, init_pose(sockfd, target), KeyCode::set_init_pose, boolean_state("init_pose"));
+    return exchange(sockfd, init_pose(sockfd, target), boolean_state("init_pose"));
 }
 
 int Set_Arm_Init_Pose_NonBlock(int sockfd, const float* target)
@@ -131,7 +131,7 @@ int Set_Arm_Init_Pose(int sockfd, const float* target, bool block)
 
 int Get_Arm_Init_Pose_Block(int sockfd, float* joint)
 {
-    return get_joints(sockfd, "get_init_pose", KeyCode::init_pose, "init_pose", joint);
+    return get_joints(sockfd, Request("get_init_pose", KeyCode::init_pose), "init_pose", joint);
 }
 
 int Get_Arm_Init_Pose(int sockfd, float* joint)

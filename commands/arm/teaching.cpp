@@ -1,6 +1,6 @@
 // Jogging, single steps, waypoints, timer.
 #include "kx/teaching.h"
-#include "runtime/command.h"
+#include "commands/shared.h"
 
 using namespace kx;
 
@@ -18,13 +18,13 @@ static Request with_direction(Request jog, unsigned char direction, unsigned cha
 
 static Request joint_teach(unsigned char joint, unsigned char direction, unsigned char v)
 {
-    return with_direction(Request("set_joint_teach").number("teach_joint", joint), direction, v);
+    return with_direction(Request("set_joint_teach", KeyCode::set_joint_teach).number("teach_joint", joint),
+                          direction, v);
 }
 
 int Joint_Teach_Cmd_Block(int sockfd, unsigned char joint, unsigned char direction, unsigned char v)
 {
-    return exchange(sockfd, joint_teach(joint, direction, v), KeyCode::set_joint_teach,
-                    boolean_state("joint_teach"));
+    return exchange(sockfd, joint_teach(joint, direction, v), boolean_state("joint_teach"));
 }
 
 int Joint_Teach_Cmd_NonBlock(int sockfd, unsigned char joint, unsigned char direction, unsigned char v)
@@ -39,14 +39,14 @@ int Joint_Teach_Cmd(int sockfd, unsigned char joint, unsigned char direction, un
 
 static Request pos_teach(POS_TEACH_MODES type, unsigned char direction, unsigned char v)
 {
-    return with_direction(with_axis(Request("set_pos_teach"), "teach_type", type, {"x", "y", "z"}), direction,
-                          v);
+    return with_direction(
+        with_axis(Request("set_pos_teach", KeyCode::set_pos_teach), "teach_type", type, {"x", "y", "z"}),
+        direction, v);
 }
 
 int Pos_Teach_Cmd_Block(int sockfd, POS_TEACH_MODES type, unsigned char direction, unsigned char v)
 {
-    return exchange(sockfd, pos_teach(type, direction, v), KeyCode::set_pos_teach,
-                    boolean_state("pos_teach"));
+    return exchange(sockfd, pos_teach(type, direction, v), boolean_state("pos_teach"));
 }
 
 int Pos_Teach_Cmd_NonBlock(int sockfd, POS_TEACH_MODES type, unsigned char direction, unsigned char v)
@@ -61,14 +61,14 @@ int Pos_Teach_Cmd(int sockfd, POS_TEACH_MODES type, unsigned char direction, uns
 
 static Request ort_teach(ORT_TEACH_MODES type, unsigned char direction, unsigned char v)
 {
-    return with_direction(with_axis(Request("set_ort_teach"), "teach_type", type, {"rx", "ry", "rz"}),
-                          direction, v);
+    return with_direction(
+        with_axis(Request("set_ort_teach", KeyCode::set_ort_teach), "teach_type", type, {"rx", "ry", "rz"}),
+        direction, v);
 }
 
 int Ort_Teach_Cmd_Block(int sockfd, ORT_TEACH_MODES type, unsigned char direction, unsigned char v)
 {
-    return exchange(sockfd, ort_teach(type, direction, v), KeyCode::set_ort_teach,
-                    boolean_state("ort_teach"));
+    return exchange(sockfd, ort_teach(type, direction, v), boolean_state("ort_teach"));
 }
 
 int Ort_Teach_Cmd_NonBlock(int sockfd, ORT_TEACH_MODES type, unsigned char direction, unsigned char v)
@@ -81,16 +81,19 @@ int Ort_Teach_Cmd(int sockfd, ORT_TEACH_MODES type, unsigned char direction, uns
     return sleeping(sockfd, block, Ort_Teach_Cmd_Block, Ort_Teach_Cmd_NonBlock, type, direction, v);
 }
 
-static constexpr char stop_teach[] = "set_stop_teach";
+static Request stop_teach()
+{
+    return Request("set_stop_teach", KeyCode::set_stop_teach);
+}
 
 int Teach_Stop_Cmd_Blcok(int sockfd)
 {
-    return exchange(sockfd, Request(stop_teach), KeyCode::set_stop_teach, boolean_state("stop_teach"));
+    return exchange(sockfd, stop_teach(), boolean_state("stop_teach"));
 }
 
 int Teach_Stop_Cmd_NonBlcok(int sockfd)
 {
-    return post(sockfd, Request(stop_teach));
+    return post(sockfd, stop_teach());
 }
 
 int Teach_Stop_Cmd(int sockfd, bool block)
@@ -101,13 +104,15 @@ int Teach_Stop_Cmd(int sockfd, bool block)
 // A step is answered like a planned move, but waited for no longer than for any other reply.
 static int step_and_wait(int sockfd, Request step)
 {
-    return exchange(sockfd, std::move(step), KeyCode::current_trajectory_state, Parser_Plan_Feedback);
+    return exchange(sockfd, std::move(step), boolean_state("trajectory_state"));
 }
 
 // Unlike all other angles a joint's step is not truncated.
 static Request joint_step(unsigned char joint, float step, unsigned char v)
 {
-    return Request("set_joint_step").pair("joint_step", joint, step * 1000.0f).number("v", v);
+    return Request("set_joint_step", KeyCode::current_trajectory_state)
+        .pair("joint_step", joint, fractional_thousandths(step))
+        .number("v", v);
 }
 
 int Joint_Step_Cmd_Block(int sockfd, unsigned char joint, float step, unsigned char v)
@@ -127,7 +132,8 @@ int Joint_Step_Cmd(int sockfd, unsigned char joint, float step, unsigned char v,
 
 static Request pos_step(POS_TEACH_MODES type, float step, unsigned char v)
 {
-    return with_axis(Request("set_pos_step"), "step_type", type, {"x_step", "y_step", "z_step"})
+    return with_axis(Request("set_pos_step", KeyCode::current_trajectory_state), "step_type", type,
+                     {"x_step", "y_step", "z_step"})
         .number("step", truncated(step, 1000000.0f))
         .number("v", v);
 }
@@ -149,7 +155,8 @@ int Pos_Step_Cmd(int sockfd, POS_TEACH_MODES type, float step, unsigned char v, 
 
 static Request ort_step(ORT_TEACH_MODES type, float step, unsigned char v)
 {
-    return with_axis(Request("set_ort_step"), "step_type", type, {"rx_step", "ry_step", "rz_step"})
+    return with_axis(Request("set_ort_step", KeyCode::current_trajectory_state), "step_type", type,
+                     {"rx_step", "ry_step", "rz_step"})
         .number("step", truncated(step, 1000.0f))
         .number("v", v);
 }
@@ -171,14 +178,14 @@ int Ort_Step_Cmd(int sockfd, ORT_TEACH_MODES type, float step, unsigned char v, 
 
 static Request waypoint(int sockfd, const float* joint)
 {
-    return Request("add_waypoint").joints("joint", joint, request_joints(sockfd));
+    return Request("add_waypoint", KeyCode::add_waypoint).joints("joint", joint, request_joints(sockfd));
 }
 
 // Lenient, unlike the other waypoint commands: whatever is not false counts as done.
 int Add_Waypoint_Block(int sockfd, const float* joint)
 {
-    return exchange(sockfd, waypoint(sockfd, joint), KeyCode::add_waypoint,
-                    [](Reply reply) { return reply.boolean("waypoint_state", KX_SUCCESS); });
+    return exchange(sockfd, waypoint(sockfd, joint),
+                    [](Reply& reply) { return reply.boolean("waypoint_state", KX_SUCCESS); });
 }
 
 int Add_Waypoint_NonBlock(int sockfd, const float* joint)
@@ -193,13 +200,12 @@ int Add_Waypoint(int sockfd, const float* joint, bool block)
 
 static Request start_waypoint(int frequency)
 {
-    return Request("start_waypoint").number("frequency", frequency);
+    return Request("start_waypoint", KeyCode::start_waypoint).number("frequency", frequency);
 }
 
 int Start_Waypoint_Block(int sockfd, int frequency)
 {
-    return exchange(sockfd, start_waypoint(frequency), KeyCode::start_waypoint,
-                    boolean_state("waypoint_state"));
+    return exchange(sockfd, start_waypoint(frequency), boolean_state("waypoint_state"));
 }
 
 int Start_Waypoint_NonBlock(int sockfd, int frequency)
@@ -212,17 +218,19 @@ int Start_Waypoint(int sockfd, int frequency, bool block)
     return sleeping(sockfd, block, Start_Waypoint_Block, Start_Waypoint_NonBlock, frequency);
 }
 
-static constexpr char clear_waypoint[] = "clear_waypoint";
+static Request clear_waypoint()
+{
+    return Request("clear_waypoint", KeyCode::clear_waypoint);
+}
 
 int Clear_Waypoint_Block(int sockfd)
 {
-    return exchange(sockfd, Request(clear_waypoint), KeyCode::clear_waypoint,
-                    boolean_state("waypoint_state"));
+    return exchange(sockfd, clear_waypoint(), boolean_state("waypoint_state"));
 }
 
 int Clear_Waypoint_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(clear_waypoint));
+    return post(sockfd, clear_waypoint());
 }
 
 int Clear_Waypoint(int sockfd, bool block)
@@ -230,17 +238,20 @@ int Clear_Waypoint(int sockfd, bool block)
     return sleeping(sockfd, block, Clear_Waypoint_Block, Clear_Waypoint_NonBlock);
 }
 
-static constexpr char stop_waypoint[] = "stop_waypoint";
+static Request stop_waypoint()
+{
+    return Request("stop_waypoint", KeyCode::stop_waypoint);
+}
 
 // No reply has this key code, so the wait ends in 7.
 int Stop_Waypoint_Block(int sockfd)
 {
-    return exchange(sockfd, Request(stop_waypoint), KeyCode::stop_waypoint, boolean_state("waypoint_state"));
+    return exchange(sockfd, stop_waypoint(), boolean_state("waypoint_state"));
 }
 
 int Stop_Waypoint_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(stop_waypoint));
+    return post(sockfd, stop_waypoint());
 }
 
 int Stop_Waypoint(int sockfd, bool block)
@@ -250,17 +261,18 @@ int Stop_Waypoint(int sockfd, bool block)
 
 int Paser_Timer(const char* text)
 {
-    return Reply(text).boolean("wait_time");
+    Reply reply(text);
+    return boolean_state("wait_time")(reply);
 }
 
 static Request timer(int wait_time)
 {
-    return Request("timer").number("wait_time", wait_time);
+    return Request("timer", KeyCode::timer).number("wait_time", wait_time);
 }
 
 int Timer_Block(int sockfd, int wait_time)
 {
-    return exchange(sockfd, timer(wait_time), KeyCode::timer, Paser_Timer);
+    return exchange(sockfd, timer(wait_time), boolean_state("wait_time"));
 }
 
 int Timer_NonBlock(int sockfd, int wait_time)

@@ -6,12 +6,12 @@ using namespace kx;
 
 static Request start_drag_teach()
 {
-    return Request("start_drag_teach").number("trajectory_record", 1);
+    return Request("start_drag_teach", KeyCode::start_drag_teach).number("trajectory_record", 1);
 }
 
 int Start_Drag_Teach_Block(int sockfd)
 {
-    return exchange(sockfd, start_drag_teach(), KeyCode::start_drag_teach, boolean_state("drag_teach"));
+    return exchange(sockfd, start_drag_teach(), boolean_state("drag_teach"));
 }
 
 int Start_Drag_Teach_NonBlock(int sockfd)
@@ -24,16 +24,19 @@ int Start_Drag_Teach(int sockfd, bool block)
     return sleeping(sockfd, block, Start_Drag_Teach_Block, Start_Drag_Teach_NonBlock);
 }
 
-static constexpr char stop_drag_teach[] = "stop_drag_teach";
+static Request stop_drag_teach()
+{
+    return Request("stop_drag_teach", KeyCode::stop_drag_teach);
+}
 
 int Stop_Drag_Teach_Block(int sockfd)
 {
-    return exchange(sockfd, Request(stop_drag_teach), KeyCode::stop_drag_teach, boolean_state("drag_teach"));
+    return exchange(sockfd, stop_drag_teach(), boolean_state("drag_teach"));
 }
 
 int Stop_Drag_Teach_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(stop_drag_teach));
+    return post(sockfd, stop_drag_teach());
 }
 
 int Stop_Drag_Teach(int sockfd, bool block)
@@ -41,17 +44,19 @@ int Stop_Drag_Teach(int sockfd, bool block)
     return sleeping(sockfd, block, Stop_Drag_Teach_Block, Stop_Drag_Teach_NonBlock);
 }
 
-static constexpr char run_trajectory[] = "run_drag_trajectory";
+static Request run_trajectory()
+{
+    return Request("run_drag_trajectory", KeyCode::run_drag_trajectory);
+}
 
 int Run_Drag_Trajectory_Block(int sockfd)
 {
-    return exchange(sockfd, Request(run_trajectory), KeyCode::run_drag_trajectory,
-                    boolean_state("run_state"));
+    return exchange(sockfd, run_trajectory(), boolean_state("run_state"));
 }
 
 int Run_Drag_Trajectory_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(run_trajectory));
+    return post(sockfd, run_trajectory());
 }
 
 int Run_Drag_Trajectory(int sockfd, bool block)
@@ -59,17 +64,19 @@ int Run_Drag_Trajectory(int sockfd, bool block)
     return sleeping(sockfd, block, Run_Drag_Trajectory_Block, Run_Drag_Trajectory_NonBlock);
 }
 
-static constexpr char pause_trajectory[] = "pause_drag_trajectory";
+static Request pause_trajectory()
+{
+    return Request("pause_drag_trajectory", KeyCode::pause_drag_trajectory);
+}
 
 int Pause_Drag_Trajectory_Block(int sockfd)
 {
-    return exchange(sockfd, Request(pause_trajectory), KeyCode::pause_drag_trajectory,
-                    boolean_state("pause_state"));
+    return exchange(sockfd, pause_trajectory(), boolean_state("pause_state"));
 }
 
 int Pause_Drag_Trajectory_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(pause_trajectory));
+    return post(sockfd, pause_trajectory());
 }
 
 int Pause_Drag_Trajectory(int sockfd, bool block)
@@ -77,17 +84,19 @@ int Pause_Drag_Trajectory(int sockfd, bool block)
     return sleeping(sockfd, block, Pause_Drag_Trajectory_Block, Pause_Drag_Trajectory_NonBlock);
 }
 
-static constexpr char continue_trajectory[] = "continue_drag_trajectory";
+static Request continue_trajectory()
+{
+    return Request("continue_drag_trajectory", KeyCode::continue_drag_trajectory);
+}
 
 int Continue_Drag_Trajectory_Block(int sockfd)
 {
-    return exchange(sockfd, Request(continue_trajectory), KeyCode::continue_drag_trajectory,
-                    boolean_state("continue_state"));
+    return exchange(sockfd, continue_trajectory(), boolean_state("continue_state"));
 }
 
 int Continue_Drag_Trajectory_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(continue_trajectory));
+    return post(sockfd, continue_trajectory());
 }
 
 int Continue_Drag_Trajectory(int sockfd, bool block)
@@ -95,17 +104,19 @@ int Continue_Drag_Trajectory(int sockfd, bool block)
     return sleeping(sockfd, block, Continue_Drag_Trajectory_Block, Continue_Drag_Trajectory_NonBlock);
 }
 
-static constexpr char stop_trajectory[] = "stop_drag_trajectory";
+static Request stop_trajectory()
+{
+    return Request("stop_drag_trajectory", KeyCode::stop_drag_trajectory);
+}
 
 int Stop_Drag_Trajectory_Block(int sockfd)
 {
-    return exchange(sockfd, Request(stop_trajectory), KeyCode::stop_drag_trajectory,
-                    Parser_Stop_Drag_Trajectory);
+    return exchange(sockfd, stop_trajectory(), boolean_state("stop_state"));
 }
 
 int Stop_Drag_Trajectory_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(stop_trajectory));
+    return post(sockfd, stop_trajectory());
 }
 
 int Stop_Drag_Trajectory(int sockfd, bool block)
@@ -113,18 +124,20 @@ int Stop_Drag_Trajectory(int sockfd, bool block)
     return sleeping(sockfd, block, Stop_Drag_Trajectory_Block, Stop_Drag_Trajectory_NonBlock);
 }
 
-static constexpr char trajectory_origin[] = "drag_trajectory_origin";
+static Request trajectory_origin()
+{
+    return Request("drag_trajectory_origin", KeyCode::current_trajectory_state);
+}
 
 // It waits for the end of the motion, but no longer than for any other reply.
 int Drag_Trajectory_Origin_Block(int sockfd)
 {
-    return exchange(sockfd, Request(trajectory_origin), KeyCode::current_trajectory_state,
-                    Parser_Plan_Feedback);
+    return exchange(sockfd, trajectory_origin(), boolean_state("trajectory_state"));
 }
 
 int Drag_Trajectory_Origin_NonBlock(int sockfd)
 {
-    return post(sockfd, Request(trajectory_origin));
+    return post(sockfd, trajectory_origin());
 }
 
 int Drag_Trajectory_Origin(int sockfd, bool block)
@@ -134,13 +147,12 @@ int Drag_Trajectory_Origin(int sockfd, bool block)
 
 static Request start_multi_drag_teach(int mode)
 {
-    return Request("start_multi_drag_teach").number("mode", mode);
+    return Request("start_multi_drag_teach", KeyCode::start_multi_drag_teach).number("mode", mode);
 }
 
 int Start_Multi_Drag_Teach_Block(int sockfd, int mode)
 {
-    return exchange(sockfd, start_multi_drag_teach(mode), KeyCode::start_multi_drag_teach,
-                    boolean_state("set_state"));
+    return exchange(sockfd, start_multi_drag_teach(mode), boolean_state("set_state"));
 }
 
 int Start_Multi_Drag_Teach_NonBlock(int sockfd, int mode)

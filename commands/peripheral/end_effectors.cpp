@@ -6,12 +6,12 @@ using namespace kx;
 
 static Request gripper_route(int min, int max)
 {
-    return Request("set_gripper_route").number("min", min).number("max", max);
+    return Request("set_gripper_route", KeyCode::set_gripper_route).number("min", min).number("max", max);
 }
 
 int Set_Gripper_Route_Block(int sockfd, int min, int max)
 {
-    return exchange(sockfd, gripper_route(min, max), KeyCode::set_gripper_route, boolean_state("state"));
+    return exchange(sockfd, gripper_route(min, max), boolean_state("state"));
 }
 
 int Set_Gripper_Route_NonBlock(int sockfd, int min, int max)
@@ -28,12 +28,12 @@ int Set_Gripper_Route(int sockfd, int min, int max, bool block)
 // answer when the motion has ended or at once, so their two forms send different requests.
 static int move_gripper(int sockfd, Request motion)
 {
-    return exchange(sockfd, std::move(motion), KeyCode::set_gripper, boolean_state("state"));
+    return exchange(sockfd, std::move(motion), boolean_state("state"));
 }
 
 static Request gripper_release(int speed, bool block)
 {
-    return Request("set_gripper_release").number("speed", speed).number("block", block);
+    return Request("set_gripper_release", KeyCode::set_gripper).number("speed", speed).number("block", block);
 }
 
 int Set_Gripper_Release_Block(int sockfd, int speed)
@@ -53,19 +53,20 @@ int Set_Gripper_Release(int sockfd, int speed, bool block)
 
 static Request gripper_pick(const char* command, int speed, int force, bool block)
 {
-    return Request(command).number("speed", speed).number("force", force).number("block", block);
+    return Request(command, KeyCode::set_gripper)
+        .number("speed", speed)
+        .number("force", force)
+        .number("block", block);
 }
-
-static constexpr char pick[] = "set_gripper_pick";
 
 int Set_Gripper_Pick_Block(int sockfd, int speed, int force)
 {
-    return move_gripper(sockfd, gripper_pick(pick, speed, force, true));
+    return move_gripper(sockfd, gripper_pick("set_gripper_pick", speed, force, true));
 }
 
 int Set_Gripper_Pick_NonBlock(int sockfd, int speed, int force)
 {
-    return post(sockfd, gripper_pick(pick, speed, force, false));
+    return post(sockfd, gripper_pick("set_gripper_pick", speed, force, false));
 }
 
 int Set_Gripper_Pick(int sockfd, int speed, int force, bool block)
@@ -73,16 +74,14 @@ int Set_Gripper_Pick(int sockfd, int speed, int force, bool block)
     return sleeping(sockfd, block, Set_Gripper_Pick_Block, Set_Gripper_Pick_NonBlock, speed, force);
 }
 
-static constexpr char pick_on[] = "set_gripper_pick_on";
-
 int Set_Gripper_Pick_On_Block(int sockfd, int speed, int force)
 {
-    return move_gripper(sockfd, gripper_pick(pick_on, speed, force, true));
+    return move_gripper(sockfd, gripper_pick("set_gripper_pick_on", speed, force, true));
 }
 
 int Set_Gripper_Pick_On_NonBlock(int sockfd, int speed, int force)
 {
-    return post(sockfd, gripper_pick(pick_on, speed, force, false));
+    return post(sockfd, gripper_pick("set_gripper_pick_on", speed, force, false));
 }
 
 int Set_Gripper_Pick_On(int sockfd, int speed, int force, bool block)
@@ -92,7 +91,7 @@ int Set_Gripper_Pick_On(int sockfd, int speed, int force, bool block)
 
 static Request gripper_position(int position)
 {
-    return Request("set_gripper_position").number("position", position);
+    return Request("set_gripper_position", KeyCode::set_gripper).number("position", position);
 }
 
 int Set_Gripper_Position_Block(int sockfd, int position)
@@ -112,12 +111,12 @@ int Set_Gripper_Position(int sockfd, int position, bool block)
 
 static Request hand_posture(int posture_num)
 {
-    return Request("set_hand_posture").number("posture_num", posture_num);
+    return Request("set_hand_posture", KeyCode::set_hand_posture).number("posture_num", posture_num);
 }
 
 int Set_Hand_Posture_Block(int sockfd, int posture_num)
 {
-    return exchange(sockfd, hand_posture(posture_num), KeyCode::set_hand_posture, Parser_Set_Hand);
+    return exchange(sockfd, hand_posture(posture_num), boolean_state("set_state"));
 }
 
 int Set_Hand_Posture_NonBlock(int sockfd, int posture_num)
@@ -132,12 +131,12 @@ int Set_Hand_Posture(int sockfd, int posture_num, bool block)
 
 static Request hand_seq(int seq_num)
 {
-    return Request("set_hand_seq").number("seq_num", seq_num);
+    return Request("set_hand_seq", KeyCode::set_hand_seq).number("seq_num", seq_num);
 }
 
 int Set_Hand_Seq_Block(int sockfd, int seq_num)
 {
-    return exchange(sockfd, hand_seq(seq_num), KeyCode::set_hand_seq, Parser_Set_Hand);
+    return exchange(sockfd, hand_seq(seq_num), boolean_state("set_state"));
 }
 
 int Set_Hand_Seq_NonBlock(int sockfd, int seq_num)
@@ -152,12 +151,14 @@ int Set_Hand_Seq(int sockfd, int seq_num, bool block)
 
 static Request hand_angle(const int* angle)
 {
-    return Request("set_hand_angle").array("hand_angle", 6, [=](int i) { return angle[i]; });
+    return Request("set_hand_angle", KeyCode::set_hand_angle).array("hand_angle", 6, [=](int i) {
+        return angle[i];
+    });
 }
 
 int Set_Hand_Angle_Block(int sockfd, const int* angle)
 {
-    return exchange(sockfd, hand_angle(angle), KeyCode::set_hand_angle, Parser_Set_Hand);
+    return exchange(sockfd, hand_angle(angle), boolean_state("set_state"));
 }
 
 int Set_Hand_Angle_NonBlock(int sockfd, const int* angle)
@@ -172,12 +173,12 @@ int Set_Hand_Angle(int sockfd, const int* angle, bool block)
 
 static Request hand_speed(int speed)
 {
-    return Request("set_hand_speed").number("hand_speed", speed);
+    return Request("set_hand_speed", KeyCode::set_hand_speed).number("hand_speed", speed);
 }
 
 int Set_Hand_Speed_Block(int sockfd, int speed)
 {
-    return exchange(sockfd, hand_speed(speed), KeyCode::set_hand_speed, Parser_Set_Hand);
+    return exchange(sockfd, hand_speed(speed), boolean_state("set_state"));
 }
 
 int Set_Hand_Speed_NonBlock(int sockfd, int speed)
@@ -192,12 +193,12 @@ int Set_Hand_Speed(int sockfd, int speed, bool block)
 
 static Request hand_force(int force)
 {
-    return Request("set_hand_force").number("hand_force", force);
+    return Request("set_hand_force", KeyCode::set_hand_force).number("hand_force", force);
 }
 
 int Set_Hand_Force_Block(int sockfd, int force)
 {
-    return exchange(sockfd, hand_force(force), KeyCode::set_hand_force, Parser_Set_Hand);
+    return exchange(sockfd, hand_force(force), boolean_state("set_state"));
 }
 
 int Set_Hand_Force_NonBlock(int sockfd, int force)
@@ -212,12 +213,12 @@ int Set_Hand_Force(int sockfd, int force, bool block)
 
 static Request pwm(int PWM_Frq, int PWM_Dpulse)
 {
-    return Request("set_PWM").number("PWM_Frq", PWM_Frq).number("PWM_Dpulse", PWM_Dpulse);
+    return Request("set_PWM", KeyCode::set_PWM).number("PWM_Frq", PWM_Frq).number("PWM_Dpulse", PWM_Dpulse);
 }
 
 int Set_PWM_Block(int sockfd, int PWM_Frq, int PWM_Dpulse)
 {
-    return exchange(sockfd, pwm(PWM_Frq, PWM_Dpulse), KeyCode::set_PWM, boolean_state("set_state"));
+    return exchange(sockfd, pwm(PWM_Frq, PWM_Dpulse), boolean_state("set_state"));
 }
 
 int Set_PWM_NoBlock(int sockfd, int PWM_Frq, int PWM_Dpulse)

@@ -4,19 +4,21 @@
 
 using namespace kx;
 
-static Request channel(const char* command, unsigned char IO_Num)
+constexpr ArrayLength channels = up_to(16); // of a kind
+
+static Request channel(const char* command, KeyCode answer, unsigned char IO_Num)
 {
-    return Request(command).number("IO_Num", IO_Num);
+    return Request(command, answer).number("IO_Num", IO_Num);
 }
 
 static Request digital_output(unsigned char IO_Num, bool state)
 {
-    return channel("set_DO_state", IO_Num).number("state", state);
+    return channel("set_DO_state", KeyCode::set_DO_state, IO_Num).number("state", state);
 }
 
 int Set_DO_State_Block(int sockfd, unsigned char IO_Num, bool state)
 {
-    return exchange(sockfd, digital_output(IO_Num, state), KeyCode::set_DO_state, Parser_Set_DO_State);
+    return exchange(sockfd, digital_output(IO_Num, state), boolean_state("state"));
 }
 
 int Set_DO_State_NonBlock(int sockfd, unsigned char IO_Num, bool state)
@@ -31,12 +33,13 @@ int Set_DO_State(int sockfd, unsigned char IO_Num, bool state, bool block)
 
 static Request analogue_output(unsigned char IO_Num, float voltage)
 {
-    return channel("set_AO_state", IO_Num).number("voltage", truncated(voltage, 1000.0f));
+    return channel("set_AO_state", KeyCode::set_AO_state, IO_Num)
+        .number("voltage", truncated(voltage, 1000.0f));
 }
 
 int Set_AO_State_Block(int sockfd, unsigned char IO_Num, float voltage)
 {
-    return exchange(sockfd, analogue_output(IO_Num, voltage), KeyCode::set_AO_state, boolean_state("state"));
+    return exchange(sockfd, analogue_output(IO_Num, voltage), boolean_state("state"));
 }
 
 int Set_AO_State_NonBlock(int sockfd, unsigned char IO_Num, float voltage)
@@ -52,7 +55,7 @@ int Set_AO_State(int sockfd, unsigned char IO_Num, bool block, float voltage)
 // One flag serves both kinds: an analogue output is driven with 0 V or 1 V.
 int Set_IO_State(int sockfd, int io_type, unsigned char IO_Num, bool state, bool block)
 {
-    sleep_cp(entry_delay_ms);
+    entry_delay(sockfd);
     switch (io_type) {
     case 0:
         return Set_DO_State(sockfd, IO_Num, state, block);
@@ -63,16 +66,15 @@ int Set_IO_State(int sockfd, int io_type, unsigned char IO_Num, bool state, bool
     }
 }
 
-static int read_channel(int sockfd, const char* command, KeyCode code, unsigned char IO_Num,
-                        int (*parse)(const char* text, unsigned char* out), unsigned char* out)
+static int read_channel(int sockfd, Request question, int (*decode)(Reply& reply, unsigned char* out),
+                        unsigned char* out)
 {
-    return exchange(sockfd, channel(command, IO_Num), code,
-                    [=](const char* text) { return parse(text, out); });
+    return exchange(sockfd, std::move(question), [=](Reply& reply) { return decode(reply, out); });
 }
 
 int Get_DO_State_Block(int sockfd, unsigned char IO_Num, unsigned char* state)
 {
-    return read_channel(sockfd, "get_DO_state", KeyCode::DO_state, IO_Num, Parser_Get_DO_State, state);
+    return read_channel(sockfd, channel("get_DO_state", KeyCode::DO_state, IO_Num), number_reply, state);
 }
 
 int Get_DO_State(int sockfd, unsigned char IO_Num, unsigned char* state)
@@ -82,7 +84,7 @@ int Get_DO_State(int sockfd, unsigned char IO_Num, unsigned char* state)
 
 int Get_DI_State_Block(int sockfd, unsigned char IO_Num, unsigned char* state)
 {
-    return read_channel(sockfd, "get_DI_state", KeyCode::DI_state, IO_Num, Parser_Get_DO_State, state);
+    return read_channel(sockfd, channel("get_DI_state", KeyCode::DI_state, IO_Num), number_reply, state);
 }
 
 int Get_DI_State(int sockfd, unsigned char IO_Num, unsigned char* state)
@@ -92,7 +94,7 @@ int Get_DI_State(int sockfd, unsigned char IO_Num, unsigned char* state)
 
 int Get_AO_State_Block(int sockfd, unsigned char IO_Num, unsigned char* voltage)
 {
-    return read_channel(sockfd, "get_AO_state", KeyCode::AO_state, IO_Num, Parser_Get_AO_State, voltage);
+    return read_channel(sockfd, channel("get_AO_state", KeyCode::AO_state, IO_Num), millivolt_reply, voltage);
 }
 
 int Get_AO_State(int sockfd, unsigned char IO_Num, unsigned char* voltage)
@@ -102,7 +104,7 @@ int Get_AO_State(int sockfd, unsigned char IO_Num, unsigned char* voltage)
 
 int Get_AI_State_Blcok(int sockfd, unsigned char IO_Num, unsigned char* voltage)
 {
-    return read_channel(sockfd, "get_AI_state", KeyCode::AI_state, IO_Num, Parser_Get_AO_State, voltage);
+    return read_channel(sockfd, channel("get_AI_state", KeyCode::AI_state, IO_Num), millivolt_reply, voltage);
 }
 
 int Get_AI_State(int sockfd, unsigned char IO_Num, unsigned char* voltage)
@@ -112,7 +114,7 @@ int Get_AI_State(int sockfd, unsigned char IO_Num, unsigned char* voltage)
 
 int Get_IO_State(int sockfd, int io_type, unsigned char IO_Num, unsigned char* state)
 {
-    sleep_cp(entry_delay_ms);
+    entry_delay(sockfd);
     switch (io_type) {
     case 0:
         return Get_DO_State(sockfd, IO_Num, state);
@@ -129,9 +131,9 @@ int Get_IO_State(int sockfd, int io_type, unsigned char IO_Num, unsigned char* s
 
 int Get_IO_Input_Block(int sockfd, unsigned char* DI_state, float* AI_voltage)
 {
-    return exchange(sockfd, Request("get_IO_input"), KeyCode::IO_input_state, [=](Reply reply) {
-        return reply.array("DI", any_length, {}, plain(DI_state))
-            .array("AI", any_length, {}, thousandths(AI_voltage))
+    return exchange(sockfd, Request("get_IO_input", KeyCode::IO_input_state), [=](Reply& reply) {
+        return reply.array("DI", channels, {}, plain(DI_state))
+            .array("AI", channels, {}, thousandths(AI_voltage))
             .code();
     });
 }
@@ -143,9 +145,9 @@ int Get_IO_Input(int sockfd, unsigned char* DI_state, float* AI_voltage)
 
 int Get_IO_Output_Block(int sockfd, unsigned char* DO_state, float* AO_voltage)
 {
-    return exchange(sockfd, Request("get_IO_output"), KeyCode::IO_output_state, [=](Reply reply) {
-        return reply.array("DO", any_length, {}, plain(DO_state))
-            .array("AO", any_length, {}, thousandths(AO_voltage))
+    return exchange(sockfd, Request("get_IO_output", KeyCode::IO_output_state), [=](Reply& reply) {
+        return reply.array("DO", channels, {}, plain(DO_state))
+            .array("AO", channels, {}, thousandths(AO_voltage))
             .code();
     });
 }
@@ -157,14 +159,13 @@ int Get_IO_Output(int sockfd, unsigned char* DO_state, float* AO_voltage)
 
 static Request tool_output(unsigned char IO_Num, bool state)
 {
-    return channel("set_tool_DO_state", IO_Num).number("state", state);
+    return channel("set_tool_DO_state", KeyCode::set_tool_DO_state, IO_Num).number("state", state);
 }
 
 // Its reply is taken for that of Get_DO_State, so this ends with 7 although the output was switched.
 int Set_Tool_DO_State_Block(int sockfd, unsigned char IO_Num, bool state)
 {
-    return exchange(sockfd, tool_output(IO_Num, state), KeyCode::set_tool_DO_state,
-                    boolean_state("set_state"));
+    return exchange(sockfd, tool_output(IO_Num, state), boolean_state("set_state"));
 }
 
 int Set_Tool_DO_State_NonBlock(int sockfd, unsigned char IO_Num, bool state)
@@ -179,13 +180,12 @@ int Set_Tool_DO_State(int sockfd, unsigned char IO_Num, bool state, bool block)
 
 static Request tool_direction(unsigned char IO_Num, bool state)
 {
-    return channel("set_tool_IO_mode", IO_Num).number("state", state);
+    return channel("set_tool_IO_mode", KeyCode::set_tool_IO_mode, IO_Num).number("state", state);
 }
 
 int Set_Tool_IO_Mode_Block(int sockfd, unsigned char IO_Num, bool state)
 {
-    return exchange(sockfd, tool_direction(IO_Num, state), KeyCode::set_tool_IO_mode,
-                    boolean_state("set_state"));
+    return exchange(sockfd, tool_direction(IO_Num, state), boolean_state("set_state"));
 }
 
 int Set_Tool_IO_Mode_NonBlock(int sockfd, unsigned char IO_Num, bool state)
@@ -200,9 +200,9 @@ int Set_Tool_IO_Mode(int sockfd, unsigned char IO_Num, bool state, bool block)
 
 int Get_Tool_IO_State_Block(int sockfd, float* IO_Mode, float* IO_State)
 {
-    return exchange(sockfd, Request("get_tool_IO_state"), KeyCode::tool_IO_state, [=](Reply reply) {
-        return reply.array("IO_Mode", any_length, {}, plain(IO_Mode))
-            .array("IO_State", any_length, {}, plain(IO_State))
+    return exchange(sockfd, Request("get_tool_IO_state", KeyCode::tool_IO_state), [=](Reply& reply) {
+        return reply.array("IO_Mode", channels, {}, plain(IO_Mode))
+            .array("IO_State", channels, {}, plain(IO_State))
             .code();
     });
 }
@@ -214,12 +214,12 @@ int Get_Tool_IO_State(int sockfd, float* IO_Mode, float* IO_State)
 
 static Request tool_voltage(unsigned char type)
 {
-    return Request("set_tool_voltage").number("voltage_type", type);
+    return Request("set_tool_voltage", KeyCode::set_tool_voltage).number("voltage_type", type);
 }
 
 int Set_Tool_Voltage_Block(int sockfd, unsigned char type)
 {
-    return exchange(sockfd, tool_voltage(type), KeyCode::set_tool_voltage, boolean_state("state"));
+    return exchange(sockfd, tool_voltage(type), boolean_state("state"));
 }
 
 int Set_Tool_Voltage_NonBlock(int sockfd, unsigned char type)
@@ -234,8 +234,8 @@ int Set_Tool_Voltage(int sockfd, unsigned char type, bool block)
 
 int Get_Tool_Voltage_Block(int sockfd, unsigned char* type)
 {
-    return exchange(sockfd, Request("get_tool_voltage"), KeyCode::tool_voltage_state,
-                    [=](Reply reply) { return reply.integer("voltage_type", *type).code(); });
+    return exchange(sockfd, Request("get_tool_voltage", KeyCode::tool_voltage_state),
+                    [=](Reply& reply) { return reply.integer("voltage_type", *type).code(); });
 }
 
 int Get_Tool_Voltage(int sockfd, unsigned char* type)

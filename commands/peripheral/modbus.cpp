@@ -8,7 +8,7 @@ using namespace kx;
 
 static Request modbus_mode(int port, int baudrate, int timeout)
 {
-    return Request("set_modbus_mode")
+    return Request("set_modbus_mode", KeyCode::set_modbus_mode)
         .number("port", port)
         .number("baudrate", baudrate)
         .number("timeout", timeout);
@@ -16,8 +16,7 @@ static Request modbus_mode(int port, int baudrate, int timeout)
 
 int Set_Modbus_Mode_Block(int sockfd, int port, int baudrate, int timeout)
 {
-    return exchange(sockfd, modbus_mode(port, baudrate, timeout), KeyCode::set_modbus_mode,
-                    boolean_state("set_state"));
+    return exchange(sockfd, modbus_mode(port, baudrate, timeout), boolean_state("set_state"));
 }
 
 int Set_Modbus_Mode_NonBlock(int sockfd, int port, int baudrate, int timeout)
@@ -32,12 +31,12 @@ int Set_Modbus_Mode(int sockfd, int port, int baudrate, int timeout, bool block)
 
 static Request close_modbus_mode(int port)
 {
-    return Request("close_modbus_mode").number("port", port);
+    return Request("close_modbus_mode", KeyCode::close_modbus_mode).number("port", port);
 }
 
 int Close_Modbus_Mode_Block(int sockfd, int port)
 {
-    return exchange(sockfd, close_modbus_mode(port), KeyCode::close_modbus_mode, boolean_state("set_state"));
+    return exchange(sockfd, close_modbus_mode(port), boolean_state("set_state"));
 }
 
 int Close_Modbus_Mode_NonBlock(int sockfd, int port)
@@ -50,15 +49,15 @@ int Close_Modbus_Mode(int sockfd, int port, bool block)
     return sleeping(sockfd, block, Close_Modbus_Mode_Block, Close_Modbus_Mode_NonBlock, port);
 }
 
-static Request at(const char* command, int port, int address)
+static Request at(const char* command, KeyCode answer, int port, int address)
 {
-    return Request(command).number("port", port).number("address", address);
+    return Request(command, answer).number("port", port).number("address", address);
 }
 
 // A reply without data counts as a refusal.
-static int read_data(int sockfd, Request read, KeyCode code, int* out)
+static int read_data(int sockfd, Request read, int* out)
 {
-    return exchange(sockfd, std::move(read), code, [=](Reply reply) -> int {
+    return exchange(sockfd, std::move(read), [=](Reply& reply) -> int {
         if (cJSON_IsFalse(reply.find("read_state"))) return KX_REFUSED;
         return reply.integer("data", *out, any_type, KX_REFUSED).code();
     });
@@ -66,8 +65,10 @@ static int read_data(int sockfd, Request read, KeyCode code, int* out)
 
 int Get_Read_Coils_Block(int sockfd, int port, int address, int num, int device, int* coils_data)
 {
-    return read_data(sockfd, at("read_coils", port, address).number("num", num).number("device", device),
-                     KeyCode::coils_data, coils_data);
+    return read_data(
+        sockfd,
+        at("read_coils", KeyCode::coils_data, port, address).number("num", num).number("device", device),
+        coils_data);
 }
 
 int Get_Read_Coils(int sockfd, int port, int address, int num, int device, int* coils_data)
@@ -78,8 +79,10 @@ int Get_Read_Coils(int sockfd, int port, int address, int num, int device, int* 
 int Get_Read_Input_Status_Block(int sockfd, int port, int address, int num, int device, int* coils_data)
 {
     return read_data(sockfd,
-                     at("read_input_status", port, address).number("num", num).number("device", device),
-                     KeyCode::input_status, coils_data);
+                     at("read_input_status", KeyCode::input_status, port, address)
+                         .number("num", num)
+                         .number("device", device),
+                     coils_data);
 }
 
 int Get_Read_Input_Status(int sockfd, int port, int address, int num, int device, int* coils_data)
@@ -89,8 +92,10 @@ int Get_Read_Input_Status(int sockfd, int port, int address, int num, int device
 
 int Get_Read_Holding_Registers_Block(int sockfd, int port, int address, int device, int* coils_data)
 {
-    return read_data(sockfd, at("read_holding_registers", port, address).number("device", device),
-                     KeyCode::holding_registers, coils_data);
+    return read_data(
+        sockfd,
+        at("read_holding_registers", KeyCode::holding_registers, port, address).number("device", device),
+        coils_data);
 }
 
 int Get_Read_Holding_Registers(int sockfd, int port, int address, int device, int* coils_data)
@@ -100,8 +105,9 @@ int Get_Read_Holding_Registers(int sockfd, int port, int address, int device, in
 
 int Get_Read_Input_Registers_Block(int sockfd, int port, int address, int device, int* coils_data)
 {
-    return read_data(sockfd, at("read_input_registers", port, address).number("device", device),
-                     KeyCode::input_registers, coils_data);
+    return read_data(
+        sockfd, at("read_input_registers", KeyCode::input_registers, port, address).number("device", device),
+        coils_data);
 }
 
 int Get_Read_Input_Registers(int sockfd, int port, int address, int device, int* coils_data)
@@ -111,13 +117,14 @@ int Get_Read_Input_Registers(int sockfd, int port, int address, int device, int*
 
 static Request single_coil(int port, int address, int data, int device)
 {
-    return at("write_single_coil", port, address).number("data", data).number("device", device);
+    return at("write_single_coil", KeyCode::write_single_coil, port, address)
+        .number("data", data)
+        .number("device", device);
 }
 
 int Write_Single_Coil_Block(int sockfd, int port, int address, int data, int device)
 {
-    return exchange(sockfd, single_coil(port, address, data, device), KeyCode::write_single_coil,
-                    boolean_state("write_state"));
+    return exchange(sockfd, single_coil(port, address, data, device), boolean_state("write_state"));
 }
 
 int Write_Single_Coil_NonBlock(int sockfd, int port, int address, int data, int device)
@@ -139,7 +146,7 @@ static auto items(const unsigned char* bytes)
 // Up to eight coils travel as one number, more as an array of bytes.
 static Request coils(int port, int address, int num, const unsigned char* data, int device)
 {
-    Request write = at("write_coils", port, address).number("num", num);
+    Request write = at("write_coils", KeyCode::write_coils, port, address).number("num", num);
     if (num > 8)
         write.array("data", static_cast<int>(ceilf(static_cast<float>(num) * 0.125f)), items(data));
     else
@@ -149,8 +156,7 @@ static Request coils(int port, int address, int num, const unsigned char* data, 
 
 int Write_Coils_Block(int sockfd, int port, int address, int num, unsigned char* coils_data, int device)
 {
-    return exchange(sockfd, coils(port, address, num, coils_data, device), KeyCode::write_coils,
-                    boolean_state("write_state"));
+    return exchange(sockfd, coils(port, address, num, coils_data, device), boolean_state("write_state"));
 }
 
 int Write_Coils_NonBlock(int sockfd, int port, int address, int num, unsigned char* coils_data, int device)
@@ -166,13 +172,14 @@ int Write_Coils(int sockfd, int port, int address, int num, unsigned char* coils
 
 static Request single_register(int port, int address, int data, int device)
 {
-    return at("write_single_register", port, address).number("data", data).number("device", device);
+    return at("write_single_register", KeyCode::write_single_register, port, address)
+        .number("data", data)
+        .number("device", device);
 }
 
 int Write_Single_Register_Block(int sockfd, int port, int address, int data, int device)
 {
-    return exchange(sockfd, single_register(port, address, data, device), KeyCode::write_single_register,
-                    boolean_state("write_state"));
+    return exchange(sockfd, single_register(port, address, data, device), boolean_state("write_state"));
 }
 
 int Write_Single_Register_NonBlock(int sockfd, int port, int address, int data, int device)
@@ -189,7 +196,7 @@ int Write_Single_Register(int sockfd, int port, int address, int data, int devic
 // One byte per register, unlike Modbus itself.
 static Request registers(int port, int address, int num, const unsigned char* data, int device)
 {
-    return at("write_registers", port, address)
+    return at("write_registers", KeyCode::write_registers, port, address)
         .number("num", num)
         .array("data", num, items(data))
         .number("device", device);
@@ -197,8 +204,7 @@ static Request registers(int port, int address, int num, const unsigned char* da
 
 int Write_Registers_Block(int sockfd, int port, int address, int num, unsigned char* single_data, int device)
 {
-    return exchange(sockfd, registers(port, address, num, single_data, device), KeyCode::write_registers,
-                    boolean_state("write_state"));
+    return exchange(sockfd, registers(port, address, num, single_data, device), boolean_state("write_state"));
 }
 
 int Write_Registers_NonBlock(int sockfd, int port, int address, int num, unsigned char* single_data,

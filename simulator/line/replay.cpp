@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "commands/command.h"
-#include "kx/connection.h"
+#include "kx/replies.h"
 #include "line/recording.h"
 
 namespace kx::sim {

@@ -2,9 +2,10 @@
 #include "support/peer.h"
 
 #include "kx_base.h"
-#include "runtime/connection.h"
-#include "runtime/library.h"
-#include "runtime/transmit.h"
+#include "runtime/classic/connection.h"
+#include "runtime/classic/state.h"
+#include "runtime/classic/writer.h"
+#include "runtime/command.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>

@@ -2,8 +2,8 @@
 #include "support/peer.h"
 
 #include "kx_base.h"
+#include "runtime/classic/pending.h"
 #include "runtime/command.h"
-#include "runtime/pending.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +50,7 @@ TEST(Exchange, SendsNothingWhenTheListIsFull)
     for (int i = 0; i < 300; ++i)
         add_pending(-5, KeyCode::timer, waiting_caller);
     EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 6);
-    EXPECT_EQ(stream(arm.sockfd, Request("movej_canfd"), KeyCode::joint_state), 0);
+    EXPECT_EQ(stream(arm.sockfd, Request("movej_canfd", KeyCode::joint_state)), 0);
     EXPECT_EQ(arm.peer.next_request(), on_the_wire(R"({"command":"movej_canfd"})"))
         << "a target still goes out";
     EXPECT_EQ(m_nSockeRIinfosLen, 300);
@@ -92,10 +92,10 @@ TEST(Stream, RegistersOnePushPerTargetAndNoneForAFailedSend)
 {
     Arm arm;
     for (int i = 0; i < 2; ++i)
-        EXPECT_EQ(stream(arm.sockfd, Request("movej_canfd"), KeyCode::joint_state), 0);
+        EXPECT_EQ(stream(arm.sockfd, Request("movej_canfd", KeyCode::joint_state)), 0);
     ASSERT_EQ(m_nSockeRIinfosLen, 2);
     EXPECT_EQ(SockeRIinfos[1].key, 65);
     EXPECT_EQ(SockeRIinfos[1].waiting, 0);
-    EXPECT_EQ(stream(-1, Request("movej_canfd"), KeyCode::joint_state), 6);
+    EXPECT_EQ(stream(-1, Request("movej_canfd", KeyCode::joint_state)), 6);
     EXPECT_EQ(m_nSockeRIinfosLen, 2);
 }

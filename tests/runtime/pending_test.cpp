@@ -1,6 +1,6 @@
 // The pending list: registration and removal.
 #include "kx_base.h"
-#include "runtime/pending.h"
+#include "runtime/classic/pending.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,8 @@
 #include "support/peer.h"
 
 #include "kx_base.h"
-#include "runtime/transmit.h"
+#include "runtime/classic/state.h"
+#include "runtime/classic/writer.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

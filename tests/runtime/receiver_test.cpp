@@ -2,8 +2,8 @@
 #include "support/peer.h"
 
 #include "kx_base.h"
-#include "runtime/library.h"
-#include "runtime/pending.h"
+#include "runtime/classic/pending.h"
+#include "runtime/classic/state.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

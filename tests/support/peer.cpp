@@ -1,9 +1,9 @@
 #include "peer.h"
 
 #include "kx_base.h"
-#include "runtime/connection.h"
-#include "runtime/library.h"
-#include "runtime/pending.h"
+#include "runtime/classic/connection.h"
+#include "runtime/classic/pending.h"
+#include "runtime/classic/state.h"
 
 #include <arpa/inet.h>
 #include <cjson/cJSON.h>

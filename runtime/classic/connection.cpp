@@ -1,9 +1,11 @@
-#include "runtime/connection.h"
+#include "runtime/classic/connection.h"
 #include "kx/connection.h"
-#include "runtime/command.h"
+#include "kx/library.h"
 
 #include <arpa/inet.h>
+#include <errno.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -16,6 +18,20 @@ std::atomic<int> m_nSockInfoLen;
 static bool is_supported(int model)
 {
     return model == 36 || model == 46 || model == 47;
+}
+
+// A signal of the application that comes meanwhile leaves the connection being made; then the socket tells
+// when it is.
+static bool connect_to(int sockfd, const sockaddr_in& address)
+{
+    if (connect(sockfd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return true;
+    if (errno != EINTR) return false;
+    pollfd connecting = {sockfd, POLLOUT, 0};
+    while (poll(&connecting, 1, -1) < 0 && errno == EINTR) {
+    }
+    int error = 0;
+    socklen_t size = sizeof error;
+    return getsockopt(sockfd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
 int Arm_Socket_Start(const char* ip, int port, int model, int recv_timeout)
@@ -43,8 +59,7 @@ int Arm_Socket_Start(const char* ip, int port, int model, int recv_timeout)
     const int at_once = 1;
     setsockopt(sockfd, IPPROTO_TCP, TCP_NODELAY, &at_once, sizeof at_once);
 
-    if (connect(sockfd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0)
-        return KX_BAD_DESCRIPTOR;
+    if (!connect_to(sockfd, address)) return KX_BAD_DESCRIPTOR;
 
     Init_Socket_Joint(model, sockfd);
     sleep_cp(50);
@@ -107,27 +122,20 @@ int Get_Socket_Idx(int sockfd)
     return index;
 }
 
-int kx::joint_count(int sockfd)
+static const Connection* find(int sockfd)
 {
     const int index = Get_Socket_Idx(sockfd);
-    return index < m_nSockInfoLen ? SockInfo[index].joint_count.load() : 0;
+    return index < m_nSockInfoLen ? &SockInfo[index] : nullptr;
 }
 
-int kx::request_joints(int sockfd)
+int classic::joint_count(int sockfd)
 {
-    const int index = Get_Socket_Idx(sockfd);
-    return index < m_nSockInfoLen && SockInfo[index].model == 47 ? 7 : 6;
+    const Connection* found = find(sockfd);
+    return found ? found->joint_count.load() : 0;
 }
 
-// The answer finds nobody waiting and is dropped.
-int Arm_Sockrt_State_Block(int sockfd)
+int classic::model(int sockfd)
 {
-    return dispatch(sockfd, Request("get_joint_max_speed"));
-}
-
-int Arm_Sockrt_State(int sockfd)
-{
-    sleep_cp(entry_delay_ms);
-    if (const int fault = guard(sockfd)) return fault;
-    return quick_query(Arm_Sockrt_State_Block, sockfd);
+    const Connection* found = find(sockfd);
+    return found ? found->model.load() : 0;
 }

@@ -1,5 +1,5 @@
-#include "runtime/pending.h"
-#include "kx/connection.h"
+#include "runtime/classic/pending.h"
+#include "kx/library.h"
 
 #include <string.h>
 

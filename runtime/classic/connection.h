@@ -1,8 +1,8 @@
 // The connection table: which arm is behind a descriptor. Entries are only ever added, and an entry is
 // complete before m_nSockInfoLen makes it visible, so that the receiver thread can read the table without a
 // lock.
-#ifndef KX_RUNTIME_CONNECTION_H
-#define KX_RUNTIME_CONNECTION_H
+#ifndef KX_RUNTIME_CLASSIC_CONNECTION_H
+#define KX_RUNTIME_CLASSIC_CONNECTION_H
 
 #include "kx/types.h"
 
@@ -18,11 +18,13 @@ struct Connection {
     std::atomic<int> model;       // 36, 46 or 47
 };
 
-// Joints of an arm as its replies carry them; 0 for a descriptor that is not in the table.
-int joint_count(int sockfd);
+namespace classic {
 
-// Joints of an arm as its requests carry them: decided by the model, not by the joint count.
-int request_joints(int sockfd);
+// What the table says of a descriptor; 0 if it is not in it.
+int joint_count(int sockfd);
+int model(int sockfd);
+
+} // namespace classic
 
 // The library's two threads hold this while they work on a descriptor. Arm_Socket_Close waits for it, and it
 // is false once the connection was closed, so that they never reach a file that was given the same number

@@ -1,10 +1,11 @@
-#include "runtime/receiver.h"
-#include "kx/connection.h"
-#include "runtime/connection.h"
-#include "runtime/library.h"
-#include "runtime/pending.h"
+#include "runtime/classic/receiver.h"
+#include "kx/library.h"
+#include "kx/replies.h"
+#include "runtime/classic/connection.h"
+#include "runtime/classic/pending.h"
+#include "runtime/classic/state.h"
+#include "runtime/push.h"
 
-#include <cjson/cJSON.h>
 #include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -52,52 +53,6 @@ static bool receive_line(int sockfd, Line& line)
     return true;
 }
 
-// Elements that the array lacks leave the output as it was.
-static void copy_numbers(const cJSON* array, float* out, int count)
-{
-    if (!cJSON_IsArray(array)) return;
-    const cJSON* item = array->child;
-    for (int i = 0; i < count && item; ++i, item = item->next)
-        out[i] = static_cast<float>(item->valuedouble);
-}
-
-static int decode_push(const cJSON* push, int joints, float* pose, float* joint)
-{
-    if (!cJSON_GetObjectItem(push, "arm_err")) return KX_BAD_REPLY;
-    copy_numbers(cJSON_GetObjectItem(push, "pose"), pose, 6);
-    const cJSON* angles = cJSON_GetObjectItem(push, "joint");
-    copy_numbers(angles, joint, joints == 7 ? 7 : 6);
-    return angles ? angles->valueint : KX_BAD_REPLY;
-}
-
-int Parser_Movej_CANFD(int sockfd, const char* text, float* pose, float* joint)
-{
-    cJSON* push = cJSON_Parse(text);
-    const int result = push ? decode_push(push, joint_count(sockfd), pose, joint) : KX_BAD_REPLY;
-    cJSON_Delete(push);
-    return result;
-}
-
-int Parser_Force_Position_Move(const char*)
-{
-    return KX_SUCCESS;
-}
-
-// What kind of push a key code announces; 0 for replies.
-static int push_type(int key)
-{
-    switch (static_cast<KeyCode>(key)) {
-    case KeyCode::joint_state:
-        return 1;
-    case KeyCode::pose_state:
-        return 2;
-    case KeyCode::Force_Position_State:
-        return 3;
-    default:
-        return 0;
-    }
-}
-
 // `push` is the receiver's one record: its pose outlives a push that brings none.
 static void call_back(int sockfd, int type, const char* line, CallbackData& push)
 {
@@ -120,7 +75,7 @@ static void deliver(int sockfd, const char* line, CallbackData& push)
             store_reply(entry, line);
             return;
         }
-        const int type = push_type(key);
+        const int type = push_type(static_cast<KeyCode>(key));
         if (type == 0) continue;
         call_back(sockfd, type, line, push);
         ClearList(SockeRIinfos, &m_nSockeRIinfosLen, k); // the entry that moves here is passed over

@@ -1,4 +1,4 @@
-#include "runtime/kx_queue.h"
+#include "runtime/classic/kx_queue.h"
 
 #include <stdlib.h>
 #include <string.h>

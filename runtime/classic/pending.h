@@ -3,8 +3,8 @@
 // Application threads add and remove entries under the library mutex. The receiver thread reads the list and
 // stores replies without it, so every member is atomic; a reply's text is complete before its received flag
 // says so.
-#ifndef KX_RUNTIME_PENDING_H
-#define KX_RUNTIME_PENDING_H
+#ifndef KX_RUNTIME_CLASSIC_PENDING_H
+#define KX_RUNTIME_CLASSIC_PENDING_H
 
 #include "kx/types.h"
 #include "runtime/line.h"

@@ -1,6 +1,6 @@
-#include "runtime/transmit.h"
-#include "kx/connection.h"
-#include "runtime/connection.h"
+#include "runtime/classic/writer.h"
+#include "kx/library.h"
+#include "runtime/classic/connection.h"
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -10,7 +10,6 @@
 using namespace kx;
 
 Queue Socket_Tx_Buffer_Block, Socket_Tx_Buffer_NonBlock, Socket_Tx_Buffer, Socket_Tx_Buffer_M;
-std::atomic<int> SuspendQueue, m_bBlockThread_m;
 
 constexpr unsigned int writer_period_ms = 5; // a controller gets at most one queued request per period
 

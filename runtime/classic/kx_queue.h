@@ -1,7 +1,7 @@
 // A ring of request lines with a fixed capacity. It keeps one slot free, so that head == tail means empty.
 // The queue itself is not synchronised: whoever shares one holds the library mutex around every operation.
-#ifndef KX_RUNTIME_KX_QUEUE_H
-#define KX_RUNTIME_KX_QUEUE_H
+#ifndef KX_RUNTIME_CLASSIC_KX_QUEUE_H
+#define KX_RUNTIME_CLASSIC_KX_QUEUE_H
 
 #include "kx/types.h"
 #include "runtime/line.h"
