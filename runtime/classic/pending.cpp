@@ -106,5 +106,6 @@ Line kx::stored_reply(int index)
         if (character == '\0') break;
         line.text[line.length++] = character;
     }
+    line.text[line.length] = '\0';
     return line;
 }

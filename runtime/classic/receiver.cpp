@@ -30,6 +30,7 @@ static ssize_t receive_more(int sockfd, Line& line)
     if (line.length + added >= line_capacity) abort();
     memcpy(line.text + line.length, chunk, static_cast<size_t>(added));
     line.length += added;
+    line.text[line.length] = '\0';
     return received;
 }
 

@@ -4,8 +4,9 @@
 #include "support/peer.h"
 #include "support/sleeps.h"
 
-#include "runtime/pending.h"
-#include "runtime/transmit.h"
+#include "runtime/classic/pending.h"
+#include "runtime/classic/state.h"
+#include "runtime/classic/writer.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -4,8 +4,9 @@
 
 #include "kx/model.h"
 #include "kx_service.h"
-#include "runtime/pending.h"
-#include "runtime/transmit.h"
+#include "runtime/classic/pending.h"
+#include "runtime/classic/state.h"
+#include "runtime/classic/writer.h"
 
 #include <climits>
 #include <gtest/gtest.h>

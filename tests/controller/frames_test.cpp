@@ -2,7 +2,7 @@
 // through the library.
 #include "support/application.h"
 
-#include "runtime/pending.h"
+#include "runtime/classic/pending.h"
 
 #include <atomic>
 #include <cmath>
