@@ -4,6 +4,7 @@
 
 #include "kx_base.h"
 
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -88,5 +89,5 @@ class Example {
 
   private:
     std::vector<std::string> arguments_;
-    int surprises_ = 0;
+    std::atomic<int> surprises_ = 0;
 };
