@@ -128,6 +128,8 @@ for path, begin, end, replacement in sites:
             after = text[start:begin] + replacement + text[end:stop]
             shown = [" ".join(part.split()) for part in (text[start:stop], after)]
             print(f"{name}:{line}: {shown[0]} -> {shown[1]}", flush=True)
+        if tried % 25 == 0:
+            print(f"({tried} tried)", flush=True)
     path.write_text(text)
 print(f"{tried} changes, {tried - survived} noticed ({100 * (tried - survived) // max(tried, 1)} %), "
       f"{survived} not, in {time.monotonic() - began:.0f} s")

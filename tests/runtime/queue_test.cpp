@@ -105,7 +105,7 @@ TEST(Writer, SendsQueuedLinesInOrderWhileABlockingCallRuns)
         const std::string line = std::to_string(i) + "\r\n";
         Add_Queue(arm.sockfd, line.data(), static_cast<int>(line.size()));
     }
-    const std::string full = std::string(298, 'x') + "\r\n";
+    const std::string end = "\r\n", full = std::string(298, 'x') + end;
     Add_Queue(arm.sockfd, full.data(), 300);
     for (int i = 0; i < 20; ++i)
         EXPECT_EQ(arm.peer.next_request(), std::to_string(i) + "\r\n");
