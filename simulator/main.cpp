@@ -4,7 +4,6 @@
 #include <exception>
 #include <map>
 #include <stdexcept>
-#include <system_error>
 
 #include <CLI/CLI.hpp>
 
@@ -157,9 +156,6 @@ int main(int argc, char** argv)
     try {
         complete_world(app, options.world, given, options.model == 47 ? 7 : 6);
         serve(options);
-    } catch (const std::system_error& error) { // of the network
-        std::fprintf(stderr, "kx-controller: %s:%hu: %s\n", options.host.c_str(), options.port, error.what());
-        return 1;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kx-controller: %s\n", error.what());
         return 1;

@@ -58,7 +58,7 @@ void Controller::complain(const std::string& fault, Client& client)
 
 void Controller::answer(const std::string& text, const ClientHandle& client)
 {
-    const Json request = Json::parse(text, nullptr, false);
+    const Json request = parsed(text);
     if (request.is_discarded()) return complain("not JSON", *client);
     const auto name = request.find("command");
     if (name == request.end() || !name->is_string()) return complain("no \"command\" given", *client);

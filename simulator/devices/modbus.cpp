@@ -10,11 +10,10 @@ namespace {
 
 constexpr int baudrates[] = {9600, 19200, 38400, 57600, 115200, 230400, 460800};
 
-template <typename Memory>
-int value_at(const Memory& memory, const typename Memory::key_type& place)
+int value_at(const std::map<int, int>& inputs, int address)
 {
-    const auto found = memory.find(place);
-    return found == memory.end() ? 0 : found->second;
+    const auto found = inputs.find(address);
+    return found == inputs.end() ? 0 : found->second;
 }
 
 } // namespace
@@ -22,30 +21,36 @@ int value_at(const Memory& memory, const typename Memory::key_type& place)
 void SimulatedModbus::transact(ModbusTransaction transaction, double, ModbusDone done)
 {
     using enum ModbusFunction;
+    static const Memory untouched;
+    const std::pair device(transaction.port, transaction.device);
+    const bool writes = transaction.function >= write_coil;
+    Memory* written = writes ? &devices_[device] : nullptr;
+    const auto found = devices_.find(device);
+    const Memory& memory = found == devices_.end() ? untouched : found->second;
     std::vector<int>& values = transaction.values;
     for (std::size_t i = 0; i < values.size(); ++i) {
         const int address = transaction.address + static_cast<int>(i);
-        const std::array place = {transaction.port, transaction.device, address};
+        const auto place = static_cast<std::size_t>(address);
         switch (transaction.function) {
         case read_coils:
-            values[i] = value_at(coils_, place);
+            values[i] = memory.coils[place];
             break;
         case read_inputs:
             values[i] = value_at(world_.modbus_inputs, address);
             break;
         case read_holding_registers:
-            values[i] = value_at(registers_, place);
+            values[i] = memory.registers[place];
             break;
         case read_input_registers:
             values[i] = value_at(world_.modbus_input_registers, address);
             break;
         case write_coil:
         case write_coils:
-            coils_[place] = values[i];
+            written->coils[place] = values[i] != 0;
             break;
         case write_register:
         case write_registers:
-            registers_[place] = values[i];
+            written->registers[place] = static_cast<unsigned short>(values[i]);
             break;
         }
     }

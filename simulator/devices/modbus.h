@@ -52,11 +52,14 @@ class SimulatedModbus : public ModbusLine {
     void transact(ModbusTransaction transaction, double timeout, ModbusDone done) override;
 
   private:
-    /** By port, device and address. */
-    using Memory = std::map<std::array<int, 3>, int>;
+    /** What a device keeps, by address: as large as it ever gets. */
+    struct Memory {
+        std::vector<bool> coils = std::vector<bool>(65536);
+        std::vector<unsigned short> registers = std::vector<unsigned short>(65536);
+    };
 
     const World& world_;
-    Memory coils_, registers_;
+    std::map<std::pair<int, int>, Memory> devices_; ///< that were written to, by port and number
 };
 
 class Modbus {

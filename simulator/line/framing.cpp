@@ -6,17 +6,37 @@ namespace kx::sim {
 
 namespace {
 
-/** Whether the text can still be continued to JSON: if it cannot be parsed, then only because it ends too
+/** Reads JSON without keeping it, and notes where it ceases to be JSON. */
+class Reader : public nlohmann::json_sax<Json> {
+  public:
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(number_integer_t) override { return true; }
+    bool number_unsigned(number_unsigned_t) override { return true; }
+    bool number_float(number_float_t, const string_t&) override { return true; }
+    bool string(string_t&) override { return true; }
+    bool binary(binary_t&) override { return true; }
+    bool start_object(std::size_t) override { return true; }
+    bool key(string_t&) override { return true; }
+    bool end_object() override { return true; }
+    bool start_array(std::size_t) override { return true; }
+    bool end_array() override { return true; }
+    bool parse_error(std::size_t position, const std::string&, const Json::exception& error) override
+    {
+        constexpr int syntax = 101;
+        failed_at = error.id == syntax ? position : 0;
+        return false;
+    }
+
+    std::size_t failed_at = 0;
+};
+
+/** Whether the text can still be continued to JSON: if it cannot be read, then only because it ends too
  * early. */
 bool begins_json(const std::string& text)
 {
-    try {
-        return !Json::parse(text).is_discarded();
-    } catch (const Json::parse_error& error) {
-        return error.byte > text.size();
-    } catch (const Json::exception&) {
-        return false;
-    }
+    Reader reader;
+    return Json::sax_parse(text, &reader) || reader.failed_at > text.size();
 }
 
 } // namespace
@@ -74,7 +94,8 @@ void Framing::take(char c, std::vector<Request>& out)
         if (c == '"') state_ = State::string;
         if (c == '{') ++depth_;
         if (c == '}' && --depth_ == 0) {
-            out.push_back({std::move(text_), {}});
+            const char* fault = nested_too_deeply(text_) ? "the request is nested too deeply" : "";
+            out.push_back({std::move(text_), fault});
             text_.clear();
             state_ = State::between;
         }

@@ -12,14 +12,14 @@
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 
-#include "commands/client.h"
+#include "line/answerer.h"
 #include "line/faults.h"
 #include "line/outbox.h"
 
 namespace kx::sim {
 
 /** Lives as long as something is to be written, or its heir is at work. */
-class LineWriter : public Client, public std::enable_shared_from_this<LineWriter> {
+class LineWriter : public OnlyClient, public std::enable_shared_from_this<LineWriter> {
   public:
     /** @param faults is looked at for every line; after a change of it call write() */
     LineWriter(asio::ip::tcp::socket socket, const LineFaults& faults, Luck luck,

@@ -1,12 +1,15 @@
 #include "line/replay.h"
 
 #include <algorithm>
-#include <fstream>
+#include <climits>
+#include <istream>
 #include <stdexcept>
 
 #include "commands/command.h"
+#include "commands/request.h"
 #include "kx/replies.h"
-#include "line/recording.h"
+#include "line/recorder.h"
+#include "line/secrets.h"
 
 namespace kx::sim {
 
@@ -14,10 +17,11 @@ namespace {
 
 constexpr int nothing = 0; // no key code
 
+constexpr double longest = 1e9; // s
+
 std::string text_of(const Json& line)
 {
-    return line.is_string() ? line.get<std::string>()
-                            : line.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return line.is_string() ? line.get<std::string>() : printed(line);
 }
 
 /** By which requests are compared; the order of their members does not matter. */
@@ -37,31 +41,31 @@ int awaited_by(const Json& request)
 
 } // namespace
 
-Replay::Replay(const std::string& file)
+Replay::Replay(std::istream& recording, const std::string& name)
 {
-    std::ifstream in(file);
     std::map<int, Client> clients;
     std::string line;
     int number = 1;
-    for (; std::getline(in, line); ++number) {
+    for (; std::getline(recording, line); ++number) {
         try {
+            if (nested_too_deeply(line)) throw std::invalid_argument("nested too deeply");
             const Json entry = Json::parse(line);
             if (number > 1)
                 read(entry, clients);
             else if (entry.at("recording") != "kx-controller" || entry.at("version") != 1)
                 throw std::invalid_argument("another version");
-        } catch (const std::exception&) {
-            throw std::runtime_error(file + ':' + std::to_string(number) +
-                                     ": this is no line of a recording");
+        } catch (const std::exception& wrong) {
+            throw std::runtime_error(name + ':' + std::to_string(number) +
+                                     ": this is no line of a recording: " + wrong.what());
         }
     }
-    if (number == 1 || !in.eof()) throw std::runtime_error("cannot read the recording " + file);
+    if (number == 1 || !recording.eof()) throw std::runtime_error("cannot read the recording " + name);
 }
 
 void Replay::read(const Json& entry, std::map<int, Client>& clients)
 {
-    const double time = entry.at("time");
-    Client& client = clients[entry.at("client").get<int>()];
+    const double time = number(entry.at("time"), "the time", 0, longest);
+    Client& client = clients[integer(entry.at("client"), "the client", 0, INT_MAX)];
     if (const auto request = entry.find("request"); request != entry.end()) {
         client.last = exchanges_.size();
         client.waiting.emplace(awaited_by(*request), client.last);

@@ -5,6 +5,7 @@
 // the recorded one did. Passwords are not recorded and so not compared.
 #pragma once
 
+#include <iosfwd>
 #include <map>
 #include <set>
 #include <string>
@@ -22,8 +23,9 @@ class Replay {
         std::string text;
     };
 
-    /** @throws std::runtime_error for a file that is no recording, with the line number */
-    explicit Replay(const std::string& file);
+    /** @param name of the recording
+     *  @throws std::runtime_error if it is none, with the line number */
+    Replay(std::istream& recording, const std::string& name);
 
     /** The lines that answered the request, none if it is not in the recording. */
     const std::vector<Line>* answer(const std::string& request);

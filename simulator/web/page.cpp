@@ -194,10 +194,10 @@ void Page::act(const Json& request)
         throw Refused("the page cannot do that");
 }
 
-void Page::watch(const std::string& reply)
+void Page::passed(double, int, Direction direction, const std::string& line)
 {
-    if (simulated_) return;
-    const Json json = Json::parse(reply, nullptr, false);
+    if (simulated_ || direction != Direction::reply) return;
+    const Json json = parsed(line);
     if (!json.is_object()) return;
     const Json& state =
         json.contains("arm_state") && json["arm_state"].is_object() ? json["arm_state"] : json;

@@ -5,11 +5,12 @@
 #include <chrono>
 #include <optional>
 
+#include "commands/tap.h"
 #include "commands/virtual_controller.h"
 
 namespace kx::sim {
 
-class Page {
+class Page : public Tap {
   public:
     /** @param simulated if not, another controller or a recording answers, and the page only looks on */
     Page(Controller& controller, bool simulated) : controller_(controller), simulated_(simulated) {}
@@ -23,8 +24,8 @@ class Page {
     /** Does what somebody beside the arm asked for with the page. @throws std::exception saying why not */
     void act(const Json& request);
 
-    /** A reply went to a client. If nothing is simulated, the arm is shown where the reply says it is. */
-    void watch(const std::string& reply);
+    /** If nothing is simulated, the arm is shown where replies say it is. */
+    void passed(double time, int client, Direction direction, const std::string& line) override;
 
     /** Lets go of whatever the page holds and has not confirmed for a while: it may be gone. */
     void check_hold();

@@ -1,16 +1,14 @@
 #include "web/web.h"
 
+#include <algorithm>
 #include <array>
-#include <atomic>
-#include <condition_variable>
+#include <cmath>
 #include <cstdio>
-#include <deque>
-#include <mutex>
 #include <random>
-#include <regex>
-#include <thread>
 
-#include <httplib.h>
+#include <asio/buffer.hpp>
+#include <asio/steady_timer.hpp>
+#include <asio/write.hpp>
 
 #include "web/assets.h"
 
@@ -18,22 +16,28 @@ namespace kx::sim {
 
 namespace {
 
-constexpr std::size_t max_pages = 24; // each takes a thread
-constexpr std::size_t threads = 32;   // and some are left for short requests
+using asio::ip::tcp;
+using namespace std::chrono_literals;
+
+constexpr std::size_t max_connections = 96; // the oldest that is no page's stream gives way to a new one
+constexpr std::size_t max_pages = 24;
+constexpr auto request_time = 5s;
+constexpr auto answer_time = 60s;
+constexpr auto goodbye_time = 1s; // in which a client may notice that the answer is complete
 constexpr std::size_t kept_lines = 400;
 constexpr std::size_t lines_at_once = 40; // to one page
 constexpr std::size_t longest_line = 1000;
 
-const httplib::Headers headers = {
-    {"Content-Security-Policy",
-     "default-src 'none'; script-src 'self'; style-src 'self'; font-src 'self'; img-src "
-     "'self'; connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors "
-     "'none'"},
-    {"X-Content-Type-Options", "nosniff"},
-    {"Referrer-Policy", "no-referrer"},
-    {"Cross-Origin-Resource-Policy", "same-origin"},
-    {"Cache-Control", "no-store"},
-};
+constexpr std::string_view headers =
+    "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; font-src 'self'; "
+    "img-src 'self'; connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'\r\n"
+    "X-Content-Type-Options: nosniff\r\n"
+    "Referrer-Policy: no-referrer\r\n"
+    "Cross-Origin-Resource-Policy: same-origin\r\n"
+    "Cache-Control: no-store\r\n"
+    "Connection: close\r\n";
+
+constexpr std::string_view stream = "text/event-stream"; // the type of the answer that never ends
 
 std::string random_token()
 {
@@ -47,194 +51,241 @@ std::string random_token()
     return token;
 }
 
+const char* words_of(int status)
+{
+    switch (status) {
+    case 200:
+        return "OK";
+    case 204:
+        return "No Content";
+    case 403:
+        return "Forbidden";
+    case 404:
+        return "Not Found";
+    case 409:
+        return "Conflict";
+    case HttpReader::no_length:
+        return "Length Required";
+    case HttpReader::large:
+        return "Content Too Large";
+    case HttpReader::large_head:
+        return "Request Header Fields Too Large";
+    case 503:
+        return "Service Unavailable";
+    default:
+        return "Bad Request";
+    }
+}
+
 } // namespace
 
-struct Web::Server {
-    Server(const std::string& listen_host, Json about, Act act);
+/** Reads one request, answers it and ends; a page's stream goes on until the page is gone. */
+class Web::Connection : public std::enable_shared_from_this<Connection> {
+  public:
+    Connection(Web& web, tcp::socket socket)
+        : web_(web), socket_(std::move(socket)), timer_(socket_.get_executor())
+    {
+    }
 
-    bool own_host(const std::string& host) const;
-    bool own_origin(const httplib::Request& request) const;
-    void open_stream(httplib::Response& response);
-    bool send_news(httplib::DataSink& sink, std::uint64_t& seen_state, std::uint64_t& seen_line);
-    void take_action(const httplib::Request& request, httplib::Response& response);
+    void begin()
+    {
+        limit(request_time);
+        read();
+    }
 
-    const std::string host, token = random_token();
-    const std::string greeting;
-    const Act act;
-    std::atomic<std::size_t> pages = 0;
+    bool is_stream() const { return answer_.type == stream; }
 
-    std::mutex mutex; ///< of all below
-    std::condition_variable news;
-    std::string state;
-    std::uint64_t states = 0; ///< counted
-    std::deque<std::string> lines;
-    std::uint64_t line_count = 0; ///< ever
-    bool closed = false;
+    /** Sends what is new, if that is a stream and all before was sent. */
+    void tell_news();
 
-    int port = 0;
-    httplib::Server http;
-    std::thread thread;
+    void close()
+    {
+        timer_.cancel();
+        asio::error_code ignored;
+        socket_.close(ignored);
+    }
+
+  private:
+    void read();
+    void answer(Answer answer);
+    void write();
+    void has_written();
+    void say_goodbye();
+    void leave();
+    void limit(std::chrono::seconds time);
+
+    Web& web_;
+    tcp::socket socket_;
+    asio::steady_timer timer_;
+    char buffer_[4096];
+    HttpReader reader_;
+    Answer answer_;
+    std::string head_;
+    bool writing_ = false;
+    std::uint64_t seen_state_ = 0, seen_line_ = 0;
 };
 
-Web::Server::Server(const std::string& listen_host, Json about, Act act_)
-    : host(listen_host), greeting([&] {
-          about["token"] = token;
+void Web::Connection::limit(std::chrono::seconds time)
+{
+    timer_.expires_after(time);
+    timer_.async_wait([self = shared_from_this()](auto cancelled) {
+        if (!cancelled) self->leave();
+    });
+}
+
+void Web::Connection::leave()
+{
+    close();
+    std::erase(web_.connections_, shared_from_this());
+}
+
+void Web::Connection::read()
+{
+    socket_.async_read_some(asio::buffer(buffer_), [self = shared_from_this()](auto error, auto length) {
+        if (error) return self->leave();
+        const auto status = self->reader_.take({self->buffer_, length});
+        if (status == HttpReader::unfinished) return self->read();
+        self->answer(status == HttpReader::complete ? self->web_.answer(self->reader_.request())
+                                                    : Answer{.status = status});
+    });
+}
+
+void Web::Connection::answer(Answer answer)
+{
+    answer_ = std::move(answer);
+    if (answer_.status >= 400 && answer_.status != 404 && answer_.status != 409)
+        web_.log_(std::string("page: refused a request: ") + words_of(answer_.status));
+    head_ = "HTTP/1.1 " + std::to_string(answer_.status) + ' ' + words_of(answer_.status) + "\r\n" +
+            std::string(headers);
+    if (!answer_.type.empty()) head_ += "Content-Type: " + std::string(answer_.type) + "\r\n";
+    if (is_stream())
+        seen_state_ = web_.states_; // the last state may be as old as the last page
+    else if (answer_.status != 204)
+        head_ += "Content-Length: " + std::to_string(answer_.content.size() + answer_.text.size()) + "\r\n";
+    head_ += "\r\n";
+    write();
+}
+
+void Web::Connection::write()
+{
+    writing_ = true;
+    limit(answer_time);
+    const std::array<asio::const_buffer, 3> parts = {asio::buffer(head_), asio::buffer(answer_.content),
+                                                     asio::buffer(answer_.text)};
+    asio::async_write(socket_, parts, [self = shared_from_this()](auto error, auto) {
+        if (error) return self->leave();
+        self->has_written();
+    });
+}
+
+void Web::Connection::has_written()
+{
+    writing_ = false;
+    head_.clear();
+    timer_.cancel();
+    if (is_stream()) return tell_news();
+    asio::error_code ignored;
+    socket_.shutdown(tcp::socket::shutdown_send, ignored);
+    limit(goodbye_time);
+    say_goodbye();
+}
+
+/** What is closed while something is unread may not reach the client. */
+void Web::Connection::say_goodbye()
+{
+    socket_.async_read_some(asio::buffer(buffer_), [self = shared_from_this()](auto error, auto) {
+        if (error) return self->leave();
+        self->say_goodbye();
+    });
+}
+
+void Web::Connection::tell_news()
+{
+    if (!is_stream() || writing_ || web_.states_ == seen_state_) return;
+    answer_.text = web_.state_ + web_.wire_since(seen_line_);
+    seen_state_ = web_.states_;
+    seen_line_ = web_.line_count_;
+    write();
+}
+
+Web::Web(std::string host, Json about, Act act, Log log)
+    : host_(std::move(host)), token_(random_token()), greeting_([&] {
+          about["token"] = token_;
           return "event: about\ndata: " + about.dump() + "\n\n";
       }()),
-      act(std::move(act_))
+      act_(std::move(act)), log_(std::move(log))
 {
-    http.new_task_queue = [] { return new httplib::ThreadPool(threads); };
-    http.set_keep_alive_max_count(1); // an idle connection would keep a thread
-    http.set_keep_alive_timeout(1);
-    http.set_read_timeout(5);
-    http.set_write_timeout(5);
-    http.set_payload_max_length(4096);
-    http.set_tcp_nodelay(true);
-    http.set_default_headers(headers);
-    http.set_socket_options([](socket_t socket) { // as httplib sets them, two programs could share the port
-        const int yes = 1;
-        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    });
-    http.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-        if (own_host(request.get_header_value("Host"))) return httplib::Server::HandlerResponse::Unhandled;
-        response.status = 403;
-        return httplib::Server::HandlerResponse::Handled;
-    });
-    for (const Asset& asset : assets)
-        http.Get(std::string("/") + asset.path,
-                 [&asset](const httplib::Request&, httplib::Response& response) {
-                     response.set_content(asset.content.data(), asset.content.size(), asset.type);
-                 });
-    http.Get("/events",
-             [this](const httplib::Request&, httplib::Response& response) { open_stream(response); });
-    http.Post("/act", [this](const httplib::Request& request, httplib::Response& response) {
-        take_action(request, response);
-    });
 }
 
-/** An address, or a name that no DNS server can give to somebody else's site. */
-bool Web::Server::own_host(const std::string& given) const
+void Web::serve(tcp::socket socket)
 {
-    static const std::regex address(R"((localhost|\d+\.\d+\.\d+\.\d+|\[[0-9a-fA-F:.]+\])(:\d+)?)");
-    return std::regex_match(given, address) || given == host + ":" + std::to_string(port);
-}
-
-bool Web::Server::own_origin(const httplib::Request& request) const
-{
-    return request.get_header_value("Origin") == "http://" + request.get_header_value("Host");
-}
-
-void Web::Server::take_action(const httplib::Request& request, httplib::Response& response)
-{
-    if (!own_origin(request) || request.get_header_value("X-Token") != token) {
-        response.status = 403;
-        return;
+    if (connections_.size() >= max_connections) {
+        const auto oldest = std::ranges::find_if_not(connections_, &Connection::is_stream);
+        log_("page: closed the oldest of too many connections");
+        (*oldest)->close();
+        connections_.erase(oldest);
     }
-    const std::string refused = act(request.body);
-    response.status = refused.empty() ? 204 : 409;
-    if (!refused.empty()) response.set_content(refused, "text/plain; charset=utf-8");
+    connections_.push_back(std::make_shared<Connection>(*this, std::move(socket)));
+    connections_.back()->begin();
 }
 
-void Web::Server::open_stream(httplib::Response& response)
+Web::Answer Web::answer(const HttpRequest& request)
 {
-    if (pages.fetch_add(1) >= max_pages) {
-        --pages;
-        response.status = 503;
-        return;
+    const std::string_view host = request.header("host");
+    if (!is_address(host) && host != host_) return {.status = 403};
+    if (request.method == "POST" && request.path == "/act") return take_action(request);
+    if (request.method != "GET") return {};
+    if (request.path == "/events") {
+        const auto pages = std::ranges::count_if(connections_, &Connection::is_stream);
+        if (static_cast<std::size_t>(pages) >= max_pages) return {.status = 503};
+        return {.status = 200, .type = stream, .text = greeting_};
     }
-    const auto seen_state = std::make_shared<std::uint64_t>(0),
-               seen_line = std::make_shared<std::uint64_t>(0);
-    {
-        std::lock_guard lock(mutex);
-        *seen_state = states; // the last state may be as old as the last page
-    }
-    response.set_chunked_content_provider(
-        "text/event-stream",
-        [this, seen_state, seen_line](std::size_t offset, httplib::DataSink& sink) {
-            if (offset == 0 && !sink.write(greeting.data(), greeting.size())) return false;
-            return send_news(sink, *seen_state, *seen_line);
-        },
-        [this](bool) { --pages; });
+    const auto asset =
+        std::ranges::find_if(assets, [&](const Asset& file) { return request.path.substr(1) == file.path; });
+    if (asset == assets.end()) return {};
+    return {.status = 200, .type = asset->type, .content = asset->content};
 }
 
-bool Web::Server::send_news(httplib::DataSink& sink, std::uint64_t& seen_state, std::uint64_t& seen_line)
+Web::Answer Web::take_action(const HttpRequest& request)
 {
-    std::string text;
-    {
-        std::unique_lock lock(mutex);
-        news.wait(lock, [&] { return closed || states > seen_state; });
-        if (closed) {
-            sink.done();
-            return true;
-        }
-        seen_state = states;
-        text = state;
-        if (line_count > seen_line) {
-            const std::size_t fresh = std::min<std::uint64_t>(
-                {line_count - seen_line, lines.size(), seen_line ? lines_at_once : kept_lines});
-            text += "event: wire\ndata: [";
-            for (std::size_t i = lines.size() - fresh; i < lines.size(); ++i)
-                text += lines[i] + (i + 1 < lines.size() ? "," : "]\n\n");
-            seen_line = line_count;
-        }
-    }
-    return sink.write(text.data(), text.size());
-}
-
-Web::Web(const std::string& host, int port, Json about, Act act)
-    : server_(std::make_unique<Server>(host, std::move(about), std::move(act)))
-{
-    Server& server = *server_;
-    server.port = port ? port : server.http.bind_to_any_port(host);
-    if (port ? !server.http.bind_to_port(host, port) : server.port <= 0)
-        throw std::runtime_error("the page's server cannot listen on " + host + ":" + std::to_string(port));
-    server.thread = std::thread([&server] { server.http.listen_after_bind(); });
-    while (!server.http.is_running()) // so that it can be stopped
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-}
-
-Web::~Web()
-{
-    {
-        std::lock_guard lock(server_->mutex);
-        server_->closed = true;
-    }
-    server_->news.notify_all();
-    server_->http.stop();
-    server_->thread.join();
-}
-
-std::string Web::address() const
-{
-    const bool is_ipv6 = server_->host.find(':') != std::string::npos;
-    return "http://" + (is_ipv6 ? "[" + server_->host + "]" : server_->host) + ":" +
-           std::to_string(server_->port) + "/";
+    const bool own_origin = request.header("origin") == "http://" + std::string(request.header("host"));
+    if (!own_origin || request.header("x-token") != token_) return {.status = 403};
+    const std::string refused = act_(request.body);
+    if (refused.empty()) return {.status = 204};
+    return {.status = 409, .type = "text/plain; charset=utf-8", .text = refused};
 }
 
 bool Web::watched() const
 {
-    return server_->pages > 0;
+    return std::ranges::any_of(connections_, &Connection::is_stream);
 }
 
 void Web::publish(const Json& state)
 {
-    std::string text =
-        "event: state\ndata: " + state.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n\n";
-    {
-        std::lock_guard lock(server_->mutex);
-        server_->state = std::move(text);
-        ++server_->states;
-    }
-    server_->news.notify_all();
+    state_ = "event: state\ndata: " + printed(state) + "\n\n";
+    ++states_;
+    for (const auto& connection : connections_)
+        connection->tell_news();
 }
 
-void Web::wire(double time, int client, const char* direction, const std::string& text)
+std::string Web::wire_since(std::uint64_t seen) const
 {
-    std::lock_guard lock(server_->mutex);
-    const Json line = {++server_->line_count, std::round(time * 1e3) / 1e3, client, direction,
-                       text.substr(0, longest_line)};
-    server_->lines.push_back(line.dump(-1, ' ', false, Json::error_handler_t::replace));
-    if (server_->lines.size() > kept_lines) server_->lines.pop_front();
+    if (line_count_ == seen) return "";
+    const std::size_t fresh =
+        std::min<std::uint64_t>({line_count_ - seen, lines_.size(), seen ? lines_at_once : kept_lines});
+    std::string text = "event: wire\ndata: [";
+    for (std::size_t i = lines_.size() - fresh; i < lines_.size(); ++i)
+        text += lines_[i] + (i + 1 < lines_.size() ? "," : "]\n\n");
+    return text;
+}
+
+void Web::passed(double time, int client, Direction direction, const std::string& line)
+{
+    constexpr const char* arrows[] = {"->", "<-", "--"}; // of Direction
+    const Json entry = {++line_count_, std::round(time * 1e3) / 1e3, client,
+                        arrows[static_cast<int>(direction)], printable(line).substr(0, longest_line)};
+    lines_.push_back(printed(entry));
+    if (lines_.size() > kept_lines) lines_.pop_front();
 }
 
 } // namespace kx::sim

@@ -1,35 +1,42 @@
 // The page's HTTP server: hands out the pages built into the program, streams to them what happens, and takes
-// what they ask for. It runs on threads of its own and knows nothing of the arm.
+// what they ask for. It knows nothing of the arm.
 //
 // A web site that is open in the same browser must not get at the arm. So a request must name a host that no
 // site's name can stand for, an action must come from the page's own origin, and it must carry a token that
-// is drawn at every start and that only the page's own scripts can read.
+// is drawn at every start and that only the page's own scripts can read. And whoever is slow, or sends much,
+// must not keep others away: what a client may take of time, memory and connections is bounded.
 #pragma once
 
+#include <deque>
 #include <functional>
+#include <list>
 #include <memory>
 #include <string>
 
+#include <asio/ip/tcp.hpp>
+
 #include "commands/json.h"
+#include "commands/tap.h"
+#include "web/http.h"
 
 namespace kx::sim {
 
-class Web {
+class Web : public Tap {
   public:
-    /** Does what a page asks for; called on the server's threads. Returns why it could not be done, or
-     * nothing. */
+    /** Does what a page asks for. Returns why it could not be done, or nothing. */
     using Act = std::function<std::string(const std::string& request)>;
 
-    /**
-     * Listens.
-     * @param port 0 picks a free one
-     * @param about is told to every page that comes, together with the token
-     * @throws std::runtime_error if it cannot listen
-     */
-    Web(const std::string& host, int port, Json about, Act act);
-    ~Web();
+    using Log = std::function<void(const std::string& text)>;
 
-    std::string address() const;
+    /**
+     * @param host by which the page is reached, with the port
+     * @param about is told to every page that comes, together with the token
+     * @param log is told what was refused
+     */
+    Web(std::string host, Json about, Act act, Log log);
+
+    /** Takes a connection of some client. */
+    void serve(asio::ip::tcp::socket socket);
 
     /** Some page is open, which wants to be told the state. */
     bool watched() const;
@@ -37,12 +44,32 @@ class Web {
     /** Tells all pages; one that is slow gets the latest. */
     void publish(const Json& state);
 
-    /** A line that went over the wire. The last ones are kept for pages that come later. */
-    void wire(double time, int client, const char* direction, const std::string& text);
+    /** The last lines are kept for pages that come later. */
+    void passed(double time, int client, Direction direction, const std::string& line) override;
 
   private:
-    struct Server;
-    std::unique_ptr<Server> server_;
+    class Connection;
+    using Connections = std::list<std::shared_ptr<Connection>>;
+
+    /** An answer, all of it but the headers that are always the same. */
+    struct Answer {
+        int status = 404;
+        std::string_view type = {};
+        std::string_view content = {};
+        std::string text = {}; ///< if it is not there already
+    };
+    Answer answer(const HttpRequest& request);
+    Answer take_action(const HttpRequest& request);
+    std::string wire_since(std::uint64_t seen) const;
+
+    const std::string host_, token_, greeting_;
+    const Act act_;
+    const Log log_;
+    std::string state_;
+    std::uint64_t states_ = 0; ///< counted
+    std::deque<std::string> lines_;
+    std::uint64_t line_count_ = 0; ///< ever
+    Connections connections_;      ///< the oldest first
 };
 
 } // namespace kx::sim

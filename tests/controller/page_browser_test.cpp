@@ -95,4 +95,43 @@ TEST(PageInABrowser, ShowsTheArmAndWorksIt)
     EXPECT_TRUE(shows("#errors", "emergency stop"));
 }
 
+// A web site that its user has open asks for a motion at every door: the arm's port, a proxy's, the page's.
+TEST(PageInABrowser, LetsNoOtherSiteMoveTheArm)
+{
+    Controller arm({"--web", "0"});
+    Controller proxy({"--proxy", "127.0.0.1:" + std::to_string(arm.port())});
+    httplib::Server site;
+    site.Get("/", [](const auto&, auto& response) { response.set_content("<body>", "text/html"); });
+    const int site_port = site.bind_to_any_port("127.0.0.1");
+    std::thread serving([&] { site.listen_after_bind(); });
+
+    Browser browser;
+    browser.open("http://127.0.0.1:" + std::to_string(site_port) + "/");
+    const std::string move =
+        "const move = '{\"command\":\"movej\",\"joint\":[90000,0,0,0,0,0],\"v\":5,\"r\":0}\\n';";
+    const std::string fetch = "return fetch(there, {method: 'POST', mode: 'no-cors', body: move})"
+                              ".then(() => 'sent', (error) => String(error));";
+    const std::string form =
+        "const form = document.createElement('form'), field = document.createElement('input');"
+        "form.action = there; form.method = 'POST'; form.enctype = 'text/plain';"
+        "field.name = move; form.append(field); document.body.append(form); form.submit();";
+    for (const int port : {arm.port(), proxy.port(), arm.page()})
+        for (const std::string& way : {fetch, form}) {
+            browser.run("const there = 'http://127.0.0.1:" + std::to_string(port) + "/';" + move + way);
+            browser.open("http://127.0.0.1:" + std::to_string(site_port) + "/");
+        }
+    site.stop();
+    serving.join();
+
+    KX_API_Init(nullptr);
+    const int client = Arm_Socket_Start("127.0.0.1", arm.port(), 46, 0);
+    int plans = 9;
+    EXPECT_EQ(Get_Arm_Plan_Num(client, &plans), 0);
+    EXPECT_EQ(plans, 0);
+    float joint[7] = {9};
+    EXPECT_EQ(Get_Joint_Degree(client, joint), 0);
+    EXPECT_EQ(joint[0], 0);
+    Arm_Socket_Close(client);
+}
+
 } // namespace

@@ -1,5 +1,8 @@
 // The page's server: who may do what, and what it tells and does.
 #include "support/application.h"
+#include "support/connection.h"
+
+#include <list>
 
 #include <httplib.h>
 #include <nlohmann/json.hpp>
@@ -96,6 +99,60 @@ TEST_F(Page, ObeysNobodyButItself)
                         .starts_with("default-src 'none'; script-src 'self'"));
     }
     EXPECT_FALSE(httplib::Client("127.0.0.2", port).Get("/")) << "listens elsewhere";
+}
+
+TEST_F(Page, BoundsWhatItTakes)
+{
+    const std::string act = "POST /act HTTP/1.1\r\nHost: " + host + "\r\nOrigin: http://" + host +
+                            "\r\nX-Token: " + about["token"].get<std::string>() + "\r\n";
+    const std::string stop = R"({"act":"stop"})";
+    const struct {
+        const char* name;
+        std::string sent;
+        const char* status;
+    } rows[] = {
+        {"as much as it said", act + "Content-Length: 14\r\n\r\n" + stop, "204"},
+        {"in chunks", act + "Transfer-Encoding: chunked\r\n\r\n800000\r\n" + std::string(8 << 20, ' '),
+         "411"},
+        {"too much", act + "Content-Length: 4097\r\n\r\n" + stop, "413"},
+        {"much too much", act + "Content-Length: 99999999999999999999999\r\n\r\n", "413"},
+        {"less than nothing", act + "Content-Length: -1\r\n\r\n", "400"},
+        {"two lengths", act + "Content-Length: 14\r\nContent-Length: 0\r\n\r\n" + stop, "400"},
+        {"many headers",
+         act +
+             [] {
+                 std::string all;
+                 while (all.size() < 8 << 20)
+                     all += "X-" + std::to_string(all.size()) + ": x\r\n";
+                 return all;
+             }(),
+         "431"},
+        {"a long line", "GET /" + std::string(8 << 20, 'x'), "431"},
+        {"no HTTP", "movej\r\n\r\n", "400"},
+        {"a header over two lines", act + "X: a\r\n b\r\n\r\n", "400"},
+        {"a zero byte", "GET / HTTP/1.1\r\nHost: 127.0.0.1" + std::string(1, '\0') + ".org\r\n\r\n", "400"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Connection client(port);
+        std::thread sender([&] { client.send(row.sent); });
+        EXPECT_EQ(client.line().substr(0, 12), std::string("HTTP/1.1 ") + row.status);
+        client.rest();
+        sender.join();
+    }
+}
+
+TEST_F(Page, IsReachedWhateverSlowClientsDo)
+{
+    std::list<Connection> slow;
+    for (int i = 0; i < 300; ++i) {
+        slow.emplace_back(port).send(
+            i % 3 ? "GET /three/build/three.module.js HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"
+                  : "GET / HTTP/1.1\r\nHo");
+        if (i % 3 == 2) {
+            EXPECT_EQ(first("state")["mode"], "ready");
+        }
+    }
 }
 
 TEST_F(Page, TellsWhatHappens)

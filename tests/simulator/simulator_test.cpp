@@ -575,7 +575,9 @@ TEST(Server, ManyClientsShareOneArmAndTheAskerIsToldOfTheEnd)
     ::Controller controller({"--model", "36", "--speed", "20"});
     Connection asker(controller.port()), leaver(controller.port()), other(controller.port());
     leaver.send(far_move + "\n" + far_move + "\n" + far_move);
-    asker.send("nonsense\n");
+    asker.send(R"({"command":"get_arm_plan_num"})"
+               "\nnonsense\n");
+    EXPECT_NE(asker.line().find("plan_num"), std::string::npos);
     EXPECT_NE(asker.line().find("error"), std::string::npos);
     asker.send(move_back + "\r\n");
     EXPECT_EQ(asker.line(), arrived);

@@ -21,7 +21,9 @@ class Controller : public Process {
   private:
     static std::vector<std::string> command(std::vector<std::string> options)
     {
-        options.insert(options.begin(), {KX_CONTROLLER, "--port", "0"});
+        if (std::ranges::find(options, "--port") == options.end())
+            options.insert(options.begin(), {"--port", "0"});
+        options.insert(options.begin(), KX_CONTROLLER);
         return options;
     }
 

@@ -1,4 +1,4 @@
-// Traffic kept in a file: one JSON object a line, the times are real seconds since the recording began.
+// Keeps traffic in a file, the recording: one JSON object a line, the times are real seconds since it began.
 //
 //   {"recording":"kx-controller","version":1,"began":"2026-11-21T14:50:00Z"}
 //   {"time":0.512034,"client":1,"event":"connected"}
@@ -12,33 +12,24 @@
 
 #include <chrono>
 #include <fstream>
-#include <string>
 #include <string_view>
 
 #include "commands/json.h"
+#include "commands/tap.h"
 
 namespace kx::sim {
-
-bool has_password(const std::string& line);
-
-/** A line as it may be shown and kept: passwords go nowhere. */
-std::string without_secrets(const std::string& line);
 
 /** A request or reply as recordings keep it. */
 Json as_recorded(std::string_view line);
 
-class Recording {
+class Recorder : public Tap {
   public:
     /** @throws std::runtime_error if the file cannot be written */
-    explicit Recording(const std::string& file);
+    explicit Recorder(const std::string& file);
 
-    /** @param line without secrets */
-    void request(int client, std::string_view line) { add(client, "request", as_recorded(line)); }
-    void reply(int client, std::string_view line) { add(client, "reply", as_recorded(line)); }
-    void event(int client, const std::string& what) { add(client, "event", what); }
+    void passed(double time, int client, Direction direction, const std::string& line) override;
 
   private:
-    void add(int client, const char* kind, Json what);
     void write(const Json& entry);
 
     std::ofstream file_;

@@ -1,0 +1,13 @@
+#include "commands/tap.h"
+
+namespace kx::sim {
+
+std::string printable(std::string_view text)
+{
+    std::string out;
+    for (char c : text)
+        if (c != '\r' && c != '\n' && c != '\t') out += c >= ' ' && c != 127 ? c : '?';
+    return out;
+}
+
+} // namespace kx::sim

@@ -1,0 +1,41 @@
+#include "listener.h"
+
+#include <stdexcept>
+
+namespace kx::sim {
+
+using asio::ip::tcp;
+
+Listener::Listener(asio::io_context& loop, const std::string& host, unsigned short port, Log log, Take take)
+    : acceptor_(loop), retry_(loop), log_(std::move(log)), take_(std::move(take))
+{
+    try {
+        const tcp::endpoint endpoint(asio::ip::make_address(host), port);
+        acceptor_.open(endpoint.protocol());
+        acceptor_.set_option(tcp::acceptor::reuse_address(true));
+        acceptor_.bind(endpoint);
+        acceptor_.listen();
+    } catch (const asio::system_error& error) {
+        throw std::runtime_error(host + ':' + std::to_string(port) + ": " + error.code().message());
+    }
+    accept();
+}
+
+void Listener::accept()
+{
+    acceptor_.async_accept([this](asio::error_code error, tcp::socket socket) {
+        if (error) { // most likely out of descriptors, which passes when clients leave
+            log_("cannot accept a client: " + error.message());
+            retry_.expires_after(std::chrono::milliseconds(100));
+            return retry_.async_wait([this](auto cancelled) {
+                if (!cancelled) accept();
+            });
+        }
+        asio::error_code ignored;
+        socket.set_option(tcp::no_delay(true), ignored);
+        take_(std::move(socket));
+        accept();
+    });
+}
+
+} // namespace kx::sim

@@ -1,0 +1,180 @@
+// What an attacker tries on the virtual controller, from a web page or beside it.
+#include "support/connection.h"
+#include "support/controller.h"
+
+#include <fstream>
+#include <memory>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using Json = nlohmann::json;
+
+const std::string move = R"({"command":"movej","joint":[90000,0,0,0,0,0],"v":100,"r":0})";
+const std::string ask = R"({"command":"get_joint_degree"})";
+const std::string ask_plans = R"({"command":"get_arm_plan_num"})";
+
+std::string here(int port)
+{
+    return "127.0.0.1:" + std::to_string(port);
+}
+
+struct Recording {
+    std::string path = testing::TempDir() + "kx_doors_" + std::to_string(getpid());
+    ~Recording() { std::remove(path.c_str()); }
+    std::string content() const
+    {
+        std::ostringstream all;
+        all << std::ifstream(path).rdbuf();
+        return all.str();
+    }
+};
+
+/** A port that nobody else is given, on which a program of ours may listen. */
+struct Reserved {
+    Reserved()
+    {
+        const int yes = 1;
+        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        EXPECT_EQ(bind(socket, reinterpret_cast<sockaddr*>(&address), size), 0);
+        getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
+        port = ntohs(address.sin_port);
+    }
+    ~Reserved() { close(socket); }
+
+    int socket = ::socket(AF_INET, SOCK_STREAM, 0), port = 0;
+};
+
+// What does not begin with a request has none of its requests done, the ones behind a proxy included.
+TEST(Door, IsShutToWhoeverDoesNotBeginWithARequest)
+{
+    const struct {
+        const char* name;
+        std::string sent;
+        bool is_heard;
+    } rows[] = {
+        {"a request", move + "\r\n", true},
+        {"after white space", "\r\n  \t" + move + "\r\n", true},
+        {"fetch of a web page",
+         "POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: text/plain\r\n\r\n" + move + "\r\n", false},
+        {"a link on a web page", "GET /" + move + " HTTP/1.1\r\n\r\n" + move + "\r\n", false},
+        {"HTTP with the next protocol", "PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n" + move + "\r\n", false},
+        {"a word", "hello\n" + move + "\r\n", false},
+        {"broken JSON", "{oops}\n" + move + "\r\n", false},
+        {"an array", "[1]\n" + move + "\r\n", false},
+        {"a line without end", std::string(70000, 'x') + "\n" + move + "\r\n", false},
+        {"white space without end", std::string(200000, ' ') + move + "\r\n", false},
+    };
+    Controller arm;
+    Controller proxy({"--proxy", here(arm.port())});
+    for (const Controller* door : {&arm, &proxy})
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.name);
+            Connection client(door->port());
+            client.send(row.sent);
+            Connection observer(arm.port());
+            if (row.is_heard) {
+                // The stop answers both: itself, and the motion that it ends.
+                client.send(R"({"command":"set_arm_stop"})");
+                EXPECT_NE(client.line().find("arm_stop"), std::string::npos);
+                EXPECT_NE(client.line().find("\"trajectory_state\":false"), std::string::npos);
+            } else {
+                const std::string last = client.rest();
+                EXPECT_EQ(last.find("trajectory_state"), std::string::npos) << last;
+                observer.send(ask_plans);
+                EXPECT_EQ(Json::parse(observer.line()).at("plan_num"), 0);
+            }
+        }
+}
+
+TEST(Door, StaysOpenForWhatIsNoRequestLater)
+{
+    Controller arm;
+    Connection client(arm.port());
+    client.send(ask + "\r\nhello\n" + ask + "\r\n");
+    EXPECT_TRUE(Json::parse(client.line()).contains("joint"));
+    EXPECT_TRUE(Json::parse(client.line()).contains("error"));
+    EXPECT_TRUE(Json::parse(client.line()).contains("joint"));
+}
+
+// What is deeply nested would end the process where it is printed, copied or searched for passwords.
+TEST(Door, RefusesWhatIsNestedTooDeeply)
+{
+    const std::string deep = "{\"command\":" + std::string(32600, '[') + std::string(32600, ']') + "}\r\n";
+    const Recording recording;
+    {
+        Controller arm({"--record", recording.path, "--web", "0"});
+        Connection client(arm.port());
+        client.send(ask + deep + ask);
+        EXPECT_TRUE(Json::parse(client.line()).contains("joint"));
+        EXPECT_EQ(Json::parse(client.line()).at("error"), "the request is nested too deeply");
+        EXPECT_TRUE(Json::parse(client.line()).contains("joint"));
+    }
+    for (const auto& [entry, why] :
+         {std::pair("{\"request\":" + std::string(300000, '['), "nested too deeply"),
+          {R"({"time":0,"client":1e84,"request":{}})", "the client"},
+          {R"({"time":0,"client":0.5,"request":{}})", "the client"},
+          {R"({"time":1e300,"client":1,"request":{}})", "the time"}}) {
+        std::ofstream(recording.path) << "{\"recording\":\"kx-controller\",\"version\":1}\n" << entry << '\n';
+        Process replay(
+            {"/bin/sh", "-c", "exec " KX_CONTROLLER " --port 0 --replay " + recording.path + " 2>&1"});
+        const std::string line = replay.line();
+        EXPECT_NE(line.find(":2: this is no line of a recording: "), std::string::npos) << line;
+        EXPECT_NE(line.find(why), std::string::npos) << line;
+        EXPECT_EQ(replay.end(0), 1);
+    }
+}
+
+TEST(Door, KeepsPasswordsIn)
+{
+    const Recording recording;
+    Controller arm({"--record", recording.path});
+    for (const char* sent : {
+             R"({"command":"set_wifi_ap","wifi_name":"workshop","password":"sesame"})",
+             R"({"command":"set_wifi_ap","wifi_name":"workshop","Password":"sesame"})",
+             R"({"command":"set_wifi_ap","wifi_name":"workshop","pass\u0077ord":"sesame"})",
+             R"({"command":"set_wifi_ap","wifi_name" "workshop","pass\u0077ord":"sesame"})",
+             R"({"command":"set_wifi_ap","wifi_name" "workshop","PASSWORD":"sesame"})",
+             R"({"command":"set_wifi_ap","password":} sesame)",
+             R"({"command":"set_wifi_ap","password":"x"} "sesame")",
+             R"({"command":"set_wifi_ap","pass\u0077ord":}, sesame)",
+             "{\"command\":\"set_wifi_ap\",\"password\":\r\n\"sesame\"",
+         }) {
+        Connection client(arm.port());
+        client.send(ask + sent + "\r\n" + ask + "\r\n");
+        while (client.line().find("\"joint\"") == std::string::npos) {
+        }
+        client.send("\r\n" + ask + "\r\n");
+        while (client.line().find("\"joint\"") == std::string::npos) {
+        }
+        EXPECT_EQ(recording.content().find("sesame"), std::string::npos) << sent;
+    }
+    EXPECT_NE(recording.content().find("workshop"), std::string::npos);
+}
+
+// Behind itself, directly or with another one between, every client of a proxy makes one more.
+TEST(Door, OfAProxyBehindItselfIsShut)
+{
+    const auto ends = [](int port) {
+        Connection client(port);
+        client.send(ask + "\r\n");
+        return client.rest().find("\"joint\"") == std::string::npos;
+    };
+    const Reserved one, other;
+    Controller alone({"--port", std::to_string(one.port), "--proxy", here(one.port)});
+    EXPECT_TRUE(ends(one.port));
+    alone.end(SIGTERM);
+    Controller first({"--port", std::to_string(one.port), "--proxy", here(other.port)});
+    Controller second({"--port", std::to_string(other.port), "--proxy", here(one.port)});
+    EXPECT_TRUE(ends(one.port));
+    EXPECT_EQ(first.end(SIGTERM), 0);
+    EXPECT_EQ(second.end(SIGTERM), 0);
+}
+
+} // namespace
