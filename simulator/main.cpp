@@ -138,6 +138,13 @@ int main(int argc, char** argv)
         ->check(CLI::Range(0.001, 1000.0))
         ->capture_default_str();
     app.add_flag("--trace", options.trace, "print every line in and out, with simulated seconds");
+    app.add_option_function<int>(
+           "--spacing", [&options](int ms) { options.spacing = std::chrono::milliseconds(ms); },
+           "ms between two lines to one client, 30 unless given, as clients that poll need them; 0: none, "
+           "and "
+           "every target of a stream has a push of its own")
+        ->check(CLI::Range(0, 1000))
+        ->type_name("MS");
     app.add_option("--modbus-tcp", options.modbus_tcp,
                    "HOST:PORT of a real Modbus slave behind the controller's ports");
     unsigned short web_port = 8090;

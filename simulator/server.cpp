@@ -85,7 +85,8 @@ class Server : public Session::Host, public Answerer {
     std::shared_ptr<Playback> playback_;
     std::unique_ptr<Proxy> proxy_;
 
-    int clients_ = 0; ///< counted
+    const std::chrono::milliseconds spacing_; ///< of lines; a proxy keeps that of its controller
+    int clients_ = 0;                         ///< counted
     std::vector<std::weak_ptr<Session>> sessions_;
 
     Faults faults_;
@@ -102,6 +103,7 @@ class Server : public Session::Host, public Answerer {
 Server::Server(const ServerOptions& options)
     : clock_(options.speed), controller_(options.model, log_line, options.world),
       simulated_(options.replay.empty() && options.proxy.empty()),
+      spacing_(options.proxy.empty() ? options.spacing : 0ms),
       faults_({.controller = simulated_ ? &controller_ : nullptr,
                .reset_connections =
                    [this] {
@@ -153,7 +155,7 @@ void Server::take_in(tcp::socket socket)
     if (const std::string why = proxy_ ? proxy_->refuses(socket) : ""; !why.empty())
         return log(number, "turned away: " + why);
     const auto session = std::make_shared<Session>(*this, number, std::move(socket), faults_.lines(),
-                                                   Luck(seed_, number), proxy_ ? 0ms : Outbox::gap);
+                                                   Luck(seed_, number), spacing_);
     std::erase_if(sessions_, [](const auto& past) { return past.expired(); });
     sessions_.push_back(session);
     session->begin(answerer_of(session));

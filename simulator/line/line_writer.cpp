@@ -19,6 +19,7 @@ void LineWriter::reply(const std::string& line)
 
 void LineWriter::push(std::string_view kind, const std::string& line)
 {
+    if (gap_ == gap_.zero()) return reply(line);
     delay([this, kind = std::string(kind), line] { out_.push(kind, line); });
 }
 

@@ -21,7 +21,8 @@ namespace kx::sim {
 /** Lives as long as something is to be written, or its heir is at work. */
 class LineWriter : public OnlyClient, public std::enable_shared_from_this<LineWriter> {
   public:
-    /** @param faults is looked at for every line; after a change of it call write() */
+    /** @param faults is looked at for every line; after a change of it call write()
+     *  @param gap between two lines, in real time; without one, every push leaves on its own */
     LineWriter(asio::ip::tcp::socket socket, const LineFaults& faults, Luck luck,
                std::chrono::milliseconds gap);
     LineWriter(const LineWriter&) = delete;

@@ -13,7 +13,6 @@
 // still on its way here, so a line answers at least as many of the client's as it does of ours.
 #pragma once
 
-#include <chrono>
 #include <deque>
 #include <optional>
 #include <string>
@@ -24,9 +23,6 @@ namespace kx::sim {
 
 class Outbox {
   public:
-    /** Between two lines to one client; in real time, whatever the simulation's speed. */
-    static constexpr auto gap = std::chrono::milliseconds(30);
-
     void reply(std::string line) { replies_.push_back(std::move(line)); }
 
     /** A push of a kind, for one more registration; takes the place of one of that kind that waits. */

@@ -161,20 +161,36 @@ TEST(Door, KeepsPasswordsIn)
 // Behind itself, directly or with another one between, every client of a proxy makes one more.
 TEST(Door, OfAProxyBehindItselfIsShut)
 {
-    const auto ends = [](int port) {
-        Connection client(port);
-        client.send(ask + "\r\n");
-        return client.rest().find("\"joint\"") == std::string::npos;
-    };
     const Reserved one, other;
-    Controller alone({"--port", std::to_string(one.port), "--proxy", here(one.port)});
-    EXPECT_TRUE(ends(one.port));
-    alone.end(SIGTERM);
-    Controller first({"--port", std::to_string(one.port), "--proxy", here(other.port)});
-    Controller second({"--port", std::to_string(other.port), "--proxy", here(one.port)});
-    EXPECT_TRUE(ends(one.port));
-    EXPECT_EQ(first.end(SIGTERM), 0);
-    EXPECT_EQ(second.end(SIGTERM), 0);
+    for (const Reserved* behind : {&one, &other}) {
+        const Recording recording;
+        Controller first(
+            {"--port", std::to_string(one.port), "--proxy", here(behind->port), "--record", recording.path});
+        Controller second({"--port", std::to_string(other.port), "--proxy", here(one.port)});
+        {
+            Connection client(one.port);
+            client.send(ask + "\r\n");
+            EXPECT_EQ(client.rest().find("\"joint\""), std::string::npos);
+        }
+        EXPECT_EQ(first.end(SIGTERM), 0);
+        EXPECT_EQ(second.end(SIGTERM), 0);
+        const std::string all = recording.content();
+        int clients = 0;
+        for (std::size_t at = 0; (at = all.find("\"connected\"", at)) != all.npos; ++at)
+            ++clients;
+        EXPECT_LE(clients, behind == &one ? 2 : 66);
+    }
+}
+
+// Links need no spacing of lines, and a push for every target.
+TEST(Spacing, OfNothingLeavesEveryPushOnItsOwn)
+{
+    Controller arm({"--spacing", "0"});
+    Connection client(arm.port());
+    for (int i = 0; i < 200; ++i)
+        client.send(R"({"command":"movej_canfd","joint":[0,0,0,0,0,0]})");
+    for (int i = 0; i < 200; ++i)
+        EXPECT_EQ(Json::parse(client.line()).at("command"), "joint_state");
 }
 
 } // namespace

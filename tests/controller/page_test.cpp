@@ -2,6 +2,7 @@
 #include "support/application.h"
 #include "support/connection.h"
 
+#include <atomic>
 #include <list>
 
 #include <httplib.h>
@@ -144,15 +145,20 @@ TEST_F(Page, BoundsWhatItTakes)
 
 TEST_F(Page, IsReachedWhateverSlowClientsDo)
 {
-    std::list<Connection> slow;
-    for (int i = 0; i < 300; ++i) {
-        slow.emplace_back(port).send(
-            i % 3 ? "GET /three/build/three.module.js HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"
-                  : "GET / HTTP/1.1\r\nHo");
-        if (i % 3 == 2) {
-            EXPECT_EQ(first("state")["mode"], "ready");
-        }
-    }
+    std::list<Connection> slow, deaf;
+    for (int i = 0; i < 200; ++i)
+        slow.emplace_back(port).send("GET / HTTP/1.1\r\nX: ");
+    for (int i = 0; i < 50; ++i)
+        deaf.emplace_back(port).send("GET /three/build/three.module.js HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+    std::atomic<bool> done = false;
+    std::thread dripping([&] {
+        for (; !done; std::this_thread::sleep_for(std::chrono::milliseconds(200)))
+            for (Connection& client : slow)
+                client.send("x");
+    });
+    EXPECT_EQ(first("state")["mode"], "ready");
+    done = true;
+    dripping.join();
 }
 
 TEST_F(Page, TellsWhatHappens)
