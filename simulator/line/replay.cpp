@@ -43,7 +43,7 @@ int awaited_by(const Json& request)
 
 Replay::Replay(std::istream& recording, const std::string& name)
 {
-    std::map<int, Client> clients;
+    std::map<int, Asker> clients;
     std::string line;
     int number = 1;
     for (; std::getline(recording, line); ++number) {
@@ -62,16 +62,16 @@ Replay::Replay(std::istream& recording, const std::string& name)
     if (number == 1 || !recording.eof()) throw std::runtime_error("cannot read the recording " + name);
 }
 
-void Replay::read(const Json& entry, std::map<int, Client>& clients)
+void Replay::read(const Json& entry, std::map<int, Asker>& clients)
 {
     const double time = number(entry.at("time"), "the time", 0, longest);
-    Client& client = clients[integer(entry.at("client"), "the client", 0, INT_MAX)];
+    Asker& client = clients[integer(entry.at("client"), "the client", 0, INT_MAX)];
     if (const auto request = entry.find("request"); request != entry.end()) {
         client.last = exchanges_.size();
         client.waiting.emplace(awaited_by(*request), client.last);
         by_content_[content(*request)].exchanges.push_back(client.last);
         exchanges_.push_back({time, {}});
-    } else if (const auto reply = entry.find("reply"); reply != entry.end() && client.last != Client::none) {
+    } else if (const auto reply = entry.find("reply"); reply != entry.end() && client.last != Asker::none) {
         // It belongs to the first request that still awaits such a line, since motions are answered at their
         // end; a line that none awaits followed the last one.
         const std::string text = text_of(*reply);

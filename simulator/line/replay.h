@@ -42,13 +42,13 @@ class Replay {
         std::vector<std::size_t> exchanges;
         std::size_t used = 0;
     };
-    struct Client { ///< while the recording is read
+    struct Asker { ///< while the recording is read
         static constexpr std::size_t none = ~std::size_t{};
         std::set<std::pair<int, std::size_t>> waiting; ///< exchanges, with the key code of what they await
         std::size_t last = none;
     };
 
-    void read(const Json& entry, std::map<int, Client>& clients);
+    void read(const Json& entry, std::map<int, Asker>& clients);
 
     std::vector<Exchange> exchanges_;
     std::map<std::string, Same> by_content_;
