@@ -87,7 +87,7 @@ def builds():
 
 
 def passes(*selection):
-    return run("ctest", "--test-dir", build / "fast", "-j", "24", "--timeout", "15", "--stop-on-failure", *selection,
+    return run("ctest", "--test-dir", build / "fast", "-j", "24", "--stop-on-failure", *selection,
                seconds=1200)
 
 

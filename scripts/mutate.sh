@@ -19,5 +19,5 @@ if [ -n "$commit" ]; then git archive "$commit"; else git ls-files -co --exclude
   | tar -x -C "$copy"
 
 cmake -S "$copy" -B "$copy/build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DKX_SIMULATOR=OFF \
-  -DKX_TOOLS=OFF -DKX_EXAMPLES=OFF -DCMAKE_LINK_DEPENDS_NO_SHARED=ON >"$copy/log"
+  -DKX_TOOLS=OFF -DKX_EXAMPLES=OFF -DCMAKE_LINK_DEPENDS_NO_SHARED=ON -DKX_TEST_TIMEOUT=15 >"$copy/log"
 python3 scripts/mutate.py "$copy" "$count" "$seed"
