@@ -41,6 +41,7 @@
 #include "kx/joint_parameters.h"
 #include "kx/kinematics.h"
 #include "kx/library.h"
+#include "kx/link.h"
 #include "kx/lift_and_base.h"
 #include "kx/modbus.h"
 #include "kx/motion.h"

@@ -3,6 +3,8 @@
 #include "runtime/classic/connection.h"
 #include "runtime/classic/exchange.h"
 #include "runtime/classic/state.h"
+#include "runtime/link/exchange.h"
+#include "runtime/link/subscribe.h"
 
 namespace kx {
 
@@ -10,51 +12,58 @@ constexpr unsigned int entry_delay_ms = 20;
 
 int joint_count(int sockfd)
 {
+    if (link::is_link(sockfd)) return link::model(sockfd) == 47 ? 7 : 6;
     return classic::joint_count(sockfd);
 }
 
 int request_joints(int sockfd)
 {
-    return classic::model(sockfd) == 47 ? 7 : 6;
+    return (link::is_link(sockfd) ? link::model(sockfd) : classic::model(sockfd)) == 47 ? 7 : 6;
 }
 
 int post(int sockfd, Request request)
 {
-    return classic::post(sockfd, request);
+    return link::is_link(sockfd) ? link::post(sockfd, request) : classic::post(sockfd, request);
 }
 
 int stream(int sockfd, Request request)
 {
-    return classic::stream(sockfd, request);
+    return link::is_link(sockfd) ? link::stream(sockfd, request) : classic::stream(sockfd, request);
 }
 
 int dispatch(int sockfd, Request request)
 {
-    return classic::dispatch(sockfd, request);
+    return link::is_link(sockfd) ? link::dispatch(sockfd, request) : classic::dispatch(sockfd, request);
 }
 
 Reply await_reply(int sockfd, Request request)
 {
-    return classic::await_reply(sockfd, request);
+    return link::is_link(sockfd) ? link::await_reply(sockfd, request) : classic::await_reply(sockfd, request);
 }
 
 Reply await_completion(int sockfd, Request request, int (*is_alive)(int sockfd))
 {
-    return classic::await_completion(sockfd, request, is_alive);
+    return link::is_link(sockfd) ? link::await_completion(sockfd, request, is_alive)
+                                 : classic::await_completion(sockfd, request, is_alive);
 }
 
-void entry_delay(int)
+int subscribe(int link, double hz, Request request, AnswerHandler handler, void (*callback)(), void* user)
 {
-    sleep_cp(entry_delay_ms);
+    return link::subscribe(link, hz, request, handler, callback, user);
+}
+
+void entry_delay(int sockfd)
+{
+    if (!link::is_link(sockfd)) sleep_cp(entry_delay_ms);
 }
 
 int guard(int sockfd)
 {
     if (sockfd < 1) return KX_BAD_DESCRIPTOR;
-    return m_nThreadIsRun < 1 ? KX_NOT_RUNNING : KX_SUCCESS;
+    return !link::is_link(sockfd) && m_nThreadIsRun < 1 ? KX_NOT_RUNNING : KX_SUCCESS;
 }
 
-Suspended::Suspended(int) : is_classic_(true)
+Suspended::Suspended(int sockfd) : is_classic_(!link::is_link(sockfd))
 {
     if (is_classic_) SuspendQueue = 1;
 }

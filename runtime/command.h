@@ -55,6 +55,12 @@ int exchange_while(int (*is_alive)(int), int sockfd, Request request, Decode dec
     return decoded(await_completion(sockfd, std::move(request), is_alive), decode);
 }
 
+// On a link: has a question asked again and again, and its answers handed to the handler, on the thread of callbacks. With 0 hz
+// it ends that. A status.
+using AnswerHandler = void (*)(Reply& reply, int link, uint64_t asked, uint64_t answered, void (*callback)(),
+                               void* user);
+int subscribe(int link, double hz, Request request, AnswerHandler handler, void (*callback)(), void* user);
+
 // Most entries wait 20 ms before they send; none does on a link.
 void entry_delay(int sockfd);
 

@@ -42,8 +42,9 @@ constexpr ArrayLength any_length = up_to(INT_MAX);
 template <size_t capacity>
 void copy_cut(char (&out)[capacity], const char* text)
 {
-    strncpy(out, text, capacity - 1);
-    out[capacity - 1] = '\0';
+    const size_t length = strnlen(text, capacity - 1);
+    memcpy(out, text, length);
+    memset(out + length, 0, capacity - length);
 }
 
 class Reply {

@@ -19,7 +19,8 @@ Scaled truncated(float value, float factor)
     return {INT_MIN, false}; // and so is NaN
 }
 
-Request::Request(Request&& other) : answer_(other.answer_), fits_(other.fits_), is_true_(other.is_true_)
+Request::Request(Request&& other)
+    : answer_(other.answer_), fits_(other.fits_), is_true_(other.is_true_), is_secret_(other.is_secret_)
 {
     line_.length = other.line_.length;
     memcpy(line_.text, other.line_.text, static_cast<size_t>(line_.length));
@@ -121,6 +122,7 @@ void Request::append_number(Scaled value)
 
 Request&& Request::text(const char* key, const char* value)
 {
+    is_secret_ = is_secret_ || strcmp(key, "password") == 0;
     if (value) {
         begin_member(key);
         append_string(value);

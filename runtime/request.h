@@ -75,6 +75,9 @@ class Request {
     // False if a value had to be replaced by another to be sent.
     bool is_true() const { return is_true_; }
 
+    // True if it holds a password, which no log shall show.
+    bool is_secret() const { return is_secret_; }
+
     // The line as it goes out, ended by CR LF; null if it does not fit.
     const Line* framed();
 
@@ -94,6 +97,7 @@ class Request {
     KeyCode answer_ = KeyCode::none;
     bool fits_ = true;
     bool is_true_ = true;
+    bool is_secret_ = false;
 };
 
 } // namespace kx

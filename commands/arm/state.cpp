@@ -1,19 +1,31 @@
 // What the arm is doing now, and its initial position.
 #include "kx/state.h"
 #include "commands/shared.h"
+#include "kx/link.h"
 
 using namespace kx;
+
+static int decode_arm_state(Reply& reply, int joints, float* joint, POSE* pose, unsigned short* arm_err,
+                            unsigned short* sys_err)
+{
+    return reply.object("arm_state")
+        .pose("pose", *pose)
+        .array("joint", exactly(joints), {}, thousandths(joint))
+        .integer("arm_err", *arm_err)
+        .integer("sys_err", *sys_err)
+        .code();
+}
+
+static Request current_arm_state()
+{
+    return Request("get_current_arm_state", KeyCode::current_arm_state);
+}
 
 int Get_Current_Arm_State_Block(int sockfd, float* joint, POSE* pose, unsigned short* arm_err,
                                 unsigned short* sys_err)
 {
-    return exchange(sockfd, Request("get_current_arm_state", KeyCode::current_arm_state), [=](Reply& reply) {
-        return reply.object("arm_state")
-            .pose("pose", *pose)
-            .array("joint", exactly(joint_count(sockfd)), {}, thousandths(joint))
-            .integer("arm_err", *arm_err)
-            .integer("sys_err", *sys_err)
-            .code();
+    return exchange(sockfd, current_arm_state(), [=](Reply& reply) {
+        return decode_arm_state(reply, joint_count(sockfd), joint, pose, arm_err, sys_err);
     });
 }
 
@@ -21,6 +33,26 @@ int Get_Current_Arm_State(int sockfd, float* joint, POSE* pose, unsigned short* 
                           unsigned short* sys_err)
 {
     return query(Get_Current_Arm_State_Block, sockfd, joint, pose, arm_err, sys_err);
+}
+
+static void hand_over(Reply& reply, int link, uint64_t asked, uint64_t answered, void (*callback)(),
+                      void* user)
+{
+    KX_ARM_STATE state = {};
+    state.link = link;
+    state.asked_ns = asked;
+    state.answered_ns = answered;
+    state.status = decoded(std::move(reply), [&](Reply& came) {
+        return decode_arm_state(came, joint_count(link), state.joint, &state.pose, &state.arm_err,
+                                &state.sys_err);
+    });
+    reinterpret_cast<KX_ARM_STATE_CALLBACK>(callback)(&state, user);
+}
+
+int KX_Link_Subscribe(int link, double hz, KX_ARM_STATE_CALLBACK callback, void* user)
+{
+    return subscribe(link, callback ? hz : 0, current_arm_state(), hand_over,
+                     reinterpret_cast<void (*)()>(callback), user);
 }
 
 int Get_Joint_Temperature_Block(int sockfd, float* temperature)

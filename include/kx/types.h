@@ -28,18 +28,28 @@
  * each function. The joint-parameter getters also return 10 for an array of the wrong type or length.
  */
 typedef enum KX_STATUS KX_INT32 {
-    KX_SUCCESS = 0,         /**< confirmed by the controller (blocking), or queued (non-blocking) */
-    KX_REFUSED = 1,         /**< the controller answered false */
-    KX_NOT_RUNNING = 2,     /**< KX_API_Init was not called; at connect: unsupported model code */
-    KX_NO_SOCKET = 4,       /**< at connect: no socket, or the connection table is full */
-    KX_BAD_DESCRIPTOR = 5,  /**< descriptor below 1; at connect: the controller cannot be reached */
-    KX_SEND_FAILED = 6,     /**< the request could not be sent, or no pending entry was free */
-    KX_TIMED_OUT = 7,       /**< no matching reply within m_nOutTime */
-    KX_NOT_BOOLEAN = 8,     /**< parameter set replies: the status is neither true nor false */
-    KX_BAD_REPLY = 9,       /**< the reply is not JSON or lacks the expected member */
-    KX_WRONG_SHAPE = 10,    /**< joint-parameter getters: not an array, or of the wrong length */
-    KX_WRONG_TYPE = 11,     /**< a member has the wrong JSON type or array length; argument out of range */
-    KX_INCOMPLETE_POSE = 12 /**< a pose array does not hold six numbers */
+    KX_SUCCESS = 0,          /**< confirmed by the controller (blocking), or queued (non-blocking) */
+    KX_REFUSED = 1,          /**< the controller answered false */
+    KX_NOT_RUNNING = 2,      /**< KX_API_Init was not called; at connect: unsupported model code */
+    KX_NO_SOCKET = 4,        /**< at connect: no socket, or the connection table is full */
+    KX_BAD_DESCRIPTOR = 5,   /**< descriptor below 1; at connect: the controller cannot be reached */
+    KX_SEND_FAILED = 6,      /**< the request could not be sent, or no pending entry was free */
+    KX_TIMED_OUT = 7,        /**< no matching reply within m_nOutTime */
+    KX_NOT_BOOLEAN = 8,      /**< parameter set replies: the status is neither true nor false */
+    KX_BAD_REPLY = 9,        /**< the reply is not JSON or lacks the expected member */
+    KX_WRONG_SHAPE = 10,     /**< joint-parameter getters: not an array, or of the wrong length */
+    KX_WRONG_TYPE = 11,      /**< a member has the wrong JSON type or array length; argument out of range */
+    KX_INCOMPLETE_POSE = 12, /**< a pose array does not hold six numbers */
+    KX_LOST = 13,            /**< links: the connection is down, or went down while this call waited */
+    KX_CANCELLED =
+        14, /**< links: the wait was ended by KX_Link_Cancel or KX_Link_Close, the request taken back by a stop */
+    KX_OUTBOX_FULL =
+        15, /**< links: the controller does not read, or too many requests are open; nothing was sent */
+    KX_NOT_FINITE = 16,   /**< links: a value is not finite or does not fit the wire; nothing was sent */
+    KX_TOO_LONG = 17,     /**< links: the request does not fit a line of 299 bytes; nothing was sent */
+    KX_NO_MEMORY = 18,    /**< links: no memory */
+    KX_UNKNOWN_HOST = 19, /**< links, at opening: the name cannot be resolved */
+    KX_NOT_A_SETTING = 20 /**< links: cannot be registered as set-up; nothing was sent */
 } KX_STATUS;
 
 /** A Cartesian pose: position in metres, then the angles of Rz(rz)*Ry(ry)*Rx(rx) in radians. */

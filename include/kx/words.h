@@ -40,6 +40,22 @@ static inline const char* KX_Status_Words(int status)
         return "the answer is not what was expected; does the model fit the arm?";
     case KX_INCOMPLETE_POSE:
         return "the answer holds no whole pose";
+    case KX_LOST:
+        return "the connection is lost";
+    case KX_CANCELLED:
+        return "the wait was cancelled";
+    case KX_OUTBOX_FULL:
+        return "the controller does not keep up";
+    case KX_NOT_FINITE:
+        return "a value is not finite or too large";
+    case KX_TOO_LONG:
+        return "the request is too long";
+    case KX_NO_MEMORY:
+        return "out of memory";
+    case KX_UNKNOWN_HOST:
+        return "there is no host of that name";
+    case KX_NOT_A_SETTING:
+        return "only settings can be registered as set-up";
     default:
         return "unknown status";
     }

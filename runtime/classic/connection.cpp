@@ -1,6 +1,8 @@
 #include "runtime/classic/connection.h"
 #include "kx/connection.h"
 #include "kx/library.h"
+#include "kx/link.h"
+#include "runtime/link/exchange.h"
 
 #include <arpa/inet.h>
 #include <errno.h>
@@ -105,6 +107,10 @@ InUse::~InUse()
 
 void Arm_Socket_Close(int sockfd)
 {
+    if (link::is_link(sockfd)) {
+        KX_Link_Close(sockfd);
+        return;
+    }
     if (sockfd < 1) return;
     for (int index = 0; index < m_nSockInfoLen; ++index)
         if (SockInfo[index].descriptor == sockfd) was_closed[index] = true;

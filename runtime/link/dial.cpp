@@ -1,0 +1,160 @@
+#include "runtime/link/dial.h"
+#include "runtime/quiet_thread.h"
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+namespace kx::link {
+
+static void set(int socket, int level, int option, int value)
+{
+    setsockopt(socket, level, option, &value, sizeof value);
+}
+
+// The kernel notices a silent peer: by probes when nothing is under way, by bytes that are not acknowledged otherwise.
+static void set_options(int socket, int silence_ms)
+{
+    const int probe_s = silence_ms < 3000 ? 1 : silence_ms / 3000;
+    set(socket, IPPROTO_TCP, TCP_NODELAY, 1);
+    set(socket, SOL_SOCKET, SO_KEEPALIVE, 1);
+    set(socket, IPPROTO_TCP, TCP_KEEPIDLE, probe_s);
+    set(socket, IPPROTO_TCP, TCP_KEEPINTVL, probe_s);
+    set(socket, IPPROTO_TCP, TCP_KEEPCNT, 2);
+    set(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, silence_ms);
+}
+
+int begin_dial(const Address& address, int silence_ms)
+{
+    const int made = ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (made < 0) return -1;
+    set_options(made, silence_ms);
+    if (connect(made, reinterpret_cast<const sockaddr*>(&address.storage), address.length) == 0) return made;
+    if (errno == EINPROGRESS || errno == EINTR) return made;
+    const int why = errno;
+    ::close(made);
+    errno = why;
+    return -1;
+}
+
+bool has_connected(int socket)
+{
+    int error = 0;
+    socklen_t size = sizeof error;
+    return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+}
+
+static int connect_until(const Address& address, Time until, int silence_ms, int& socket)
+{
+    const int made = begin_dial(address, silence_ms);
+    if (made < 0)
+        return errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM ? KX_NO_SOCKET
+                                                                                         : KX_BAD_DESCRIPTOR;
+    pollfd connecting = {made, POLLOUT, 0};
+    int ready;
+    do {
+        const Time left = until - now();
+        ready =
+            poll(&connecting, 1, left <= 0 ? 0 : static_cast<int>((left + millisecond - 1) / millisecond));
+    } while (ready < 0 && errno == EINTR);
+    if (ready > 0 && has_connected(made)) {
+        socket = made;
+        return KX_SUCCESS;
+    }
+    ::close(made);
+    return ready == 0 ? KX_TIMED_OUT : KX_BAD_DESCRIPTOR;
+}
+
+// The system's look-up has no deadline, so it runs on a thread that may be left behind.
+struct LookUp {
+    std::atomic<int> owners = 2;
+    std::atomic<int> is_done = 0;
+    int error = 0;
+    addrinfo* found = nullptr;
+    char port[8] = {};
+
+    char* host() { return reinterpret_cast<char*>(this + 1); }
+};
+
+static void leave(LookUp* look_up)
+{
+    if (--look_up->owners > 0) return;
+    if (look_up->found) freeaddrinfo(look_up->found);
+    free(look_up);
+}
+
+static int resolve(const char* host, const char* port, int flags, addrinfo** found)
+{
+    addrinfo hints = {};
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_NUMERICSERV | flags;
+    return getaddrinfo(host, port, &hints, found);
+}
+
+static void* look_up_host(void* argument)
+{
+    auto* look_up = static_cast<LookUp*>(argument);
+    look_up->error = resolve(look_up->host(), look_up->port, AI_ADDRCONFIG, &look_up->found);
+    look_up->is_done = 1;
+    wake_all(&look_up->is_done);
+    leave(look_up);
+    return nullptr;
+}
+
+static int status_of(int error)
+{
+    return error == 0 ? KX_SUCCESS : error == EAI_MEMORY ? KX_NO_MEMORY : KX_UNKNOWN_HOST;
+}
+
+static int connect_any(const addrinfo* found, Time until, int silence_ms, Address& address, int& socket)
+{
+    int status = KX_UNKNOWN_HOST;
+    for (; found; found = found->ai_next) {
+        memcpy(&address.storage, found->ai_addr, found->ai_addrlen);
+        address.length = found->ai_addrlen;
+        status = connect_until(address, until, silence_ms, socket);
+        if (status == KX_SUCCESS || status == KX_TIMED_OUT) break;
+    }
+    return status;
+}
+
+int dial(const char* host, int port, Time until, int silence_ms, Address& address, int& socket)
+{
+    char service[8];
+    snprintf(service, sizeof service, "%d", port);
+    addrinfo* numeric = nullptr;
+    if (const int error = resolve(host, service, AI_NUMERICHOST, &numeric); error != EAI_NONAME) {
+        const int status =
+            error ? status_of(error) : connect_any(numeric, until, silence_ms, address, socket);
+        if (numeric) freeaddrinfo(numeric);
+        return status;
+    }
+
+    const size_t length = strlen(host);
+    void* memory = malloc(sizeof(LookUp) + length + 1);
+    if (!memory) return KX_NO_MEMORY;
+    auto* look_up = new (memory) LookUp;
+    memcpy(look_up->host(), host, length + 1);
+    memcpy(look_up->port, service, sizeof service);
+    pthread_t thread;
+    if (!start_quiet_thread(&thread, look_up_host, look_up)) {
+        free(look_up);
+        return KX_NO_SOCKET;
+    }
+    pthread_detach(thread);
+    while (!look_up->is_done && now() < until)
+        wait_while(look_up->is_done, 0, until);
+    int status = KX_TIMED_OUT;
+    if (look_up->is_done) {
+        status = status_of(look_up->error);
+        if (status == KX_SUCCESS) status = connect_any(look_up->found, until, silence_ms, address, socket);
+    }
+    leave(look_up);
+    return status;
+}
+
+} // namespace kx::link

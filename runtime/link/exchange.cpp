@@ -1,0 +1,343 @@
+#include "runtime/link/exchange.h"
+#include "runtime/link/callbacks.h"
+#include "runtime/link/link.h"
+#include "runtime/link/loop.h"
+
+#include <cjson/cJSON.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/socket.h>
+
+namespace kx::link {
+
+// Small enough for the room that every process has for this; anything else would ask for a library more.
+#define KX_THREAD_LOCAL static __thread __attribute__((tls_model("initial-exec")))
+KX_THREAD_LOCAL int call_timeout_ms;
+KX_THREAD_LOCAL int refused_link;
+KX_THREAD_LOCAL char refused_reason[sizeof(Call::reason)];
+
+constexpr int places_for_stops = 16;
+
+bool is_link(int sockfd)
+{
+    return sockfd >= first_handle;
+}
+
+int model(int handle)
+{
+    const Locked link(handle);
+    return link ? link->model : 0;
+}
+
+const char* own_reason(int link)
+{
+    return link == refused_link ? refused_reason : "";
+}
+
+int set_call_timeout(int milliseconds)
+{
+    const int before = call_timeout_ms;
+    call_timeout_ms = milliseconds > 0 ? milliseconds : 0;
+    return before;
+}
+
+void finish(Call& call, int status, cJSON* reply)
+{
+    call.status = status;
+    call.reply = reply;
+    call.is_done = 1;
+    wake_all(&call.is_done);
+}
+
+void notify(Link& link)
+{
+    ++link.changes;
+    if (link.watchers > 0) wake_all(&link.changes);
+}
+
+void set_state(Link& link, KX_LINK_STATE state, const char* why)
+{
+    if (link.state == state) return;
+    static constexpr const char* names[] = {"closed", "down", "connecting", "ready"};
+    link.state = state;
+    char text[200];
+    const int length = snprintf(text, sizeof text, "%s: %s", names[state], why);
+    tell_line(link, KX_LINK_CHANGED, text, static_cast<size_t>(length < 200 ? length : 199));
+    tell_state(link, state);
+    notify(link);
+}
+
+// Sends what the system takes: a count of bytes, 0 for none at the moment, -1 for a broken connection.
+static int send_some(Link& link, const char* bytes, int length)
+{
+    const ssize_t sent = send(link.socket, bytes, static_cast<size_t>(length), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent >= 0) return static_cast<int>(sent);
+    return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR ? 0 : -1;
+}
+
+int flush(Link& link)
+{
+    while (Outbox::Waiting* waiting = link.outbox.first()) {
+        const int sent =
+            send_some(link, waiting->line.text + waiting->sent, waiting->line.length - waiting->sent);
+        if (sent < 0) return KX_LOST;
+        link.outbox.sent(sent);
+        if (waiting->sent < waiting->line.length) return KX_SUCCESS;
+        link.outbox.remove_first();
+    }
+    watch_room(link, false);
+    return KX_SUCCESS;
+}
+
+// What moves and has not left yet is taken back when a stop comes.
+static void take_motions_back(Link& link)
+{
+    uint64_t serial;
+    Place place;
+    while (link.outbox.take_back_motion(serial))
+        if (link.places.take_back(serial, place) && place.owner == Place::caller)
+            finish(*place.call, KX_CANCELLED);
+}
+
+// The loop finds the connection ended, and does what follows.
+static void give_connection_up(Link& link)
+{
+    link.is_given_up = true;
+    shutdown(link.socket, SHUT_RDWR);
+}
+
+static int transmit(Link& link, const Line& line, KeyCode kind, uint64_t serial)
+{
+    const bool is_stop = nature_of(kind) == Nature::stop;
+    if (is_stop) take_motions_back(link);
+    int sent = 0;
+    if (link.outbox.empty()) {
+        sent = send_some(link, line.text, line.length);
+        if (sent < 0) {
+            give_connection_up(link);
+            return KX_LOST;
+        }
+    }
+    if (sent < line.length) {
+        const bool has_room =
+            sent > 0 || is_stop || link.outbox.bytes() + line.length <= link.options.outbox_bytes;
+        if (!has_room) return KX_OUTBOX_FULL;
+        if (!link.outbox.add(line, sent, kind, serial)) {
+            if (sent > 0) give_connection_up(link); // half a line cannot be left there
+            return sent > 0 ? KX_LOST : KX_NO_MEMORY;
+        }
+        watch_room(link, true);
+    }
+    ++link.counters.sent;
+    if (link.unheard_since == 0) link.unheard_since = now();
+    return KX_SUCCESS;
+}
+
+int send_with_place(Link& link, const Place& place, const Line& line, bool is_secret)
+{
+    const bool is_awaited = place.kind != KeyCode::none &&
+                            (place.owner != Place::queued || nature_of(place.kind) != Nature::push);
+    if (is_awaited) {
+        const int reserved = nature_of(place.kind) == Nature::stop ? 0 : places_for_stops;
+        if (link.places.size() >= Places::capacity - reserved || !link.places.add(place))
+            return KX_OUTBOX_FULL;
+    }
+    const int status = transmit(link, line, place.kind, place.serial);
+    if (status == KX_SUCCESS) {
+        static constexpr char hidden[] = "(a request with a password)";
+        if (is_secret)
+            tell_line(link, KX_LINK_LINE_OUT, hidden, sizeof hidden - 1);
+        else
+            tell_line(link, KX_LINK_LINE_OUT, line.text, static_cast<size_t>(line.length));
+    } else if (Place gone; is_awaited) {
+        link.places.take_back(place.serial, gone);
+    }
+    return status;
+}
+
+static Time reply_timeout(const Link& link, KeyCode kind)
+{
+    const bool is_motion = kind == KeyCode::current_trajectory_state;
+    return (is_motion ? link.options.motion_timeout_ms : link.options.reply_timeout_ms) * millisecond;
+}
+
+// The place of a request that leaves now.
+static Place place_for(Link& link, KeyCode kind, Place::Owner owner, Call* call, Time deadline)
+{
+    return {++link.serial, kind,  owner,    false,
+            call,          now(), deadline, deadline + link.options.late_reply_ms * millisecond};
+}
+
+static bool is_registering(const Link& link)
+{
+    return link.is_registering && pthread_equal(link.registrar, pthread_self());
+}
+
+static int may_send(const Link& link, KeyCode kind)
+{
+    if (link.state != KX_LINK_READY || link.is_given_up) return KX_LOST;
+    const Nature nature = nature_of(kind);
+    const bool is_allowed =
+        (nature == Nature::setting || nature == Nature::question) && kind != KeyCode::none;
+    return is_registering(link) && !is_allowed ? KX_NOT_A_SETTING : KX_SUCCESS;
+}
+
+static int register_setting(Link& link, KeyCode kind, const Line& line)
+{
+    if (!is_registering(link) || nature_of(kind) != Nature::setting) return KX_SUCCESS;
+    if (link.setup_count == setup_capacity) return KX_NO_MEMORY;
+    link.setup_kinds[link.setup_count] = kind;
+    link.setup[link.setup_count++] = line;
+    return KX_SUCCESS;
+}
+
+static int checked(Request& request, const Line*& line)
+{
+    if (!request.is_true()) return KX_NOT_FINITE;
+    line = request.framed();
+    return line ? KX_SUCCESS : KX_TOO_LONG;
+}
+
+int post(int handle, Request& request)
+{
+    const Line* line;
+    if (const int fault = checked(request, line)) return fault;
+    const Locked link(handle);
+    if (!link) return KX_BAD_DESCRIPTOR;
+    if (const int fault = may_send(*link, request.answer())) return fault;
+    link->places.expire(now());
+    const Time deadline = now() + reply_timeout(*link, request.answer());
+    const Place place = place_for(*link, request.answer(), Place::queued, nullptr, deadline);
+    const int status = send_with_place(*link, place, *line, request.is_secret());
+    return status == KX_SUCCESS ? register_setting(*link, request.answer(), *line) : status;
+}
+
+int stream(int handle, Request& request)
+{
+    return link::post(handle, request);
+}
+
+int dispatch(int handle, Request& request)
+{
+    return link::post(handle, request);
+}
+
+// Waits until the call is done or the time has come; then the call leaves the link. False when there is no reply.
+static int leave(int handle, Call& call, uint64_t serial)
+{
+    Locked link(handle);
+    if (call.is_done) return call.status;
+    Place gone;
+    ++link->counters.timed_out;
+    const Time time = now();
+    if (link->outbox.take_back(serial)) {
+        link->places.take_back(serial, gone);
+        return KX_TIMED_OUT;
+    }
+    link->places.give_up(serial, time + link->options.late_reply_ms * millisecond);
+    const bool is_silent =
+        link->unheard_since > 0 && time - link->unheard_since >= link->options.silence_ms * millisecond;
+    if (!is_silent) return KX_TIMED_OUT;
+    give_connection_up(*link);
+    return KX_LOST;
+}
+
+struct Sent {
+    int status;
+    uint64_t serial;
+    Time deadline;
+};
+
+// Holds the request back while it is not certain whose reply would come.
+static Sent send_awaited(int handle, KeyCode kind, const Line& line, bool is_secret, Call& call)
+{
+    Locked link(handle);
+    if (!link) return {KX_BAD_DESCRIPTOR, 0, 0};
+    const Time timeout = call_timeout_ms > 0 ? call_timeout_ms * millisecond : reply_timeout(*link, kind);
+    const Time deadline = now() + timeout;
+    const int cancels = link->cancels;
+    for (;;) {
+        if (const int fault = may_send(*link, kind)) return {fault, 0, 0};
+        link->places.expire(now());
+        const Time barred = link->places.barred_until(kind);
+        if (barred == 0) break;
+        if (now() >= deadline) {
+            ++link->counters.timed_out;
+            return {KX_TIMED_OUT, 0, 0};
+        }
+        if (!link.wait_for_change(barred < deadline ? barred + 1 : deadline) || link->cancels != cancels)
+            return {KX_CANCELLED, 0, 0};
+    }
+    const Place place = place_for(*link, kind, Place::caller, &call, deadline);
+    return {send_with_place(*link, place, line, is_secret), place.serial, deadline};
+}
+
+static Reply received(int handle, Call& call, int status)
+{
+    if (status != KX_SUCCESS) return Reply::none(status);
+    if (call.reason[0]) {
+        refused_link = handle;
+        copy_cut(refused_reason, call.reason);
+    }
+    return Reply(call.reply, Reply::link);
+}
+
+static void register_answered(int handle, Request& request, const Line& line, Reply& reply, int& status)
+{
+    if (nature_of(request.answer()) != Nature::setting) return;
+    for (const cJSON* member = reply.tree()->child; member; member = member->next)
+        if (cJSON_IsFalse(member)) return;
+    const Locked link(handle);
+    if (link) status = register_setting(*link, request.answer(), line);
+}
+
+static Time silence_of(int handle)
+{
+    const Locked link(handle);
+    return link ? link->options.silence_ms * millisecond : millisecond;
+}
+
+// A motion takes its time; meanwhile a peer from which nothing is heard is asked.
+static void ask_whether_alive(int handle, Time since, int (*is_alive)(int link))
+{
+    {
+        const Locked link(handle);
+        if (!link || link->heard > since) return;
+    }
+    const int before = set_call_timeout(static_cast<int>(silence_of(handle) / 2 / millisecond));
+    is_alive(handle);
+    set_call_timeout(before);
+}
+
+static Reply await(int handle, Request& request, int (*is_alive)(int link))
+{
+    const Line* line;
+    if (const int fault = checked(request, line)) return Reply::none(fault);
+    Call call;
+    const Sent sent = send_awaited(handle, request.answer(), *line, request.is_secret(), call);
+    if (sent.status != KX_SUCCESS) return Reply::none(sent.status);
+
+    while (!call.is_done && now() < sent.deadline) {
+        const Time since = now();
+        const Time look = is_alive ? since + silence_of(handle) / 2 : never;
+        wait_while(call.is_done, 0, look < sent.deadline ? look : sent.deadline);
+        if (!call.is_done && look < sent.deadline && now() >= look)
+            ask_whether_alive(handle, since, is_alive);
+    }
+    int status = call.is_done ? call.status : leave(handle, call, sent.serial);
+    Reply reply = received(handle, call, status);
+    if (status == KX_SUCCESS) register_answered(handle, request, *line, reply, status);
+    return status == KX_SUCCESS ? static_cast<Reply&&>(reply) : Reply::none(status);
+}
+
+Reply await_reply(int link, Request& request)
+{
+    return await(link, request, nullptr);
+}
+
+Reply await_completion(int link, Request& request, int (*is_alive)(int link))
+{
+    return await(link, request, is_alive);
+}
+
+} // namespace kx::link

@@ -1,0 +1,173 @@
+#include "runtime/link/link.h"
+#include "runtime/link/callbacks.h"
+#include "runtime/link/loop.h"
+
+#include <cjson/cJSON.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/epoll.h>
+
+namespace kx::link {
+
+static pthread_mutex_t table_mutex = PTHREAD_MUTEX_INITIALIZER; // guards the handing out of places
+static std::atomic<Link*> table[capacity];
+static std::atomic<int> highest, open_count;
+static int handles_used;
+
+int highest_place()
+{
+    return highest;
+}
+
+Link* at_place(int index)
+{
+    return table[index];
+}
+
+int open_links()
+{
+    return open_count;
+}
+
+Locked::Locked(int handle) : link_(nullptr)
+{
+    if (handle < first_handle) return;
+    Link* link = table[(handle - first_handle) % capacity];
+    if (!link) return;
+    pthread_mutex_lock(&link->mutex);
+    if (link->handle == handle)
+        link_ = link;
+    else
+        pthread_mutex_unlock(&link->mutex);
+}
+
+Locked::~Locked()
+{
+    if (link_) pthread_mutex_unlock(&link_->mutex);
+}
+
+bool Locked::wait_for_change(Time until)
+{
+    const int handle = link_->handle;
+    const int seen = link_->changes;
+    ++link_->watchers;
+    pthread_mutex_unlock(&link_->mutex);
+    wait_while(link_->changes, seen, until);
+    pthread_mutex_lock(&link_->mutex);
+    --link_->watchers;
+    if (link_->handle == handle) return true;
+    pthread_mutex_unlock(&link_->mutex);
+    link_ = nullptr;
+    return false;
+}
+
+static Link* make_place(int index)
+{
+    auto* link = static_cast<Link*>(malloc(sizeof(Link)));
+    if (!link) return nullptr;
+    table[index] = new (link) Link;
+    return link;
+}
+
+// Handles count up and lead to places in turn; a handle whose place is taken is passed over.
+Link* new_link()
+{
+    const Guard guard(table_mutex);
+    for (int tried = 0; tried < capacity && handles_used < INT_MAX - first_handle; ++tried) {
+        const int handle = first_handle + handles_used++;
+        const int index = (handle - first_handle) % capacity;
+        Link* link = table[index];
+        if (!link) link = make_place(index);
+        if (!link) return nullptr;
+        pthread_mutex_lock(&link->mutex);
+        if (link->handle == 0 && link->places.make_room()) {
+            link->handle = handle;
+            if (index >= highest) highest = index + 1;
+            ++open_count;
+            return link;
+        }
+        pthread_mutex_unlock(&link->mutex);
+    }
+    return nullptr;
+}
+
+void give_back(Link& link)
+{
+    link.inbox.free_room();
+    link.outbox.clear();
+    link.places.clear();
+    free(link.setup);
+    link.setup = nullptr;
+    link.setup_count = 0;
+    link.is_registering = link.is_dialling = link.is_given_up = link.awaits_room = false;
+    link.subscription = {};
+    link.counters = {};
+    link.reason[0] = '\0';
+    link.heard = link.unheard_since = link.backoff = 0;
+    link.attempt_at = link.wake_at = never;
+    link.handle = 0;
+    --open_count;
+}
+
+void cancel_calls(Link& link)
+{
+    const Time kept = now() + link.options.late_reply_ms * millisecond;
+    for (int i = 0; i < link.places.size(); ++i) {
+        const Place place = link.places[i];
+        if (place.owner != Place::caller) continue;
+        if (!link.outbox.take_back(place.serial)) {
+            link.places.give_up(place.serial, kept);
+        } else if (Place gone; link.places.take_back(place.serial, gone)) {
+            --i;
+        }
+        finish(*place.call, KX_CANCELLED);
+    }
+}
+
+void close_locked(Link& link)
+{
+    cancel_calls(link);
+    if (link.socket >= 0) close(link.socket);
+    link.socket = -1;
+    link.state = KX_LINK_CLOSED;
+    give_back(link);
+    notify(link);
+}
+
+// A forked child has none of the threads, and must not keep its parent's connections open.
+static void forget_all_links()
+{
+    forget_callbacks();
+    forget_loop();
+    table_mutex = PTHREAD_MUTEX_INITIALIZER;
+    for (int i = 0; i < highest; ++i) {
+        Link* link = table[i];
+        if (!link || link->handle == 0) continue;
+        if (link->socket >= 0) close(link->socket);
+        // What another thread was changing at the time of the fork is in no state to be freed.
+        table[i] = nullptr;
+    }
+    open_count = 0;
+}
+
+__attribute__((constructor)) static void prepare_for_fork()
+{
+    pthread_atfork(nullptr, nullptr, forget_all_links);
+}
+
+// The library may be unloaded when nothing is open.
+__attribute__((destructor)) static void unload()
+{
+    if (open_count > 0) return;
+    stop_loop();
+    stop_callbacks();
+    for (int i = 0; i < highest; ++i) {
+        Link* link = table[i];
+        if (!link) continue;
+        link->places.free_room();
+        free(link);
+    }
+}
+
+} // namespace kx::link

@@ -1,0 +1,95 @@
+#include "runtime/link/places.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+namespace kx::link {
+
+bool Places::make_room()
+{
+    if (!places_) places_ = static_cast<Place*>(malloc(sizeof(Place) * capacity));
+    return places_ != nullptr;
+}
+
+void Places::free_room()
+{
+    free(places_);
+    places_ = nullptr;
+}
+
+bool Places::add(const Place& place)
+{
+    if (size_ == capacity) return false;
+    places_[size_++] = place;
+    return true;
+}
+
+void Places::erase(int index)
+{
+    --size_;
+    memmove(places_ + index, places_ + index + 1, sizeof(Place) * static_cast<size_t>(size_ - index));
+}
+
+bool Places::answer(KeyCode kind, Time now, Place& taken)
+{
+    int found = 0;
+    while (found < size_ && places_[found].kind != kind)
+        ++found;
+    if (found == size_) return false;
+    taken = places_[found];
+    erase(found);
+    const bool is_late = taken.owner == Place::given_up || now > taken.deadline;
+    for (int i = found; is_late && i < size_; ++i)
+        if (places_[i].kind == kind) places_[i].is_robbed = true;
+    return true;
+}
+
+int Places::find(uint64_t serial) const
+{
+    int index = size_ - 1;
+    while (index >= 0 && places_[index].serial != serial)
+        --index;
+    return index;
+}
+
+bool Places::take_back(uint64_t serial, Place& taken)
+{
+    const int index = find(serial);
+    if (index < 0) return false;
+    taken = places_[index];
+    erase(index);
+    return true;
+}
+
+void Places::give_up(uint64_t serial, Time kept)
+{
+    const int index = find(serial);
+    if (index < 0) return;
+    Place& place = places_[index];
+    place.owner = Place::given_up;
+    place.call = nullptr;
+    place.kept = kept;
+}
+
+void Places::expire(Time now)
+{
+    for (int i = size_ - 1; i >= 0; --i)
+        if (places_[i].owner != Place::caller && now > places_[i].kept) erase(i);
+}
+
+Time Places::barred_until(KeyCode kind) const
+{
+    for (int i = 0; i < size_; ++i)
+        if (places_[i].kind == kind && places_[i].owner == Place::given_up && places_[i].is_robbed)
+            return places_[i].kept;
+    return 0;
+}
+
+bool Places::has(Place::Owner owner) const
+{
+    for (int i = 0; i < size_; ++i)
+        if (places_[i].owner == owner) return true;
+    return false;
+}
+
+} // namespace kx::link

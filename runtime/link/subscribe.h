@@ -1,0 +1,13 @@
+// Questions that a link asks again and again.
+#ifndef KX_RUNTIME_LINK_SUBSCRIBE_H
+#define KX_RUNTIME_LINK_SUBSCRIBE_H
+
+#include "runtime/command.h"
+
+namespace kx::link {
+
+int subscribe(int link, double hz, Request& request, AnswerHandler handler, void (*callback)(), void* user);
+
+} // namespace kx::link
+
+#endif
