@@ -69,7 +69,7 @@ typedef struct KX_LINK_OPTIONS {
     int outbox_bytes; /**< that may wait for a peer that does not read; 65536 */
     int callback_queue; /**< pushes, and as many log lines, that may wait for a slow callback; 256 */
     KX_LINK_PUSH_CALLBACK
-        on_push; /**< receives every push; null: the callback given to KX_API_Init does, if any */
+    on_push; /**< receives every push; null: the callback given to KX_API_Init does, if any */
     KX_LINK_LOG_CALLBACK on_log;     /**< may be null */
     KX_LINK_STATE_CALLBACK on_state; /**< may be null */
     void* user;                      /**< handed to these three */
