@@ -65,6 +65,16 @@ static constexpr Index index_of_kinds()
 
 static constexpr Index by_prefix = index_of_kinds();
 
+static constexpr auto natures_by_code()
+{
+    std::array<Nature, 256> natures{}; // a code without a kind asks nothing
+    for (const Kind& kind : kinds)
+        natures[static_cast<size_t>(kind.code)] = kind.nature;
+    return natures;
+}
+
+static constexpr auto natures = natures_by_code();
+
 static bool begins_with(const char* text, const char* name)
 {
     while (*name && *text == *name)
@@ -97,9 +107,7 @@ KeyCode kx::kind_named(const char* name)
 
 Nature kx::nature_of(KeyCode kind)
 {
-    for (const Kind& row : kinds)
-        if (row.code == kind) return row.nature;
-    return Nature::question;
+    return natures[static_cast<size_t>(kind)];
 }
 
 int Get_Json_KeyCode(const char* text)

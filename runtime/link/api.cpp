@@ -12,14 +12,6 @@
 using namespace kx;
 using namespace kx::link;
 
-static pthread_mutex_t start_mutex = PTHREAD_MUTEX_INITIALIZER;
-
-static bool start_threads()
-{
-    const Guard guard(start_mutex);
-    return start_callbacks() && start_loop();
-}
-
 void KX_Link_Defaults(KX_LINK_OPTIONS* options)
 {
     *options = {};
@@ -174,6 +166,7 @@ int KX_Link_Counters(int handle, KX_LINK_COUNTERS* counters)
 {
     const Locked link(handle);
     if (!link) return KX_BAD_DESCRIPTOR;
+    if (!counters) return KX_WRONG_TYPE;
     const size_t size = counters->size < sizeof *counters ? counters->size : sizeof *counters;
     link->places.expire(now());
     link->counters.size = size;

@@ -16,6 +16,7 @@ struct Event {
     Event* next;
     Kind kind;
     int link;
+    std::atomic<int>* told; // the link's count of such events
     int model;
     KX_LINK_OPTIONS options; // as far as callbacks go
     cJSON* tree;
@@ -41,15 +42,6 @@ static void free_event(Event* event)
     free(event);
 }
 
-// Events of this link and group that wait; pushes, lines and answers have room of their own.
-static int waiting_for(int link, Event::Kind kind)
-{
-    int count = 0;
-    for (const Event* event = first; event; event = event->next)
-        count += event->link == link && event->kind == kind;
-    return count;
-}
-
 static void tell(Link& link, Event::Kind kind, int code, cJSON* tree, const char* text = "",
                  size_t length = 0, Time answered = 0)
 {
@@ -59,6 +51,7 @@ static void tell(Link& link, Event::Kind kind, int code, cJSON* tree, const char
         *event = {};
         event->kind = kind;
         event->link = link.handle;
+        event->told = &link.told[kind];
         event->model = link.model;
         event->options = link.options;
         event->tree = tree;
@@ -69,9 +62,11 @@ static void tell(Link& link, Event::Kind kind, int code, cJSON* tree, const char
         memcpy(event->text(), text, length);
         event->text()[length] = '\0';
 
-        const Guard guard(mutex);
-        has_room = kind == Event::state || waiting_for(event->link, kind) < link.options.callback_queue;
+        // Pushes, lines and answers have room of their own each; there are few changes of state.
+        has_room = kind == Event::state || link.told[kind] < link.options.callback_queue;
         if (has_room) {
+            const Guard guard(mutex);
+            ++link.told[kind];
             *end = event;
             end = &event->next;
             ++queued;
@@ -150,6 +145,7 @@ static Event* next_event()
     if (!first) end = &first;
     running = event->link;
     running_kind = event->kind;
+    --*event->told;
     return event;
 }
 
@@ -214,6 +210,7 @@ static void end_events(int link, bool answers_only)
             continue;
         }
         *at = event->next;
+        --*event->told;
         free_event(event);
     }
     end = &first;

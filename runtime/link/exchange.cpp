@@ -57,12 +57,12 @@ void notify(Link& link)
 
 void set_state(Link& link, KX_LINK_STATE state, const char* why)
 {
-    if (link.state == state) return;
     static constexpr const char* names[] = {"closed", "down", "connecting", "ready"};
-    link.state = state;
+    const bool is_new = link.state.exchange(state) != state;
     char text[200];
     const int length = snprintf(text, sizeof text, "%s: %s", names[state], why);
     tell_line(link, KX_LINK_CHANGED, text, static_cast<size_t>(length < 200 ? length : 199));
+    if (!is_new) return;
     tell_state(link, state);
     notify(link);
 }
@@ -129,7 +129,6 @@ static int transmit(Link& link, const Line& line, KeyCode kind, uint64_t serial)
         watch_room(link, true);
     }
     ++link.counters.sent;
-    if (link.unheard_since == 0) link.unheard_since = now();
     return KX_SUCCESS;
 }
 
@@ -139,6 +138,7 @@ int send_with_place(Link& link, const Place& place, const Line& line, bool is_se
                             (place.owner != Place::queued || nature_of(place.kind) != Nature::push);
     if (is_awaited) {
         const int reserved = nature_of(place.kind) == Nature::stop ? 0 : places_for_stops;
+        if (link.unheard_since == 0 || link.places.size() == 0) link.unheard_since = place.sent;
         if (link.places.size() >= Places::capacity - reserved || !link.places.add(place))
             return KX_OUTBOX_FULL;
     }

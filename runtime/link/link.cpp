@@ -70,6 +70,12 @@ static Link* make_place(int index)
     return link;
 }
 
+bool start_threads()
+{
+    const Guard guard(table_mutex);
+    return start_callbacks() && start_loop();
+}
+
 // Handles count up and lead to places in turn; a handle whose place is taken is passed over.
 Link* new_link()
 {

@@ -57,12 +57,14 @@ struct Link {
     Inbox inbox;
     Outbox outbox;
     KX_LINK_COUNTERS counters = {};
-    Time heard = 0;         // when anything last came
-    Time unheard_since = 0; // when the first request was sent after that; 0 for none
-    char reason[120] = {};  // the last refusal's
+    Time heard = 0; // when anything last came
+    Time unheard_since =
+        0; // the oldest request was sent that may still be answered, nothing having come since; or 0
+    char reason[120] = {}; // the last refusal's
 
-    bool is_given_up = false; // by a caller; the loop will find the connection ended
-    int watchers = 0;         // who wait for a change
+    bool is_given_up = false;      // by a caller; the loop will find the connection ended
+    int watchers = 0;              // who wait for a change
+    std::atomic<int> told[4] = {}; // what waits for callbacks, by kind of event
 
     Time attempt_at = never; // the next attempt to connect, or when the present one has failed
     Time backoff = 0;        // before the next one
@@ -92,6 +94,8 @@ class Locked {
   private:
     Link* link_;
 };
+
+bool start_threads(); // false when they cannot be had
 
 // A free place of the table, locked, with a handle that was never used; null when all are taken or there is no memory.
 Link* new_link();
