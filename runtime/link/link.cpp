@@ -11,7 +11,7 @@
 namespace kx::link {
 
 static pthread_mutex_t table_mutex = PTHREAD_MUTEX_INITIALIZER; // guards the handing out of places
-static std::atomic<Link*> table[capacity];
+static std::atomic<Link*> table[link_capacity];
 static std::atomic<int> highest, open_count;
 static int handles_used;
 
@@ -33,7 +33,7 @@ int open_links()
 Locked::Locked(int handle) : link_(nullptr)
 {
     if (handle < first_handle) return;
-    Link* link = table[(handle - first_handle) % capacity];
+    Link* link = table[(handle - first_handle) % link_capacity];
     if (!link) return;
     pthread_mutex_lock(&link->mutex);
     if (link->handle == handle)
@@ -80,9 +80,9 @@ bool start_threads()
 Link* new_link()
 {
     const Guard guard(table_mutex);
-    for (int tried = 0; tried < capacity && handles_used < INT_MAX - first_handle; ++tried) {
+    for (int tried = 0; tried < link_capacity && handles_used < INT_MAX - first_handle; ++tried) {
         const int handle = first_handle + handles_used++;
-        const int index = (handle - first_handle) % capacity;
+        const int index = (handle - first_handle) % link_capacity;
         Link* link = table[index];
         if (!link) link = make_place(index);
         if (!link) return nullptr;

@@ -18,7 +18,7 @@
 namespace kx::link {
 
 constexpr int first_handle = 1 << 30;
-constexpr int capacity = 1024;
+constexpr int link_capacity = 1024;
 constexpr int setup_capacity = 64;
 
 struct Address {
