@@ -27,11 +27,11 @@ Recorder::Recorder(const std::string& file) : file_(file, std::ios::trunc)
 
 void Recorder::passed(double, int client, Direction direction, const std::string& line)
 {
-    constexpr const char* kinds[] = {"request", "reply", "event"}; // of Direction
+    constexpr const char* members[] = {"request", "reply", "event"}; // of Direction
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - began_;
     write({{"time", std::round(passed.count() * 1e6) / 1e6},
            {"client", client},
-           {kinds[static_cast<int>(direction)],
+           {members[static_cast<int>(direction)],
             direction == Direction::event ? Json(line) : as_recorded(line)}});
 }
 

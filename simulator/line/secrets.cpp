@@ -13,7 +13,7 @@ bool names_password(std::string_view text)
 {
     constexpr std::string_view name = "password";
     const auto same = [](unsigned char c, char lower) { return std::tolower(c) == lower; };
-    return !std::ranges::search(text, name, same).empty();
+    return std::search(text.begin(), text.end(), name.begin(), name.end(), same) != text.end();
 }
 
 /** Blots out every password in it; whether there was one. */
