@@ -100,9 +100,9 @@ static void take_motions_back(Link& link)
 }
 
 // The loop finds the connection ended, and does what follows.
-static void give_connection_up(Link& link)
+static void give_connection_up(Link& link, const char* why)
 {
-    link.is_given_up = true;
+    link.given_up_for = why;
     shutdown(link.socket, SHUT_RDWR);
 }
 
@@ -114,7 +114,7 @@ static int transmit(Link& link, const Line& line, KeyCode kind, uint64_t serial)
     if (link.outbox.empty()) {
         sent = send_some(link, line.text, line.length);
         if (sent < 0) {
-            give_connection_up(link);
+            give_connection_up(link, "the connection broke");
             return KX_LOST;
         }
     }
@@ -122,11 +122,12 @@ static int transmit(Link& link, const Line& line, KeyCode kind, uint64_t serial)
         const bool has_room =
             sent > 0 || is_stop || link.outbox.bytes() + line.length <= link.options.outbox_bytes;
         if (!has_room) return KX_OUTBOX_FULL;
-        if (!link.outbox.add(line, sent, kind, serial)) {
-            if (sent > 0) give_connection_up(link); // half a line cannot be left there
-            return sent > 0 ? KX_LOST : KX_NO_MEMORY;
+        const bool is_kept = link.outbox.add(line, sent, kind, serial);
+        if (!is_kept && sent == 0) return KX_NO_MEMORY;
+        if (!is_kept || !watch_room(link, true)) { // half a line cannot be left there
+            give_connection_up(link, "out of memory");
+            return KX_LOST;
         }
-        watch_room(link, true);
     }
     ++link.counters.sent;
     return KX_SUCCESS;
@@ -138,7 +139,9 @@ int send_with_place(Link& link, const Place& place, const Line& line, bool is_se
                             (place.owner != Place::queued || nature_of(place.kind) != Nature::push);
     if (is_awaited) {
         const int reserved = nature_of(place.kind) == Nature::stop ? 0 : places_for_stops;
-        if (link.unheard_since == 0 || link.places.size() == 0) link.unheard_since = place.sent;
+        // The end of a motion that nobody waits for may be far off; who waits asks meanwhile.
+        const bool is_due = place.owner != Place::queued || nature_of(place.kind) != Nature::motion;
+        if (is_due && (link.unheard_since == 0 || link.places.size() == 0)) link.unheard_since = place.sent;
         if (link.places.size() >= Places::capacity - reserved || !link.places.add(place))
             return KX_OUTBOX_FULL;
     }
@@ -175,7 +178,7 @@ static bool is_registering(const Link& link)
 
 static int may_send(const Link& link, KeyCode kind)
 {
-    if (link.state != KX_LINK_READY || link.is_given_up) return KX_LOST;
+    if (link.state != KX_LINK_READY || link.given_up_for) return KX_LOST;
     const Nature nature = nature_of(kind);
     const bool is_allowed =
         (nature == Nature::setting || nature == Nature::question) && kind != KeyCode::none;
@@ -222,7 +225,12 @@ int dispatch(int handle, Request& request)
     return link::post(handle, request);
 }
 
-// Waits until the call is done or the time has come; then the call leaves the link. False when there is no reply.
+bool is_silent(const Link& link, Time time)
+{
+    return link.unheard_since > 0 && time - link.unheard_since >= link.options.silence_ms * millisecond;
+}
+
+// The time has come: the call leaves the link. A status, success if the reply has just come.
 static int leave(int handle, Call& call, uint64_t serial)
 {
     Locked link(handle);
@@ -235,10 +243,8 @@ static int leave(int handle, Call& call, uint64_t serial)
         return KX_TIMED_OUT;
     }
     link->places.give_up(serial, time + link->options.late_reply_ms * millisecond);
-    const bool is_silent =
-        link->unheard_since > 0 && time - link->unheard_since >= link->options.silence_ms * millisecond;
-    if (!is_silent) return KX_TIMED_OUT;
-    give_connection_up(*link);
+    if (!is_silent(*link, time)) return KX_TIMED_OUT;
+    give_connection_up(*link, silent);
     return KX_LOST;
 }
 
@@ -248,7 +254,7 @@ struct Sent {
     Time deadline;
 };
 
-// Holds the request back while it is not certain whose reply would come.
+// Holds the request back while it is not certain whose reply would come; a stop goes all the same.
 static Sent send_awaited(int handle, KeyCode kind, const Line& line, bool is_secret, Call& call)
 {
     Locked link(handle);
@@ -260,7 +266,7 @@ static Sent send_awaited(int handle, KeyCode kind, const Line& line, bool is_sec
         if (const int fault = may_send(*link, kind)) return {fault, 0, 0};
         link->places.expire(now());
         const Time barred = link->places.barred_until(kind);
-        if (barred == 0) break;
+        if (barred == 0 || nature_of(kind) == Nature::stop) break;
         if (now() >= deadline) {
             ++link->counters.timed_out;
             return {KX_TIMED_OUT, 0, 0};
@@ -275,7 +281,7 @@ static Sent send_awaited(int handle, KeyCode kind, const Line& line, bool is_sec
 static Reply received(int handle, Call& call, int status)
 {
     if (status != KX_SUCCESS) return Reply::none(status);
-    if (call.reason[0]) {
+    if (call.is_refused) {
         refused_link = handle;
         copy_cut(refused_reason, call.reason);
     }

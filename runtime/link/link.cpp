@@ -106,7 +106,8 @@ void give_back(Link& link)
     free(link.setup);
     link.setup = nullptr;
     link.setup_count = 0;
-    link.is_registering = link.is_dialling = link.is_given_up = link.awaits_room = false;
+    link.is_registering = link.is_dialling = link.awaits_room = false;
+    link.given_up_for = nullptr;
     link.subscription = {};
     link.counters = {};
     link.reason[0] = '\0';
@@ -149,9 +150,8 @@ static void forget_all_links()
     table_mutex = PTHREAD_MUTEX_INITIALIZER;
     for (int i = 0; i < highest; ++i) {
         Link* link = table[i];
-        if (!link || link->handle == 0) continue;
-        if (link->socket >= 0) close(link->socket);
-        // What another thread was changing at the time of the fork is in no state to be freed.
+        if (link && link->handle != 0 && link->socket >= 0) close(link->socket);
+        // What another thread had locked at the time of the fork is in no state to be used or freed.
         table[i] = nullptr;
     }
     open_count = 0;

@@ -62,9 +62,9 @@ struct Link {
         0; // the oldest request was sent that may still be answered, nothing having come since; or 0
     char reason[120] = {}; // the last refusal's
 
-    bool is_given_up = false;      // by a caller; the loop will find the connection ended
-    int watchers = 0;              // who wait for a change
-    std::atomic<int> told[4] = {}; // what waits for callbacks, by kind of event
+    const char* given_up_for = nullptr; // why a caller ended the connection, as the loop will find
+    int watchers = 0;                   // who wait for a change
+    std::atomic<int> told[4] = {};      // what waits for callbacks, by kind of event
 
     Time attempt_at = never; // the next attempt to connect, or when the present one has failed
     Time backoff = 0;        // before the next one
@@ -118,6 +118,10 @@ void finish(Call& call, int status, cJSON* reply = nullptr);
 // Adds the place, if a reply is to be expected, and sends, or keeps what the system does not take. A status; without
 // success there is no place.
 int send_with_place(Link& link, const Place& place, const Line& line, bool is_secret = false);
+
+// Whether requests have been unanswered for too long.
+bool is_silent(const Link& link, Time time);
+constexpr char silent[] = "the controller is silent";
 
 // Sends what had to wait. A status.
 int flush(Link& link);

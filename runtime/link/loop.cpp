@@ -43,11 +43,13 @@ bool watch(Link& link)
     return control(EPOLL_CTL_ADD, link, EPOLLIN | EPOLLRDHUP);
 }
 
-void watch_room(Link& link, bool awaits_room)
+bool watch_room(Link& link, bool awaits_room)
 {
-    if (link.awaits_room == awaits_room) return;
+    if (link.awaits_room == awaits_room) return true;
+    const uint32_t room = awaits_room ? EPOLLOUT : 0u;
+    if (!control(EPOLL_CTL_MOD, link, EPOLLIN | EPOLLRDHUP | room)) return false;
     link.awaits_room = awaits_room;
-    control(EPOLL_CTL_MOD, link, EPOLLIN | EPOLLRDHUP | (awaits_room ? EPOLLOUT : 0u));
+    return true;
 }
 
 // When the loop has to look at this link again.
@@ -63,7 +65,8 @@ static void release(Link& link)
 {
     if (link.socket >= 0) close(link.socket); // which takes it out of the epoll
     link.socket = -1;
-    link.awaits_room = link.is_dialling = link.is_given_up = false;
+    link.awaits_room = link.is_dialling = false;
+    link.given_up_for = nullptr;
     link.inbox.clear();
     link.outbox.clear();
 }
@@ -110,7 +113,7 @@ static void is_ready(Link& link)
 
 static void send_setup(Link& link)
 {
-    if (link.setup_done == link.setup_count) return is_ready(link);
+    if (link.setup_done >= link.setup_count) return is_ready(link); // it may have been begun anew meanwhile
     link.attempt_at = after(link.options.reply_timeout_ms);
     schedule(link);
     const KeyCode kind = link.setup_kinds[link.setup_done];
@@ -123,8 +126,8 @@ static void send_setup(Link& link)
 static void end_dial(Link& link)
 {
     if (!has_connected(link.socket)) return try_again_later(link);
+    if (!control(EPOLL_CTL_MOD, link, EPOLLIN | EPOLLRDHUP)) return try_again_later(link);
     link.is_dialling = false;
-    control(EPOLL_CTL_MOD, link, EPOLLIN | EPOLLRDHUP);
     link.unheard_since = 0;
     link.setup_done = 0;
     send_setup(link);
@@ -157,19 +160,24 @@ static void count_round_trip(Link& link, Time taken)
 }
 
 // The reply's tree becomes somebody else's, or is deleted here.
-static void deliver(Link& link, const Place& place, cJSON* reply)
+static void deliver(Link& link, const Place& place, bool is_uncertain, cJSON* reply)
 {
     const Time time = now();
+    if (place.is_robbed) notify(link); // who has been held back may send now
     const bool is_refused = first_false(reply);
     ++link.counters.answered;
     link.counters.refused += is_refused;
     if (is_refused) {
         const char* words = cJSON_GetStringValue(cJSON_GetObjectItem(reply, "error"));
         copy_cut(link.reason, words ? words : "");
-        if (place.owner == Place::caller) copy_cut(place.call->reason, link.reason);
+        if (place.owner == Place::caller && !is_uncertain) {
+            place.call->is_refused = true;
+            copy_cut(place.call->reason, link.reason);
+        }
     }
 
-    switch (place.owner) {
+    // A caller that gets no answer now times out.
+    switch (is_uncertain ? Place::given_up : place.owner) {
     case Place::caller:
         count_round_trip(link, time - place.sent);
         return finish(*place.call, KX_SUCCESS, reply);
@@ -207,13 +215,14 @@ static void take_object(Link& link, cJSON* object, const char* text)
     const bool is_push = nature_of(kind) == Nature::push;
     Place place;
     link.places.expire(now());
-    const bool is_awaited = kind != KeyCode::none && link.places.answer(kind, now(), place);
+    bool is_uncertain;
+    const bool is_awaited = kind != KeyCode::none && link.places.answer(kind, now(), place, is_uncertain);
     if (is_push) {
         ++link.counters.pushes;
         tell_push(link, kind, is_awaited ? cJSON_Duplicate(object, true) : object);
-        if (is_awaited) deliver(link, place, object);
+        if (is_awaited) deliver(link, place, is_uncertain, object);
     } else if (is_awaited) {
-        deliver(link, place, object);
+        deliver(link, place, is_uncertain, object);
     } else {
         ++link.counters.foreign;
         cJSON_Delete(object);
@@ -258,8 +267,7 @@ static void receive(Link& link)
     if (received < 0 && (errno == EAGAIN || errno == EINTR)) return;
     if (received < 0) return lose(link, strerrordesc_np(errno));
     if (received == 0)
-        return lose(link,
-                    link.is_given_up ? "the controller is silent" : "the controller closed the connection");
+        return lose(link, link.given_up_for ? link.given_up_for : "the controller closed the connection");
     link.inbox.received(static_cast<size_t>(received));
     link.heard = now();
     link.unheard_since = 0;
@@ -281,6 +289,7 @@ static void ask_for_state(Link& link)
             ++link.counters.states_missed;
             return;
         }
+        if (is_silent(link, time)) return lose(link, silent);
         link.places.give_up(wanted.serial, time + link.options.late_reply_ms * millisecond);
         tell_answer(link, KX_TIMED_OUT, nullptr, time);
     }

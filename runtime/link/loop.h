@@ -13,7 +13,7 @@ void wake_loop();   // it looks at what is due again
 
 // With the link's mutex held.
 bool watch(Link& link);                        // its socket, from now on
-void watch_room(Link& link, bool awaits_room); // whether the socket takes more
+bool watch_room(Link& link, bool awaits_room); // whether the socket takes more; false without memory
 
 int run_loop_with(int priority, int cpu); // a status
 

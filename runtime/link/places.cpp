@@ -30,7 +30,7 @@ void Places::erase(int index)
     memmove(places_ + index, places_ + index + 1, sizeof(Place) * static_cast<size_t>(size_ - index));
 }
 
-bool Places::answer(KeyCode kind, Time now, Place& taken)
+bool Places::answer(KeyCode kind, Time now, Place& taken, bool& is_uncertain)
 {
     int found = 0;
     while (found < size_ && places_[found].kind != kind)
@@ -39,8 +39,12 @@ bool Places::answer(KeyCode kind, Time now, Place& taken)
     taken = places_[found];
     erase(found);
     const bool is_late = taken.owner == Place::given_up || now > taken.deadline;
-    for (int i = found; is_late && i < size_; ++i)
-        if (places_[i].kind == kind) places_[i].is_robbed = true;
+    is_uncertain = false;
+    for (int i = found; i < size_; ++i) {
+        if (places_[i].kind != kind) continue;
+        is_uncertain = taken.is_robbed;
+        if (is_late) places_[i].is_robbed = true;
+    }
     return true;
 }
 
@@ -79,9 +83,14 @@ void Places::expire(Time now)
 
 Time Places::barred_until(KeyCode kind) const
 {
-    for (int i = 0; i < size_; ++i)
-        if (places_[i].kind == kind && places_[i].owner == Place::given_up && places_[i].is_robbed)
-            return places_[i].kept;
+    Time oldest_kept = 0; // of one that is given up
+    for (int i = 0; i < size_; ++i) {
+        const Place& place = places_[i];
+        if (place.kind != kind) continue;
+        if (place.is_robbed) return place.kept;
+        if (oldest_kept > 0) return oldest_kept;
+        if (place.owner == Place::given_up) oldest_kept = place.kept;
+    }
     return 0;
 }
 

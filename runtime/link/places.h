@@ -2,9 +2,9 @@
 //
 // A reply goes to the oldest place of its kind, whoever has it: a caller that waits, a queued request, or a call that has
 // timed out and whose reply may still come. So a late reply never answers a later call. The price: where a reply is lost
-// for good, the next call's reply is taken for it, and that call times out too. Then it is no longer certain whose reply
-// is missing, and no further request of the kind may be sent until the missing one has come or is given up; else one
-// call after the other would be robbed.
+// for good, the next call's reply is taken for it. From then on it is not certain whose reply is missing: the next one may
+// be that of the oldest such place or of the one behind it, so it answers a caller only if there is none behind. To have
+// none behind, further requests of the kind wait until it is certain again; but stops and queued requests, which never wait.
 #ifndef KX_RUNTIME_LINK_PLACES_H
 #define KX_RUNTIME_LINK_PLACES_H
 
@@ -20,6 +20,7 @@ struct Call {
     std::atomic<int> is_done = 0; // set last: whoever waits may be gone after that
     int status = 0;
     cJSON* reply = nullptr;
+    bool is_refused = false;
     char reason[120] = {}; // what the controller said to a refusal
 };
 
@@ -45,8 +46,9 @@ class Places {
 
     bool add(const Place& place); // false when there is no room
 
-    // The place that a reply of this kind belongs to is taken out; false when there is none.
-    bool answer(KeyCode kind, Time now, Place& taken);
+    // The place that a reply of this kind belongs to is taken out; false when there is none. The reply may be that of
+    // another place if `is_uncertain`.
+    bool answer(KeyCode kind, Time now, Place& taken, bool& is_uncertain);
 
     // The place of a request that has not left is taken out.
     bool take_back(uint64_t serial, Place& taken);
@@ -57,7 +59,7 @@ class Places {
     void clear() { size_ = 0; }
     void expire(Time now);
 
-    // Until when no further request of this kind may be sent; 0 when it may be now.
+    // Until when a further request of this kind has to wait, if nothing changes; 0 when it has not.
     Time barred_until(KeyCode kind) const;
 
     bool has(Place::Owner owner) const;
