@@ -260,9 +260,11 @@ void Motions::brake()
     const double t = time_ - running_->since;
     const double s = running_->profile->Pos(t), rate = running_->profile->Vel(t);
     const double braking = running_->course.braking;
-    // At rest already, when the brakes follow the start at once: a profile of no duration.
-    auto profile = std::make_unique<KDL::VelocityProfile_TrapHalf>(std::max(rate, 1e-12), braking, false);
-    profile->SetProfile(s, s + rate * rate / (2 * braking));
+    constexpr double shortest = 1e-12; // when the brakes follow the start at once; KDL does not know of none
+    const double way = std::max(rate * rate / (2 * braking), shortest);
+    auto profile =
+        std::make_unique<KDL::VelocityProfile_TrapHalf>(std::sqrt(2 * braking * way), braking, false);
+    profile->SetProfile(s, s + way);
     running_->profile = std::move(profile);
     running_->since = time_;
     running_->braking = true;

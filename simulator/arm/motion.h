@@ -96,8 +96,8 @@ class Motions {
   public:
     static constexpr std::size_t capacity = 100; ///< motions that may wait
 
-    /** Of planning, before others have their turn: 1 to 2 ms. */
-    static constexpr int slice = 50 * Planner::point;
+    /** Of planning, before others have their turn: some 0.5 ms. */
+    static constexpr int slice = 100 * Planner::point;
 
     explicit Motions(Joints position) : position_(std::move(position)) {}
 

@@ -1,8 +1,54 @@
-// The library and the virtual controller together, as an application meets them.
-#include "support/application.h"
-
+// The library and the virtual controller together, as an application meets them; what the controller does besides
+// is tested in process.
+#include <atomic>
 #include <cmath>
 #include <thread>
+
+#include "runtime/classic/pending.h"
+#include "support/application.h"
+#include "support/modbus_slave.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+bool eventually(const std::function<bool()>& condition)
+{
+    for (int i = 0; i < 1000; ++i, std::this_thread::sleep_for(10ms))
+        if (condition()) return true;
+    return false;
+}
+
+// A client without the library.
+class Lines {
+  public:
+    explicit Lines(int port) : socket_(socket(AF_INET, SOCK_STREAM, 0)), in_(fdopen(socket_, "r"))
+    {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    }
+    ~Lines() { fclose(in_); }
+
+    void send(const std::string& text)
+    {
+        EXPECT_EQ(::send(socket_, text.data(), text.size(), MSG_NOSIGNAL), static_cast<ssize_t>(text.size()));
+    }
+    void end() { shutdown(socket_, SHUT_WR); }
+
+    /** The next line, empty at the end of the stream. */
+    std::string line()
+    {
+        char text[400];
+        return fgets(text, sizeof text, in_) ? text : "";
+    }
+
+  private:
+    int socket_;
+    FILE* in_;
+};
 
 struct Models : testing::TestWithParam<int> {
     Application app{GetParam()};
@@ -12,142 +58,270 @@ struct Models : testing::TestWithParam<int> {
 
 INSTANTIATE_TEST_SUITE_P(Arm, Models, testing::Values(36, 46, 47));
 
-TEST_P(Models, KeepTheirJointParameters)
-{
-    const struct {
-        int (*set)(int, unsigned char, float, bool);
-        int (*get)(int, float*);
-        float value, refused;
-    } rows[] = {
-        {Set_Joint_Speed, Get_Joint_Speed, 90.5f, -1},
-        {Set_Joint_Acc, Get_Joint_Acc, 300.25f, 0},
-        {Set_Joint_Min_Pos, Get_Joint_Min_Pos, -60.125f, 181},
-        {Set_Joint_Max_Pos, Get_Joint_Max_Pos, 61, -61},
-    };
-    for (const auto& row : rows) {
-        float before[7], after[7];
-        ASSERT_EQ(row.get(arm, before), 0);
-        for (int joint = 1; joint <= joints; ++joint)
-            EXPECT_EQ(row.set(arm, static_cast<unsigned char>(joint), row.value, true), 0) << joint;
-        ASSERT_EQ(row.get(arm, after), 0);
-        for (int j = 0; j < joints; ++j)
-            EXPECT_EQ(after[j], row.value);
-
-        EXPECT_EQ(row.set(arm, 2, row.refused, true), 1);
-        EXPECT_EQ(row.set(arm, 0, row.value, true), 1);
-        EXPECT_EQ(row.set(arm, static_cast<unsigned char>(joints + 1), row.value, true), 1);
-        ASSERT_EQ(row.get(arm, after), 0);
-        EXPECT_EQ(after[1], row.value) << "a refused value changes nothing";
-
-        EXPECT_EQ(row.set(arm, 1, row.value + 1, false), 0);
-        sleep_cp(100);
-        ASSERT_EQ(row.get(arm, after), 0);
-        EXPECT_EQ(after[0], row.value + 1) << "non-blocking";
-    }
-}
-
 TEST_P(Models, ArriveWhereTheyAreSentWithThePoseOfTheForwardKinematics)
 {
     Init_Sys_Data(46); // gives model 36 its tool transform
     const float target[7] = {30, -20, 45, 10, 50, -70, 15};
     ASSERT_EQ(Movej_Cmd(arm, target, 100, 0, true), 0);
 
-    float joint[7];
-    POSE pose;
-    unsigned short arm_err = 9, sys_err = 9;
-    ASSERT_EQ(Get_Current_Arm_State(arm, joint, &pose, &arm_err, &sys_err), 0);
-    for (int j = 0; j < joints; ++j)
-        EXPECT_NEAR(joint[j], target[j], 0.0011);
-    EXPECT_EQ(arm_err, 0);
-    EXPECT_EQ(sys_err, 0);
-    const KinPose expected = Forward_Kinematics(GetParam(), target);
-    EXPECT_NEAR(pose.x, expected.position.x, 2e-6);
-    EXPECT_NEAR(pose.y, expected.position.y, 2e-6);
-    EXPECT_NEAR(pose.z, expected.position.z, 2e-6);
-    EXPECT_NEAR(pose.rx, expected.euler.rx, 2e-3);
-    EXPECT_NEAR(pose.ry, expected.euler.ry, 2e-3);
-    EXPECT_NEAR(pose.rz, expected.euler.rz, 2e-3);
+    const auto expect_pose = [this](const KinPose& expected) {
+        float joint[7];
+        POSE pose;
+        unsigned short arm_err = 9, sys_err = 9;
+        ASSERT_EQ(Get_Current_Arm_State(arm, joint, &pose, &arm_err, &sys_err), 0);
+        EXPECT_EQ(arm_err + sys_err, 0);
+        EXPECT_NEAR(pose.x, expected.position.x, 2e-6);
+        EXPECT_NEAR(pose.y, expected.position.y, 2e-6);
+        EXPECT_NEAR(pose.z, expected.position.z, 2e-6);
+        EXPECT_NEAR(pose.rx, expected.euler.rx, 2e-3);
+        EXPECT_NEAR(pose.ry, expected.euler.ry, 2e-3);
+        EXPECT_NEAR(pose.rz, expected.euler.rz, 2e-3);
+    };
+    const KinPose flange = Forward_Kinematics(GetParam(), target);
+    expect_pose(flange);
+
+    const POSE tip = {0.01f, -0.02f, 0.12f, 0, 0.5f, 0}, table = {0.2f, -0.3f, 0.1f, 0, 0.25f, 1.5f};
+    EXPECT_EQ(Manual_Set_Tool_Frame(arm, "grip", tip, 1.5f, 0.01f, 0, 0.1234f, true), 0);
+    EXPECT_EQ(Manual_Set_Work_Frame(arm, "table", table, true), 0);
+    EXPECT_EQ(Change_Tool_Frame(arm, "grip", true), 0);
+    EXPECT_EQ(Change_Work_Frame(arm, "table", true), 0);
+    const auto full = [](const POSE& p) { return KinPose{{p.x, p.y, p.z}, {}, {p.rx, p.ry, p.rz}}; };
+    expect_pose(end2tool(flange, full(tip), full(table)));
+    FRAME frame = {};
+    EXPECT_EQ(Get_Current_Tool_Frame(arm, &frame), 0);
+    EXPECT_STREQ(frame.frame_name, "grip");
+    EXPECT_FLOAT_EQ(frame.z, 0.000123f) << "millimetres go out, micrometres are read";
 }
 
-TEST_P(Models, MakeTheirPresentPositionZero)
+TEST(Tool, MovesForAnApplication)
 {
-    const float target[7] = {10, 10, 10, 10, 10, 10, 10};
-    ASSERT_EQ(Movej_Cmd(arm, target, 100, 0, true), 0);
-    EXPECT_EQ(Set_Joint_Zero_Pos(arm, 3, true), 0);
-    const auto now = app.joints();
-    EXPECT_EQ(now[2], 0);
-    EXPECT_EQ(now[1], 10);
+    const Application app(46, {"--speed", "10"});
+    const int arm = app.arm;
+    const float start[6] = {0, -30, -60, 0, -90, 0}, beyond[6] = {0, 131};
+    const POSE to = {0.338f, 0.1f, 0.318f, 3.142f, 0, 0}, via = {0.35f, 0.05f, 0.3f, 3.142f, 0, 0};
+    const POSE back = {0.338f, 0, 0.318f, 3.142f, 0, 0}, far = {0.7f, 0, 0.3f, 3.142f, 0, 0};
+    ASSERT_EQ(Movej_Cmd(arm, start, 100, 0, true), 0);
+    EXPECT_EQ(Movel_Cmd(arm, to, 50, 0, true), 0);
+    EXPECT_EQ(Movec_Cmd(arm, via, back, 50, 0, 2, true), 0);
+    EXPECT_EQ(Movej_P_Cmd(arm, to, 50, 0, true), 0);
+    EXPECT_EQ(Movel_Cmd(arm, far, 50, 0, true), 1);
+    EXPECT_EQ(Movej_Cmd(arm, beyond, 20, 0, true), 1);
+    EXPECT_EQ(Movel_Cmd(arm, back, 1, 0, false), 0);
+    ARM_CTRL_MODES mode = None_Mode;
+    float joint[7];
+    EXPECT_TRUE(
+        eventually([&] { return Get_Current_Trajectory(arm, &mode, joint) == 0 && mode == Line_Mode; }));
 }
 
-// A slow motion of joint 1, long enough to be acted on.
-struct Motion : testing::Test {
-    Application app{46, {"--speed", "1"}};
+// A motion that goes on until somebody acts.
+struct LongMotion : testing::Test {
+    Application app{46, {"--speed", "0.1"}};
     int arm = app.arm;
     const float target[6] = {90, 0, 0, 0, 0, 0};
 
-    void start()
+    // Another client, as soon as the motion goes on.
+    std::unique_ptr<Lines> once_it_runs() const
     {
-        ASSERT_EQ(Movej_Cmd(arm, target, 20, 0, false), 0);
-        sleep_cp(600);
-        ARM_CTRL_MODES mode = None_Mode;
-        float data[7];
-        EXPECT_EQ(Get_Current_Trajectory(arm, &mode, data), 0);
-        EXPECT_EQ(mode, Joint_Mode);
+        auto client = std::make_unique<Lines>(app.controller->port());
+        EXPECT_TRUE(eventually([&] {
+            client->send("{\"command\":\"get_arm_plan_num\"}\n");
+            return client->line().find(":1}") != std::string::npos;
+        }));
+        return client;
     }
 };
 
-TEST_F(Motion, IsSeenOnItsWay)
-{
-    start();
-    float before = 0;
-    for (int i = 0; i < 5; ++i) {
-        const float now = app.joints()[0];
-        EXPECT_GT(now, before);
-        EXPECT_LT(now, 90);
-        before = now;
-        sleep_cp(50);
-    }
-    EXPECT_EQ(app.standing()[0], 90);
-}
-
-TEST_F(Motion, EndsABlockingCallWhenAnotherThreadStopsIt)
+TEST_F(LongMotion, EndsABlockingCallWhenItIsStoppedElsewhere)
 {
     std::thread stopper([this] {
-        sleep_cp(700);
-        EXPECT_EQ(Move_Stop_Cmd(arm, false), 0);
+        const auto other = once_it_runs();
+        other->send("{\"command\":\"set_arm_stop\"}\n");
     });
     EXPECT_EQ(Movej_Cmd(arm, target, 5, 0, true), 1);
     stopper.join();
     EXPECT_LT(app.joints()[0], 89);
 }
 
-TEST_F(Motion, IsRefusedBeyondTheLimitsAndForADisabledJoint)
+TEST_F(LongMotion, OutlivesTheConnectionThatAskedForIt)
 {
-    const float beyond[6] = {0, 131, 0, 0, 0, 0}, near[6] = {5, 0, 0, 0, 0, 0};
-    EXPECT_EQ(Movej_Cmd(arm, beyond, 20, 0, true), 1);
-    EXPECT_EQ(Movej_Cmd(arm, near, 0, 0, true), 1) << "without speed";
-    EXPECT_EQ(Set_Joint_EN_State(arm, 2, false, true), 0);
-    EXPECT_EQ(Movej_Cmd(arm, near, 20, 0, true), 1);
-    EXPECT_EQ(app.joints()[0], 0);
-}
-
-TEST_F(Motion, OutlivesTheConnectionThatAskedForIt)
-{
-    start();
+    ASSERT_EQ(Movej_Cmd(arm, target, 20, 0, false), 0);
+    once_it_runs();
     Arm_Socket_Close(arm);
     arm = app.arm = app.connect();
-    EXPECT_EQ(app.standing()[0], 90);
+    const float before = app.joints()[0];
+    EXPECT_TRUE(eventually([&] { return app.joints()[0] > before; }));
 }
 
-TEST_F(Motion, EndsABlockingCallWhenTheControllerDies)
+TEST_F(LongMotion, EndsABlockingCallWhenTheControllerDies)
 {
     m_nOutTime = 500;
     std::thread killer([this] {
-        sleep_cp(500);
+        once_it_runs();
         app.controller->end(SIGKILL);
     });
-    const int status = Movej_Cmd(arm, target, 5, 0, true);
-    EXPECT_TRUE(status == 7) << status << ": and no signal ends the application";
+    EXPECT_EQ(Movej_Cmd(arm, target, 5, 0, true), 7) << "and no signal ends the application";
     killer.join();
     EXPECT_EQ(Get_Joint_Degree(arm, std::vector<float>(7).data()), 6);
 }
+
+// What the callback was given.
+std::atomic<int> joint_pushes, pose_pushes, force_pushes, unreadable;
+
+struct Stream : testing::TestWithParam<int> {
+    Application app{GetParam(), {}};
+    int arm = app.arm;
+
+    Stream()
+    {
+        KX_API_Init([](CallbackData push) {
+            ++(push.push_type == 2 ? pose_pushes : push.push_type == 3 ? force_pushes : joint_pushes);
+            if (push.result != 0) ++unreadable;
+        });
+    }
+
+    static void expect_all(int joints, int poses, int without_state)
+    {
+        EXPECT_TRUE(eventually([&] {
+            return joint_pushes == joints && pose_pushes == poses && m_nSockeRIinfosLen == 0;
+        })) << joint_pushes
+            << ' ' << pose_pushes << ", registrations left: " << m_nSockeRIinfosLen;
+        EXPECT_EQ(unreadable, without_state);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Arm, Stream, testing::Values(46, 47));
+
+TEST_P(Stream, MovesTheArmAndIsAnsweredTargetByTarget)
+{
+    float target[7] = {};
+    int sent = 0;
+    for (const int burst : {1, 2, 3, 7}) {
+        for (int i = 0; i < burst; ++i, ++sent)
+            EXPECT_EQ(Movej_CANFD(arm, target), 0);
+        expect_all(sent, 0, 0);
+    }
+    for (int i = 1; i <= 200; ++i, ++sent) {
+        for (int j = 0; j < 7; ++j)
+            target[j] = static_cast<float>(10 + j) * static_cast<float>(i) / 200;
+        EXPECT_EQ(Movej_CANFD(arm, target), 0);
+        std::this_thread::sleep_for(5ms);
+    }
+    expect_all(sent, 0, 0);
+    EXPECT_TRUE(eventually([&] { return app.joints()[5] == target[5]; }));
+
+    const float beyond[7] = {0, 131};
+    EXPECT_EQ(Movej_CANFD(arm, beyond), 0);
+    EXPECT_EQ(Movep_CANFD(arm, {}), 0);
+    expect_all(sent + 1, 1, 2);
+}
+
+TEST(Options, AreTheSurroundingsAndSecretsStayOutOfTheTrace)
+{
+    Application app(46, {"--trace", "--di", "2=1", "--ai", "3=2.5", "--tool-di", "1=1", "--modbus-register",
+                         "7=1234", "--payload", "1.5"});
+    const int arm = app.arm;
+    unsigned char digital[4] = {};
+    float voltage[4] = {}, mode[4] = {}, state[4] = {}, force[6] = {};
+    EXPECT_EQ(Get_IO_Input(arm, digital, voltage), 0);
+    EXPECT_EQ(digital[1], 1);
+    EXPECT_EQ(voltage[2], 2.5f);
+    EXPECT_EQ(Set_Tool_IO_Mode(arm, 1, false, true), 0);
+    EXPECT_EQ(Get_Tool_IO_State(arm, mode, state), 0);
+    EXPECT_EQ(state[0], 1);
+    EXPECT_EQ(Get_Force_Data(arm, force), 0);
+    EXPECT_LT(force[2], -10);
+    int data = 0;
+    EXPECT_EQ(Set_Modbus_Mode(arm, 1, 115200, 5, true), 0);
+    EXPECT_EQ(Get_Read_Input_Registers(arm, 1, 7, 1, &data), 0);
+    EXPECT_EQ(data, 1234);
+
+    const std::string too_long(300, 'x');
+    EXPECT_EQ(Set_WiFi_AP_Data(arm, too_long.c_str(), "secret"), 11);
+    EXPECT_EQ(Set_WiFI_STA_Data(arm, "home", "secret \"2\""), 0);
+    EXPECT_EQ(Get_Joint_Degree(arm, std::vector<float>(7).data()), 0) << "the connection goes on";
+    const std::string trace = app.controller->printed();
+    EXPECT_EQ(trace.find("set_wifi_ap"), trace.npos) << "nothing was sent";
+    EXPECT_NE(trace.find("home"), trace.npos);
+    EXPECT_EQ(trace.find("secret"), trace.npos);
+}
+
+TEST(Modbus, ReachesARealSlaveAndOutlivesIt)
+{
+    ModbusSlave slave;
+    slave.memory->tab_input_registers[7] = 1234;
+    slave.memory->tab_registers[22] = 255;
+    Application app(46, {"--modbus-tcp", slave.where});
+    const int arm = app.arm;
+    unsigned char coils[2] = {0b10110101, 0b1}, registers[2] = {7, 8};
+    int data = 0;
+    EXPECT_EQ(Set_Modbus_Mode(arm, 1, 115200, 5, true), 0);
+    EXPECT_EQ(Write_Coils(arm, 1, 10, 9, coils, 1, true), 0);
+    EXPECT_EQ(Write_Single_Coil(arm, 1, 11, 1, 1, true), 0);
+    EXPECT_EQ(Get_Read_Coils(arm, 1, 9, 11, 1, &data), 0);
+    EXPECT_EQ(data, 0b1'10110111'0);
+    EXPECT_EQ(Write_Registers(arm, 1, 20, 2, registers, 1, true), 0);
+    EXPECT_EQ(Write_Single_Register(arm, 1, 21, 65535, 1, true), 0);
+    EXPECT_EQ(Get_Read_Input_Registers(arm, 1, 7, 1, &data), 0);
+    EXPECT_EQ(data, 1234);
+    EXPECT_EQ(slave.memory->tab_bits[18], 1) << "what was written arrived at the slave";
+    EXPECT_EQ(slave.memory->tab_registers[20], 7);
+    EXPECT_EQ(slave.memory->tab_registers[21], 65535);
+    EXPECT_EQ(Get_Read_Holding_Registers(arm, 1, ModbusSlave::size, 1, &data), 1) << "the slave's exception";
+
+    slave.mute = true;
+    EXPECT_EQ(Write_Single_Register(arm, 1, 1, 1, 1, false), 0);
+    EXPECT_EQ(Get_Joint_Degree(arm, std::vector<float>(7).data()), 0) << "while a transaction waits";
+    EXPECT_EQ(Get_Read_Coils(arm, 1, 0, 1, 1, &data), 1);
+    slave.mute = false;
+    EXPECT_EQ(Get_Read_Holding_Registers(arm, 1, 22, 1, &data), 0) << "it is back";
+    EXPECT_EQ(data, 255);
+    slave.stop();
+    EXPECT_EQ(Get_Read_Holding_Registers(arm, 1, 22, 1, &data), 1);
+}
+
+const std::string arrived = "{\"command\":\"current_trajectory_state\",\"trajectory_state\":true}\n";
+
+TEST(Server, LeavesAGapBetweenTwoLinesSoThatPollingClientsLoseNone)
+{
+    Controller controller;
+    Lines client(controller.port());
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 6; ++i)
+        client.send("{\"command\":\"get_arm_plan_num\"}\r\n");
+    client.end();
+    for (int i = 0; i < 6; ++i)
+        EXPECT_EQ(client.line(), "{\"command\":\"get_arm_plan_num\",\"plan_num\":0}\n");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 5 * 20ms);
+    EXPECT_EQ(client.line(), "") << "all is said, and the client has ended: so does the connection";
+}
+
+TEST(Server, ManyClientsShareOneArmAndTheAskerIsToldOfTheEnd)
+{
+    Controller controller({"--model", "36", "--speed", "20"});
+    Lines asker(controller.port()), leaver(controller.port()), other(controller.port());
+    for (int i = 0; i < 3; ++i)
+        leaver.send(R"({"command":"movej","joint":[90000,0,0,0,0,0],"v":100})");
+    asker.send("{\"command\":\"movej\",\"joint\":[0,0,0,0,0,0],\"v\":100}\r\n");
+    EXPECT_EQ(asker.line(), arrived);
+    other.send("{\"command\":\"set_joint_max_speed\",\"joint_max_speed\":[1,9000]}\r\n");
+    EXPECT_EQ(other.line(), "{\"command\":\"set_joint_max_speed\",\"joint_max_speed\":true}\n")
+        << "its first";
+    asker.send("{\"command\":\"get_joint_max_speed\"}\r\n");
+    EXPECT_NE(asker.line().find("[9000,"), std::string::npos);
+    EXPECT_EQ(controller.end(SIGTERM), 0);
+}
+
+TEST(Server, SaysWhyItCannotStart)
+{
+    Controller first;
+    for (const std::string& options :
+         {"--port " + std::to_string(first.port()), std::string("--host nowhere"), std::string("--model 35"),
+          std::string("--port 70000"), std::string("--speed 0")}) {
+        Process second({"/bin/sh", "-c", "exec " KX_CONTROLLER " " + options + " 2>&1"});
+        EXPECT_GT(second.line().size(), 10u) << options;
+        EXPECT_GT(second.end(0), 0) << options;
+    }
+    EXPECT_EQ(first.end(SIGINT), 0);
+}
+
+} // namespace

@@ -1,18 +1,12 @@
 // The virtual controller moves the tool through space. Its joints are read every simulated millisecond and
-// judged by Orocos KDL's forward kinematics of the same arm; the last test goes through the library, as an
-// application does.
-#include "commands/json.h"
-#include "commands/virtual_controller.h"
-#include "kinematics/kdl_arms.h"
-#include "support/controller.h"
-#include "support/listener.h"
-
-#include <gtest/gtest.h>
-#include <kdl/chainfksolverpos_recursive.hpp>
-
+// judged by Orocos KDL's forward kinematics of the same arm.
 #include <cmath>
 #include <numbers>
-#include <optional>
+
+#include <kdl/chainfksolverpos_recursive.hpp>
+
+#include "kinematics/kdl_arms.h"
+#include "simulator/scenario.h"
 
 namespace sim = kx::sim;
 using KDL::Frame, KDL::Rotation, KDL::Vector;
@@ -21,14 +15,6 @@ using sim::Joints, sim::Json;
 namespace {
 
 constexpr double pi = std::numbers::pi;
-
-Json array_of(const Joints& joints)
-{
-    Json array = Json::array();
-    for (double joint : joints)
-        array.push_back(std::lround(joint * 1000));
-    return array;
-}
 
 Json array_of(const Frame& pose)
 {
@@ -49,69 +35,49 @@ double angle_between(const Rotation& a, const Rotation& b)
     return KDL::diff(a, b).Norm();
 }
 
-/** A controller without its network, and the only client. */
+/** An arm that stands somewhere, and its chain. */
 struct Robot {
-    Robot(int model, const Joints& start)
-        : controller(model, [](const std::string&) {}), chain(kdl_arms::arm(model))
+    Robot(int model, Joints start) : arm(Scenario::of(model)), chain(kdl_arms::arm(model))
     {
-        send({{"command", "movej"}, {"joint", array_of(start)}, {"v", 100}});
+        for (double& angle : start)
+            angle *= 1000;
+        send({{"command", "movej"}, {"joint", start}, {"v", 100}});
         EXPECT_TRUE(finished(1000)) << model;
     }
 
-    void send(const Json& request)
-    {
-        controller.handle(request.dump(), time, listener([this](const std::string& line) {
-                              replies.push_back(Json::parse(line));
-                          }));
-        while (controller.next_event() == time) // there is more to plan
-            controller.advance(time);
-    }
+    void send(const Json& request) { arm->send(request); }
 
     /** Runs on; whether a motion ends meanwhile, and well. Looks at the arm each millisecond. */
     bool finished(double seconds, const std::function<void(const Frame&)>& look = {})
     {
-        for (const double end = time + seconds; replies.empty() && time < end;) {
-            controller.advance(time += 1e-3);
+        for (const double end = arm->time + seconds; arm->came.empty() && arm->time < end;) {
+            arm->run(1e-3);
             if (look) look(tool());
         }
-        if (replies.empty()) return false;
-        const Json reply = std::exchange(replies, {}).front();
-        if (reply.contains("error")) std::cerr << reply << "\n";
-        return reply.at("command") == "current_trajectory_state" && reply.at("trajectory_state") == true;
+        return arm->take().value("trajectory_state", false);
     }
 
-    /** Why a request is refused at once. */
-    std::optional<std::string> refusal(const Json& request)
+    Frame tool(const Joints& at) const
     {
-        replies.clear();
-        send(request);
-        if (replies.empty() || replies.front().value("trajectory_state", true)) return {};
-        return std::exchange(replies, {}).front().at("error");
-    }
-
-    Frame tool(const Joints& joints) const
-    {
-        KDL::JntArray angles(static_cast<unsigned>(joints.size()));
-        for (unsigned i = 0; i < joints.size(); ++i)
-            angles(i) = joints[i] * kdl_arms::degree;
+        KDL::JntArray angles(static_cast<unsigned>(at.size()));
+        for (unsigned i = 0; i < at.size(); ++i)
+            angles(i) = at[i] * kdl_arms::degree;
         Frame pose;
         KDL::ChainFkSolverPos_recursive(chain).JntToCart(angles, pose);
         return pose;
     }
-    Frame tool() { return tool(joints()); }
-    const Joints& joints() { return controller.arm().position(); }
+    Frame tool() const { return tool(joints()); }
+    const Joints& joints() const { return arm->joints(); }
 
-    sim::Controller controller;
+    std::shared_ptr<Scenario> arm;
     KDL::Chain chain;
-    double time = 0;
-    std::vector<Json> replies;
 };
 
 /** Differences of the joints' samples against their limits, as parts of them. */
 struct Watch {
     void look(Robot& robot)
     {
-        const auto& limits = robot.controller.arm().drives.each();
+        const auto& limits = robot.arm->controller.arm().drives.each();
         Joints now = robot.joints(), velocity(now.size());
         for (std::size_t i = 0; i < now.size() && !last.empty(); ++i) {
             velocity[i] = (now[i] - last[i]) / 1e-3;
@@ -181,7 +147,7 @@ TEST(Line, IsStraightAndKeepsAllLimits)
         Watch watch;
         double beside = 0, askew = 0, fastest = 0;
         std::optional<Frame> before;
-        const double began = robot.time;
+        const double began = robot.arm->time;
         EXPECT_TRUE(robot.finished(30, [&](const Frame& now) {
             watch.look(robot);
             const double part = way > 0.01 ? dot(now.p - from.p, to.p - from.p) / (way * way)
@@ -198,7 +164,7 @@ TEST(Line, IsStraightAndKeepsAllLimits)
         EXPECT_LT(fastest, 0.25 * row.percent / 100 + 1e-4);
         EXPECT_LT((robot.tool().p - to.p).Norm(), 2e-5);
         EXPECT_LT(angle_between(robot.tool().M, to.M), 1e-4);
-        const double took = robot.time - began;
+        const double took = robot.arm->time - began;
         EXPECT_NEAR(took, row.seconds > 0 ? row.seconds : took, 0.005);
     }
 }
@@ -237,7 +203,7 @@ TEST(Circle, IsRoundAndRepeatedAndKeepsAllLimits)
                     {"loop", row.loop}});
         Watch watch;
         double angle = 0, off = 0;
-        const double began = robot.time;
+        const double began = robot.arm->time;
         EXPECT_TRUE(robot.finished(30, [&](const Frame& now) {
             watch.look(robot);
             const Vector spoke = now.p - centre;
@@ -250,73 +216,11 @@ TEST(Circle, IsRoundAndRepeatedAndKeepsAllLimits)
         EXPECT_LT(off, 3e-5);
         EXPECT_LT(watch.speed, 1.005);
         EXPECT_LT(watch.acceleration, 1.02);
-        const double least = row.radius * whole / speed + speed, took = robot.time - began;
+        const double least = row.radius * whole / speed + speed, took = robot.arm->time - began;
         EXPECT_GT(took, least - 0.005);
         EXPECT_LT(took, 1.2 * least);
         EXPECT_LT(angle_between(robot.tool().M, to.M), 1e-3);
     }
-}
-
-struct RefusalRow {
-    Json change; // to the request
-    const char* why;
-};
-
-TEST(Tool, IsRefusedBeforeTheArmStarts)
-{
-    // From ready, 338 mm in front of the base.
-    const Json movel = {
-        {"command", "movel"}, {"pose", {338000, 100000, 318203, 3142, 0, 0}}, {"v", 50}, {"r", 0}};
-    const Json via = {338000, 50000, 318203, 3142, 0, 0}, beside = {338000, 50000, 340000, 3142, 0, 0};
-    const Json movec = {{"command", "movec"},
-                        {"pose", {{"pose_via", beside}, {"pose_to", movel["pose"]}}},
-                        {"v", 50},
-                        {"r", 0},
-                        {"loop", 0}};
-    const auto over = [&](const Json& pose_via, const Json& pose_to) -> Json {
-        return {{"command", "movec"}, {"pose", {{"pose_via", pose_via}, {"pose_to", pose_to}}}, {"loop", 0}};
-    };
-    const Json ready_pose = {338000, 0, 318203, 3142, 0, 0}, far = {700000, 0, 318203, 3142, 0, 0};
-    const RefusalRow rows[] = {
-        {{{"pose", far}}, "reach"},
-        {{{"command", "movej_p"}, {"pose", far}}, "reach"},
-        {{{"command", "movej_p"}, {"pose", {225200, 0, 372700, 3142, 900, 0}}}, "joint 5"},
-        {{{"pose", {-338000, 4000, 318203, 3142, 0, 0}}}, "singularity"}, // 2 mm beside axis 1
-        {{{"pose", {225200, 0, 372700, 3142, 900, 0}}}, "joint 5"},
-        {over(via, movel["pose"]), "one line"},
-        {over(ready_pose, movel["pose"]), "one line"},
-        {over(beside, ready_pose), "one line"},
-        {over(far, movel["pose"]), "reach"},
-        {{{"command", "movec"}, {"pose", {{"pose_to", via}}}, {"loop", 0}}, "pose_via"},
-        {{{"command", "movec"}, {"pose", movec["pose"]}, {"loop", 256}}, "255"},
-        {{{"command", "movec"}, {"pose", movec["pose"]}, {"loop", -1}}, "255"},
-        {{{"command", "movec"}, {"pose", movec["pose"]}}, "loop"},
-        {{{"v", 0}}, "100"},
-        {{{"v", 101}}, "100"},
-        {{{"r", -1}}, "radius"},
-        {{{"pose", {1, 2, 3, 4, 5}}}, "six"},
-        {{{"pose", {1e300, 0, 0, 0, 0, 0}}}, "reach"},
-        {{{"pose", {1, 2, 3, 4, 5, nullptr}}}, "number"},
-    };
-    Robot robot(46, ready(46));
-    const Joints before = robot.joints();
-    for (const RefusalRow& row : rows) {
-        Json request = movel;
-        request.update(row.change);
-        const std::string why = robot.refusal(request).value_or("not refused");
-        EXPECT_NE(why.find(row.why), std::string::npos) << request << ": " << why;
-    }
-    EXPECT_TRUE(robot.controller.arm().motions().idle());
-
-    // Both ends of a line may be allowed and its middle not: there the elbow bends more.
-    robot.send({{"command", "movej_p"}, {"pose", {338000, -100000, 318203, 3142, 0, 0}}, {"v", 100}});
-    EXPECT_TRUE(robot.finished(10));
-    const long elbow = std::lround(robot.joints()[2] * 1000);
-    robot.send({{"command", "set_joint_min_pos"}, {"joint_min_pos", {3, elbow - 1000}}});
-    EXPECT_EQ(robot.refusal(movel).value_or(""), "joint 3 would leave its limits on the way");
-    robot.send({{"command", "set_joint_min_pos"}, {"joint_min_pos", {3, -135000}}});
-    EXPECT_FALSE(robot.refusal(movel)) << "the same line under wider limits";
-    EXPECT_TRUE(robot.finished(10));
 }
 
 TEST(Tool, GoesToAPoseInJointSpaceByTheNearestJoints)
@@ -327,9 +231,7 @@ TEST(Tool, GoesToAPoseInJointSpaceByTheNearestJoints)
         for (double& joint : target)
             joint += 12;
         robot.send({{"command", "movej_p"}, {"pose", array_of(robot.tool(target))}, {"v", 100}, {"r", 0}});
-        robot.send({{"command", "get_arm_current_trajectory"}});
-        ASSERT_EQ(robot.replies.size(), 1u) << model;
-        EXPECT_EQ(std::exchange(robot.replies, {})[0].at("type"), "movej");
+        robot.arm->play("get_arm_current_trajectory -> type movej");
         EXPECT_TRUE(robot.finished(10));
         EXPECT_LT((robot.tool().p - robot.tool(target).p).Norm(), 1e-5);
         EXPECT_LT(angle_between(robot.tool().M, robot.tool(target).M), 1e-3);
@@ -338,66 +240,68 @@ TEST(Tool, GoesToAPoseInJointSpaceByTheNearestJoints)
     }
 }
 
-TEST(Tool, MovesAreCheckedFromWhereTheQueueEnds)
-{
-    Robot robot(46, Joints(6));
-    const Json line = {{"command", "movel"}, {"pose", {338000, 100000, 318203, 3142, 0, 0}}, {"v", 100}};
-    const Json too_far = {{"command", "movel"}, {"pose", {338000, -400000, 318203, 3142, 0, 0}}, {"v", 100}};
-    EXPECT_TRUE(robot.refusal(line)) << "from the stretched arm";
-    robot.send({{"command", "movej"}, {"joint", array_of(ready(46))}, {"v", 100}});
-    robot.finished(0.1);
-    EXPECT_FALSE(robot.refusal(line));
-    EXPECT_TRUE(robot.refusal(too_far));
-    EXPECT_TRUE(robot.finished(10)) << "the joint move";
-    robot.finished(0.1);
-    robot.send({{"command", "get_arm_current_trajectory"}});
-    ASSERT_EQ(robot.replies.size(), 1u);
-    EXPECT_EQ(robot.replies[0].at("type"), "movel");
-    EXPECT_EQ(std::exchange(robot.replies, {})[0].at("data"), line["pose"]);
-    EXPECT_TRUE(robot.finished(10)) << "the line";
-}
+// From ready, 338 mm in front of the base.
+const ScenarioRow rows[] = {
+    {"IsRefusedBeforeTheArmStarts", R"(
+        0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later
+        2    <- ok
+             movel pose [700000,0,318203,3142,0,0] v 50                -> no reach
+             movej_p pose [700000,0,318203,3142,0,0] v 50              -> no reach
+             movej_p pose [225200,0,372700,3142,900,0] v 50            -> no "joint 5"
+             movel pose [225200,0,372700,3142,900,0] v 50              -> no "joint 5"
+             movel pose [-338000,4000,318203,3142,0,0] v 50            -> no singularity
+             movel pose [338000,100000,318203,3142,0,0] v 0            -> no 100
+             movel pose [338000,100000,318203,3142,0,0] v 101          -> no 100
+             movel pose [338000,100000,318203,3142,0,0] v 50 r -1      -> no radius
+             movel pose [1,2,3,4,5] v 50                               -> no six
+             movel pose [1e300,0,0,0,0,0] v 50                         -> no reach
+             movel pose [1,2,3,4,5,null] v 50                          -> no number
+             movec pose {"pose_via":[338000,50000,318203,3142,0,0],"pose_to":[338000,100000,318203,3142,0,0]} v 50 loop 0  -> no "one line"
+             movec pose {"pose_via":[338000,0,318203,3142,0,0],"pose_to":[338000,100000,318203,3142,0,0]} v 50 loop 0      -> no "one line"
+             movec pose {"pose_via":[338000,50000,340000,3142,0,0],"pose_to":[338000,0,318203,3142,0,0]} v 50 loop 0       -> no "one line"
+             movec pose {"pose_via":[700000,0,318203,3142,0,0],"pose_to":[338000,100000,318203,3142,0,0]} v 50 loop 0      -> no reach
+             movec pose {"pose_to":[338000,50000,318203,3142,0,0]} v 50 loop 0    -> no pose_via
+             movec pose {"pose_via":[338000,50000,340000,3142,0,0],"pose_to":[338000,100000,318203,3142,0,0]} v 50         -> no loop
+             movec pose {"pose_via":[338000,50000,340000,3142,0,0],"pose_to":[338000,100000,318203,3142,0,0]} v 50 loop 256    -> no 255
+             movec pose {"pose_via":[338000,50000,340000,3142,0,0],"pose_to":[338000,100000,318203,3142,0,0]} v 50 loop -1     -> no 255
+        4    get_joint_degree                                          -> joint [0,-30000,-60000,0,-90000,0])"},
+    // Between two places beside the arm the elbow bends more than at both.
+    {"IsRefusedIfOnlyItsMiddleIsNotAllowed", R"(
+        0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later
+        2    <- ok
+             movej_p pose [338000,-100000,318203,3142,0,0] v 100       -> later
+        4    <- ok
+             get_joint_degree                                          -> joint [*,*,-53500~1000,*,*,*]
+             set_joint_min_pos joint_min_pos [3,-54600]                -> ok
+             movel pose [338000,100000,318203,3142,0,0] v 50           -> no "joint 3 would leave its limits on the way"
+             set_joint_min_pos joint_min_pos [3,-135000]               -> ok
+             movel pose [338000,100000,318203,3142,0,0] v 50           -> later
+        9    <- ok)"},
+    {"IsCheckedFromWhereTheQueueEnds", R"(
+        0    movel pose [338000,100000,318203,3142,0,0] v 100          -> no
+             movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later
+        0.1  movel pose [338000,100000,318203,3142,0,0] v 100          -> later
+             movel pose [338000,-400000,318203,3142,0,0] v 100         -> no
+        1    <- ok
+             get_arm_current_trajectory                                -> type movel data [338000,100000,318203,3142,0,0]
+        2    <- ok)"},
+    // 0.4 s at up to 0.25 m/s and 1 m/s^2, and 0.25 s of braking.
+    {"PausesOnItsLineAndGoesOn", R"(
+        0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later
+        2    <- ok
+             movel pose [338000,200000,318203,3142,0,0] v 100          -> later
+        2.4  set_arm_pause                                             -> ok
+        5    get_current_arm_state                                     -> arm_state.pose [338000~20,100000~300,318203~20,*,*,*]
+             set_arm_continue                                          -> ok
+        9    <- ok
+             get_current_arm_state                                     -> arm_state.pose [338000~2,200000~20,318203~2,*,*,*])"},
+};
 
-TEST(Tool, PausesOnItsLineAndGoesOn)
+struct ToolScenario : Scenarios {};
+INSTANTIATE_TEST_SUITE_P(Arm, ToolScenario, testing::ValuesIn(rows), Scenarios::name);
+TEST_P(ToolScenario, Plays)
 {
-    Robot robot(46, ready(46));
-    const Vector from = robot.tool().p;
-    robot.send({{"command", "movel"}, {"pose", {338000, 200000, 318203, 3142, 0, 0}}, {"v", 100}});
-    robot.finished(0.4);
-    robot.send({{"command", "set_arm_pause"}});
-    robot.replies.clear();
-    robot.finished(3);
-    EXPECT_LT((robot.tool().p - from - Vector(0, 0.25 * (0.4 - 0.125) + 0.25 * 0.125, 0)).Norm(), 3e-4);
-    robot.send({{"command", "set_arm_continue"}});
-    robot.replies.clear();
-    EXPECT_TRUE(robot.finished(10));
-    EXPECT_NEAR(robot.tool().p.y(), 0.2, 2e-5);
-}
-
-TEST(Tool, MovesForAnApplication)
-{
-    const ::Controller controller({"--speed", "20", "--model", "46"});
-    KX_API_Init(nullptr);
-    const int arm = Arm_Socket_Start("127.0.0.1", controller.port(), 46, 0);
-    const float start[6] = {0, -30, -60, 0, -90, 0};
-    const POSE to = {0.338f, 0.1f, 0.318f, 3.142f, 0, 0}, via = {0.35f, 0.05f, 0.3f, 3.142f, 0, 0};
-    const POSE back = {0.338f, 0, 0.318f, 3.142f, 0, 0}, far = {0.7f, 0, 0.3f, 3.142f, 0, 0};
-    ASSERT_EQ(Movej_Cmd(arm, start, 100, 0, true), 0);
-    EXPECT_EQ(Movel_Cmd(arm, to, 50, 0, true), 0);
-    EXPECT_EQ(Movec_Cmd(arm, via, back, 50, 0, 2, true), 0);
-    EXPECT_EQ(Movej_P_Cmd(arm, to, 50, 0, true), 0);
-    EXPECT_EQ(Movel_Cmd(arm, far, 50, 0, true), 1);
-    float joint[7];
-    POSE pose = {};
-    unsigned short arm_err, sys_err;
-    EXPECT_EQ(Get_Current_Arm_State(arm, joint, &pose, &arm_err, &sys_err), 0);
-    EXPECT_NEAR(pose.y, to.y, 2e-5);
-
-    EXPECT_EQ(Movel_Cmd(arm, back, 1, 0, false), 0);
-    sleep_cp(100);
-    ARM_CTRL_MODES mode = None_Mode;
-    EXPECT_EQ(Get_Current_Trajectory(arm, &mode, joint), 0);
-    EXPECT_EQ(mode, Line_Mode);
-    Arm_Socket_Close(arm);
+    play(GetParam());
 }
 
 } // namespace

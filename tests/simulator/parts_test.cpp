@@ -1,4 +1,5 @@
-// Parts of the virtual controller that answer streams of targets: the lines to a client, and the follower.
+// Parts of the virtual controller by themselves: cutting requests, the lines to a client that streams targets, and
+// the arm that follows those.
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -6,11 +7,68 @@
 #include <gtest/gtest.h>
 
 #include "arm/follower.h"
+#include "commands/json.h"
+#include "line/framing.h"
 #include "line/outbox.h"
 
 using namespace kx::sim;
+using Strings = std::vector<std::string>;
 
 namespace {
+
+struct FramingRow {
+    const char* name;
+    std::string stream;
+    Strings requests; ///< compact; "!" stands for a fault
+};
+
+const std::string printed = "{\n\t\"command\":\t\"movej\",\n\t\"joint\":\t[1, 2],\n\t\"v\":\t5\n}\r\n";
+const std::string movej = R"({"command":"movej","joint":[1,2],"v":5})";
+
+const FramingRow framing_rows[] = {
+    {"printed over several lines", printed, {movej}},
+    {"several at once", printed + printed, {movej, movej}},
+    {"typed, one a line", "{\"a\":1}\n  {\"b\":2}\n\n", {R"({"a":1})", R"({"b":2})"}},
+    {"two on one line", "{\"a\":1}{\"b\":2}\r\n", {R"({"a":1})", R"({"b":2})"}},
+    {"nested", "{\"pose\":{\"via\":[{}]}}\r\n", {R"({"pose":{"via":[{}]}})"}},
+    {"braces and quotes in a string", "{\"a\":\"}\\\"{\\\\\"}\n", {R"({"a":"}\"{\\"})"}},
+    {"a word", "hello\n" + printed, {"!", movej}},
+    {"JSON, but no object", "[1, {}]\r\n" + printed, {"!", movej}},
+    {"not JSON inside matching braces", "{oops}\n" + printed, {"!", movej}},
+    {"open brace, then nonsense", "{oops\n" + printed, {"!", movej}},
+    {"nonsense after an object", "{\"a\":1} x {\"b\":2}\n" + printed, {R"({"a":1})", "!", movej}},
+    {"ended before it is complete", "{\n\t\"a\":\t[1,\r\n" + printed, {"!", movej}},
+    {"broken off, then the next one", "{\n\t\"a\":\t[1,\n" + printed, {"!", movej}},
+    {"string without end", "{\n\t\"a\":\t\"}\n" + printed, {"!", movej}},
+    {"object without end", "{\"a\":[" + std::string(70000, '1') + "\n" + printed, {"!", movej}},
+    {"line without end", std::string(70000, 'x') + "\n" + printed, {"!", movej}},
+    {"zero bytes", std::string(3, '\0') + "\n" + printed, {"!", movej}},
+    {"a faulty first line is known at once", "{oops\n", {"!"}},
+    {"an end that comes too early is known at once", "{\n\t\"a\":\t[1,\r\n", {"!"}},
+    {"too long is known before the end", "{\"a\":[" + std::string(70000, '1'), {"!"}},
+    {"one fault for all its lines", "{\n\t\"a\":\t\"x\n\t\"b\":\t[\n\t]\n}\r\n" + printed, {"!", movej}},
+    {"two faulty lines", "hello\nhello\n\n" + printed, {"!", "!", movej}},
+    {"still incomplete", "{\n\t\"a\":\t1", {}},
+};
+
+Strings cut(const std::string& stream, std::size_t piece)
+{
+    Framing framing;
+    Strings out;
+    for (std::size_t i = 0; i < stream.size(); i += piece)
+        for (const Request& request : framing.feed(std::string_view(stream).substr(i, piece))) {
+            const Json json = Json::parse(request.text, nullptr, false);
+            out.push_back(request.fault.empty() && !json.is_discarded() ? json.dump() : "!");
+        }
+    return out;
+}
+
+TEST(Framing, CutsRequestsAndFindsItsWayBack)
+{
+    for (const FramingRow& row : framing_rows)
+        for (std::size_t piece : {std::size_t{1}, std::size_t{7}, row.stream.size()})
+            EXPECT_EQ(cut(row.stream, piece), row.requests) << row.name << ", in pieces of " << piece;
+}
 
 /** The library's receiver: registrations, and lines that it finds when it polls. */
 struct Client {
