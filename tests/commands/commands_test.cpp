@@ -1,4 +1,4 @@
-// Every row of the list of commands, against a scripted controller: what goes out and when, what each reply
+// Every row of the list of commands, on both kinds of connection, against a scripted controller: what goes out and when, what each reply
 // brings, what comes of silence and of a dead connection, and that the class's method does the same.
 #include "list/command.h"
 #include "support/peer.h"
@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <tuple>
 #include <unistd.h>
 
 using namespace list;
@@ -18,21 +19,20 @@ using namespace list;
 static constexpr unsigned char unwritten = 0xA5;
 static constexpr int patience = 10000; // in milliseconds, where a reply is certain
 
-// A socket that is not connected, so that every send on it fails.
-struct DeadSocket {
-    int sockfd = socket(AF_INET, SOCK_STREAM, 0);
-    ~DeadSocket() { close(sockfd); }
-};
-
-class Commands : public testing::TestWithParam<Command> {
+class Commands : public testing::TestWithParam<std::tuple<const ConnectionKind*, Command>> {
   protected:
-    const Command& row = GetParam();
-    Arm arm{row.model};
-    DeadSocket dead;
+    const ConnectionKind& kind = *std::get<0>(GetParam());
+    const Command& row = std::get<1>(GetParam());
+    const int not_connected = kind.is_classic ? socket(AF_INET, SOCK_STREAM, 0) : closed_link();
+    Arm arm{row.model, kind};
     Outputs outputs;
     std::vector<unsigned int> sleeps; // of the last call
 
-    ~Commands() override { m_nSockeRIinfosLen = 0; } // what pushes leave behind
+    static int closed_link()
+    {
+        const Arm closed(46, link_kind);
+        return closed.sockfd;
+    }
 
     int call(const Call& call, int handle, bool block)
     {
@@ -43,6 +43,17 @@ class Commands : public testing::TestWithParam<Command> {
         const int status = call(handle, block, outputs);
         sleeps = slept();
         return status;
+    }
+
+    // Whether something of one kind of connection is true here.
+    bool is_here(On on) const { return on == On::both || (on == On::classic) == kind.is_classic; }
+
+    // What a command that cannot go out returns: where its descriptor is looked at first, and elsewhere.
+    int refusal(int classic_status) const { return kind.is_classic ? classic_status : 5; }
+
+    std::vector<unsigned int> entry_sleep() const
+    {
+        return std::vector<unsigned int>(kind.is_classic && row.sleeps(), 20); // most wait before they send
     }
 
     static void write(Outputs& to, const std::vector<Write>& writes)
@@ -69,31 +80,29 @@ class Commands : public testing::TestWithParam<Command> {
         EXPECT_EQ(SuspendQueue, 0);
     }
 
-    // Most entries wait before they send, and then only for the reply.
-    void expect_entry_sleep(unsigned int poll)
-    {
-        const std::vector<unsigned int> entry(row.sleeps(), 20);
-        ASSERT_GE(sleeps.size(), entry.size());
-        EXPECT_TRUE(std::equal(entry.begin(), entry.end(), sleeps.begin()));
-        EXPECT_TRUE(std::all_of(sleeps.begin() + row.sleeps(), sleeps.end(),
-                                [&](unsigned int ms) { return ms == poll; }));
-    }
-
-    // A form that waits for nothing, over function or method.
+    // A form that waits for nothing, over function or method. On a link its answer has a place, too.
     void go_out(const Call& command)
     {
+        if (!kind.is_classic) arm.peer.answer(row.good_reply() + "\n");
         EXPECT_EQ(call(command, arm.sockfd, false), 0);
-        EXPECT_EQ(sleeps, std::vector<unsigned int>(row.sleeps(), 20));
+        EXPECT_EQ(sleeps, entry_sleep());
         EXPECT_EQ(arm.peer.next_request(), on_the_wire(row.request));
         EXPECT_EQ(SuspendQueue, 0);
     }
 
     void exchange(const Call& command, const Case& expected)
     {
-        int key = 0;
-        arm.peer.answer(expected.reply + "\n", [&] { key = SockeRIinfos[0].key; });
+        int key = row.answer;
+        arm.peer.answer(expected.reply + "\n", [&] {
+            if (kind.is_classic) key = SockeRIinfos[0].key;
+        });
         EXPECT_EQ(call(command, arm.sockfd, true), expected.status) << expected.reply;
-        expect_entry_sleep(10);
+        const std::vector<unsigned int> entry = entry_sleep();
+        ASSERT_GE(sleeps.size(), entry.size());
+        EXPECT_TRUE(std::equal(entry.begin(), entry.end(), sleeps.begin()));
+        const std::vector<unsigned int> polls(sleeps.begin() + static_cast<long>(entry.size()), sleeps.end());
+        EXPECT_EQ(std::count(polls.begin(), polls.end(), 10u), static_cast<long>(polls.size()));
+        EXPECT_EQ(polls.empty(), !kind.is_classic);
         expect_written(expected.written, expected.reply);
         EXPECT_EQ(arm.peer.next_request(), on_the_wire(row.blocking_request));
         EXPECT_EQ(key, row.answer);
@@ -130,53 +139,61 @@ class Commands : public testing::TestWithParam<Command> {
     {
         const char* const other_kind = row.answer == 42 ? "timer" : "set_payload";
         arm.peer.answer("{\"command\":\"" + std::string(other_kind) + "\",\"set_state\":true}\n");
-        m_nOutTime = 20;
+        kind.wait_at_most(20);
         EXPECT_EQ(call(row.function, arm.sockfd, true), 7);
         expect_written({}, "silence");
         expect_nothing_left();
-        EXPECT_EQ(call(row.function, dead.sockfd, true), 6);
+        EXPECT_EQ(call(row.function, not_connected, true), refusal(6));
         expect_nothing_left();
+    }
+
+    void expect_registered_pushes(int count)
+    {
+        ASSERT_EQ(m_nSockeRIinfosLen, count);
+        for (int i = 0; i < count; ++i) {
+            EXPECT_EQ(SockeRIinfos[i].descriptor, arm.sockfd);
+            EXPECT_EQ(SockeRIinfos[i].key, row.answer);
+            EXPECT_EQ(SockeRIinfos[i].waiting, 0);
+        }
+    }
+
+    ~Commands() override
+    {
+        m_nSockeRIinfosLen = 0; // what pushes leave behind
+        if (kind.is_classic) close(not_connected);
     }
 };
 
 TEST_P(Commands, SendAwaitAndDecode)
 {
-    m_nOutTime = patience;
-    switch (row.ending) {
-    case Ending::nothing:
+    kind.wait_at_most(patience);
+    if (row.ending != Ending::reply || row.has_block_flag) {
         go_out(row.function);
         if (row.method) go_out(row.method);
-        ASSERT_EQ(Movep_CANFD(arm.sockfd, {}), 0); // leaves an entry that is nobody else's business
-        EXPECT_EQ(call(row.function, dead.sockfd, false), 6);
-        EXPECT_EQ(m_nSockeRIinfosLen, 1);
+    }
+    if (row.ending == Ending::push) {
+        if (kind.is_classic) expect_registered_pushes(2);
+        EXPECT_EQ(call(row.function, not_connected, false), refusal(6));
+        if (kind.is_classic) expect_registered_pushes(2);
+        if (!row.has_block_flag) return;
+        while (m_nSockeRIinfosLen > 0)
+            ClearList(SockeRIinfos, &m_nSockeRIinfosLen, 0);
+    } else if (row.ending == Ending::nothing) {
+        if (kind.is_classic) Movep_CANFD(arm.sockfd, {}); // leaves an entry that is nobody else's business
+        const int entries = m_nSockeRIinfosLen;
+        EXPECT_EQ(call(row.function, not_connected, false), refusal(6));
+        EXPECT_EQ(m_nSockeRIinfosLen, entries);
         EXPECT_EQ(call(row.function, 0, false), row.is_guarded() ? 5 : 6);
         return;
-
-    case Ending::push:
-        go_out(row.function);
-        go_out(row.method);
-        ASSERT_EQ(m_nSockeRIinfosLen, 2);
-        EXPECT_EQ(SockeRIinfos[1].descriptor, arm.sockfd);
-        EXPECT_EQ(SockeRIinfos[1].key, row.answer);
-        EXPECT_EQ(SockeRIinfos[1].waiting, 0);
-        EXPECT_EQ(call(row.function, dead.sockfd, false), 6);
-        EXPECT_EQ(m_nSockeRIinfosLen, 2);
-        if (!row.has_block_flag) return;
-        ClearList(SockeRIinfos, &m_nSockeRIinfosLen, 1);
-        ClearList(SockeRIinfos, &m_nSockeRIinfosLen, 0);
-        break;
-
-    default:
-        if (!row.has_block_flag) break;
-        go_out(row.function);
-        if (row.method) go_out(row.method);
+    } else if (row.has_block_flag) {
         expect_nothing_left();
         EXPECT_EQ(call(row.function, 0, false), row.is_guarded() ? 5 : 0);
     }
 
-    const std::vector<Case> cases = row.cases();
+    std::vector<Case> cases = row.cases();
+    std::erase_if(cases, [&](const Case& unfit) { return !is_here(unfit.on); });
     for (const Case& expected : cases) {
-        if (row.ending == Ending::motion)
+        if (row.ending == Ending::motion && kind.is_classic)
             exchange_while_moving(expected);
         else
             exchange(row.function, expected);
@@ -186,11 +203,12 @@ TEST_P(Commands, SendAwaitAndDecode)
     expect_silence_and_dead_connections();
 }
 
-static std::vector<Command> rows()
+static std::vector<Command> rows(On not_here)
 {
     std::vector<Command> rows;
     for (const Family& family : all_families())
         for (const Command& row : family.commands) {
+            if (row.on == not_here) continue;
             rows.push_back(row);
             const auto same = std::count_if(rows.begin(), rows.end(), [&](const Command& other) {
                 return other.name.substr(0, other.name.find("_row_")) == row.name;
@@ -207,5 +225,10 @@ void PrintTo(const Command& row, std::ostream* out)
 }
 } // namespace list
 
-INSTANTIATE_TEST_SUITE_P(Classic, Commands, testing::ValuesIn(rows()),
-                         [](const testing::TestParamInfo<Command>& row) { return row.param.name; });
+static const auto row_name = [](const auto& test) { return std::get<1>(test.param).name; };
+INSTANTIATE_TEST_SUITE_P(Classic, Commands,
+                         testing::Combine(testing::Values(&classic), testing::ValuesIn(rows(On::link))),
+                         row_name);
+INSTANTIATE_TEST_SUITE_P(Link, Commands,
+                         testing::Combine(testing::Values(&link_kind), testing::ValuesIn(rows(On::classic))),
+                         row_name);

@@ -73,9 +73,9 @@ static const std::vector<Command> state = {
         {six("joint_temperature").fixed_length()}),
     get(COMMAND(Get_Joint_Current), "get_current_joint_current", 56, {six("joint_current").fixed_length()}),
     get(COMMAND(Get_Joint_Voltage), "get_current_joint_voltage", 57, {six("joint_voltage").fixed_length()}),
-    get(COMMAND(Get_Joint_Degree), "get_joint_degree", 159, {six("joint")})
+    get(COMMAND(Get_Joint_Degree), "get_joint_degree", 159, {six("joint").at_most(6)})
         .also("'joint':[1000,2,3,4,5,6,-7500]", 0, // a seventh joint that the arm has not
-              {{0, 0, as<float>({1, 0.002f, 0.003f, 0.004f, 0.005f, 0.006f, -7.5f})}}),
+              {{0, 0, as<float>({1, 0.002f, 0.003f, 0.004f, 0.005f, 0.006f, -7.5f})}}, On::classic),
     // Temperatures are looked at but not written.
     get(COMMAND(Get_Arm_All_State), "get_arm_all_state", 59,
         {Member("temperature", sevens_read).fixed_length(),

@@ -55,6 +55,12 @@ Member&& Member::fixed_length(int if_too_short, int if_too_long) &&
     return std::move(*this);
 }
 
+Member&& Member::at_most(size_t items) &&
+{
+    most = items;
+    return std::move(*this);
+}
+
 Member&& Member::if_missing(int status) &&
 {
     missing = status;
@@ -89,6 +95,7 @@ static Command row(Called call, Text command, Text members, int answer, const Op
     row.other_type = options.other_type;
     row.model = options.model;
     row.entry = options.entry;
+    row.on = options.on;
     return row;
 }
 
@@ -158,9 +165,9 @@ Command tell(Called call, Text command, Text members, Options options)
     return result;
 }
 
-Command&& Command::also(const char* other_members, int status, std::vector<Write> written) &&
+Command&& Command::also(const char* other_members, int status, std::vector<Write> written, On connection) &&
 {
-    extra.push_back({object(answer_name, json(other_members)), status, std::move(written)});
+    extra.push_back({object(answer_name, json(other_members)), status, std::move(written), connection});
     return std::move(*this);
 }
 
@@ -209,17 +216,20 @@ std::vector<Case> Command::cases() const
 {
     std::vector<Case> cases = extra;
     const size_t all = members.size();
-    const auto add = [&](std::string reply, int status, std::vector<Write> written = {}) {
-        cases.push_back({std::move(reply), status, std::move(written)});
+    const auto add = [&](std::string reply, int status, std::vector<Write> written = {},
+                         On connection = On::both) {
+        cases.push_back({std::move(reply), status, std::move(written), connection});
     };
     const auto with = [&](const std::string& key, const char* value) {
         return object(answer_name, "\"" + key + "\":" + value);
     };
-    const std::string no_json = answer_name + " {,", nothing = object(answer_name, "");
+    const std::string nothing = object(answer_name, "");
+    const std::string no_json = answer_name + " {,"; // which a link drops
 
     if (ending == Ending::push) { // whatever it is answered
-        for (const std::string& reply : {no_json, nothing, with("set_state", "false")})
-            add(reply, 0);
+        add(nothing, 0);
+        add(with("set_state", "false"), 0);
+        add(no_json, 0, {}, On::classic);
         return cases;
     }
     if (!status_key.empty()) {
@@ -228,13 +238,13 @@ std::vector<Case> Command::cases() const
         for (const char* other : {"1", "null", "\"true\""})
             add(with(status_key, other), other_type);
         add(nothing, 9);
-        add(no_json, 9);
+        add(no_json, 9, {}, On::classic);
         return cases;
     }
     if (all == 0) return cases; // no reply is taken for its own
 
     add(good_reply(), 0, written_before(all));
-    add(no_json, 9);
+    add(no_json, 9, {}, On::classic);
     if (!inside.empty()) {
         add(nothing, 9);
         add(with(inside, "[]"), 11);
@@ -248,6 +258,12 @@ std::vector<Case> Command::cases() const
                 cases.back().written.push_back({0, 0, std::string(member.writes[0].bytes.size(), '\0')});
         }
         if (member.value[0] != '[') continue;
+        if (member.most != 0) {
+            std::string longer = "[0";
+            for (size_t item = 0; item < member.most; ++item)
+                longer += ",0";
+            add(with_members(i, longer + "]"), 11, written_before(i), On::link);
+        }
 
         const std::string shorter = member.value.substr(0, member.value.rfind(',')) + "]";
         add(with_members(i, shorter), member.too_short, written_before(member.too_short == 0 ? all : i));

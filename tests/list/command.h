@@ -49,7 +49,8 @@ struct Member {
     Member&& into(size_t output, size_t offset = 0) &&;
     Member&& and_into(size_t output, std::string bytes) &&;
     Member&& faults(int of_type, int of_length) &&;
-    Member&& fixed_length(int if_too_short = 11, int if_too_long = 11) &&; // else an array may have any
+    Member&& fixed_length(int if_too_short = 11, int if_too_long = 11) &&; // else an array may have any,
+    Member&& at_most(size_t items) &&;                                     // on a link so many
     Member&& if_missing(int status) &&;
     Member&& of_any_type() &&; // what is no number is 0
 
@@ -57,12 +58,17 @@ struct Member {
     std::vector<Write> writes;
     bool is_placed = false;
     int missing = 9, wrong_type = 11, too_short = 0, too_long = 0;
+    size_t most = 0;
 };
+
+// What a case or a row is true of.
+enum class On { both, classic, link };
 
 struct Case {
     std::string reply; // without the line feed
     int status;
     std::vector<Write> written;
+    On on = On::both;
 };
 
 // What an entry does before it sends.
@@ -91,7 +97,8 @@ struct Options {
     const char* blocking_command = nullptr; // what the blocking form sends, where it differs
     const char* blocking = "";
     int model = 46;
-    Entry entry = Entry::sleeping;
+    Entry entry = Entry::sleeping; // on a classic connection; on a link none sleeps or looks first
+    On on = On::both;
 };
 
 struct Command : Called {
@@ -101,11 +108,12 @@ struct Command : Called {
     int answer = 0, other_type = 11, model = 46;
     Entry entry = Entry::sleeping;
     Ending ending = Ending::reply;
+    On on = On::both;
     std::vector<Member> members;
     std::vector<Write> before; // what stands in the outputs before the call
     std::vector<Case> extra;
 
-    Command&& also(const char* members, int status, std::vector<Write> written = {}) &&;
+    Command&& also(const char* members, int status, std::vector<Write> written = {}, On on = On::both) &&;
     Command&& starting_with(size_t output, std::string bytes) &&;
 
     bool sleeps() const { return entry == Entry::sleeping || entry == Entry::guarded; }

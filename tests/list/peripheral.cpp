@@ -26,7 +26,7 @@ static const std::vector<Command> power = {
         .also("'sys_state':true,'day':1,'hour':2,'min':3,'sec':4", 11),
     set(COMMAND(Clear_System_Runtime), "clear_system_runtime", 93, "clear_state"),
     get(COMMAND(Get_Joint_Odom), "get_joint_odom", 94,
-        {Member("odom", "[1500,-20.9]", as<float>({1500, -20})).into(1)})
+        {Member("odom", "[1500,-20.9]", as<float>({1500, -20})).into(1).at_most(6)})
         .also("'sys_state':'ready','odom':[1500]", 0)
         .also("'sys_state':1,'odom':[1500]", 11),
     set(COMMAND(Clear_Joint_Odom), "clear_joint_odom", 95, "clear_state"),
@@ -38,8 +38,8 @@ static const Member analogue("voltage", "2999", as<unsigned char>({2})); // whol
 
 static std::vector<Member> every(const char* digital_key, const char* analogue_key)
 {
-    return {{digital_key, "[1,0,257]", as<unsigned char>({1, 0, 1})},
-            {analogue_key, "[9999,-1]", as<float>({9.999f, -0.001f})}};
+    return {Member(digital_key, "[1,0,257]", as<unsigned char>({1, 0, 1})).at_most(16),
+            Member(analogue_key, "[9999,-1]", as<float>({9.999f, -0.001f})).at_most(16)};
 }
 
 // Its block flag stands before the voltage.
@@ -125,7 +125,8 @@ static const std::vector<Command> force = {
     set(COMMAND(Stop_Force_Postion), "stop_force_positon", 122, "stop_state"),
     // whole units
     get(COMMAND(Get_Force_Data), "get_force_data", 123,
-        {{"force_data", "[1999,-1999,999,-999,2000,-25000]", as<float>({1, -1, 0, 0, 2, -25})}}),
+        {Member("force_data", "[1999,-1999,999,-999,2000,-25000]", as<float>({1, -1, 0, 0, 2, -25}))
+             .at_most(6)}),
     set(COMMAND(Clear_Force_Data), "clear_force_data", 124, "clear_state"),
     set(COMMAND(Set_Force_Sensor), "set_force_sensor", 125, "set_state"),
     set(COMMAND(Stop_Set_Force_Sensor), "stop_set_force_sensor", 126, "stop_state"),
@@ -221,7 +222,8 @@ static const std::vector<Command> lift_and_base = {
 // Cut first, scaled then; what is out of range goes to its end.
 static const POSE pose = {0.35f, 1.9f, -1.9f, 3.14f, -0.5f, -3.14f};
 static const POSE far = {2147, 2148, -2148, 1e30f, -1e30f, 0};
-static const float joint[7] = {45.9f, -45.9f, 0.999f, 180, 3e9f, -2147484, 7.7f};
+static const float joint[7] = {45.9f, -45.9f, 0.999f, 180, 0, -0.5f, 7.7f};
+static const float far_joint[7] = {0, 0, 0, 0, 3e9f, -2147484, 0};
 
 static const std::vector<Command> force_position = {
     set(COMMAND(Start_Force_Position_Move), "Start_Force_Position_Move", 160, "set_state"),
@@ -231,15 +233,18 @@ static const std::vector<Command> force_position = {
     push(COMMAND(Force_Position_Move_POSE, far, 1, 0, 2, -3), "Force_Position_Move",
          "'pose':[2147000000,2147483647,-2147483648,2147483647,-2147483648,0],"
          "'sensor':1,'mode':0,'dir':2,'force':-30",
-         161, "Force_Position_State"),
+         161, "Force_Position_State", {.on = On::classic}),
     push(COMMAND(Force_Position_Move_Joint, joint, 0, 2, 3, 2.5f), "Force_Position_Move",
-         "'joint':[45000,-45000,0,180000,2147483647,-2147483648],"
+         "'joint':[45000,-45000,0,180000,0,0],"
          "'sensor':0,'mode':2,'dir':3,'force':25",
          161, "Force_Position_State", {.model = 36}),
     push(COMMAND(Force_Position_Move_Joint, joint, 0, 2, 3, 2.5f), "Force_Position_Move",
-         "'joint':[45000,-45000,0,180000,2147483647,-2147483648,7000],"
+         "'joint':[45000,-45000,0,180000,0,0,7000],"
          "'sensor':0,'mode':2,'dir':3,'force':25",
          161, "Force_Position_State", {.model = 47}),
+    push(COMMAND(Force_Position_Move_Joint, far_joint, 0, 2, 3, 2.5f), "Force_Position_Move",
+         "'joint':[0,0,0,0,2147483647,-2147483648],'sensor':0,'mode':2,'dir':3,'force':25", 161,
+         "Force_Position_State", {.on = On::classic}),
     set(COMMAND(Stop_Force_Postion_Move), "Stop_Force_Position_Move", 162, "set_state"),
 };
 

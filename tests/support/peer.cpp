@@ -1,5 +1,6 @@
 #include "peer.h"
 
+#include "kx/link.h"
 #include "kx_base.h"
 #include "runtime/classic/connection.h"
 #include "runtime/classic/pending.h"
@@ -115,7 +116,12 @@ static int start_classic(const char* address, int port, int model)
     return sockfd;
 }
 
-const ConnectionKind classic = {"Classic", start_classic, Arm_Socket_Close};
+const ConnectionKind classic = {true, start_classic, Arm_Socket_Close, [](int ms) { m_nOutTime = ms; }};
+
+const ConnectionKind link_kind = {
+    false,
+    [](const char* address, int port, int model) { return KX_Link_Open(address, port, model, nullptr); },
+    [](int handle) { KX_Link_Close(handle); }, [](int ms) { KX_Link_Call_Timeout(ms); }};
 
 Arm::Arm(int model, const ConnectionKind& way) : kind(way), sockfd(way.open("127.0.0.1", peer.port(), model))
 {

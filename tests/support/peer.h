@@ -48,11 +48,12 @@ class Peer {
 
 // A way to be connected to an arm; all of them serve the same commands.
 struct ConnectionKind {
-    const char* name;
+    bool is_classic;
     int (*open)(const char* address, int port, int model);
     void (*close)(int handle);
+    void (*wait_at_most)(int milliseconds); // the calling thread, for a reply
 };
-extern const ConnectionKind classic;
+extern const ConnectionKind classic, link_kind;
 
 // An arm connected to a scripted controller of its own; starts the library when needed.
 struct Arm {
