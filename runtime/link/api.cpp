@@ -151,14 +151,14 @@ int KX_Link_End_Setup(int handle)
     return link->setup_count;
 }
 
-int KX_Link_Reason(int handle, char* text, int capacity)
+int KX_Link_Reason(int handle, char* text, int room)
 {
     const Locked link(handle);
     if (!link) return KX_BAD_DESCRIPTOR;
-    if (!text || capacity < 1) return KX_SUCCESS;
+    if (!text || room < 1) return KX_SUCCESS;
     const char* own = own_reason(handle);
-    strncpy(text, own[0] ? own : link->reason, static_cast<size_t>(capacity));
-    text[capacity - 1] = '\0';
+    strncpy(text, own[0] ? own : link->reason, static_cast<size_t>(room));
+    text[room - 1] = '\0';
     return KX_SUCCESS;
 }
 
