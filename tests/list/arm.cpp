@@ -243,7 +243,8 @@ static std::vector<Member> tool(std::vector<Member> members, int position_is_no_
 // Names are cut to nine letters, and a list of them ends at "NULL".
 static std::vector<Member> names(const char* key)
 {
-    return {Member(key, "['nine char','twelve chars']", as_text("nine char") + as_text("twelve ch"))};
+    return {Member(key, "['nine char','twelve chars']", as_text("nine char") + as_text("twelve ch"))
+                .at_most(100)};
 }
 
 static Member cut_name(const char* key)

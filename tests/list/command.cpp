@@ -259,9 +259,10 @@ std::vector<Case> Command::cases() const
         }
         if (member.value[0] != '[') continue;
         if (member.most != 0) {
-            std::string longer = "[0";
-            for (size_t item = 0; item < member.most; ++item)
-                longer += ",0";
+            const std::string item = member.value.substr(1, member.value.find(',') - 1);
+            std::string longer = "[" + item;
+            for (size_t more = 0; more < member.most; ++more)
+                longer += "," + item;
             add(with_members(i, longer + "]"), 11, written_before(i), On::link);
         }
 

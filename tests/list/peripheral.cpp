@@ -71,7 +71,8 @@ static const std::vector<Command> io = {
     // Awaits a kind of reply that no text is taken for.
     set(COMMAND(Set_Tool_DO_State, 2, true), "set_tool_DO_state", "'IO_Num':2,'state':1", 106, ""),
     get(COMMAND(Get_Tool_IO_State), "get_tool_IO_state", 108,
-        {{"IO_Mode", "[1,0]", as<float>({1, 0})}, {"IO_State", "[0,1,1000]", as<float>({0, 1, 1000})}}),
+        {Member("IO_Mode", "[1,0]", as<float>({1, 0})).at_most(16),
+         Member("IO_State", "[0,1,1000]", as<float>({0, 1, 1000})).at_most(16)}),
     set(COMMAND(Set_Tool_Voltage, 3), "set_tool_voltage", "'voltage_type':3", 109, "state"),
     get(COMMAND(Get_Tool_Voltage), "get_tool_voltage", 110, {{"voltage_type", "3", as<unsigned char>({3})}},
         {.reply = "tool_voltage_state"}),
