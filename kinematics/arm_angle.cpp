@@ -1,17 +1,13 @@
 #include "kinematics/arm_angle.h"
-#include "kinematics/trigonometry.h"
 
 #include <algorithm>
-#include <numbers>
 
 namespace kx {
 namespace {
 
-using std::numbers::pi;
-
 // Half of the least middle angle of a ball; and what half the middle angle may be due to the target's
 // rounding.
-constexpr double passing_distance = 5e-7, stretched = 1.5e-6;
+constexpr double passing_distance = 2e-8, stretched = 1.5e-6;
 
 struct Complex {
     double re, im;
@@ -72,6 +68,7 @@ void BallJoints::pass_stretched_point(int ball, double difference, double psi_ce
     const Complex u = {u_.y[ball], -u_.x[ball]}, v = {v_.y[ball], -v_.x[ball]};
     Complex near = c * u + s * v, far = c * v + -s * u;
     const bool is_stretched = std::max(near.length(), far.length()) < stretched;
+    straight_[ball] = near.length() < stretched && !is_stretched;
     if (near.length() >= passing_distance && !is_stretched) return;
     if (!is_stretched) {
         near = passing_distance / far.length() * Complex{-far.im, far.re};
@@ -87,6 +84,12 @@ void BallJoints::pass_stretched_point(int ball, double difference, double psi_ce
     const Complex at_0 = c * near + -s * far, at_pi = s * near + c * far;
     u_.y[ball] = at_0.re, u_.x[ball] = -at_0.im;
     v_.y[ball] = at_pi.re, v_.x[ball] = -at_pi.im;
+}
+
+bool BallJoints::turns_fast(int ball, double psi) const
+{
+    const auto [s, c] = sine_cosine<double>(psi);
+    return mean_[ball] + cosine_[ball] * c + sine_[ball] * s > 1 - 1e-8;
 }
 
 ArmAngle::ArmAngle(double angle) : psi(angle)

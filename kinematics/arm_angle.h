@@ -19,7 +19,6 @@
 // Angles are radians; all quantities are pairs: shoulder and wrist.
 #pragma once
 
-#include "kinematics/pair.h"
 #include "kinematics/rotor.h"
 
 namespace kx {
@@ -57,7 +56,7 @@ struct Roots {
 
 class BallJoints {
   public:
-    // Where the middle joint comes to within 1e-6 of zero, outer and inner joint turn about one axis and are
+    // Where the middle joint comes to within 4e-8 of zero, outer and inner joint turn about one axis and are
     // undetermined. The ball is then led past this point at that distance: what is said above stays true, and
     // within a very small change of psi the outer joint turns by pi. A ball that is stretched at every arm
     // angle keeps `difference` between outer and inner joint; psi_centre is the middle of the arm angles that
@@ -74,6 +73,11 @@ class BallJoints {
     Roots outer_at(Pair angle) const { return roots(angle, 1); }
     Roots inner_at(Pair angle) const { return roots(-angle, -1); }
 
+    // Whether shoulder and wrist come straight, as far as a rounded target tells, at the arm angle nearest().
+    std::array<bool, 2> straight() const { return {straight_[0], straight_[1]}; }
+    // Whether a ball's middle joint is so near to zero there that a rounding of the arm angle shows.
+    bool turns_fast(int ball, double psi) const;
+
     Pair nearest() const { return nearest_; } // the arm angle of the smallest middle angle
     Pair mean() const { return mean_; }
     Pair steepest() const { return steepest_; } // the largest |middle'| of all arm angles
@@ -89,6 +93,7 @@ class BallJoints {
     Pair sum_rate_, difference_rate_;
     Pair mean_, cosine_, sine_; // cos(middle) = mean + cosine*cos(psi) + sine*sin(psi)
     Pair nearest_, steepest_;
+    bool straight_[2] = {};
 };
 
 } // namespace kx

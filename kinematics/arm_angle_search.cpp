@@ -8,14 +8,10 @@
 // from below. A piece that cannot hold anything nearer than the best arm angle known is dropped; one on which
 // the distance is convex is descended; any other is halved. So nothing is missed, however narrow.
 #include "kinematics/arm_angle_search.h"
-#include "kinematics/trigonometry.h"
 
 #include <algorithm>
-#include <numbers>
 
 namespace kx {
-
-using std::numbers::pi;
 
 namespace {
 
@@ -52,8 +48,13 @@ class Search {
   public:
     Search(const BallJoints& balls, const JointGoals& goals) : balls_(balls), goals_(goals) {}
 
-    void consider(const Point& p) { offer(p.angles.psi, squared_distances(p, goals_).least(goals_)); }
-    void refine(const Point& a, const Point& b);
+    void consider(const Point& p)
+    {
+        const Branches branches = goals_.narrow ? p.feasible(goals_) : all_branches;
+        offer(p.angles.psi, squared_distances(p, goals_).least(goals_, branches));
+    }
+    // Between two points, where the same branches are feasible all the way.
+    void refine(const Point& a, const Point& b, Branches feasible);
 
     double psi() const { return psi_; }
     bool can_win(double squared_distance) const { return squared_distance < least_ - tolerance; }
@@ -71,14 +72,14 @@ class Search {
     double psi_ = NAN, least_ = INFINITY; // the best so far
 };
 
-void Search::refine(const Point& a, const Point& b)
+void Search::refine(const Point& a, const Point& b, Branches feasible)
 {
     const Piece piece(balls_, goals_, a, b);
     const SquaredDistances bounds = piece.lower_bounds();
     bool halve = false;
     for (int n = 0; n < 8; ++n) {
-        const Branch branch = {(n & 4) != 0, (n & 2) != 0, (n & 1) != 0};
-        if (!can_win(bounds(branch, goals_))) continue;
+        const Branch branch = branch_of(n);
+        if (!(feasible >> n & 1) || !can_win(bounds(branch, goals_))) continue;
         const BranchStart start = piece.start(branch);
         const Distance at_a = piece.distance(start, a.angles), at_b = piece.distance(start, b.angles);
         const double bend = piece.least_bend(start);
@@ -93,8 +94,8 @@ void Search::refine(const Point& a, const Point& b)
     Point middle;
     middle.move_to(ArmAngle(psi), balls_, goals_);
     consider(middle);
-    refine(a, middle);
-    refine(middle, b);
+    refine(a, middle, feasible);
+    refine(middle, b, feasible);
 }
 
 // Convex between a and b, and falling at a, rising at b.
@@ -115,11 +116,11 @@ void Search::descend(const Piece& piece, const BranchStart& start, Distance a, D
     }
 }
 
-// Which arm angles keep the middle joints within their limits.
+// Which arm angles keep the middle joints within the greater of their limits.
 class Feasible {
   public:
     Feasible(const BallJoints& balls, const JointGoals& goals)
-        : nearest_(balls.nearest()), reach_(balls.reach(goals.middle_limit))
+        : nearest_(balls.nearest()), reach_(balls.reach(goals.middle_limit()))
     {
     }
     // The ends, NaN if there are none.
@@ -136,18 +137,19 @@ class Feasible {
     Pair nearest_, reach_;
 };
 
-// Arm angles, at most 3 + 8 + 8, in ascending order.
+// Arm angles, at most 3 + 8 + 8, in ascending order; and where limits are narrow 4 + 16 more.
 struct ArmAngles {
+    static constexpr int most = 39;
     int count = 0;
-    ArmAngle at[19];
+    ArmAngle at[most];
 };
 
 // The feasible ones among those from psi - range to psi + range between which nothing but a smooth, monotone
-// course happens, with psi itself.
+// course happens and no limit is passed, with psi itself.
 ArmAngles ends_of_pieces(const BallJoints& balls, const JointGoals& goals, const Feasible& feasible,
                          double psi, double range)
 {
-    double found[19 + 1];
+    double found[ArmAngles::most + 1];
     ArmAngles ends;
     const auto add = [&](double angle) { // without a branch: half of them would be mispredicted
         found[ends.count] = angle;
@@ -165,6 +167,17 @@ ArmAngles ends_of_pieces(const BallJoints& balls, const JointGoals& goals, const
     for (const Roots& turn_ends : {balls.outer_at(goals.outer.start), balls.inner_at(goals.inner.start)})
         for (Pair angles : turn_ends.psi)
             add_both(angles);
+    if (goals.narrow) {
+        const Pair reach = balls.reach(min(abs(goals.middle_lower), abs(goals.middle_upper)));
+        add_both(balls.nearest() - reach);
+        add_both(balls.nearest() + reach);
+        for (const Roots& limits : {balls.outer_at(goals.outer.start + goals.outer.low),
+                                    balls.outer_at(goals.outer.start + goals.outer.high),
+                                    balls.inner_at(goals.inner.start + goals.inner.low),
+                                    balls.inner_at(goals.inner.start + goals.inner.high)})
+            for (Pair angles : limits.psi)
+                add_both(angles);
+    }
 
     for (int i = 0; i < ends.count; ++i) { // again without a branch, the place of each is counted
         int smaller = 0;
@@ -175,6 +188,18 @@ ArmAngles ends_of_pieces(const BallJoints& balls, const JointGoals& goals, const
     return ends;
 }
 
+// The branches that are feasible all the way from one end to the next.
+Branches feasible_between(double a, double b, const BallJoints& balls, const JointGoals& goals,
+                          const Feasible& feasible)
+{
+    const double middle = (a + b) / 2;
+    if (!feasible.contains(middle)) return 0;
+    if (!goals.narrow) return all_branches;
+    Point p;
+    p.move_to(ArmAngle(middle), balls, goals);
+    return p.feasible(goals);
+}
+
 } // namespace
 
 Deviations nearest_branch(const BallJoints& balls, const JointGoals& goals, double psi)
@@ -182,11 +207,12 @@ Deviations nearest_branch(const BallJoints& balls, const JointGoals& goals, doub
     Point p;
     p.move_to(ArmAngle(psi), balls, goals);
     const SquaredDistances squared = squared_distances(p, goals);
+    const Branches feasible = goals.narrow ? p.feasible(goals) : all_branches;
     Branch best = {};
-    for (int n = 1; n < 8; ++n)
-        if (const Branch b = {(n & 4) != 0, (n & 2) != 0, (n & 1) != 0};
-            squared(b, goals) < squared(best, goals))
-            best = b;
+    double least = INFINITY;
+    for (int n = 0; n < 8; ++n)
+        if (const double d = squared(branch_of(n), goals); feasible >> n & 1 && d < least)
+            best = branch_of(n), least = d;
     const auto [e, s, w] = best;
     const Pair outer = {p.outer[s][0], p.outer[w][1]}, inner = {p.inner[s ^ e][0], p.inner[w ^ e][1]};
     const Pair middle = p.angles.middle.value * Pair{s ? -1.0 : 1.0, w ? -1.0 : 1.0};
@@ -198,7 +224,7 @@ double nearest_arm_angle(const BallJoints& balls, const JointGoals& goals, doubl
 {
     const Feasible feasible(balls, goals);
     const ArmAngles ends = ends_of_pieces(balls, goals, feasible, psi, range);
-    constexpr std::size_t most = std::size(ends.at);
+    constexpr int most = ArmAngles::most;
 
     Search search(balls, goals);
     Point point[most];
@@ -210,18 +236,45 @@ double nearest_arm_angle(const BallJoints& balls, const JointGoals& goals, doubl
     struct Start {
         double lower_bound;
         const Point* point;
+        Branches feasible;
     } starts[most];
     int count = 0;
     for (int i = 0; i + 1 < ends.count; ++i) {
-        const double lower_bound = Piece(balls, goals, point[i], point[i + 1]).lower_bounds().least(goals);
-        starts[count] = {lower_bound, &point[i]};
-        count += search.can_win(lower_bound) && feasible.contains((ends.at[i].psi + ends.at[i + 1].psi) / 2);
+        const double lower_bound =
+            Piece(balls, goals, point[i], point[i + 1]).lower_bounds().least(goals, all_branches);
+        if (!search.can_win(lower_bound)) continue;
+        const Branches branches =
+            feasible_between(ends.at[i].psi, ends.at[i + 1].psi, balls, goals, feasible);
+        starts[count] = {lower_bound, &point[i], branches};
+        count += branches != 0;
     }
     std::sort(starts, starts + count,
               [](const Start& a, const Start& b) { return a.lower_bound < b.lower_bound; });
     for (int i = 0; i < count && search.can_win(starts[i].lower_bound); ++i)
-        search.refine(starts[i].point[0], starts[i].point[1]);
+        search.refine(starts[i].point[0], starts[i].point[1], starts[i].feasible);
     return search.psi();
+}
+
+int feasible_arm_angles(const BallJoints& balls, const JointGoals& goals,
+                        ARM_INTERVAL intervals[ARM_INTERVALS])
+{
+    const Feasible feasible(balls, goals);
+    const ArmAngles ends = ends_of_pieces(balls, goals, feasible, 0, pi);
+    int count = 0;
+    for (int i = 0; i + 1 < ends.count; ++i) {
+        const double from = ends.at[i].psi, to = ends.at[i + 1].psi;
+        if (feasible_between(from, to, balls, goals, feasible) == 0) continue;
+        if (count > 0 && intervals[count - 1].to == from)
+            intervals[count - 1].to = to;
+        else
+            intervals[count++] = {from, to};
+    }
+    // What reaches pi goes on from -pi.
+    if (count > 1 && intervals[0].from == -pi && intervals[count - 1].to == pi) {
+        intervals[count - 1].to = intervals[0].to + two_pi;
+        std::copy(intervals + 1, intervals + count--, intervals);
+    }
+    return count;
 }
 
 } // namespace kx

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kinematics/joint_distance.h"
+#include "kx/arm_model.h"
 
 namespace kx {
 
@@ -11,12 +12,15 @@ struct Deviations {
     Pair outer, middle, inner;
 };
 
-// The nearest branch at an arm angle.
+// The nearest branch at an arm angle, of those inside the limits.
 Deviations nearest_branch(const BallJoints& balls, const JointGoals& goals, double psi);
 
 // The arm angle of the least squared distance of all joints from their references, to within 1e-9 rad^2,
-// among those up to `range` to either side of psi. NaN if none of them keeps the middle joints within their
-// limits.
+// among those up to `range` to either side of psi. NaN if none of them keeps the limits.
 double nearest_arm_angle(const BallJoints& balls, const JointGoals& goals, double psi, double range);
+
+// The arm angles that some branch reaches inside the limits, in ascending order from -pi; how many intervals.
+int feasible_arm_angles(const BallJoints& balls, const JointGoals& goals,
+                        ARM_INTERVAL intervals[ARM_INTERVALS]);
 
 } // namespace kx

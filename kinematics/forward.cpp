@@ -1,67 +1,10 @@
-// Forward kinematics: joint angles to tool pose, along the links of each arm.
-#include "kinematics/rigid.h"
+// Forward kinematics on the exported parameters.
+#include "kinematics/chain.h"
+#include "kx/kinematics.h"
 #include "kx/model.h"
 
 namespace kx {
 namespace {
-
-bool known(int model)
-{
-    return model == 36 || model == 46 || model == 47;
-}
-
-int joint_count(int model)
-{
-    return model == 47 ? 7 : 6;
-}
-
-Rigid base(int model)
-{
-    const float rz = model == 46 ? angleZ : 0;
-    if (angleU == 0 && angleV == 0 && rz == 0) return {};
-    return Rigid(homogeneous(euler2matrix(angleU, angleV, rz), {0, 0, 0}));
-}
-
-// From world to flange, for chain angles in degrees. The six-joint links follow the modified
-// Denavit-Hartenberg convention (Craig, 1986), RotX(alpha) * TransX(a) * RotZ(theta) * TransZ(d); the
-// seven-joint ones the standard convention (Denavit and Hartenberg, 1955), RotZ(theta) * TransZ(d) *
-// TransX(a) * RotX(alpha) with a = 0. A shift along an axis and a turn about it may change places.
-Rigid chain(int model, const float* degrees)
-{
-    SineCosine<float> theta[7];
-    for (int i = 0; i < joint_count(model); ++i)
-        theta[i] = sine_cosine<float>(degrees[i] * radians_per_degree);
-
-    Rigid m = base(model);
-    switch (model) {
-    case 36:
-        m.shift_z(d1).turn_z(theta[0]);
-        m.turn_x_plus_90().shift_x(a2).turn_z(theta[1]);
-        m.shift_xz(a3, d3).turn_z(theta[2]);
-        m.turn_x_plus_90().shift_xz(a4, d4).turn_z(theta[3]);
-        m.turn_x_minus_90().turn_z(theta[4]);
-        m.turn_x_minus_90().shift_z(lwt).turn_z(theta[5]);
-        break;
-    case 46:
-        m.shift_z(lsb).turn_z(theta[0]);
-        m.turn_x_plus_90().turn_z(theta[1]);
-        m.shift_xz(lse, d3).turn_z(theta[2]);
-        m.turn_x_plus_90().shift_z(lew).turn_z(theta[3]);
-        m.turn_x_minus_90().turn_z(theta[4]);
-        m.turn_x_plus_90().shift_z(lwt).turn_z(theta[5]);
-        break;
-    case 47:
-        m.shift_z(dbs).turn_z(theta[0]).turn_x_minus_90();
-        m.turn_z(theta[1]).turn_x_plus_90();
-        m.shift_z(dse).turn_z(theta[2]).turn_x_minus_90();
-        m.shift_z(d4).turn_z(theta[3]).turn_x_plus_90();
-        m.shift_z(dew).turn_z(theta[4]).turn_x_minus_90();
-        m.turn_z(theta[5]).turn_x_plus_90();
-        m.shift_z(lwt).turn_z(theta[6]);
-        break;
-    }
-    return m;
-}
 
 float cleaned(float x)
 {
@@ -77,6 +20,11 @@ float wrapped(float angle)
 Euler wrapped(Euler e)
 {
     return {wrapped(e.rx), wrapped(e.ry), wrapped(e.rz)};
+}
+
+Euler installation(int model)
+{
+    return {angleU, angleV, model == 46 ? angleZ : 0};
 }
 
 // Multiplying by an identity tool changes nothing, unless it spreads a NaN along its row.
@@ -119,23 +67,25 @@ void Homogeneous_transformation_matrix(const float* theta, Matrix out[7])
     }
 }
 
+// Loads nothing, so it takes the lengths as they stand: what setLwt chose counts.
 Matrix Forward_Kinematics_e(int model, const float* theta)
 {
-    return known(model) ? chain(model, theta).matrix() : Matrix{};
+    if (!geometry(model)) return {};
+    const Lengths lengths = model == 36   ? Lengths{d1, a2, a3, d3, a4, d4}
+                            : model == 46 ? Lengths{lsb, 0, lse, d3, 0, lew}
+                                          : Lengths{dbs, 0, dse, d4, 0, dew};
+    return matrix_of(flange_of(model, lengths, lwt, installation(model), theta, no_visit));
 }
 
 KinPose Forward_Kinematics(int model, const float* joint)
 {
-    if (!known(model)) return {};
+    const Geometry* const g = geometry(model);
+    if (!g) return {};
     Init_Sys_Data(model);
-
-    static constexpr float offsets_36[] = {-90, 90, 90, 0, 180, 90}, offsets_46[6] = {0, 90, 90},
-                           offsets_47[7] = {};
-    const float* offsets = model == 36 ? offsets_36 : model == 46 ? offsets_46 : offsets_47;
     float theta[7];
-    for (int i = 0; i < joint_count(model); ++i)
-        theta[i] = joint[i] + offsets[i];
-
-    const Matrix flange = chain(model, theta).matrix();
+    for (int i = 0; i < g->joints; ++i)
+        theta[i] = joint[i] + g->offset[i];
+    const Matrix flange =
+        matrix_of(flange_of(model, g->lengths, g->flange[0], installation(model), theta, no_visit));
     return pose_of(model, tool_has_no_effect(flange) ? flange : matrix_m(flange, Tool_Matrix));
 }

@@ -1,25 +1,10 @@
 // Poses between base, work frame, flange and tool, and poses turned about an axis.
 #include "kinematics/matrix.h"
+#include "kx/frame_transforms.h"
 
 namespace kx {
 namespace {
 
-struct Vector {
-    double x, y, z;
-};
-
-Vector operator+(Vector a, Vector b)
-{
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-Vector operator*(double s, Vector a)
-{
-    return {s * a.x, s * a.y, s * a.z};
-}
-Vector cross(Vector a, Vector b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
 Vector column(const Matrix& m, int j)
 {
     return {m.data[0][j], m.data[1][j], m.data[2][j]};

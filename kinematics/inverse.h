@@ -1,30 +1,37 @@
-// Inverse kinematics inside the library: the two solvers, and what both share.
+// The solvers behind the inverse kinematics. References are degrees, as clamp_reference gives them; results
+// are degrees.
 #pragma once
 
-#include "kx/types.h"
+#include "kinematics/target.h"
 
 namespace kx {
 
-// A rigid transform in double precision: x -> r*x + p.
-struct Transform {
-    double r[3][3];
-    double p[3];
-};
+enum class Found { none, outside_limits, inside }; // of the limits that were to be kept
 
-// The solvers behind inverse_kinematics, same arguments and codes. The model's parameters are loaded.
-int inverse_six(int model, const float* reference, const KINEMATIC& target, float* result,
-                unsigned char flag);
-int inverse_seven(const float* reference, const KINEMATIC& target, float* result, unsigned char flag);
+// The solution nearest to the reference: of those that keep the chain's limits of joints 1 and 3, or of those
+// inside all limits. Without one the result is the reference.
+Found nearest_six(const ARM_MODEL& arm, const float* reference, const Transform& flange, bool inside_only,
+                  float* result);
 
-// Where the flange must be, seen from the arm's base: the tool is taken off the target of the tool, and the
-// installation angles off the base. base_turn is the installation angle about Z of models that heed it.
-Transform flange_target(const KINEMATIC& target, bool from_quaternion, float base_turn = 0);
+// All solutions inside the limits, at most eight.
+int all_six(const ARM_MODEL& arm, const Transform& flange, float result[8][7]);
 
-// Copies reference joints, degrees; one that lies up to 0.05 degrees beyond a limit is put on it.
-void clamp_reference(const float* reference, int joints, float* clamped);
+enum class Reach { too_far, unknown, reached }; // unknown: the target is no number
+Reach reach_of_seven(const ARM_MODEL& arm, const Transform& flange);
 
-// 1 if all joints, degrees, keep their limits (a NaN does), else first_code - i for the first joint i,
-// counted from 0, that does not. Joints that only rounding takes beyond a limit are put on it first.
-int check_limits(float* joint, int joints, int first_code);
+// The nearest solution of a target that is reached, for arm angles up to `range` from the reference's, inside
+// the joints' limits; `inside_only` tells whether joint 4 must keep its own. Without one the result is left
+// alone.
+Found nearest_seven(const ARM_MODEL& arm, const float* reference, const Transform& flange, double range,
+                    bool inside_only, float* result);
+
+// The reference's own arm angle; NaN where it has none.
+double arm_angle_of(const ARM_MODEL& arm, const float* joint);
+
+// All solutions of a target that is reached at one arm angle inside the limits, at most eight.
+int all_seven(const ARM_MODEL& arm, const Transform& flange, double arm_angle, float result[8][7]);
+
+// The arm angles that have one, in ascending order.
+int arm_angles_of(const ARM_MODEL& arm, const Transform& flange, ARM_INTERVAL intervals[ARM_INTERVALS]);
 
 } // namespace kx

@@ -9,17 +9,14 @@
 // the wrist centre seen from the shoulder. Turning S by psi about the wrist centre keeps the latter.
 #include "kinematics/arm_angle_search.h"
 #include "kinematics/inverse.h"
-#include "kinematics/model.h"
-#include "kinematics/trigonometry.h"
+#include "kinematics/shared_turn.h"
 
 #include <algorithm>
 #include <array>
-#include <numbers>
 
 namespace kx {
 namespace {
 
-using std::numbers::pi;
 using Joints = std::array<double, 7>; // radians
 
 // A target is rounded to floats. That may take a joint so far beyond its limit (radians), and the target so
@@ -27,25 +24,14 @@ using Joints = std::array<double, 7>; // radians
 // singularities the joints show little of it (radians).
 constexpr double joint_rounding = 3e-6, wrist_rounding = 1e-6, turn_rounding = 1.5e-6, regular_change = 2e-5;
 constexpr double elbow_rounding = 1e-6; // of the cosine; moves the wrist by 0.12 micrometres
+constexpr double elbow_limit_rounding = 2e-6;
+// By how much another solution must be nearer, rad^2, to be worth what the rounding may hide.
+constexpr double worth_rounding = 1e-5;
 
 // A target is reachable while the cosine of its elbow angle is not beyond this.
 constexpr float cosine_bound = 1.001f;
 
 constexpr Rotor half_turn_z = {0, 0, 0, 1};
-
-double square(double x)
-{
-    return x * x;
-}
-
-struct Vector {
-    double x, y, z;
-};
-
-double squared_distance(const Vector& a, const Vector& b)
-{
-    return square(a.x - b.x) + square(a.y - b.y) + square(a.z - b.z);
-}
 
 // Where the last column and `forward` times the first of a rotation matrix add up to.
 Vector turned(const Rotor& q, double forward, double along)
@@ -67,11 +53,11 @@ struct Elbow {
     double forward, along; // the wrist, seen from the shoulder: along x of joint 3, and along the upper arm
     double lift;           // from the upper arm to the line through shoulder and wrist
 
-    explicit Elbow(double theta4) : angle(theta4)
+    Elbow(const Lengths& lengths, double theta4) : angle(theta4)
     {
         const auto [sine, cosine] = sine_cosine<double>(theta4);
-        forward = dew * sine;
-        along = dse + dew * cosine;
+        forward = lengths.d4 * sine;
+        along = lengths.a3 + lengths.d4 * cosine;
         lift = arc_tangent(forward, along);
     }
 };
@@ -79,18 +65,21 @@ struct Elbow {
 struct Target {
     Rotor rotation;
     Vector wrist; // from the shoulder, metres
+    double elbow_cosine;
 
-    explicit Target(const Transform& flange)
-        : rotation(rotor_of(flange.r)), wrist{flange.p[0] - lwt * flange.r[0][2],
-                                              flange.p[1] - lwt * flange.r[1][2],
-                                              flange.p[2] - lwt * flange.r[2][2] - dbs}
+    Target(const ARM_MODEL& arm, const Lengths& lengths, const Transform& flange)
+        : rotation(rotor_of(flange.r)), wrist{flange.p.x - arm.flange * flange.r[0][2],
+                                              flange.p.y - arm.flange * flange.r[1][2],
+                                              flange.p.z - arm.flange * flange.r[2][2] - lengths.d1}
     {
+        const double upper_arm = lengths.a3, forearm = lengths.d4;
+        elbow_cosine =
+            (dot(wrist, wrist) - upper_arm * upper_arm - forearm * forearm) / (2 * upper_arm * forearm);
     }
-    double elbow_cosine() const
+    double bend() const // theta4, at least 0
     {
-        const double upper_arm = dse, forearm = dew;
-        return (squared_distance(wrist, {}) - square(upper_arm) - square(forearm)) /
-               (2 * upper_arm * forearm);
+        const double c = std::clamp(elbow_cosine, -1.0, 1.0);
+        return arc_tangent(std::sqrt((1 - c) * (1 + c)), c);
     }
     // Turns z onto the line from shoulder to wrist, and x into the vertical plane through it, downwards.
     Rotor line() const
@@ -100,24 +89,45 @@ struct Target {
     }
 };
 
-// The pose of the reference joints.
+// Shoulder and wrist at arm angle zero and half a turn.
+struct BallRotors {
+    Rotor shoulder[2], wrist[2];
+
+    BallRotors(const Rotor& line, const Elbow& elbow, const Rotor& target)
+    {
+        const Rotor lower = turn_y(-elbow.lift), unbend = turn_y(-elbow.angle);
+        shoulder[0] = line * lower;
+        shoulder[1] = line * half_turn_z * lower;
+        for (int i = 0; i < 2; ++i)
+            wrist[i] = unbend * conjugate(shoulder[i]) * target;
+    }
+};
+
+// The reference joints and their pose.
 struct Reference {
     Joints joints;
-    Rotor shoulder, rotation;
     Elbow elbow;
+    Rotor shoulder, rotation;
 
-    explicit Reference(const Joints& r)
-        : joints(r), shoulder(ball(r[0], r[1], r[2])),
-          rotation(shoulder * turn_y(r[3]) * ball(r[4], r[5], r[6])), elbow(r[3])
+    Reference(const Lengths& lengths, const Joints& r)
+        : joints(r), elbow(lengths, r[3]), shoulder(ball(r[0], r[1], r[2])),
+          rotation(shoulder * turn_y(r[3]) * ball(r[4], r[5], r[6]))
     {
     }
 
     bool reaches(const Target& target) const
     {
         const Rotor off = conjugate(rotation) * target.rotation;
-        const Vector wrist = turned(shoulder, elbow.forward, elbow.along);
-        return squared_distance(wrist, target.wrist) < square(wrist_rounding) &&
+        const Vector apart = turned(shoulder, elbow.forward, elbow.along) - target.wrist;
+        return dot(apart, apart) < square(wrist_rounding) &&
                square(off.x) + square(off.y) + square(off.z) < square(turn_rounding);
+    }
+
+    // Turns z onto the reference's own line from shoulder to wrist; its xz plane holds the elbow, at x < 0.
+    Rotor line() const
+    {
+        const Rotor bent = shoulder * turn_y(elbow.lift);
+        return elbow.angle < 0 ? bent * half_turn_z : bent;
     }
 
     // The arm angle, which counts from the vertical plane through the line from shoulder to wrist. An upright
@@ -126,51 +136,66 @@ struct Reference {
     double arm_angle(const Rotor& target_line) const
     {
         constexpr double upright = 1e-3, next = 0.02, quickly = 0.1;
-        const Rotor bent = shoulder * turn_y(elbow.lift);
-        const Rotor line =
-            elbow.angle < 0 ? bent * half_turn_z : bent; // its xz plane holds the elbow, at x < 0
-        const Rotor off = conjugate(target_line) * line;
+        const Rotor own = line(), off = conjugate(target_line) * own;
         const auto squared_sine = [](const Rotor& q) { // of the angle by which z turns
             return 4 * (q.w * q.w + q.z * q.z) * (q.x * q.x + q.y * q.y);
         };
-        const double to_vertical = std::min(squared_sine(line), squared_sine(target_line));
+        const double to_vertical = std::min(squared_sine(own), squared_sine(target_line));
         const double step = 4 * (square(off.x) + square(off.y)); // from line to line, squared
         if (to_vertical < square(upright) || (step < square(next) && step > square(quickly) * to_vertical))
             return 2 * std::atan2(off.z, off.w);
-        return arc_tangent(line.z, line.w) - arc_tangent(-line.x, line.y);
+        return arm_angle_from_vertical();
     }
-};
-
-// All limits of this arm are symmetric. Those of the chain were typed with fewer digits than the joints' own
-// and are up to 3e-5 radians narrower: a reference in between may stay there, and where the chain's leave
-// nothing, the joints' own count.
-struct Limits {
-    Joints first, second;
-
-    explicit Limits(const Joints& reference)
+    double arm_angle_from_vertical() const
     {
-        const auto chain = chain_limits(), joint = joint_limits();
-        for (int i = 0; i < 7; ++i) {
-            second[i] = std::max<double>(chain[i].upper, joint[i].upper * radians_per_degree);
-            first[i] = std::clamp<double>(std::fabs(reference[i]), chain[i].upper, second[i]);
-        }
+        const Rotor own = line();
+        return arc_tangent(own.z, own.w) - arc_tangent(-own.x, own.y);
     }
 };
 
-JointGoals goals(const Joints& reference, const Joints& limit, const Elbow& elbow)
+// Radians.
+struct Limits {
+    Joints lower, upper;
+};
+
+// The limits of the chain were typed with fewer digits than the joints' own and are up to 3e-5 radians
+// narrower. Where they leave nothing, the joints' own count.
+Limits limits_of(const ARM_MODEL& arm, bool joints_own)
+{
+    const auto chain = chain_limits(arm);
+    Limits limits;
+    for (int i = 0; i < 7; ++i) {
+        limits.lower[i] = chain[i].lower, limits.upper[i] = chain[i].upper;
+        if (!joints_own) continue;
+        limits.lower[i] = std::min<double>(limits.lower[i], arm.lower[i] * radians_per_degree);
+        limits.upper[i] = std::max<double>(limits.upper[i], arm.upper[i] * radians_per_degree);
+    }
+    return limits;
+}
+
+// Joint 4 bent so costs this much; infinite beyond its limits, if they count.
+double elbow_cost(const Joints& reference, const Limits& limits, double theta4, bool inside_only)
+{
+    const bool kept =
+        theta4 >= limits.lower[3] - elbow_limit_rounding && theta4 <= limits.upper[3] + elbow_limit_rounding;
+    return kept || !inside_only ? square(theta4 - reference[3]) : INFINITY;
+}
+
+JointGoals goals_of(const Joints& reference, const Limits& limits, double theta4, bool inside_only)
 {
     const auto pick = [](const Joints& joint, int shoulder, int wrist) {
         return Pair{joint[shoulder], joint[wrist]};
     };
-    const auto full_turn = [&](int shoulder, int wrist) {
-        const Pair upper = pick(limit, shoulder, wrist) + joint_rounding;
-        return FullTurn(-upper, upper, pick(reference, shoulder, wrist));
-    };
-    return {full_turn(0, 6),
-            full_turn(2, 4),
+    const auto lower = [&](int s, int w) { return pick(limits.lower, s, w) - joint_rounding; };
+    const auto upper = [&](int s, int w) { return pick(limits.upper, s, w) + joint_rounding; };
+    const auto turn = [&](int s, int w) { return Turn(lower(s, w), upper(s, w), pick(reference, s, w)); };
+    return {turn(0, 6),
+            turn(2, 4),
             pick(reference, 1, 5),
-            pick(limit, 1, 5) + joint_rounding,
-            {square(elbow.angle - reference[3]), square(-elbow.angle - reference[3])}};
+            lower(1, 5),
+            upper(1, 5),
+            elbow_cost(reference, limits, theta4, inside_only),
+            elbow_cost(reference, limits, -theta4, inside_only)};
 }
 
 struct Solution {
@@ -178,75 +203,305 @@ struct Solution {
     Joints theta = {};
 };
 
-// The nearest solution for arm angles up to `range` from the reference's.
-Solution solve(const Target& target, const Elbow& elbow, const Reference& reference, double range)
-{
-    const Joints& r = reference.joints;
-    const Rotor line = target.line(), lower = turn_y(-elbow.lift), unbend = turn_y(-elbow.angle);
-    const Rotor shoulder[] = {line * lower, line * half_turn_z * lower}; // at psi = 0 and pi
-    const Rotor wrist[] = {unbend * conjugate(shoulder[0]) * target.rotation,
-                           unbend * conjugate(shoulder[1]) * target.rotation};
-    const double psi_reference = reference.arm_angle(line);
-    const BallJoints balls(shoulder, wrist, Pair{r[0] - r[2], r[6] - r[4]}, psi_reference);
-
-    const Limits limits(r);
-    for (const Joints& limit : {limits.first, limits.second}) {
-        const JointGoals goal = goals(r, limit, elbow);
-        const double psi = nearest_arm_angle(balls, goal, psi_reference, range);
-        if (std::isnan(psi)) continue;
-
-        const auto [branch, outer, middle, inner] = nearest_branch(balls, goal, psi);
-        const double change[7] = {outer[0], middle[0], inner[0], 0, inner[1], middle[1], outer[1]};
-        Solution s = {0, {}};
-        for (int i = 0; i < 7; ++i)
-            s.theta[i] = std::clamp(r[i] + change[i], -limit[i], limit[i]);
-        s.theta[3] = branch.elbow ? -elbow.angle : elbow.angle; // its limits have no say in the arm angle
-        for (int i = 0; i < 7; ++i)
-            s.squared_distance += square(s.theta[i] - r[i]);
-        return s;
+// The nearest solution where joints turn about one line and the arm angle alone does not tell all: the middle
+// angle of a ball, of both, or of the elbow is zero.
+class CoaxialJoints {
+  public:
+    // Where rounding may make zero of a middle angle, it may also be what it is: then that is tried, too, unless
+    // only one of a family of solutions is wanted.
+    CoaxialJoints(const Joints& reference, const Limits& limits, bool one_of_a_family)
+        : reference_(reference), limits_(limits), one_of_a_family_(one_of_a_family)
+    {
     }
-    return {};
+
+    int count = 0; // of the solutions considered last
+    Joints found[9];
+
+    // Rz(theta[outer]) Ry(theta[middle]) Rz(theta[inner]) is `rotation` for each ball, the elbow given.
+    void consider_balls(const Rotor& shoulder, const Rotor& wrist, double theta4, double elbow_cost);
+    // A stretched elbow: the arm is one line, which `line` points at, and joints 3 and 5 turn about it.
+    void consider_stretched(const Rotor& rotation, const Vector& wrist, double elbow_cost);
+
+    const Solution& best() const { return best_; }
+
+  private:
+    static constexpr double straight = 3e-6; // a middle angle that the target's rounding may make of zero
+
+    enum class Way { as_it_is, turned, straight };
+    static constexpr Way all_ways[] = {Way::as_it_is, Way::turned, Way::straight};
+    bool possible(Way way, double middle) const
+    {
+        return way == Way::straight ? middle < straight : !(one_of_a_family_ && middle < straight);
+    }
+
+    struct Ball {
+        double first, middle, last;
+    };
+    // Rz(first) Ry(middle) Rz(last)
+    static Ball ball_of(const Rotor& q)
+    {
+        const double sum = 2 * std::atan2(q.z, q.w), difference = 2 * std::atan2(-q.x, q.y);
+        const double sine2 = q.x * q.x + q.y * q.y, cosine2 = q.w * q.w + q.z * q.z;
+        return {(sum + difference) / 2, 2 * std::atan2(std::sqrt(sine2), std::sqrt(cosine2)),
+                (sum - difference) / 2};
+    }
+
+    // Takes joint i to an angle, given up to full turns; infinite if its limits do not allow it.
+    double cost(int i, double angle)
+    {
+        SharedTurn alone;
+        add(alone, i);
+        const double c = alone.share(angle);
+        theta_[i] = alone.angle[0];
+        return c;
+    }
+    void add(SharedTurn& turn, int i) const
+    {
+        turn.add(reference_[i], limits_.lower[i] - joint_rounding, limits_.upper[i] + joint_rounding);
+    }
+    template <std::size_t n>
+    double shared(const int (&joints)[n], double sum)
+    {
+        SharedTurn turn;
+        for (int i : joints)
+            add(turn, i);
+        const double c = turn.share(sum);
+        for (std::size_t k = 0; k < n; ++k)
+            theta_[joints[k]] = turn.angle[k];
+        return c;
+    }
+    double cost_of(const Ball& b, Way way, const int (&joints)[3])
+    {
+        const auto [first, middle, last] = joints;
+        if (way == Way::straight) return cost(middle, 0) + shared({first, last}, b.first + b.last);
+        const double half = way == Way::turned ? pi : 0;
+        return cost(first, b.first + half) + cost(middle, way == Way::turned ? -b.middle : b.middle) +
+               cost(last, b.last + half);
+    }
+    void offer(double squared_distance)
+    {
+        if (squared_distance < INFINITY) found[count++] = theta_;
+        if (squared_distance < best_.squared_distance) best_ = {squared_distance, theta_};
+    }
+
+    const Joints& reference_;
+    const Limits& limits_;
+    const bool one_of_a_family_;
+    Joints theta_ = {};
+    Solution best_;
+};
+
+void CoaxialJoints::consider_balls(const Rotor& shoulder, const Rotor& wrist, double theta4,
+                                   double elbow_cost)
+{
+    theta_[3] = theta4, count = 0;
+    const Ball s = ball_of(shoulder), w = ball_of(wrist);
+    for (Way of_shoulder : all_ways)
+        for (Way of_wrist : all_ways)
+            if (possible(of_shoulder, s.middle) && possible(of_wrist, w.middle))
+                offer(elbow_cost + cost_of(s, of_shoulder, {0, 1, 2}) + cost_of(w, of_wrist, {4, 5, 6}));
+}
+
+// Straight up, joint 1 shares its turn with 3 and 5; and so does joint 7 if the wrist is straight.
+void CoaxialJoints::consider_stretched(const Rotor& rotation, const Vector& wrist, double elbow_cost)
+{
+    theta_[3] = 0, count = 0;
+    const double rho = std::sqrt(square(wrist.x) + square(wrist.y)), tilt = std::atan2(rho, wrist.z);
+    for (Way way : all_ways) {
+        if (!possible(way, tilt)) continue;
+        const bool upright = way == Way::straight;
+        const double theta2 = upright ? 0 : way == Way::turned ? -tilt : tilt;
+        const double theta1 = upright ? 0 : std::atan2(wrist.y, wrist.x) + (way == Way::turned ? pi : 0);
+        const double of_shoulder = elbow_cost + cost(1, theta2) + (upright ? 0 : cost(0, theta1));
+        const auto [first, middle, last] = ball_of(conjugate(turn_z(theta1) * turn_y(theta2)) * rotation);
+        for (Way end : all_ways) {
+            if (!possible(end, middle)) continue;
+            const double half = end == Way::turned ? pi : 0;
+            double rest;
+            if (end == Way::straight)
+                rest = cost(5, 0) +
+                       (upright ? shared({0, 2, 4, 6}, first + last) : shared({2, 4, 6}, first + last));
+            else
+                rest = cost(5, end == Way::turned ? -middle : middle) + cost(6, last + half) +
+                       (upright ? shared({0, 2, 4}, first + half) : shared({2, 4}, first + half));
+            count = 0; // of these only the best is asked for
+            offer(of_shoulder + rest);
+        }
+    }
+}
+
+class SevenJoints {
+  public:
+    SevenJoints(const ARM_MODEL& arm, const Target& target, const Reference& reference, double range,
+                bool inside_only)
+        : lengths_(geometry(arm.model)->lengths), arm_(arm), target_(target), reference_(reference),
+          line_(target.line()), psi_(reference.arm_angle(line_)), range_(range), inside_only_(inside_only)
+    {
+    }
+
+    // The nearest solution for arm angles up to `range` from the reference's.
+    Solution nearest() const
+    {
+        for (bool joints_own : {false, true}) {
+            const Limits limits = limits_of(arm_, joints_own);
+            Solution best = for_elbow(target_.bend(), limits);
+            // The rounding of a target does not tell a slightly bent elbow from a stretched one, which may be
+            // much nearer: where joints 1 and 3, or 5 and 7, turn about one axis then.
+            if (target_.elbow_cosine > 1 - elbow_rounding) {
+                if (const Solution s = stretched(limits);
+                    s.squared_distance < best.squared_distance - worth_rounding)
+                    best = s;
+            }
+            if (best.squared_distance < INFINITY) return best;
+        }
+        return {};
+    }
+
+  private:
+    Solution for_elbow(double theta4, const Limits& limits) const;
+    Solution stretched(const Limits& limits) const
+    {
+        if (range_ < pi) return for_elbow(0, limits);
+        CoaxialJoints coaxial(reference_.joints, limits, false);
+        coaxial.consider_stretched(target_.rotation, target_.wrist,
+                                   elbow_cost(reference_.joints, limits, 0, inside_only_));
+        return coaxial.best();
+    }
+
+    const Lengths& lengths_;
+    const ARM_MODEL& arm_;
+    const Target& target_;
+    const Reference& reference_;
+    const Rotor line_;
+    const double psi_, range_;
+    const bool inside_only_;
+};
+
+Solution SevenJoints::for_elbow(double theta4, const Limits& limits) const
+{
+    const Elbow elbow(lengths_, theta4);
+    const BallRotors rotors(line_, elbow, target_.rotation);
+    const Joints& r = reference_.joints;
+    const BallJoints balls(rotors.shoulder, rotors.wrist, Pair{r[0] - r[2], r[6] - r[4]}, psi_);
+    const JointGoals goals = goals_of(r, limits, theta4, inside_only_);
+
+    Solution best;
+    if (const double psi = nearest_arm_angle(balls, goals, psi_, range_); !std::isnan(psi)) {
+        const auto [branch, outer, middle, inner] = nearest_branch(balls, goals, psi);
+        const double change[7] = {outer[0], middle[0], inner[0], 0, inner[1], middle[1], outer[1]};
+        best.squared_distance = 0;
+        for (int i = 0; i < 7; ++i)
+            best.theta[i] = std::clamp(r[i] + change[i], limits.lower[i], limits.upper[i]);
+        best.theta[3] = branch.elbow ? -theta4 : theta4; // its limits have no say in the arm angle
+        for (int i = 0; i < 7; ++i)
+            best.squared_distance += square(best.theta[i] - r[i]);
+    }
+
+    // Where a ball is straight, at one arm angle, its two outer joints share their turn. The search passes
+    // there, but sees the other ball in one position only. If that one is nearly straight, too, it turns fast
+    // nearby, where the first one still counts as straight.
+    constexpr double nearby[] = {0, 1e-8, -1e-8, 1e-7, -1e-7, 1e-6, -1e-6};
+    const auto straight = balls.straight();
+    for (int ball = 0; ball < 2; ++ball) {
+        const double place = psi_ + std::remainder(balls.nearest()[ball] - psi_, two_pi);
+        if (!straight[ball] || !(std::fabs(place - psi_) <= range_)) continue;
+        CoaxialJoints coaxial(r, limits, false);
+        for (double aside : nearby) {
+            const Rotor shoulder = between(rotors.shoulder[0], rotors.shoulder[1], place + aside);
+            const Rotor wrist = between(rotors.wrist[0], rotors.wrist[1], place + aside);
+            coaxial.consider_balls(shoulder, wrist, theta4, goals.elbow_cost[0]);
+            coaxial.consider_balls(shoulder * half_turn_z, conjugate(half_turn_z) * wrist, -theta4,
+                                   goals.elbow_cost[1]);
+            if (!balls.turns_fast(1 - ball, place)) break;
+        }
+        if (coaxial.best().squared_distance < best.squared_distance - worth_rounding) best = coaxial.best();
+    }
+    return best;
 }
 
 } // namespace
 
-int inverse_seven(const float* reference, const KINEMATIC& target_pose, float* result, unsigned char flag)
+Reach reach_of_seven(const ARM_MODEL& arm, const Transform& flange)
 {
-    const Target target(flange_target(target_pose, flag != 1));
-    const double cosine = target.elbow_cosine();
-    if (std::fabs(static_cast<float>(cosine)) > cosine_bound) return -1;
-    if (std::isnan(cosine)) {
-        std::fill(result, result + 7, NAN);
-        return check_limits(result, 7, -5);
-    }
+    const double cosine = Target(arm, geometry(arm.model)->lengths, flange).elbow_cosine;
+    if (std::fabs(static_cast<float>(cosine)) > cosine_bound) return Reach::too_far;
+    return std::isnan(cosine) ? Reach::unknown : Reach::reached;
+}
 
+Found nearest_seven(const ARM_MODEL& arm, const float* reference, const Transform& flange, double range,
+                    bool inside_only, float* result)
+{
+    const Lengths& lengths = geometry(arm.model)->lengths;
+    const Target target(arm, lengths, flange);
     float degrees[7];
-    clamp_reference(reference, 7, degrees);
     Joints r;
-    for (int i = 0; i < 7; ++i)
+    for (int i = 0; i < 7; ++i) {
+        degrees[i] = within_reason(reference[i]);
         r[i] = degrees[i] * radians_per_degree;
-    const Reference present(r);
+    }
+    const Reference present(lengths, r);
+    const Solution best = SevenJoints(arm, target, present, std::min(range, pi), inside_only).nearest();
 
-    const double c = std::clamp(cosine, -1.0, 1.0), range = flag == 2 ? pi : 0.26;
-    Solution best = solve(target, Elbow(arc_tangent(std::sqrt((1 - c) * (1 + c)), c)), present, range);
-    // The rounding of a target does not tell a slightly bent elbow from a stretched one, which may be much
-    // nearer: where joints 1 and 3, or 5 and 7, turn about one axis then.
-    if (c > 1 - elbow_rounding)
-        if (const Solution s = solve(target, Elbow(0), present, range);
-            s.squared_distance < best.squared_distance - 0.01)
-            best = s;
-
-    // Near a singularity it would also drive the joints about; so an arm at rest stays at rest.
+    // Near a singularity rounding would also drive the joints about; so an arm at rest stays at rest.
     const auto nearly = [](double a, double b) { return std::fabs(a - b) < regular_change; };
     const bool regular = std::equal(r.begin(), r.end(), best.theta.begin(), nearly);
-    if (!regular && present.reaches(target) && check_limits(degrees, 7, -5) == 1) {
+    const Limits limits = limits_of(arm, false);
+    const auto kept = [&](int i) {
+        return r[i] >= limits.lower[i] - joint_rounding && r[i] <= limits.upper[i] + joint_rounding;
+    };
+    const bool inside = kept(0) && kept(1) && kept(2) && kept(3) && kept(4) && kept(5) && kept(6);
+    if (!regular && inside && present.reaches(target)) {
         std::copy(degrees, degrees + 7, result);
-        return 1;
+        return Found::inside;
     }
-    if (best.squared_distance == INFINITY) return -3;
+    if (best.squared_distance == INFINITY) return Found::none;
     for (int i = 0; i < 7; ++i)
         result[i] = static_cast<float>(best.theta[i] * degrees_per_radian);
-    return check_limits(result, 7, -5);
+    return Found::inside;
+}
+
+double arm_angle_of(const ARM_MODEL& arm, const float* joint)
+{
+    Joints r;
+    for (int i = 0; i < 7; ++i)
+        r[i] = joint[i] * radians_per_degree;
+    return std::remainder(Reference(geometry(arm.model)->lengths, r).arm_angle_from_vertical(), two_pi);
+}
+
+int all_seven(const ARM_MODEL& arm, const Transform& flange, double arm_angle, float result[8][7])
+{
+    const Lengths& lengths = geometry(arm.model)->lengths;
+    const Target target(arm, lengths, flange);
+    const double theta4 = target.bend();
+    const BallRotors rotors(target.line(), Elbow(lengths, theta4), target.rotation);
+    const Rotor shoulder = between(rotors.shoulder[0], rotors.shoulder[1], arm_angle);
+    const Rotor wrist = between(rotors.wrist[0], rotors.wrist[1], arm_angle);
+
+    const Joints zero = {};
+    const Limits limits = limits_of(arm, false);
+    CoaxialJoints solutions(zero, limits, true);
+    int count = 0;
+    const auto take = [&](const Rotor& s, const Rotor& w, double theta) {
+        solutions.consider_balls(s, w, theta, elbow_cost(zero, limits, theta, true));
+        for (int n = 0; n < solutions.count; ++n, ++count) {
+            for (int i = 0; i < 7; ++i)
+                result[count][i] = static_cast<float>(solutions.found[n][i] * degrees_per_radian);
+            settle_on_limits(arm, result[count]);
+        }
+    };
+    take(shoulder, wrist, theta4);
+    if (theta4 > 0) take(shoulder * half_turn_z, conjugate(half_turn_z) * wrist, -theta4);
+    return count;
+}
+
+int arm_angles_of(const ARM_MODEL& arm, const Transform& flange, ARM_INTERVAL intervals[ARM_INTERVALS])
+{
+    const Lengths& lengths = geometry(arm.model)->lengths;
+    const Target target(arm, lengths, flange);
+    const double theta4 = target.bend();
+    const BallRotors rotors(target.line(), Elbow(lengths, theta4), target.rotation);
+    const BallJoints balls(rotors.shoulder, rotors.wrist, Pair{}, 0);
+    return feasible_arm_angles(balls, goals_of({}, limits_of(arm, false), theta4, true), intervals);
 }
 
 } // namespace kx

@@ -17,30 +17,27 @@
 // the sixth has its limits within half a turn of q = 0, each angle has one value to consider. Arc tangents
 // keep the conventions of my_atan2f, but not its way through the acos of a float, which loses half the digits
 // near 0 and pi.
+#include "kinematics/arm_angle_search.h"
 #include "kinematics/inverse.h"
-#include "kinematics/matrix.h"
-#include "kinematics/model.h"
+#include "kinematics/shared_turn.h"
 
 #include <algorithm>
-#include <array>
 
 namespace kx {
 namespace {
 
-constexpr double pi = 3.141592653589793;
-
 // Cosines up to this pass for rounding of 1.
 constexpr double cosine_bound = 1.0002f;
-// A sine below this counts as zero.
-constexpr double vanishing = 5e-5f;
+// A sine below this counts as zero; and one that even a target's rounding may make of zero.
+constexpr double vanishing = 5e-5f, coaxial = 3e-6;
 // A wrist centre this near to axis 1 (metres), or an elbow this near to stretched (radians): there a pose of
 // single precision leaves theta1 open to more than 1e-5 radians, theta3 to more than 1e-4. The reference's
-// own angle is kept if it misses the wrist centre by no more than the pose's rounding (`unnoticed`, metres; a
-// stretched elbow does), so that an arm at rest stays at rest.
+// own angle will do, too, if it misses the wrist centre by no more than the pose's rounding (`unnoticed`, metres;
+// a stretched elbow does), so that an arm at rest stays at rest.
 constexpr double near_axis = 0.03, near_stretched = 3e-3, unnoticed = 5e-7;
 // By how much, in radians, rounding alone may take an angle over a limit of its chain, or over the seam at
 // half a turn.
-constexpr double limit_slack = 2e-5, seam_slack = 1.5e-5;
+constexpr double limit_slack = 2e-5, seam_slack = 1.5e-5, inside_slack = 1.4e-5;
 
 struct Arm {
     double d1, a2, a3, d3, a4, d4, lwt; // metres, see above
@@ -50,15 +47,24 @@ struct Arm {
     double forearm = std::sqrt(a4 * a4 + d4 * d4); // from elbow to wrist centre
 };
 
-Arm loaded_arm(int model)
+Arm arm_of(const ARM_MODEL& m)
 {
     constexpr double right = pi / 2;
+    const auto& [d1, a2, a3, d3, a4, d4] = geometry(m.model)->lengths;
     // Between joints 5 and 6 model 36 turns by -90 degrees where model 46 turns by +90:
     // Ry(theta5) Rx(180) Rz(theta6) = Ry(theta5 - 180) Rz(theta6 + 180).
-    if (model == 36)
-        return {d1,  a2, a3, d3, a4, d4, lwt, {-right, right, right, 0, 0, -right}, 0.3f / degrees_per_radian,
+    if (m.model == 36)
+        return {d1,
+                a2,
+                a3,
+                d3,
+                a4,
+                d4,
+                m.flange,
+                {-right, right, right, 0, 0, -right},
+                0.3f / degrees_per_radian,
                 true};
-    return {lsb, 0, lse, d3, 0, lew, lwt, {0, right, right, 0, 0, 0}, 0.087f, false};
+    return {d1, a2, a3, d3, a4, d4, m.flange, {0, right, right, 0, 0, 0}, 0.087f, false};
 }
 
 // An angle as q, within half a turn of 0. On the seam, where both ends are the same place, it takes the
@@ -74,9 +80,7 @@ float as_joint(double angle, float reference)
 // The turn of an angle that is nearest to the reference.
 double nearest_turn(double angle, double reference)
 {
-    constexpr double no_fraction = 0x1.8p52; // adding it leaves no bits for a fraction
-    const double turns = ((reference - angle) * (1 / two_pi) + no_fraction) - no_fraction;
-    return angle + two_pi * turns;
+    return angle + two_pi * rounded((reference - angle) * (1 / two_pi));
 }
 
 float squared(float x)
@@ -84,30 +88,50 @@ float squared(float x)
     return x * x;
 }
 
-bool nearer(float a, float b, float reference)
+// Of a few places, by one of their angles.
+template <typename Place>
+void put_nearest_first(Place* places, int count, float Place::*angle, float reference)
 {
-    return squared(a - reference) < squared(b - reference);
+    for (int i = 1; i < count; ++i)
+        for (int j = i;
+             j > 0 && squared(places[j].*angle - reference) < squared(places[j - 1].*angle - reference); --j)
+            std::swap(places[j], places[j - 1]);
 }
 
 struct Direction {
     double cosine, sine;
 };
 
-using Rotation = std::array<std::array<double, 3>, 3>;
-
 class SixJoints {
   public:
-    SixJoints(int model, const float* reference_degrees, const Transform& flange_in_base)
-        : arm(loaded_arm(model)), flange(flange_in_base), limits(chain_limits())
+    enum class Wanted { nearest, nearest_inside, all_inside };
+
+    SixJoints(const ARM_MODEL& model, const float* reference_degrees, const Transform& flange_in_base,
+              Wanted what)
+        : arm(arm_of(model)), flange(flange_in_base), chain(chain_limits(model)), wanted(what)
     {
-        for (int i = 0; i < 6; ++i)
+        for (int i = 0; i < 6; ++i) {
             best[i] = reference[i] = reference_degrees[i] * radians_per_degree;
+            low[i] = model.lower[i] * radians_per_degree, high[i] = model.upper[i] * radians_per_degree;
+        }
+        const double origin[] = {flange.p.x, flange.p.y, flange.p.z};
         for (int i = 0; i < 3; ++i)
-            centre[i] = flange.p[i] - arm.lwt * flange.r[i][2];
+            centre[i] = origin[i] - arm.lwt * flange.r[i][2];
     }
 
-    // The joints nearest to the reference, radians; false if there are none, and then they are the reference.
-    bool solve(float joint[6]);
+    void solve();
+    // What a classic result does in a nearly straight wrist.
+    void straighten_wrist();
+
+    // The joints nearest to the reference, radians; without any they are the reference.
+    const float* nearest() const { return best; }
+    Found found() const
+    {
+        return best_distance < none_yet ? Found::inside : left_out ? Found::outside_limits : Found::none;
+    }
+
+    int count = 0; // of all that were wanted
+    float all[8][6];
 
   private:
     struct Shoulder {
@@ -119,32 +143,58 @@ class SixJoints {
         float q3;
         Direction theta3;
     };
+    struct UpperArm {
+        float q2;
+        double c23, s23;
+    };
 
-    int shoulders(Shoulder found[2]) const;
-    int elbows(const Shoulder&, Elbow found[2]) const;
+    int shoulders(Shoulder found[4]);
+    int elbows(const Shoulder&, Elbow found[3]);
+    UpperArm upper_arm(const Shoulder&, const Elbow&) const;
+    Rotation wrist(const Direction& theta1, const UpperArm&) const;
     void try_elbow(const Shoulder&, const Elbow&, float distance);
     void try_wrist(const float arm_joints[3], const Rotation& wrist, float distance);
+    void try_straight_wrist(const float arm_joints[3], const Rotation& wrist, float distance);
+    void turn_about_axis_1();
+    void turn_about_axis_1(const Elbow&, bool heed_limits);
     void consider(const float joint[6], const Rotation& wrist, float distance);
     void share_turn(const Rotation& wrist, float joint[6]) const;
 
-    bool admits(int joint, float q) const
+    bool admits(int joint, float q)
     {
         const double theta = q + arm.offset[joint];
-        return !(theta < limits[joint].lower - limit_slack || theta > limits[joint].upper + limit_slack);
+        const bool kept =
+            !(theta < chain[joint].lower - limit_slack || theta > chain[joint].upper + limit_slack);
+        left_out |= !kept;
+        return kept;
+    }
+    bool inside(int joint, double q) const
+    {
+        return q >= low[joint] - inside_slack && q <= high[joint] + inside_slack;
+    }
+    // The turn of joint 6 that is nearest to the reference; inside the limits, if others do not count.
+    float sixth(double angle) const
+    {
+        if (wanted == Wanted::nearest) return static_cast<float>(nearest_turn(angle, reference[5]));
+        const double q = nearest_turn(angle, std::clamp(reference[5], low[5], high[5]));
+        return static_cast<float>(inside(5, q) ? q : q > high[5] ? q - two_pi : q + two_pi);
     }
 
     const Arm arm;
     const Transform flange;
-    const std::array<Range, 7> limits;
-    float reference[6];
-    double centre[3]; // of the wrist
+    const std::array<Range, 7> chain;
+    const Wanted wanted;
+    float reference[6], low[6], high[6]; // limits
+    double centre[3];                    // of the wrist
 
-    float best[6], best_distance = 1000;
+    bool left_out = false;                                              // a solution, for a limit
+    const float none_yet = wanted == Wanted::nearest ? 1000 : INFINITY; // a distance
+    float best[6], best_distance = none_yet;
     Rotation best_wrist; // the rotation that joints 4 to 6 make
 };
 
 // theta1 turns (x, -d3) onto the wrist centre, with x to either side.
-int SixJoints::shoulders(Shoulder found[2]) const
+int SixJoints::shoulders(Shoulder found[4])
 {
     const double cx = centre[0], cy = centre[1], d = arm.d3;
     const double r2 = cx * cx + cy * cy;
@@ -157,23 +207,22 @@ int SixJoints::shoulders(Shoulder found[2]) const
         const float q1 = as_joint(angle - arm.offset[0], reference[0]);
         if (admits(0, q1)) found[n++] = {q1, theta1, along};
     };
-    if (x < near_axis) {
+    if (x < near_axis && wanted != Wanted::all_inside) {
         const double theta = reference[0] + arm.offset[0], c = std::cos(theta), s = std::sin(theta);
         const double along = c * cx + s * cy, across = c * cy - s * cx;
         if (std::fabs(across + d) < unnoticed) add(std::remainder(theta, two_pi), {c, s}, along);
         if (std::fabs(across - d) < unnoticed) add(std::remainder(theta + pi, two_pi), {-c, -s}, -along);
     }
     for (double side : {x, -x}) {
-        if (n == 2 || (n == 1 && found[0].x * side > 0)) continue;
         const double c = cx * side - cy * d, s = cy * side + cx * d;
         add(arc_tangent(s, c), {c * scale, s * scale}, side);
     }
-    if (n == 2 && nearer(found[1].q1, found[0].q1, reference[0])) std::swap(found[0], found[1]);
+    put_nearest_first(found, n, &Shoulder::q1, reference[0]);
     return n;
 }
 
 // The elbow's turn e from the upper arm (a3) to the line from elbow to wrist centre, by the law of cosines.
-int SixJoints::elbows(const Shoulder& shoulder, Elbow found[2]) const
+int SixJoints::elbows(const Shoulder& shoulder, Elbow found[3])
 {
     const double x = shoulder.x - arm.a2, z = centre[2] - arm.d1, L = arm.forearm;
     const double c = (x * x + z * z - arm.a3 * arm.a3 - L * L) / (2 * arm.a3 * L);
@@ -186,45 +235,54 @@ int SixJoints::elbows(const Shoulder& shoulder, Elbow found[2]) const
         const float q3 = as_joint(arc_tangent(theta3.sine, theta3.cosine) - arm.offset[2], reference[2]);
         if (admits(2, q3)) found[n++] = {q3, theta3};
     };
-    if (c > 1 - near_stretched * near_stretched / 2) {
+    if (c > 1 - near_stretched * near_stretched / 2 && wanted != Wanted::all_inside) {
         const double e = reference[2] + arm.offset[2] + arc_tangent(-arm.d4, arm.a4);
         if (std::fabs(e) < near_stretched) {
             add(std::cos(e), std::sin(e));
-            return n;
         }
     }
     const double cosine = std::clamp(c, -1.0, 1.0), sine = std::sqrt(1 - cosine * cosine);
     add(cosine, sine);
     add(cosine, -sine);
-    if (n == 2 && nearer(found[1].q3, found[0].q3, reference[2])) std::swap(found[0], found[1]);
+    put_nearest_first(found, n, &Elbow::q3, reference[2]);
     return n;
 }
 
-void SixJoints::try_elbow(const Shoulder& shoulder, const Elbow& elbow, float distance)
+// theta2 turns the vector from joint 2 to the wrist centre, as theta3 leaves it, onto (x, z).
+SixJoints::UpperArm SixJoints::upper_arm(const Shoulder& shoulder, const Elbow& elbow) const
 {
-    // theta2 turns the vector from joint 2 to the wrist centre, as theta3 leaves it, onto (x, z).
     const auto [c3, s3] = elbow.theta3;
     const double along = arm.a3 + arm.a4 * c3 + arm.d4 * s3, across = arm.a4 * s3 - arm.d4 * c3;
     const double x = shoulder.x - arm.a2, z = centre[2] - arm.d1;
     const double scale = 1 / std::sqrt((x * x + z * z) * (along * along + across * across));
     const double c2 = (x * along + z * across) * scale, s2 = (z * along - x * across) * scale;
     const float q2 = as_joint(arc_tangent(s2, c2) - arm.offset[1], reference[1]);
-    distance += squared(q2 - reference[1]);
-    if (!(distance < best_distance)) return;
+    return {q2, c2 * c3 - s2 * s3, s2 * c3 + c2 * s3};
+}
 
-    const double c1 = shoulder.theta1.cosine, s1 = shoulder.theta1.sine;
-    const double c23 = c2 * c3 - s2 * s3, s23 = s2 * c3 + c2 * s3;
-    Rotation wrist;
+Rotation SixJoints::wrist(const Direction& theta1, const UpperArm& upper) const
+{
+    const auto [c1, s1] = theta1;
+    const auto [q2, c23, s23] = upper;
+    Rotation r;
     for (int j = 0; j < 3; ++j) {
         const double x1 = c1 * flange.r[0][j] + s1 * flange.r[1][j];
         const double y1 = c1 * flange.r[1][j] - s1 * flange.r[0][j];
         const double z1 = flange.r[2][j];
-        wrist[0][j] = c23 * x1 + s23 * z1;
-        wrist[1][j] = -y1;
-        wrist[2][j] = s23 * x1 - c23 * z1;
+        r[0][j] = c23 * x1 + s23 * z1;
+        r[1][j] = -y1;
+        r[2][j] = s23 * x1 - c23 * z1;
     }
-    const float arm_joints[3] = {shoulder.q1, q2, elbow.q3};
-    try_wrist(arm_joints, wrist, distance);
+    return r;
+}
+
+void SixJoints::try_elbow(const Shoulder& shoulder, const Elbow& elbow, float distance)
+{
+    const UpperArm upper = upper_arm(shoulder, elbow);
+    distance += squared(upper.q2 - reference[1]);
+    if (!(distance < best_distance)) return;
+    const float arm_joints[3] = {shoulder.q1, upper.q2, elbow.q3};
+    try_wrist(arm_joints, wrist(shoulder.theta1, upper), distance);
 }
 
 // The wrist's rotation Rz(theta4) Ry(theta5) Rz(theta6) holds, with c and s for cosine and sine,
@@ -232,32 +290,135 @@ void SixJoints::try_elbow(const Shoulder& shoulder, const Elbow& elbow, float di
 void SixJoints::try_wrist(const float arm_joints[3], const Rotation& wrist, float distance)
 {
     const double x = wrist[0][2], y = wrist[1][2], s5 = std::sqrt(x * x + y * y);
+    if (s5 < vanishing) return try_straight_wrist(arm_joints, wrist, distance);
     float joint[6] = {arm_joints[0], arm_joints[1], arm_joints[2]};
-    if (s5 < vanishing) {
-        share_turn(wrist, joint);
-        const double bend = x * std::cos(joint[3]) + y * std::sin(joint[3]);
-        joint[4] = as_joint(arc_tangent(bend, wrist[2][2]), reference[4]);
-        return consider(joint, wrist, distance);
-    }
     const double theta5 = arc_tangent(s5, wrist[2][2]);
     const double theta4 = arc_tangent(y, x);
     const double theta6 = arc_tangent(wrist[2][1], -wrist[2][0]);
     for (double half_turn : {0.0, pi}) {
         joint[3] = as_joint(theta4 + half_turn, reference[3]);
         joint[4] = as_joint(half_turn == 0 ? theta5 : -theta5, reference[4]);
-        joint[5] = static_cast<float>(nearest_turn(theta6 + half_turn - arm.offset[5], reference[5]));
+        joint[5] = sixth(theta6 + half_turn - arm.offset[5]);
         consider(joint, wrist, distance);
     }
 }
 
+void SixJoints::try_straight_wrist(const float arm_joints[3], const Rotation& wrist, float distance)
+{
+    float joint[6] = {arm_joints[0], arm_joints[1], arm_joints[2]};
+    share_turn(wrist, joint);
+    if (wanted != Wanted::nearest && !(inside(3, joint[3]) && inside(5, joint[5]))) {
+        SharedTurn turn; // joint 6 counts the other way round if the wrist is folded
+        const bool folded = wrist[2][2] < 0;
+        turn.add(reference[3], low[3], high[3]);
+        turn.add(folded ? -reference[5] : reference[5], folded ? -high[5] : low[5],
+                 folded ? -low[5] : high[5]);
+        turn.share(folded ? joint[3] - joint[5] : joint[3] + joint[5]);
+        joint[3] = static_cast<float>(turn.angle[0]);
+        joint[5] = static_cast<float>(folded ? -turn.angle[1] : turn.angle[1]);
+    }
+    const double bend = wrist[0][2] * std::cos(joint[3]) + wrist[1][2] * std::sin(joint[3]);
+    joint[4] = as_joint(arc_tangent(bend, wrist[2][2]), reference[4]);
+    consider(joint, wrist, distance);
+}
+
 void SixJoints::consider(const float joint[6], const Rotation& wrist, float distance)
 {
+    if (wanted != Wanted::nearest)
+        for (int i = 0; i < 6; ++i)
+            if (!inside(i, joint[i])) {
+                left_out = true;
+                return;
+            }
+    if (wanted == Wanted::all_inside) {
+        std::copy_n(joint, 6, all[count++]);
+        return;
+    }
     for (int i = 3; i < 6; ++i)
         distance += squared(joint[i] - reference[i]);
     if (!(distance < best_distance)) return;
     best_distance = distance;
     std::copy_n(joint, 6, best);
     best_wrist = wrist;
+}
+
+// A wrist centre on axis 1 leaves theta1 open, and joints 4 to 6 turn with it: as an arm with a shoulder that
+// turns about an upright line does, and theta1 is its arm angle. The search for that arm has a second ball,
+// which here holds joint 1 alone: its outer joint; its other joints stand still.
+void SixJoints::turn_about_axis_1()
+{
+    Elbow elbow[3];
+    const int elbow_count = elbows({0, {}, 0}, elbow);
+    for (bool heed_limits : {true, false})
+        for (int i = 0; i < elbow_count && (heed_limits || best_distance == none_yet); ++i)
+            turn_about_axis_1(elbow[i], heed_limits);
+}
+
+void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
+{
+    const UpperArm upper = upper_arm({0, {}, 0}, elbow);
+    const auto& [q2, c23, s23] = upper;
+    const Rotation ahead_of_it = wrist({1, 0}, upper);
+    float near[6]; // the reference, but not more turns away than matter
+    for (int i = 0; i < 6; ++i)
+        near[i] = within_reason(reference[i] * degrees_per_radian) * radians_per_degree;
+    float joint[6] = {near[0], q2, elbow.q3, near[3], near[4], near[5]};
+    const auto offer = [&] {
+        float distance = 0;
+        for (int i = 0; i < 3; ++i)
+            distance += squared(joint[i] - reference[i]);
+        const auto [s1, c1] = sine_cosine<double>(joint[0]);
+        consider(joint, wrist({c1, s1}, upper), distance);
+    };
+
+    const double tilt = std::max(std::fabs(ahead_of_it[0][2]), std::fabs(ahead_of_it[1][2]));
+    if (std::fabs(s23) < coaxial && tilt < coaxial) { // axes 1, 4 and 6 are one line
+        const double none = 1000, sign = c23 < 0 ? 1 : -1;
+        SharedTurn turn; // joint 1 turns the other way if the forearm points down
+        turn.add(sign * near[0], sign < 0 ? -high[0] : low[0], sign < 0 ? -low[0] : high[0]);
+        for (int i : {3, 5})
+            turn.add(near[i], heed_limits ? low[i] : -none, heed_limits ? high[i] : none);
+        const double sum =
+            arc_tangent(ahead_of_it[1][0] - ahead_of_it[0][1], ahead_of_it[1][1] + ahead_of_it[0][0]);
+        if (turn.share(sum) == INFINITY) {
+            left_out = true;
+            return;
+        }
+        joint[0] = static_cast<float>(sign * turn.angle[0]);
+        joint[3] = static_cast<float>(turn.angle[1]), joint[5] = static_cast<float>(turn.angle[2]);
+        joint[4] = 0;
+        return offer();
+    }
+
+    const Rotor forearm = rotor_of({{{c23, 0, s23}, {0, -1, 0}, {s23, 0, -c23}}});
+    const Rotor half_turn_back = {0, 0, 0, -1}, half_turn = {0, 0, 0, 1}, aside = turn_y(pi / 2);
+    const Rotor rotation = rotor_of(flange.r);
+    const Rotor wrist_rotor[] = {forearm * rotation, forearm * half_turn_back * rotation};
+    const Rotor joint_1[] = {aside, half_turn * aside};
+
+    const auto least = [&](int i, double none) { return heed_limits ? low[i] - inside_slack : none; };
+    const auto most = [&](int i, double none) { return heed_limits ? high[i] + inside_slack : none; };
+    const Turn outer(Pair{low[0], least(5, near[5] - pi)}, Pair{high[0], most(5, near[5] + pi)},
+                     Pair{near[0], near[5]});
+    const Turn inner(Pair{-pi, least(3, -pi)}, Pair{pi, most(3, pi)}, Pair{0, near[3]});
+    const JointGoals goals(outer, inner, Pair{pi / 2, near[4]}, Pair{0, least(4, -pi)}, Pair{pi, most(4, pi)},
+                           0, INFINITY);
+    const double ahead = std::remainder(near[0], two_pi);
+    const BallJoints balls(joint_1, wrist_rotor, Pair{0, near[5] - near[3]}, ahead);
+    const double theta1 = nearest_arm_angle(balls, goals, ahead, pi);
+    if (std::isnan(theta1)) {
+        left_out = true;
+        return;
+    }
+    const Deviations off = nearest_branch(balls, goals, theta1);
+    const auto turned = [&](int i, double by) {
+        const double q = near[i] + by;
+        return static_cast<float>(heed_limits ? std::clamp<double>(q, low[i], high[i]) : q);
+    };
+    joint[0] = turned(0, off.outer[0]);
+    joint[3] = turned(3, off.inner[1]), joint[4] = turned(4, off.middle[1]),
+    joint[5] = turned(5, off.outer[1]);
+    offer();
 }
 
 // With a straight wrist axes 4 and 6 are one line, and only theta4 + theta6 counts; folded back on itself,
@@ -275,14 +436,16 @@ void SixJoints::share_turn(const Rotation& wrist, float joint[6]) const
 
 // A branch is left as soon as its joints so far are farther from the reference than the best solution found;
 // the nearer of two branches goes first, so that this happens early.
-bool SixJoints::solve(float joint[6])
+void SixJoints::solve()
 {
-    Shoulder shoulder[2];
+    if (arm.d3 == 0 && centre[0] * centre[0] + centre[1] * centre[1] < unnoticed * unnoticed)
+        return turn_about_axis_1();
+    Shoulder shoulder[4];
     const int shoulder_count = shoulders(shoulder);
     for (int i = 0; i < shoulder_count; ++i) {
         const float to_shoulder = squared(shoulder[i].q1 - reference[0]);
         if (!(to_shoulder < best_distance)) break;
-        Elbow elbow[2];
+        Elbow elbow[3];
         const int elbow_count = elbows(shoulder[i], elbow);
         for (int j = 0; j < elbow_count; ++j) {
             const float to_elbow = to_shoulder + squared(elbow[j].q3 - reference[2]);
@@ -290,25 +453,43 @@ bool SixJoints::solve(float joint[6])
             try_elbow(shoulder[i], elbow[j], to_elbow);
         }
     }
-    const bool found = best_distance < 1000;
+}
+
+// Joints 4 and 6 of a nearly straight wrist share their turn as those of a straight one do, lest they spin.
+void SixJoints::straighten_wrist()
+{
     const float bend = std::fabs(best[4]);
-    if (found && (bend < arm.straight_wrist || (arm.folds && bend > pi - arm.straight_wrist)))
+    if (best[4] == 0) return; // they do
+    if (bend < arm.straight_wrist || (arm.folds && bend > pi - arm.straight_wrist))
         share_turn(best_wrist, best);
-    std::copy_n(best, 6, joint);
-    return found;
 }
 
 } // namespace
 
-int inverse_six(int model, const float* reference, const KINEMATIC& target, float* result, unsigned char flag)
+Found nearest_six(const ARM_MODEL& arm, const float* reference, const Transform& flange, bool inside_only,
+                  float* result)
 {
-    float joint[6];
-    clamp_reference(reference, 6, joint);
-    const bool found =
-        SixJoints(model, joint, flange_target(target, flag == 0, model == 46 ? angleZ : 0)).solve(joint);
+    using Wanted = SixJoints::Wanted;
+    SixJoints six(arm, reference, flange, inside_only ? Wanted::nearest_inside : Wanted::nearest);
+    six.solve();
+    if (!inside_only && six.found() == Found::inside) six.straighten_wrist();
     for (int i = 0; i < 6; ++i)
-        result[i] = joint[i] * degrees_per_radian;
-    return found ? check_limits(result, 6, -3) : -9;
+        result[i] = six.nearest()[i] * degrees_per_radian;
+    return six.found();
+}
+
+int all_six(const ARM_MODEL& arm, const Transform& flange, float result[8][7])
+{
+    const float zero[6] = {};
+    SixJoints six(arm, zero, flange, SixJoints::Wanted::all_inside);
+    six.solve();
+    for (int n = 0; n < six.count; ++n) {
+        for (int i = 0; i < 6; ++i)
+            result[n][i] = six.all[n][i] * degrees_per_radian;
+        result[n][6] = 0;
+        settle_on_limits(arm, result[n]);
+    }
+    return six.count;
 }
 
 } // namespace kx

@@ -1,12 +1,7 @@
 #include "kinematics/joint_distance.h"
-#include "kinematics/trigonometry.h"
-
-#include <numbers>
 
 namespace kx {
 namespace {
-
-using std::numbers::pi;
 
 constexpr double at_end = 1e-7; // this near to an end of its turn, a joint counts as standing there
 
@@ -50,18 +45,33 @@ Pair rise(const Course& a, const Course& b)
 
 } // namespace
 
-FullTurn::FullTurn(Pair lower, Pair upper, Pair reference_angle)
-    : start(max(lower, min(reference_angle - pi, upper - two_pi))), reference(reference_angle - start)
+Turn::Turn(Pair lower, Pair upper, Pair reference_angle)
 {
+    const Pair first = max(lower, min(reference_angle - pi, upper - two_pi));
+    const auto full = upper - lower >= two_pi;
+    start = full ? first : (lower + upper) / 2 - pi;
+    reference = reference_angle - start;
+    low = full ? pair(0) : lower - start;
+    high = full ? pair(two_pi) : upper - start;
 }
 
-Pair FullTurn::position(Pair angle) const
+JointGoals::JointGoals(const Turn& outer_turn, const Turn& inner_turn, Pair reference, Pair lower, Pair upper,
+                       double elbow, double elbow_bent_other_way)
+    : outer(outer_turn), inner(inner_turn), middle_reference(reference), middle_lower(lower),
+      middle_upper(upper), elbow_cost{elbow, elbow_bent_other_way}
+{
+    const auto free = [](Pair low, Pair high) { return (low[0] == high[0]) & (low[1] == high[1]); };
+    narrow = !(free(outer.low, pair(0)) & free(outer.high, pair(two_pi)) & free(inner.low, pair(0)) &
+               free(inner.high, pair(two_pi)) & free(lower, -upper));
+}
+
+Pair Turn::position(Pair angle) const
 {
     const Pair beyond = angle - start;
     return beyond - two_pi * rounded(beyond * (1 / two_pi) - 0.5);
 }
 
-Pair FullTurn::deviation(Pair position) const
+Pair Turn::deviation(Pair position) const
 {
     const Pair at_start = position < at_end ? position + two_pi : position;
     const Pair at_finish = position > two_pi - at_end ? position - two_pi : position;
@@ -76,6 +86,36 @@ void Point::move_to(const ArmAngle& arm, const BallJoints& balls, const JointGoa
     outer[1] = turned(outer[0]);
     inner[0] = goals.inner.position(angles.inner());
     inner[1] = turned(inner[0]);
+}
+
+Branches Point::feasible(const JointGoals& goals) const
+{
+    constexpr double rounding = 1e-9;
+    const auto within = [](Pair x, Pair low, Pair high) {
+        return (x >= low - rounding) & (x <= high + rounding);
+    };
+    decltype(within(Pair{}, Pair{}, Pair{})) outer_kept[2], inner_kept[2];
+    for (int turned = 0; turned < 2; ++turned) {
+        const Pair middle = turned ? -angles.middle.value : angles.middle.value;
+        outer_kept[turned] = within(outer[turned], goals.outer.low, goals.outer.high) &
+                             within(middle, goals.middle_lower, goals.middle_upper);
+        inner_kept[turned] = within(inner[turned], goals.inner.low, goals.inner.high);
+    }
+    Branches kept = 0;
+    for (int n = 0; n < 8; ++n) {
+        const auto [e, s, w] = branch_of(n);
+        const bool all = outer_kept[s][0] & outer_kept[w][1] & inner_kept[s ^ e][0] & inner_kept[w ^ e][1];
+        if (all && goals.elbow_cost[e] < INFINITY) kept |= 1u << n;
+    }
+    return kept;
+}
+
+double SquaredDistances::least_of(Branches branches, const JointGoals& goals) const
+{
+    double least = INFINITY;
+    for (int n = 0; n < 8; ++n)
+        if (branches >> n & 1) least = std::min(least, (*this)(branch_of(n), goals));
+    return least;
 }
 
 SquaredDistances squared_distances(const Point& p, const JointGoals& goals)
@@ -108,7 +148,7 @@ Piece::Piece(const BallJoints& balls, const JointGoals& goals, const Point& a, c
 
 // The deviation at a. The piece does not go through the ends of the turn, so the position that is farther
 // from them tells on which side the piece lies; if both are there, the rate tells, or neither end is wrong.
-Pair Piece::deviation(const FullTurn& turn, Pair a, Pair b, Pair rise, Pair rate) const
+Pair Piece::deviation(const Turn& turn, Pair a, Pair b, Pair rise, Pair rate) const
 {
     const Pair inside_a = min(a, two_pi - a), inside_b = min(b, two_pi - b), inside = max(inside_a, inside_b);
     Pair position = inside_a > inside_b ? a : b - rise;

@@ -8,12 +8,13 @@
 
 namespace kx {
 
-// A joint (of each ball) that can turn a full circle. It may stand at any angle, but its limits cut the
-// circle open: it stays within one turn, of all turns inside its limits the one nearest to the reference.
-struct FullTurn {
-    Pair start, reference; // the reference counted from the start
+// A joint of each ball, held within one turn, of all turns inside its limits the one nearest to the
+// reference. If the limits leave less than a turn, their middle is the turn's, and they lie at `low` and
+// `high` in it.
+struct Turn {
+    Pair start, reference, low, high; // the latter three counted from the start
 
-    FullTurn(Pair lower, Pair upper, Pair reference);
+    Turn(Pair lower, Pair upper, Pair reference);
     // How far beyond the start, in [0, 2*pi], an angle is met that is given up to full turns.
     Pair position(Pair angle) const;
     // A position's distance from the reference. At either end of the turn a joint may also stand at the
@@ -22,9 +23,14 @@ struct FullTurn {
 };
 
 struct JointGoals {
-    FullTurn outer, inner;
-    Pair middle_reference, middle_limit; // middle joints turn by up to their limit either way
-    double elbow_cost[2];                // squared distance of the elbow from its reference, bent either way
+    Turn outer, inner;
+    Pair middle_reference, middle_lower, middle_upper;
+    double elbow_cost[2]; // squared distance of the elbow from its reference, bent either way; or infinite
+    bool narrow;          // not every branch keeps the limits where the middle joints can
+
+    JointGoals(const Turn& outer, const Turn& inner, Pair middle_reference, Pair middle_lower,
+               Pair middle_upper, double elbow, double elbow_bent_other_way);
+    Pair middle_limit() const { return max(abs(middle_lower), abs(middle_upper)); }
 };
 
 // Every arm angle has eight branches: a ball's rotation is the same at (outer + pi, -middle, inner + pi), and
@@ -33,12 +39,23 @@ struct Branch {
     bool elbow, shoulder, wrist;
 };
 
+// Some of the branches: bit 4*elbow + 2*shoulder + wrist.
+using Branches = unsigned;
+inline constexpr Branches all_branches = 0xff;
+
+inline Branch branch_of(int number)
+{
+    return {(number & 4) != 0, (number & 2) != 0, (number & 1) != 0};
+}
+
 // The joints at an arm angle, and where in their turns they are: as they are, and turned by pi.
 struct Point {
     BallAngles angles;
     Pair outer[2], inner[2];
 
     void move_to(const ArmAngle& arm, const BallJoints& balls, const JointGoals& goals);
+    // Those that keep the limits, to within rounding.
+    Branches feasible(const JointGoals& goals) const;
 };
 
 // A squared distance for each ball in both positions of it and of the elbow.
@@ -50,11 +67,15 @@ struct SquaredDistances {
     {
         return of[b.elbow][b.shoulder][0] + of[b.elbow][b.wrist][1] + goals.elbow_cost[b.elbow];
     }
-    double least(const JointGoals& goals) const
+    double least(const JointGoals& goals, Branches branches) const
     {
+        if (branches != all_branches) return least_of(branches, goals);
         const Pair a = min(of[0][0], of[0][1]), b = min(of[1][0], of[1][1]);
         return std::min(a[0] + a[1] + goals.elbow_cost[0], b[0] + b[1] + goals.elbow_cost[1]);
     }
+
+  private:
+    double least_of(Branches branches, const JointGoals& goals) const;
 };
 
 SquaredDistances squared_distances(const Point& point, const JointGoals& goals);
@@ -87,7 +108,7 @@ class Piece {
     double least_bend(const BranchStart& start) const;
 
   private:
-    Pair deviation(const FullTurn& turn, Pair a, Pair b, Pair rise, Pair rate) const;
+    Pair deviation(const Turn& turn, Pair a, Pair b, Pair rise, Pair rate) const;
     Pair lower_bound(int turned, int inner_turned) const;
 
     const BallJoints& balls_;

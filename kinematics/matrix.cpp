@@ -45,7 +45,7 @@ Matrix matrix_m(Matrix a, Matrix b)
 
 Matrix matrix_inv(Matrix m)
 {
-    const int n = std::min(m.rows, 4);
+    const int n = std::clamp(m.rows, 0, 4);
     auto& a = m.data;
     const auto swap_rows = [&](int r, int s) { std::swap_ranges(a[r], a[r] + n, a[s]); };
     const auto swap_columns = [&](int r, int s) {
@@ -85,15 +85,12 @@ Matrix matrix_inv(Matrix m)
 
 Matrix euler2matrix(float rx, float ry, float rz)
 {
-    const auto [sx, cx] = sine_cosine<double>(rx);
-    const auto [sy, cy] = sine_cosine<double>(ry);
-    const auto [sz, cz] = sine_cosine<double>(rz);
-    const auto f = [](double x) { return static_cast<float>(x); };
-    return {3,
-            3,
-            {{f(cz * cy), f(cz * sy * sx - sz * cx), f(cz * sy * cx + sz * sx)},
-             {f(sz * cy), f(cz * cx + sx * sz * sy), f(sz * sy * cx - cz * sx)},
-             {f(-sy), f(sx * cy), f(cy * cx)}}};
+    const Rotation r = rotation_of({rx, ry, rz});
+    Matrix m = {3, 3, {}};
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            m.data[i][j] = static_cast<float>(r[i][j]);
+    return m;
 }
 
 Matrix pos2matrix(KinPose pose)
@@ -109,11 +106,8 @@ KinPose matrix2pos(Matrix m)
 
 Quaternion euler2quaternion(float rx, float ry, float rz)
 {
-    const auto [sr, cr] = sine_cosine<double>(0.5f * rx);
-    const auto [sp, cp] = sine_cosine<double>(0.5f * ry);
-    const auto [sy, cy] = sine_cosine<double>(0.5f * rz);
-    return {static_cast<float>(cr * cp * cy + sr * sp * sy), static_cast<float>(sr * cp * cy - cr * sp * sy),
-            static_cast<float>(cr * sp * cy + sr * cp * sy), static_cast<float>(cr * cp * sy - sr * sp * cy)};
+    return half_angle_quaternion(sine_cosine<double>(0.5f * rx), sine_cosine<double>(0.5f * ry),
+                                 sine_cosine<double>(0.5f * rz));
 }
 
 Euler quaternion2euler(float w, float x, float y, float z)

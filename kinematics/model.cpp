@@ -1,7 +1,9 @@
-// The three arms: geometry, limits, installation angles and tool, kept in process-wide globals that every
-// computation reloads.
-#include "kinematics/model.h"
-#include "kinematics/matrix.h"
+// The three arms: geometry and limits, and the exported parameters that loading a model writes. Computations
+// take the constants, so that an application's variable of the same name changes nothing; installation angles
+// and tool are the application's to set, and are read where they stand.
+#include "kx/model.h"
+#include "kinematics/arm.h"
+#include "kx/kinematics.h"
 
 float d1, d3, d4, a2, a3, a4;
 float lsb, lse, lew;
@@ -19,34 +21,50 @@ namespace {
 
 // Both are the designers' pi. A limit is compared with angles computed from the same value, so neither may
 // be corrected.
-constexpr float pi = 3.1415927f;
+constexpr float long_pi = 3.1415927f;
 constexpr float short_pi = 3.14159f;
 
-struct Limits {
-    Range joint; // degrees
-    Range chain; // radians
+constexpr Geometry geometry_36 = {
+    6,
+    {0.172f, 0.086f, 0.38f, -0.0102f, -0.069f, 0.405f},
+    {0.115f, 0.1352f, 0.1435f},
+    {-90, 90, 90, 0, 180, 90},
+    {{-180, 180}, {-180, 180}, {-150, 165}, {-180, 180}, {-180, 180}, {-360, 360}},
+    {{-4.712389f, 1.5707964f},
+     {-1.5707964f, 4.712389f},
+     {-1.0367255f, 4.4516368f},
+     {-long_pi, long_pi},
+     {0, 2 * long_pi},
+     {-4.712389f, 7.8539815f}},
 };
 
-constexpr Limits limits_36[] = {
-    {{-180, 180}, {-4.712389f, 1.5707964f}},
-    {{-180, 180}, {-1.5707964f, 4.712389f}},
-    {{-150, 165}, {-1.0367255f, 4.4516368f}},
-    {{-180, 180}, {-pi, pi}},
-    {{-180, 180}, {0, 2 * pi}},
-    {{-360, 360}, {-4.712389f, 7.8539815f}},
+constexpr Geometry geometry_46 = {
+    6,
+    {0.2405f, 0, 0.256f, 0, 0, 0.21f},
+    {0.144f, 0.1642f, 0.1725f},
+    {0, 90, 90},
+    {{-180, 180}, {-130, 130}, {-135, 135}, {-180, 180}, {-128, 128}, {-360, 360}},
+    {{-short_pi, short_pi},
+     {-0.697433f, 3.839023f},
+     {-0.7853975f, 3.9269876f},
+     {-short_pi, short_pi},
+     {-2.2336707f, 2.2336707f},
+     {-2 * short_pi, 2 * short_pi}},
 };
 
-constexpr Limits limits_46[] = {
-    {{-180, 180}, {-short_pi, short_pi}},     {{-130, 130}, {-0.697433f, 3.839023f}},
-    {{-135, 135}, {-0.7853975f, 3.9269876f}}, {{-180, 180}, {-short_pi, short_pi}},
-    {{-128, 128}, {-2.2336707f, 2.2336707f}}, {{-360, 360}, {-2 * short_pi, 2 * short_pi}},
-};
-
-constexpr Limits limits_47[] = {
-    {{-180, 180}, {-short_pi, short_pi}}, {{-130, 130}, {-2.2689f, 2.2689f}},
-    {{-180, 180}, {-short_pi, short_pi}}, {{-135, 135}, {-2.3562f, 2.3562f}},
-    {{-180, 180}, {-short_pi, short_pi}}, {{-128, 128}, {-2.234f, 2.234f}},
-    {{-360, 360}, {-2 * pi, 2 * pi}},
+constexpr Geometry geometry_47 = {
+    7,
+    {0.2405f, 0, 0.256f, 0, 0, 0.21f},
+    {0.144f, 0.1642f, 0.1725f},
+    {},
+    {{-180, 180}, {-130, 130}, {-180, 180}, {-135, 135}, {-180, 180}, {-128, 128}, {-360, 360}},
+    {{-short_pi, short_pi},
+     {-2.2689f, 2.2689f},
+     {-short_pi, short_pi},
+     {-2.3562f, 2.3562f},
+     {-short_pi, short_pi},
+     {-2.234f, 2.234f},
+     {-2 * long_pi, 2 * long_pi}},
 };
 
 struct LimitNames {
@@ -63,80 +81,77 @@ constexpr LimitNames names[] = {
     {&JOINT7_LOWER, &JOINT7_UPPER, &theta7_l, &theta7_u},
 };
 
-// A seventh joint's limits stay what they were for an arm of six.
-template <std::size_t joints>
-void load(const Limits (&limits)[joints])
-{
-    for (std::size_t i = 0; i < joints; ++i) {
-        *names[i].joint_lower = limits[i].joint.lower;
-        *names[i].joint_upper = limits[i].joint.upper;
-        *names[i].chain_lower = limits[i].chain.lower;
-        *names[i].chain_upper = limits[i].chain.upper;
-    }
-}
-
-void load_36()
-{
-    d1 = 0.172f, d3 = -0.0102f, d4 = 0.405f;
-    a2 = 0.086f, a3 = 0.38f, a4 = -0.069f;
-    dwt = lwt = 0.115f, dwt_ZF = 0.1352f, dwt_SF = 0.1435f;
-    load(limits_36);
-}
-
-// What models 46 and 47 have in common.
-void load_common()
-{
-    dwt = lwt = 0.144f, dwt_ZF = 0.1642f, dwt_SF = 0.1725f;
-    angleU = angleV = 0;
-    Tool_Matrix = identity4;
-}
-
-void load_46()
-{
-    d1 = 0.149f, d3 = 0, d4 = 0.405f; // of these the chain uses d3 only
-    a2 = 0.082f, a3 = 0.38f, a4 = -0.069f;
-    lsb = 0.2405f, lse = 0.256f, lew = 0.21f;
-    load_common();
-    load(limits_46);
-}
-
-void load_47()
-{
-    d4 = 0;
-    dbs = 0.2405f, dse = 0.256f, dew = 0.21f;
-    load_common();
-    load(limits_47);
-}
-
 } // namespace
 
-std::array<Range, 7> joint_limits()
+const Geometry* geometry(int model)
 {
-    std::array<Range, 7> limits;
-    for (std::size_t i = 0; i < 7; ++i)
-        limits[i] = {*names[i].joint_lower, *names[i].joint_upper};
-    return limits;
+    switch (model) {
+    case 36:
+        return &geometry_36;
+    case 46:
+        return &geometry_46;
+    case 47:
+        return &geometry_47;
+    }
+    return nullptr;
 }
 
-std::array<Range, 7> chain_limits()
+// Loading has reset the angles of models 46 and 47, but none of them heeds all three.
+ARM_MODEL loaded_arm(int model)
 {
-    std::array<Range, 7> limits;
-    for (std::size_t i = 0; i < 7; ++i)
-        limits[i] = {*names[i].chain_lower, *names[i].chain_upper};
+    const Geometry& g = *geometry(model);
+    ARM_MODEL arm = {model,       g.joints, g.flange[0], {angleU, angleV, model == 46 ? angleZ : 0},
+                     Tool_Matrix, {},       {}};
+    for (int i = 0; i < g.joints; ++i)
+        arm.lower[i] = g.joint[i].lower, arm.upper[i] = g.joint[i].upper;
+    return arm;
+}
+
+std::array<Range, 7> chain_limits(const ARM_MODEL& arm)
+{
+    const Geometry& g = *geometry(arm.model);
+    std::array<Range, 7> limits = {};
+    for (int i = 0; i < g.joints; ++i) {
+        const auto radians = [&](float degrees) { return (degrees + g.offset[i]) * radians_per_degree; };
+        limits[i].lower = arm.lower[i] > g.joint[i].lower ? radians(arm.lower[i]) : g.chain[i].lower;
+        limits[i].upper = arm.upper[i] < g.joint[i].upper ? radians(arm.upper[i]) : g.chain[i].upper;
+    }
     return limits;
 }
 
 } // namespace kx
 
+using namespace kx;
+
+// What a model does not name stays what it was: a seventh joint's limits for an arm of six, and the tool and
+// the installation of model 36.
 void Init_Sys_Data(int model)
 {
+    const Geometry* const g = geometry(model);
+    if (!g) return;
+    const auto& [d1_, a2_, a3_, d3_, a4_, d4_] = g->lengths;
     switch (model) {
     case 36:
-        return kx::load_36();
+        d1 = d1_, d3 = d3_, d4 = d4_, a2 = a2_, a3 = a3_, a4 = a4_;
+        break;
     case 46:
-        return kx::load_46();
+        d1 = 0.149f, d4 = 0.405f, a2 = 0.082f, a3 = 0.38f, a4 = -0.069f; // which its chain does not use
+        d3 = d3_, lsb = d1_, lse = a3_, lew = d4_;
+        break;
     case 47:
-        return kx::load_47();
+        d4 = 0, dbs = d1_, dse = a3_, dew = d4_;
+        break;
+    }
+    if (model != 36) {
+        angleU = angleV = 0;
+        Tool_Matrix = identity4;
+    }
+    dwt = lwt = g->flange[0], dwt_ZF = g->flange[1], dwt_SF = g->flange[2];
+    for (int i = 0; i < g->joints; ++i) {
+        *names[i].joint_lower = g->joint[i].lower;
+        *names[i].joint_upper = g->joint[i].upper;
+        *names[i].chain_lower = g->chain[i].lower;
+        *names[i].chain_upper = g->chain[i].upper;
     }
 }
 

@@ -1,5 +1,4 @@
 #include "kinematics/rotor.h"
-#include "kinematics/trigonometry.h"
 
 #include <algorithm>
 
@@ -28,8 +27,14 @@ Rotor turn_z(double angle)
     return {c, 0, 0, s};
 }
 
+Rotor between(const Rotor& a, const Rotor& b, double angle)
+{
+    const auto [s, c] = sine_cosine<double>(angle / 2);
+    return {c * a.w + s * b.w, c * a.x + s * b.x, c * a.y + s * b.y, c * a.z + s * b.z};
+}
+
 // Starts from the largest of the four components, which keeps the others precise (Shepperd, 1978).
-Rotor rotor_of(const double (&r)[3][3])
+Rotor rotor_of(const Rotation& r)
 {
     const double trace = r[0][0] + r[1][1] + r[2][2];
     Rotor q;

@@ -88,7 +88,7 @@ KX_API void Init_Sys_Data(int model);
 KX_API void setAngle(float U, float V, float Z);
 
 /**
- * Chooses the wrist-to-flange length. Every computation resets it to 0.
+ * Chooses the wrist-to-flange length, for Forward_Kinematics_e alone: every other computation resets it to 0.
  * @param variant 0 plain, 1 or 2 a tool variant
  */
 KX_API void setLwt(int variant);
@@ -102,10 +102,15 @@ KX_API void setLwt(int variant);
 KX_API KinPose Forward_Kinematics(int model, const float* joint);
 
 /**
- * Transform from base to flange, without tool, of chain angles.
+ * Transform from base to flange, without tool, of chain angles. It loads nothing: call Init_Sys_Data before,
+ * and after it setLwt for another flange.
  * @param model 36, 46 or 47
- * @param theta chain angles, which are the joint angles plus the model's offsets, degrees: six, or seven for
- * model 47
+ * @param theta chain angles, degrees, which are the joint angles plus the model's offsets:
+ *        | model | 1   | 2  | 3  | 4 | 5   | 6  | 7 |
+ *        |-------|-----|----|----|---|-----|----|---|
+ *        | 36    | -90 | 90 | 90 | 0 | 180 | 90 |   |
+ *        | 46    | 0   | 90 | 90 | 0 | 0   | 0  |   |
+ *        | 47    | 0   | 0  | 0  | 0 | 0   | 0  | 0 |
  * @return a 4x4 matrix; zeros for an unknown model
  */
 KX_API Matrix Forward_Kinematics_e(int model, const float* theta);

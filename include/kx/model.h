@@ -1,9 +1,10 @@
 /**
  * @defgroup model Model parameters
  * The process-wide parameters of the kinematics, for programs that want to read an arm's geometry or limits.
- * Zero until Init_Sys_Data loads a model; reloaded by every computation. Not part of kx_base.h, since such
- * short names would get in an application's way. An application must not define global variables of these
- * names.
+ * Zero until Init_Sys_Data loads a model; every computation writes them anew, but computes from constants of its
+ * own. Only the installation angles and the tool are read, and by Forward_Kinematics_e the lengths. Not part of
+ * kx_base.h, since such short names would get in an application's way: a global variable of one of these
+ * names in an application takes its place and is written, too.
  *
  * @{
  */

@@ -152,14 +152,14 @@ typedef struct Euler {
 } Euler;
 
 /** The pose record of the kinematics: one position and the same rotation in two forms. */
-typedef struct KinPose {
+typedef struct KINEMATIC {
     Position position;     /**< m */
     Quaternion quaternion; /**< the rotation, as a unit quaternion */
     Euler euler;           /**< the same rotation, as fixed-axis angles, rad */
-} KinPose;
+} KINEMATIC;
 
-/** Target of the inverse kinematics: the record that forward kinematics returns. */
-typedef KinPose KINEMATIC;
+/** The same record; functions that compute or take a pose, not a target, call it so. */
+typedef KINEMATIC KinPose;
 
 /** @} */
 

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "arm/refused.h"
+#include "kx/arm_model.h"
 #include "kx/inverse_kinematics.h"
 #include "kx/kinematics.h"
 #include "kx/model.h"
@@ -12,11 +13,6 @@ namespace kx::sim {
 namespace {
 
 constexpr double radian = 180 / 3.14159265358979; // degrees
-
-// What the angles of each chain have in addition to the joint angles, degrees.
-constexpr float chain_offsets_36[7] = {-90, 90, 90, 0, 180, 90};
-constexpr float chain_offsets_46[7] = {0, 90, 90};
-constexpr float chain_offsets_47[7] = {};
 
 // By so much a pose may be missed: what single precision needs, and the elbow's tolerance when it is
 // stretched.
@@ -56,12 +52,11 @@ POSE Model::tool_pose(const Joints& angles) const
 
 KDL::Frame Model::flange(const Joints& angles) const
 {
-    const float* offsets = code == 36 ? chain_offsets_36 : code == 46 ? chain_offsets_46 : chain_offsets_47;
-    float chain[7] = {};
-    for (std::size_t i = 0; i < angles.size(); ++i)
-        chain[i] = static_cast<float>(angles[i] + offsets[i]);
-    Init_Sys_Data(code);
-    const auto [rows, columns, m] = Forward_Kinematics_e(code, chain);
+    ARM_MODEL arm;
+    Arm_Model_Init(&arm, code, 0);
+    const std::vector<float> single(angles.begin(), angles.end());
+    Matrix links[7];
+    const auto& m = links[Arm_Model_Links(&arm, single.data(), links) - 1].data;
     return {{m[0][0], m[0][1], m[0][2], m[1][0], m[1][1], m[1][2], m[2][0], m[2][1], m[2][2]},
             {m[0][3], m[1][3], m[2][3]}};
 }

@@ -1,8 +1,8 @@
 // Inverse kinematics of the six-joint arms against the plain judge, and its codes, limits and singular
 // places.
+#include "kinematics/arithmetic.h"
 #include "kinematics/kinematics_support.h"
 #include "kinematics/six_joint_judge.h"
-#include "kinematics/trigonometry.h"
 #include "kx/model.h"
 
 namespace {
@@ -279,29 +279,6 @@ TEST(InverseSixLimits, ReachesALittleFartherThanStretched)
             EXPECT_EQ(code, expected) << farther;
             EXPECT_LT(greatest_difference(result, code == 1 ? upright : reference), 0.01);
         }
-    }
-}
-
-// Under a wrist centre on axis 1 every theta1 will do: the reference's, however many turns off, or the
-// opposite one if the rest of the arm is nearer then.
-TEST(InverseSixLimits, WristCentreOnAxis1KeepsTheReferencesTheta1)
-{
-    judge::Arm arm(46);
-    const float q2 = 40,
-                q3 = static_cast<float>(std::asin(-0.256 / 0.21 * std::sin(q2 * degree)) / degree) - q2;
-    const Joints joint = {100, q2, q3, -150, 30, 50};
-    const KinPose target = Forward_Kinematics(46, joint.data());
-    for (const auto& [reference1, result1] : {std::pair{100, 100}, {-80, 100}, {820, 100}}) {
-        Joints reference = joint, expected = joint;
-        reference[0] = reference1;
-        expected[0] = result1;
-        // The judge wants to be told theta1.
-        KDL::Frame aside = frame_by_euler(target);
-        aside.p += 1e-6 * KDL::Vector(std::cos(reference1 * degree), std::sin(reference1 * degree), 0);
-        ASSERT_NEAR(arm.nearest(aside, reference.data()).joint[0] / degree, result1, 2) << reference1;
-        const auto [code, result] = solve(46, reference, target);
-        EXPECT_EQ(code, 1);
-        EXPECT_LT(greatest_difference(result, expected), 0.01) << reference1;
     }
 }
 

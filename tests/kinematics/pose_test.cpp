@@ -1,6 +1,6 @@
 // Pose mathematics: product, inverse, and the conversions between angles, quaternions and transforms.
+#include "kinematics/arithmetic.h"
 #include "kinematics/kinematics_support.h"
-#include "kinematics/trigonometry.h"
 
 #include <Eigen/Dense>
 

@@ -18,7 +18,7 @@ using Seven = std::array<double, 7>;
 using KDL::Frame, KDL::Rotation, KDL::Vector;
 using kdl_arms::degree;
 
-inline constexpr double d_bs = 0.2405, d_se = 0.256, d_ew = 0.21, d_wt = 0.144; // metres
+inline constexpr double d_bs = 0.2405f, d_se = 0.256f, d_ew = 0.21f, d_wt = 0.144f; // metres
 
 inline constexpr Seven joint_limits = {180, 130, 180, 135, 180, 128, 360}; // degrees
 inline constexpr Seven chain_limits = {3.14159, 2.2689, 3.14159,  2.3562,
@@ -92,14 +92,40 @@ class Redundancy {
         c_s = sum(1, at_0, -1, b_s, 0, {});
     }
 
+    double bend() const { return theta4; } // of the elbow, at least 0
+
+    struct Balls {
+        Rotation r03, r47;
+    };
+    Balls balls(double psi, int elbow_bent_back) const
+    {
+        const double elbow = elbow_bent_back ? -1 : 1;
+        const Rotation r03 =
+            sum(std::sin(psi), a_s, std::cos(psi), b_s, 1, c_s) * Rotation::RotZ(elbow < 0 ? M_PI : 0);
+        return {r03, (r03 * Rotation::RotY(elbow * theta4)).Inverse() * target};
+    }
+
+    // The arm angle at which shoulder or wrist comes straight, to within a tolerance; NaN if none. A cosine of
+    // the form mean + c*cos(psi) + s*sin(psi).
+    double straight_at(bool wrist, double tolerance) const
+    {
+        const auto cosine = [&](double psi) {
+            const auto [r03, r47] = balls(psi, 0);
+            return wrist ? r47(2, 2) : r03(2, 2);
+        };
+        const double mean = (cosine(0) + cosine(M_PI)) / 2;
+        const double psi = std::atan2(cosine(M_PI_2) - mean, cosine(0) - mean);
+        const auto [r03, r47] = balls(psi, 0);
+        const Rotation& r = wrist ? r47 : r03;
+        return std::hypot(r(0, 2), r(1, 2)) < tolerance && r(2, 2) > 0 ? psi : NAN;
+    }
+
     // Radians, of one of the eight branches, each joint within its chain's limits and as near to the
     // reference as whole turns allow; NaN if it cannot be.
     Seven joints(double psi, int branch, const Seven& reference) const
     {
         const double elbow = branch & 1 ? -1 : 1, s = branch & 2 ? -1 : 1, w = branch & 4 ? -1 : 1;
-        const Rotation r03 =
-            sum(std::sin(psi), a_s, std::cos(psi), b_s, 1, c_s) * Rotation::RotZ(elbow < 0 ? M_PI : 0);
-        const Rotation r47 = (r03 * Rotation::RotY(elbow * theta4)).Inverse() * target;
+        const auto& [r03, r47] = balls(psi, branch & 1);
         const auto middle = [](const Rotation& r) {
             return std::atan2(std::hypot(r(0, 2), r(1, 2)), r(2, 2));
         };

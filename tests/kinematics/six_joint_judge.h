@@ -73,8 +73,8 @@ class Arm {
   public:
     explicit Arm(int model_code)
         : model(model_code),
-          geometry(model == 36 ? Geometry{.086, .069, .0102, .172, .38, .405, .115, -M_PI_2, M_PI_2}
-                               : Geometry{0, 0, 0, .2405, .256, .21, .144, 0, M_PI}),
+          geometry(model == 36 ? Geometry{.086f, .069f, .0102f, .172f, .38f, .405f, .115f, -M_PI_2, M_PI_2}
+                               : Geometry{0, 0, 0, .2405f, .256f, .21f, .144f, 0, M_PI}),
           chain(kdl_arms::arm(model)), solver(chain)
     {
     }
@@ -140,7 +140,7 @@ class Arm {
     Choice nearest(const KDL::Frame& flange, const float* reference) const
     {
         const double offset1 = model == 36 ? -M_PI_2 : 0, offset3 = M_PI_2;
-        const auto& [joint_limits, theta1, theta3] = limits(model);
+        const auto& [of_joints, theta1, theta3] = limits(model);
         Choice best;
         for (Six q : solutions(flange)) {
             if (!(theta1[0] <= q[0] + offset1 && q[0] + offset1 <= theta1[1])) continue;
@@ -153,7 +153,7 @@ class Arm {
         }
         for (int i = 5; i >= 0; --i)
             if (const double q = best.joint[i] / degree; best.code != -9)
-                if (q > joint_limits[i][1] || q < joint_limits[i][0]) best.code = -3 - i;
+                if (q > of_joints[i][1] || q < of_joints[i][0]) best.code = -3 - i;
         return best;
     }
 };

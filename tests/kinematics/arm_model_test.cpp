@@ -1,0 +1,403 @@
+// Arm models: against the flat functions, Orocos KDL, Eigen and FCL; all solutions; batches; many threads.
+#include "kinematics/kinematics_support.h"
+#include "kx/arm_model.h"
+
+#include <Eigen/Dense>
+#include <fcl/narrowphase/distance.h>
+#include <kdl/chainfksolverpos_recursive.hpp>
+#include <kdl/chainjnttojacsolver.hpp>
+
+#include <algorithm>
+#include <cstring>
+#include <thread>
+
+namespace {
+
+using kdl_arms::degree, kdl_arms::greatest_difference;
+
+bool same_bits(const KinPose& a, const KinPose& b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+double squared_distance(const Joints& a, const Joints& b, int joints)
+{
+    double sum = 0;
+    for (int i = 0; i < joints; ++i)
+        sum += std::pow((a[i] - b[i]) * degree, 2);
+    return sum;
+}
+
+class ArmModel : public ::testing::TestWithParam<int> {
+  protected:
+    const int model = GetParam();
+    Random random;
+    ARM_MODEL arm;
+    const KinPose tool = random.pose();
+    const Euler installation = {0.4f, -0.7f, 2};
+
+    void SetUp() override
+    {
+        Init_Sys_Data(46); // sets the tool transform for model 36
+        setAngle(0, 0, 0);
+        ASSERT_EQ(Arm_Model_Init(&arm, model, 0), 0);
+    }
+
+    void install()
+    {
+        arm.tool = pos2matrix(tool);
+        arm.installation = installation;
+    }
+
+    Joints random_joints()
+    {
+        Joints joint = {};
+        for (int i = 0; i < arm.joints; ++i)
+            joint[i] = random.between(arm.lower[i], arm.upper[i]);
+        if (model == 36) joint[2] = std::max(joint[2], -149.3f); // below, its chain's limits leave nothing
+        return joint;
+    }
+
+    KDL::Chain chain() const // from the base to the tool
+    {
+        KDL::Chain c = kdl_arms::arm(model);
+        c.addSegment(KDL::Segment(KDL::Joint(KDL::Joint::None), frame_by_euler(tool)));
+        return c;
+    }
+    KDL::JntArray radians(const Joints& joint) const
+    {
+        KDL::JntArray r(arm.joints);
+        for (int i = 0; i < arm.joints; ++i)
+            r(i) = joint[i] * degree;
+        return r;
+    }
+    KDL::Rotation base() const
+    {
+        return KDL::Rotation::RPY(installation.rx, installation.ry, installation.rz);
+    }
+
+    ::testing::AssertionResult reaches(const float* joint, const KinPose& target)
+    {
+        return matches(Arm_Model_Pose(&arm, joint), frame_by_quaternion(target), 2e-5);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Models, ArmModel, ::testing::Values(36, 46, 47),
+                         [](const auto& test) { return "Model" + std::to_string(test.param); });
+
+TEST_P(ArmModel, PoseIsTheFlatFunctions)
+{
+    for (int round = 0; round < 2000; ++round) {
+        const Joints joint = random_joints();
+        const KinPose pose = Arm_Model_Pose(&arm, joint.data()),
+                      flat = Forward_Kinematics(model, joint.data());
+        ASSERT_EQ(std::memcmp(&pose.position, &flat.position, sizeof pose.position), 0);
+        ASSERT_TRUE(matches(pose, frame_by_euler(flat), 1e-6));
+        ASSERT_GT(pose.quaternion.w * flat.quaternion.w + pose.quaternion.x * flat.quaternion.x +
+                      pose.quaternion.y * flat.quaternion.y + pose.quaternion.z * flat.quaternion.z,
+                  0.99);
+        ASSERT_TRUE(same_bits(pose, Arm_Model_Flange(&arm, joint.data())));
+    }
+}
+
+TEST_P(ArmModel, ToolInstallationAndLinks)
+{
+    install();
+    for (int variant : {1, 2}) {
+        const float longer = (variant == 1 ? 0.0202f : 0.0285f);
+        ARM_MODEL other;
+        ASSERT_EQ(Arm_Model_Init(&other, model, variant), 0);
+        EXPECT_NEAR(other.flange - arm.flange, longer, 1e-6);
+    }
+    for (int round = 0; round < 100; ++round) {
+        const Joints joint = random_joints();
+        const KDL::Chain of_arm = chain();
+        KDL::ChainFkSolverPos_recursive solver(of_arm);
+        KDL::Frame tool_frame, flange;
+        solver.JntToCart(radians(joint), tool_frame);
+        solver.JntToCart(radians(joint), flange, arm.joints);
+        EXPECT_TRUE(matches(Arm_Model_Pose(&arm, joint.data()), KDL::Frame(base()) * tool_frame, 3e-5));
+        EXPECT_TRUE(matches(Arm_Model_Flange(&arm, joint.data()), KDL::Frame(base()) * flange, 3e-5));
+        Matrix links[7];
+        ASSERT_EQ(Arm_Model_Links(&arm, joint.data(), links), arm.joints);
+        EXPECT_TRUE(KDL::Equal(frame_of(links[arm.joints - 1]), KDL::Frame(base()) * flange, 3e-5));
+    }
+}
+
+TEST_P(ArmModel, JacobianIsKdls)
+{
+    install();
+    const KDL::Chain of_arm = chain();
+    KDL::ChainJntToJacSolver solver(of_arm);
+    for (int round = 0; round < 200; ++round) {
+        const Joints joint = random_joints();
+        KDL::Jacobian in_base(arm.joints);
+        solver.JntToJac(radians(joint), in_base);
+        const KDL::Rotation to_tool =
+            (base().Inverse() * frame_by_euler(Arm_Model_Pose(&arm, joint.data())).M).Inverse();
+        const KDL::Rotation turns[] = {base(), KDL::Rotation::Identity(), to_tool};
+        for (int frame : {ARM_WORLD, ARM_BASE, ARM_TOOL}) {
+            KDL::Jacobian expected = in_base;
+            expected.changeBase(turns[frame]);
+            double jacobian[6][7];
+            Arm_Model_Jacobian(&arm, joint.data(), static_cast<ARM_FRAME>(frame), jacobian);
+            for (int i = 0; i < 6; ++i)
+                for (int j = 0; j < 7; ++j)
+                    ASSERT_NEAR(jacobian[i][j], j < arm.joints ? expected(i, j) : 0, 5e-5) << frame;
+        }
+        const auto [product, least, ratio] = Arm_Model_Dexterity(&arm, joint.data());
+        const Eigen::VectorXd values = in_base.data.jacobiSvd().singularValues();
+        EXPECT_NEAR(product, values.prod(), 2e-5);
+        EXPECT_NEAR(least, values[5], 1e-4);
+        EXPECT_NEAR(ratio, values[5] / values[0], 1e-4);
+    }
+    const Joints upright = {};
+    EXPECT_LT(Arm_Model_Dexterity(&arm, upright.data()).distance, 1e-6);
+    EXPECT_TRUE(std::isnan(Arm_Model_Dexterity(&arm, Joints{nan_f}.data()).distance));
+}
+
+TEST_P(ArmModel, InverseIsTheFlatFunctions)
+{
+    int compared = 0;
+    for (int round = 0; round < 3000; ++round) {
+        const Joints joint = random_joints(), reference = random_joints();
+        const KinPose target = Forward_Kinematics(model, joint.data());
+        Joints flat = {}, found = {};
+        const int code =
+            inverse_kinematics(model, reference.data(), &target, flat.data(), model == 47 ? 2 : 0);
+        ASSERT_EQ(Arm_Model_Inverse(&arm, reference.data(), &target, 4, found.data()), ARM_SOLVED);
+        ASSERT_TRUE(reaches(found.data(), target));
+        ASSERT_EQ(Arm_Model_Beyond_Limits(&arm, found.data()), 0);
+        const bool shares = model != 47 && std::fabs(std::remainder(flat[4], 180.0f)) < 5.1f;
+        if (code != 1 || shares)
+            continue; // what the flat function finds outside the limits is not wanted here
+        ++compared;
+        EXPECT_LT(greatest_difference(flat, found), 0.01);
+    }
+    EXPECT_GT(compared, 2000);
+}
+
+TEST_P(ArmModel, InverseTellsWhyThereIsNone)
+{
+    const Joints joint = {10, 20, 30, 40, 50, 60, 70};
+    const KinPose there = Arm_Model_Pose(&arm, joint.data());
+    KinPose far = there, nowhere = there;
+    far.position.x = 5;
+    nowhere.quaternion.w = nan_f;
+    Joints found = joint;
+    for (const KinPose& target : {far, nowhere})
+        EXPECT_EQ(Arm_Model_Inverse(&arm, joint.data(), &target, 4, found.data()), ARM_OUT_OF_REACH);
+    for (int i = 0; i < arm.joints; ++i)
+        ASSERT_EQ(Arm_Model_Limit(&arm, i + 1, joint[i] - 1, joint[i] + 1), 0);
+    EXPECT_EQ(Arm_Model_Inverse(&arm, Joints{}.data(), &there, 4, found.data()), ARM_SOLVED);
+    EXPECT_TRUE(reaches(found.data(), there));
+    const KinPose beside = Arm_Model_Pose(&arm, Joints{30, 20, 30, 40, 50, 60, 70}.data());
+    EXPECT_EQ(Arm_Model_Inverse(&arm, joint.data(), &beside, 4, found.data()), ARM_OUTSIDE_LIMITS);
+
+    EXPECT_EQ(Arm_Model_Init(&arm, 45, 0), ARM_UNKNOWN);
+    EXPECT_EQ(Arm_Model_Inverse(&arm, joint.data(), &there, 4, found.data()), ARM_UNKNOWN);
+}
+
+TEST_P(ArmModel, LimitsAreOnlyNarrowed)
+{
+    EXPECT_EQ(Arm_Model_Limit(&arm, 2, -30, 40), 0);
+    for (const auto& [number, lower, upper] : {std::tuple{0, -1.f, 1.f},
+                                               {arm.joints + 1, -1.f, 1.f},
+                                               {1, -181.f, 0.f},
+                                               {1, 0.f, 181.f},
+                                               {1, 5.f, 5.f},
+                                               {1, nan_f, 1.f}})
+        EXPECT_EQ(Arm_Model_Limit(&arm, number, lower, upper), KX_WRONG_TYPE);
+    Joints joint = {};
+    for (const auto& [q2, expected] : {std::pair{-30.f, 0}, {40.f, 0}, {40.1f, 2}, {-31.f, 2}, {nan_f, 2}}) {
+        joint[1] = q2;
+        EXPECT_EQ(Arm_Model_Beyond_Limits(&arm, joint.data()), expected) << q2;
+    }
+}
+
+// Every solution is one; the joints that made the target are among them, and the nearest.
+TEST_P(ArmModel, AllSolutions)
+{
+    for (int round = 0; round < 500; ++round) {
+        if (round == 250) // narrow limits, and not symmetric ones
+            for (int i = 0; i < arm.joints; ++i) {
+                const float middle = random.between(-40, 60);
+                Arm_Model_Limit(&arm, i + 1, std::max(middle - 70, arm.lower[i]),
+                                std::min(middle + 60, arm.upper[i]));
+            }
+        const Joints joint = random_joints(), reference = random_joints();
+        const KinPose target = Arm_Model_Pose(&arm, joint.data());
+        Joints nearest = {};
+        ASSERT_EQ(Arm_Model_Inverse(&arm, reference.data(), &target, 4, nearest.data()), ARM_SOLVED);
+
+        double least_difference = 1e9;
+        const auto check = [&](int count, const float(*solutions)[7]) {
+            for (int n = 0; n < count; ++n) {
+                ASSERT_TRUE(reaches(solutions[n], target));
+                ASSERT_EQ(Arm_Model_Beyond_Limits(&arm, solutions[n]), 0);
+                Joints solution, turned = {};
+                std::copy_n(solutions[n], 7, solution.begin());
+                for (int i = 0; i < arm.joints; ++i)
+                    turned[i] = std::remainder(solution[i] - joint[i], 360.0f);
+                least_difference = std::min(least_difference, greatest_difference(turned, Joints{}));
+                ASSERT_LE(squared_distance(nearest, reference, arm.joints),
+                          squared_distance(solution, reference, arm.joints) + 1e-3);
+            }
+        };
+        float solutions[8][7];
+        if (model != 47) {
+            check(Arm_Model_Solutions(&arm, &target, solutions), solutions);
+        } else {
+            ARM_INTERVAL intervals[ARM_INTERVALS];
+            const int intervals_found = Arm_Model_Angles(&arm, &target, intervals);
+            for (int step = 0; step < 100; ++step) {
+                const double angle = 2 * M_PI * step / 100 - M_PI;
+                const int count = Arm_Model_Solutions_At(&arm, &target, angle, solutions);
+                bool inside = false, at_end = false;
+                for (int i = 0; i < intervals_found; ++i)
+                    for (double a : {angle, angle + 2 * M_PI}) {
+                        inside |= a >= intervals[i].from && a <= intervals[i].to;
+                        at_end |=
+                            std::min(std::fabs(a - intervals[i].from), std::fabs(a - intervals[i].to)) < 1e-3;
+                    }
+                EXPECT_TRUE(at_end || inside == (count > 0)) << angle;
+                check(count, solutions);
+            }
+            least_difference = 1e9;
+            check(Arm_Model_Solutions_At(&arm, &target, Arm_Model_Angle(&arm, joint.data()), solutions),
+                  solutions);
+        }
+        // Near a singular place the target's rounding moves them.
+        if (Arm_Model_Dexterity(&arm, joint.data()).distance > 0.005) {
+            EXPECT_LT(least_difference, 0.05);
+        }
+    }
+}
+
+TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
+{
+    std::vector<float> joints, references;
+    constexpr int count = 5003;
+    for (int n = 0; n < count; ++n) {
+        const Joints joint = random_joints(), reference = random_joints();
+        joints.insert(joints.end(), joint.begin(), joint.begin() + arm.joints);
+        references.insert(references.end(), reference.begin(), reference.begin() + arm.joints);
+        if (n % 97 == 0) joints.back() = n % 2 ? 1e8f : nan_f;
+        if (n % 89 == 0) std::fill(joints.end() - arm.joints, joints.end(), 0.0f);
+    }
+    for (bool installed : {false, true}) {
+        if (installed) install();
+        for (int threads : {1, 4})
+            for (int size : {0, 1, 2, 3, 5, count}) {
+                std::vector<KinPose> poses(size + 1);
+                std::memset(poses.data(), 77, sizeof(KinPose) * poses.size());
+                const KinPose beyond = poses.back();
+                Arm_Model_Poses(&arm, size, joints.data(), poses.data(), threads);
+                for (int n = 0; n < size; ++n)
+                    ASSERT_TRUE(same_bits(poses[n], Arm_Model_Pose(&arm, &joints[n * arm.joints])) ||
+                                std::isnan(poses[n].euler.rx))
+                        << n;
+                ASSERT_TRUE(same_bits(poses.back(), beyond));
+
+                std::vector<int> codes(size);
+                std::vector<float> found(size * arm.joints);
+                const int solved = Arm_Model_Inverses(&arm, size, references.data(), poses.data(), 4,
+                                                      found.data(), codes.data(), threads);
+                EXPECT_EQ(solved, std::count(codes.begin(), codes.end(), ARM_SOLVED));
+                for (int n = 0; n < size; n += 7) {
+                    Joints alone;
+                    ASSERT_EQ(codes[n], Arm_Model_Inverse(&arm, &references[n * arm.joints], &poses[n], 4,
+                                                          alone.data()));
+                    if (codes[n] != ARM_SOLVED) continue;
+                    ASSERT_TRUE(
+                        std::equal(alone.begin(), alone.begin() + arm.joints, &found[n * arm.joints]));
+                }
+            }
+    }
+}
+
+// The distances of FCL between the same capsules.
+TEST_P(ArmModel, ClearanceIsFcls)
+{
+    install();
+    const auto objects = [&](const Joints& joint) {
+        ARM_CAPSULE capsules[ARM_CAPSULES];
+        const int count = Arm_Model_Capsules(&arm, joint.data(), capsules);
+        std::vector<std::pair<int, fcl::CollisionObjectd>> all;
+        for (int i = 0; i < count; ++i) {
+            const auto& [link, from, to, radius] = capsules[i];
+            const Eigen::Vector3d a(from.x, from.y, from.z), b(to.x, to.y, to.z), way = b - a;
+            fcl::Transform3d place = fcl::Transform3d::Identity();
+            place.linear() = Eigen::Quaterniond::FromTwoVectors(
+                                 Eigen::Vector3d::UnitZ(), way.norm() > 0 ? way : Eigen::Vector3d::UnitZ())
+                                 .toRotationMatrix();
+            place.translation() = (a + b) / 2;
+            std::shared_ptr<fcl::CollisionGeometryd> body = std::make_shared<fcl::Sphered>(radius);
+            if (way.norm() > 1e-6) body = std::make_shared<fcl::Capsuled>(radius, way.norm());
+            all.emplace_back(link, fcl::CollisionObjectd(body, place));
+        }
+        return all;
+    };
+    const auto distance = [](const fcl::CollisionObjectd& a, const fcl::CollisionObjectd& b) {
+        fcl::DistanceResultd result;
+        return fcl::distance(&a, &b, fcl::DistanceRequestd(false, true), result);
+    };
+    const auto rest = objects(Joints{});
+    int folded = 0;
+    for (int round = 0; round < 100; ++round) {
+        const Joints joint = random_joints();
+        const auto now = objects(joint);
+        double expected = INFINITY;
+        for (std::size_t i = 0; i < now.size(); ++i)
+            for (std::size_t j = i + 1; j < now.size(); ++j)
+                if (now[i].first != now[j].first && distance(rest[i].second, rest[j].second) > 0.05)
+                    expected = std::min(expected, distance(now[i].second, now[j].second));
+        const double clearance = Arm_Model_Clearance(&arm, joint.data());
+        folded += clearance < 0;
+        if (expected > 0)
+            EXPECT_NEAR(clearance, expected, 1e-4);
+        else
+            EXPECT_LT(clearance, 1e-4);
+    }
+    EXPECT_GT(folded, 0);
+    EXPECT_LT(folded, 80);
+}
+
+// Nothing is shared: sixteen threads on all three models get what one gets.
+TEST(ArmModels, AnyNumberOfThreads)
+{
+    const auto work = [](int seed) {
+        std::vector<float> results;
+        std::mt19937 bits(static_cast<unsigned>(seed));
+        for (int round = 0; round < 60; ++round)
+            for (int model : {36, 46, 47}) {
+                ARM_MODEL arm;
+                Arm_Model_Init(&arm, model, round % 3);
+                arm.installation.rx = round * 0.1f;
+                Joints joint = {}, reference = {}, found = {};
+                for (int i = 0; i < arm.joints; ++i)
+                    joint[i] = static_cast<float>(bits() % 240) - 120,
+                    reference[i] = static_cast<float>(bits() % 240) - 120;
+                const KinPose pose = Arm_Model_Pose(&arm, joint.data());
+                Arm_Model_Inverse(&arm, reference.data(), &pose, 4, found.data());
+                results.insert(results.end(), found.begin(), found.end());
+                results.push_back(static_cast<float>(Arm_Model_Dexterity(&arm, joint.data()).distance));
+                results.push_back(static_cast<float>(Arm_Model_Clearance(&arm, joint.data())));
+                KinPose poses[2];
+                const Joints both[2] = {joint, joint};
+                Arm_Model_Poses(&arm, 2, both[0].data(), poses, 2);
+                results.push_back(poses[0].quaternion.x);
+            }
+        return results;
+    };
+    std::vector<std::vector<float>> results(16);
+    std::vector<std::thread> threads;
+    for (int n = 0; n < 16; ++n)
+        threads.emplace_back([&, n] { results[n] = work(n % 4); });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (int n = 0; n < 16; ++n)
+        EXPECT_EQ(results[n], work(n % 4)) << n;
+}
+
+} // namespace
