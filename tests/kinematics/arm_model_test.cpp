@@ -340,7 +340,9 @@ TEST_P(ArmModel, ClearanceIsFcls)
     };
     const auto distance = [](const fcl::CollisionObjectd& a, const fcl::CollisionObjectd& b) {
         fcl::DistanceResultd result;
-        return fcl::distance(&a, &b, fcl::DistanceRequestd(false, true), result);
+        fcl::DistanceRequestd request;
+        request.gjk_solver_type = fcl::GST_INDEP;
+        return fcl::distance(&a, &b, request, result);
     };
     const auto rest = objects(Joints{});
     int folded = 0;

@@ -280,7 +280,7 @@ struct Misses {
     double worst = 0;                        // rad^2
 };
 
-// A miss is by more than 0.01 rad^2; less is lost in the rounding of hard targets. Orientation may be off by what
+// A miss is by more than 0.05 rad^2; less is lost in the rounding of hard targets. Orientation may be off by what
 // counts as a straight wrist.
 template <typename Judge>
 Misses count(const ARM_MODEL& arm, long targets, bool is_hard, unsigned seed)
@@ -314,7 +314,7 @@ Misses count(const ARM_MODEL& arm, long targets, bool is_hard, unsigned seed)
                 Arm_Model_Beyond_Limits(&arm, found.data()))
                 ++m.wrong;
         }
-        if (distance > best + 1e-2) {
+        if (distance > best + 0.05) {
             ++m.misses;
             m.worst = std::max(m.worst, distance - best);
         }
