@@ -1,5 +1,6 @@
-// Prints one hash of many kinematics results: builds of different compilers and optimisation levels must
-// agree.
+// Prints one hash of many results of the flat kinematics and one of arm models: builds of different compilers and
+// optimisation levels must agree.
+#include "kx/arm_model.h"
 #include "kx_base.h"
 
 #include <cinttypes>
@@ -42,6 +43,30 @@ int main()
         add(my_atan2f(tool.position.y, tool.position.x));
         add(tool2end(end2tool(flange, tool, work), tool, work));
         add(RotateMove(flange, round % 4, joints[0]));
+    }
+    std::printf("%016" PRIx64 " ", hash);
+
+    // Batches, Jacobians and inverses of arm models, in a hash of their own.
+    hash = 0xcbf29ce484222325;
+    for (int model : {36, 46, 47}) {
+        ARM_MODEL arm;
+        Arm_Model_Init(&arm, model, 0);
+        constexpr int count = 10000;
+        static float joints[count * 7], found[count * 7];
+        static KinPose poses[count];
+        static int codes[count];
+        for (float& joint : joints)
+            joint = thousandths(120000);
+        Arm_Model_Poses(&arm, count, joints, poses, 1);
+        add(poses);
+        Arm_Model_Inverses(&arm, count - 1, joints + arm.joints, poses, 4, found, codes, 1);
+        add(found);
+        add(codes);
+        for (int n = 0; n < count; n += 100) {
+            double jacobian[6][7];
+            Arm_Model_Jacobian(&arm, joints + n * arm.joints, ARM_TOOL, jacobian);
+            add(jacobian);
+        }
     }
     std::printf("%016" PRIx64 "\n", hash);
 }
