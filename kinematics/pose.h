@@ -18,7 +18,7 @@ class PoseMath {
     static Float angle_of(const Float& y, const Float& x)
     {
         const Double dy = widened(y), dx = widened(x);
-        return cleaned(rounded_off(arc_tangent(dy, (dy == 0) & (dx == 0) ? Double{} + 1 : dx)));
+        return cleaned(rounded_off(arc_tangent(dy, ((dy == 0) & (dx == 0)) ? Double{} + 1 : dx)));
     }
 
     // The length of (y, x); a square root of floats is the same whether taken in float or in double.
