@@ -14,10 +14,15 @@
 
 static std::mutex waiting; // held during every call that waits, of whatever arm
 
-static int read_joints(int arm, float* joint)
+// Of two lines that are read together one is lost, so a call that times out, and does no harm twice, is made again.
+template <class Command>
+static int ask(Command command)
 {
     const std::lock_guard lock(waiting);
-    return Get_Joint_Degree(arm, joint);
+    int status = command();
+    for (int tries = 1; tries < 3 && status == KX_TIMED_OUT; ++tries)
+        status = command();
+    return status;
 }
 
 // Moves joint 1, others may use the arm meanwhile. 0 it has arrived, 1 it stands elsewhere, or why it cannot be read.
@@ -26,7 +31,7 @@ static int move(int arm, float degrees)
     float joint[7] = {degrees}, before = NAN;
     Movej_Cmd(arm, joint, 20, 0, false);
     for (int still = 0; still < 10; sleep_cp(20)) {
-        if (const int status = read_joints(arm, joint)) return status;
+        if (const int status = ask([&] { return Get_Joint_Degree(arm, joint); })) return status;
         if (std::fabs(joint[0] - degrees) < 0.002f) return KX_SUCCESS;
         still = joint[0] == before ? still + 1 : 0;
         before = joint[0];
@@ -51,10 +56,8 @@ int main(int argc, char** argv)
     std::atomic<bool> done = false;
     int failures = 0;
     std::thread other([&] {
-        while (!done) {
-            const std::lock_guard lock(waiting);
-            failures += Set_DO_State(right, 1, true, true) != KX_SUCCESS;
-        }
+        while (!done)
+            failures += ask([&] { return Set_DO_State(right, 1, true, true); }) != KX_SUCCESS;
     });
     const int arrived = move(left, 40);
     std::thread stopper([&] {

@@ -16,7 +16,9 @@ class Example {
   public:
     // Connects to a controller on this machine, or ends the program.
     // @param names what the program takes: "PORT", "PORT [MODEL]", or more; port and model come first
-    Example(int argc, char** argv, const char* names, KX_Callback on_push = nullptr)
+    // @param on_push receives pushes, and what is in `user`
+    Example(int argc, char** argv, const char* names, KX_LINK_PUSH_CALLBACK on_push = nullptr,
+            void* user = nullptr)
         : arguments_(argv + 1, argv + argc)
     {
         std::istringstream words(names);
@@ -29,15 +31,19 @@ class Example {
         }
         model = static_cast<int>(number(1, 46));
         joints = model == 47 ? 7 : 6;
-        KX_API_Init(on_push);
-        arm = Arm_Socket_Start("127.0.0.1", static_cast<int>(number(0, 0)), model, 0);
-        if (Arm_Sockrt_State(arm) != KX_SUCCESS) { // a small descriptor looks like a status code, so ask
-            fprintf(stderr, "cannot connect to 127.0.0.1:%s as model %d\n", arguments_[0].c_str(), model);
+        KX_LINK_OPTIONS options;
+        KX_Link_Defaults(&options);
+        options.on_push = on_push;
+        options.user = user;
+        arm = KX_Link_Open("127.0.0.1", static_cast<int>(number(0, 0)), model, &options);
+        if (arm < 0) {
+            fprintf(stderr, "cannot connect to 127.0.0.1:%s: %s\n", arguments_[0].c_str(),
+                    KX_Status_Words(-arm));
             exit(1);
         }
     }
 
-    ~Example() { Arm_Socket_Close(arm); }
+    ~Example() { KX_Link_Close(arm); }
 
     // The argument in this place, which must be a finite number.
     double number(std::size_t place, double otherwise) const
@@ -61,8 +67,7 @@ class Example {
     {
         const unsigned int begin = Get_Program_Runtime();
         const int status = command();
-        printf("%-44s %8.2f s  status %d, %s\n", name, (Get_Program_Runtime() - begin) / 1000.0, status,
-               KX_Status_Words(status));
+        printf("%-44s %8.2f s  %s\n", name, (Get_Program_Runtime() - begin) / 1000.0, words(status).c_str());
         return expect(status == expected, name);
     }
 
@@ -78,8 +83,16 @@ class Example {
     // Says so only if a command did not succeed.
     bool check(int status, const char* what)
     {
-        if (status != KX_SUCCESS) printf("status %d, %s\n", status, KX_Status_Words(status));
+        if (status != KX_SUCCESS) printf("%s: %s\n", what, words(status).c_str());
         return expect(status == KX_SUCCESS, what);
+    }
+
+    // What a status says, with the controller's own words for a refusal.
+    std::string words(int status) const
+    {
+        char reason[300] = "";
+        if (status == KX_REFUSED) KX_Link_Reason(arm, reason, sizeof reason);
+        return std::string(KX_Status_Words(status)) + (*reason ? ": " : "") + reason;
     }
 
     // The exit status of the program.

@@ -2,22 +2,23 @@
  * @file
  * KX Service, C interface: drive robot-arm controllers over TCP from a Linux application.
  *
- *     KX_API_Init(on_push);                                        // start the library
- *     int arm = Arm_Socket_Start("192.0.2.10", 8080, 46, 0);     // connect; the result is the arm's handle
+ *     int arm = KX_Link_Open("192.0.2.10", 8080, 46, NULL);  // connect; the result is the arm's handle
  *     float home[6] = {0, -20, 60, 0, 40, 0};
- *     int status = Movej_Cmd(arm, home, 20, 0, true);              // move at 20 % speed, return on arrival
- *     Arm_Socket_Close(arm);
+ *     int status = Movej_Cmd(arm, home, 20, 0, true);        // move at 20 % speed, return on arrival
+ *     KX_Link_Close(arm);
+ *
+ * There are two kinds of connection, for the same commands: links (kx/link.h), and the classic connection of
+ * Arm_Socket_Start (kx/connection.h), kept as it was for applications that rely on it.
  *
  * Conventions, unless a function says otherwise:
- * - Every command takes the descriptor returned by Arm_Socket_Start first and returns a status code (KX_STATUS).
- * - With `block` true a command sends at once and waits for the controller's answer, at most m_nOutTime
- *   milliseconds. With `block` false it queues the request and returns 0; one queued request leaves every 5 ms.
+ * - Every command takes the handle of a link or the descriptor of a classic connection first and returns a status
+ *   code (KX_STATUS, in words by KX_Status_Words).
+ * - With `block` true a command sends and waits for the controller's answer. With `block` false it hands the
+ *   request over and returns 0. That may be done from any thread at any time.
+ * - On links any number of threads may wait. **On a classic connection one blocking command at a time may be under
+ *   way in a process**, whatever the arm, and none in the callback; most sleep 20 ms before they send, and look for
+ *   the answer every 10 ms, at most for m_nOutTime.
  * - Joint angles are degrees, one float per joint (6, or 7 for model 47); lengths metres; pose angles radians.
- * - Non-blocking commands may be called from any thread at any time. Blocking ones must not overlap within a
- *   process, not even for different arms: a caller finds its reply by its place among those who wait, and an
- *   earlier caller that leaves moves the later ones, who then end with 9 or another's reply. So guard them with a
- *   mutex. To act while a blocking move runs, use non-blocking commands; to watch the arm meanwhile, send the move
- *   non-blocking and read the state until it has arrived. A callback must not call a blocking command.
  * - On a non-zero status outputs are untouched, except where a function says which are written first.
  * - Each command has exported workers, `_Block` and `_NonBlock`, which take its arguments less `block` and skip the
  *   waits and checks that the command makes before.

@@ -4,65 +4,60 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
+#include <memory>
 #include <thread>
 
-#include <arpa/inet.h>
 #include <kx_base.h>
 #include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
-
-#include "answer.h"
 
 namespace kx::tool {
 
 namespace {
 
 struct Address {
-    std::string ip;
+    std::string host;
     int port;
 };
 
-Address resolve(const std::string& text)
+Address parse(const std::string& text)
 {
     const std::size_t colon = text.rfind(':');
     char more = 0;
-    Address result;
+    int port;
     if (colon == std::string::npos || colon == 0 ||
-        std::sscanf(text.c_str() + colon + 1, "%5d%c", &result.port, &more) != 1 || result.port < 1 ||
-        result.port > 65535)
+        std::sscanf(text.c_str() + colon + 1, "%5d%c", &port, &more) != 1 || port < 1 || port > 65535)
         throw WrongUse("--arm " + text + " is not of the form HOST:PORT, e.g. 127.0.0.1:8080");
+    return {text.substr(0, colon), port};
+}
 
-    const std::string host = text.substr(0, colon);
-    addrinfo wanted = {}, *found = nullptr;
-    wanted.ai_family = AF_INET;
-    if (getaddrinfo(host.c_str(), nullptr, &wanted, &found) != 0)
-        throw WrongUse("--arm " + text + ": there is no host " + host);
-    char ip[INET_ADDRSTRLEN];
-    inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(found->ai_addr)->sin_addr, ip, sizeof ip);
-    freeaddrinfo(found);
-    result.ip = ip;
+int milliseconds(double seconds)
+{
+    return static_cast<int>(1000 * seconds);
+}
+
+Failed failed(int status)
+{
+    return {status, KX_Status_Words(status)};
+}
+
+/** @return a connected socket */
+int connect_within(double seconds, const addrinfo& address)
+{
+    const int result = socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    if (result < 0) throw failed(KX_NO_SOCKET);
+    int error = 0;
+    socklen_t size = sizeof error;
+    pollfd connected = {result, POLLOUT, 0};
+    if (connect(result, address.ai_addr, address.ai_addrlen) < 0 &&
+        (poll(&connected, 1, milliseconds(seconds)) != 1 ||
+         getsockopt(result, SOL_SOCKET, SO_ERROR, &error, &size) < 0 || error != 0)) {
+        close(result);
+        throw failed(KX_BAD_DESCRIPTOR);
+    }
     return result;
-}
-
-/** The system itself would try for minutes to reach a host that keeps silent. */
-void give_up(int)
-{
-    constexpr char text[] = "kx: status 5: the controller cannot be reached\n";
-    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text, sizeof text - 1);
-    _exit(KX_BAD_DESCRIPTOR);
-}
-
-void set_alarm(double seconds)
-{
-    std::signal(SIGALRM, give_up);
-    const auto whole = static_cast<time_t>(seconds);
-    const itimerval once = {{},
-                            {whole, static_cast<suseconds_t>((seconds - static_cast<double>(whole)) * 1e6)}};
-    setitimer(ITIMER_REAL, &once, nullptr);
 }
 
 std::atomic<bool> is_interrupted = false;
@@ -70,22 +65,19 @@ static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it"
 
 } // namespace
 
-Arm::Arm(const std::string& address, int model, double timeout, Reader reader)
+Arm::Arm(const std::string& address, int model, double timeout)
 {
-    const Address peer = resolve(address);
-    if (reader == Reader::library) { // which reads in a thread of its own
-        KX_API_Init(nullptr);
-        m_nOutTime = static_cast<int>(1000 * timeout);
-    }
-    set_alarm(timeout);
-    descriptor_ = Arm_Socket_Start(peer.ip.c_str(), peer.port, model, 0);
-    set_alarm(0);
-    if (descriptor_ <= KX_BAD_DESCRIPTOR) throw Failed{descriptor_};
+    const auto [host, port] = parse(address);
+    KX_LINK_OPTIONS options;
+    KX_Link_Defaults(&options);
+    options.connect_timeout_ms = options.reply_timeout_ms = milliseconds(timeout);
+    link_ = KX_Link_Open(host.c_str(), port, model, &options);
+    if (link_ < 0) throw failed(-link_);
 }
 
 Arm::~Arm()
 {
-    Arm_Socket_Close(descriptor_);
+    KX_Link_Close(link_);
 }
 
 int Arm::run_stoppably(const std::function<int()>& move) const
@@ -102,7 +94,7 @@ int Arm::run_stoppably(const std::function<int()>& move) const
             sleep_cp(10);
         if (has_ended) return;
         std::fprintf(stderr, "kx: interrupted, stopping the arm\n");
-        Move_Stop_Cmd(descriptor_, false); // the only kind that may run beside a blocking command
+        Move_Stop_Cmd(link_, true);
     });
     const int status = move();
     has_ended = true;
@@ -110,27 +102,52 @@ int Arm::run_stoppably(const std::function<int()>& move) const
     return status;
 }
 
-void Arm::send(const std::string& line) const
+std::string Arm::words(int status) const
+{
+    char reason[300] = "";
+    if (status == KX_REFUSED) KX_Link_Reason(link_, reason, sizeof reason);
+    return std::string(KX_Status_Words(status)) + (*reason ? ": " : "") + reason;
+}
+
+Wire::Wire(const std::string& address, double timeout)
+{
+    const auto [host, port] = parse(address);
+    addrinfo wanted = {}, *found = nullptr;
+    wanted.ai_socktype = SOCK_STREAM;
+    if (getaddrinfo(host.c_str(), std::to_string(port).c_str(), &wanted, &found) != 0)
+        throw failed(KX_UNKNOWN_HOST);
+    const std::unique_ptr<addrinfo, void (*)(addrinfo*)> addresses(found, freeaddrinfo);
+    socket_ = connect_within(timeout, *addresses);
+}
+
+Wire::~Wire()
+{
+    close(socket_);
+}
+
+void Wire::send(const std::string& line) const
 {
     for (std::size_t sent = 0; sent < line.size();) {
-        const ssize_t count = ::send(descriptor_, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
-        if (count < 0) throw Failed{KX_SEND_FAILED};
+        pollfd writable = {socket_, POLLOUT, 0};
+        poll(&writable, 1, -1);
+        const ssize_t count = ::send(socket_, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
+        if (count < 0) throw failed(KX_LOST);
         sent += static_cast<std::size_t>(count);
     }
 }
 
-std::string Arm::receive(double seconds)
+std::string Wire::receive(double seconds)
 {
     using namespace std::chrono;
     const auto deadline = steady_clock::now() + duration<double>(seconds);
     std::size_t end;
     while ((end = received_.find('\n')) == std::string::npos) {
-        const auto left = duration_cast<milliseconds>(deadline - steady_clock::now()).count();
-        pollfd readable = {descriptor_, POLLIN, 0};
-        if (left < 0 || poll(&readable, 1, static_cast<int>(left) + 1) == 0) throw Failed{KX_TIMED_OUT};
+        const auto left = duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now()).count();
+        pollfd readable = {socket_, POLLIN, 0};
+        if (left < 0 || poll(&readable, 1, static_cast<int>(left) + 1) == 0) throw failed(KX_TIMED_OUT);
         char piece[1000];
-        const ssize_t count = recv(descriptor_, piece, sizeof piece, 0);
-        if (count <= 0) throw Failed{KX_SEND_FAILED};
+        const ssize_t count = recv(socket_, piece, sizeof piece, 0);
+        if (count <= 0) throw failed(KX_LOST);
         received_.append(piece, static_cast<std::size_t>(count));
     }
     std::string line = received_.substr(0, end);

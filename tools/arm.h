@@ -1,4 +1,4 @@
-// A connection to an arm for as long as a command of kx runs.
+// The two ways in which commands of kx reach a controller.
 #pragma once
 
 #include <functional>
@@ -15,11 +15,10 @@ struct WrongUse : std::runtime_error {
 /** A status of the library that ends the command. */
 struct Failed {
     int status;
+    std::string why;
 };
 
-/** Who reads what the controller sends: the library, or the program itself. */
-enum class Reader { library, program };
-
+/** An arm on a link of the library. */
 class Arm {
   public:
     /**
@@ -27,23 +26,37 @@ class Arm {
      * @param timeout seconds, for the connection and for every answer
      * @throws WrongUse for something else than an address, Failed when it cannot be reached
      */
-    Arm(const std::string& address, int model, double timeout, Reader reader = Reader::library);
+    Arm(const std::string& address, int model, double timeout);
     ~Arm();
     Arm(const Arm&) = delete;
 
-    operator int() const { return descriptor_; } // as which the library knows it
+    operator int() const { return link_; } // as which the library knows it
 
-    /** Runs a blocking move; an interrupt of the program stops the arm, which ends the move. */
+    /** Runs a move that waits; an interrupt of the program stops the arm, which ends the move. */
     int run_stoppably(const std::function<int()>& move) const;
 
-    /** Of Reader::program. @throws Failed */
+    /** What a status says, with the controller's own words for a refusal. */
+    std::string words(int status) const;
+
+  private:
+    int link_;
+};
+
+/** A bare connection, for lines that are not the library's. Everything may throw Failed. */
+class Wire {
+  public:
+    /** As for an arm. */
+    Wire(const std::string& address, double timeout);
+    ~Wire();
+    Wire(const Wire&) = delete;
+
     void send(const std::string& line) const;
 
     /** The next line, without its end. @throws Failed when none comes within some seconds */
     std::string receive(double seconds);
 
   private:
-    int descriptor_;
+    int socket_;
     std::string received_; // and not yet asked for
 };
 

@@ -70,9 +70,15 @@ Row number(const std::string& name, double value)
     return {name, "", {value}, false};
 }
 
-void check(int status)
+void check(const Arm& arm, int status)
 {
-    if (status != KX_SUCCESS) throw Failed{status};
+    if (status != KX_SUCCESS) throw Failed{status, arm.words(status)};
+}
+
+/** Of a command without a result. */
+Answer done(const Arm& arm, int status)
+{
+    return {status, {}, arm.words(status)};
 }
 
 Answer read_state(const Arm& arm, std::size_t joint_count)
@@ -80,7 +86,7 @@ Answer read_state(const Arm& arm, std::size_t joint_count)
     float joint[7];
     POSE pose;
     unsigned short arm_error, controller_error;
-    check(Get_Current_Arm_State(arm, joint, &pose, &arm_error, &controller_error));
+    check(arm, Get_Current_Arm_State(arm, joint, &pose, &arm_error, &controller_error));
     return {KX_SUCCESS,
             {row("joint", "deg", std::vector<float>(joint, joint + joint_count)),
              row("position", "m", std::vector{pose.x, pose.y, pose.z}),
@@ -108,9 +114,9 @@ Answer read_channels(const Arm& arm)
     std::vector<unsigned char> outputs(room, unwritten), inputs = outputs;
     std::vector<float> output_volts(room, NAN), input_volts = output_volts, tool = output_volts,
                                                 tool_is_output = output_volts;
-    check(Get_IO_Output(arm, outputs.data(), output_volts.data()));
-    check(Get_IO_Input(arm, inputs.data(), input_volts.data()));
-    check(Get_Tool_IO_State(arm, tool_is_output.data(), tool.data()));
+    check(arm, Get_IO_Output(arm, outputs.data(), output_volts.data()));
+    check(arm, Get_IO_Input(arm, inputs.data(), input_volts.data()));
+    check(arm, Get_Tool_IO_State(arm, tool_is_output.data(), tool.data()));
     return {KX_SUCCESS,
             {row("do", "", written(outputs)), row("di", "", written(inputs)),
              row("ao", "V", written(output_volts)), row("ai", "V", written(input_volts)),
@@ -127,20 +133,17 @@ Answer read_channel(const Arm& arm, const std::string& kind, int channel)
         if (index >= count) return {KX_REFUSED, {}, "there are " + std::to_string(count) + " of " + kind};
         return {KX_SUCCESS, {{kind, row.unit, {row.values[index]}, false}}};
     }
-    throw Failed{KX_BAD_REPLY};
+    return {KX_BAD_REPLY, {}};
 }
 
 /** The answer to this cannot be told from another's, so it is not waited for; reading back tells more. */
 Answer set_tool_channel(const Arm& arm, unsigned char channel, bool on)
 {
-    const int timeout = std::exchange(m_nOutTime, 1);
-    const int sent = Set_Tool_DO_State(arm, channel, on, true);
-    m_nOutTime = timeout;
-    if (sent != KX_TIMED_OUT) throw Failed{sent};
+    check(arm, Set_Tool_DO_State(arm, channel, on, false));
     for (const auto& [kind, wanted] : {std::pair("tool_is_output", true), {"tool", on}}) {
         const Answer answer = read_channel(arm, kind, channel);
         if (answer.status != KX_SUCCESS) return answer;
-        if ((answer.rows.front().values.front() == 1) != wanted) return {KX_REFUSED, {}};
+        if ((answer.rows.front().values.front() == 1) != wanted) return done(arm, KX_REFUSED);
     }
     return {};
 }
@@ -170,10 +173,10 @@ std::vector<Row> rows(const KinPose& pose)
 }
 
 /** Of a motion. */
-Answer ended(int status)
+Answer ended(const Arm& arm, int status)
 {
-    if (status == KX_SUCCESS || status == KX_REFUSED) return {status, {}};
-    return {status, {}, std::string(KX_Status_Words(status)) + "; the arm may still be moving"};
+    const bool is_certain = status == KX_SUCCESS || status == KX_REFUSED;
+    return {status, {}, arm.words(status) + (is_certain ? "" : "; the arm may still be moving")};
 }
 
 } // namespace
@@ -198,7 +201,7 @@ Answer movej(const Given& given)
     const float* target = joints(given, given.numbers);
     const Arm arm(given.arm, given.model, timeout_of(given));
     const auto speed = static_cast<unsigned char>(given.speed);
-    return ended(arm.run_stoppably([&] { return Movej_Cmd(arm, target, speed, 0, true); }));
+    return ended(arm, arm.run_stoppably([&] { return Movej_Cmd(arm, target, speed, 0, true); }));
 }
 
 Answer movel(const Given& given)
@@ -206,13 +209,13 @@ Answer movel(const Given& given)
     const POSE target = pose(given.numbers);
     const Arm arm(given.arm, model_of(given), timeout_of(given));
     const auto speed = static_cast<unsigned char>(given.speed);
-    return ended(arm.run_stoppably([&] { return Movel_Cmd(arm, target, speed, 0, true); }));
+    return ended(arm, arm.run_stoppably([&] { return Movel_Cmd(arm, target, speed, 0, true); }));
 }
 
 Answer stop(const Given& given)
 {
     const Arm arm(given.arm, any_model, timeout_of(given));
-    return {Move_Stop_Cmd(arm, true), {}};
+    return done(arm, Move_Stop_Cmd(arm, true));
 }
 
 Answer io(const Given& given)
@@ -226,8 +229,8 @@ Answer io(const Given& given)
     const auto channel = static_cast<unsigned char>(given.channel);
     if (given.kind.empty()) return read_channels(arm);
     if (!is_set) return read_channel(arm, given.kind, given.channel);
-    if (given.kind == "do") return {Set_DO_State(arm, channel, on, true), {}};
-    if (given.kind == "ao") return {Set_AO_State(arm, channel, true, voltage), {}};
+    if (given.kind == "do") return done(arm, Set_DO_State(arm, channel, on, true));
+    if (given.kind == "ao") return done(arm, Set_AO_State(arm, channel, true, voltage));
     return set_tool_channel(arm, channel, on);
 }
 
@@ -236,10 +239,12 @@ Answer gripper(const Given& given)
     if ((given.action == "to") != given.position.has_value())
         throw WrongUse(given.action == "to" ? "to which position?" : "only `to` takes a position");
     const Arm arm(given.arm, any_model, timeout_of(given, 15)); // fingers are slow
-    if (given.action == "open") return {Set_Gripper_Release(arm, given.finger_speed, true), {}};
-    if (given.action == "close") return {Set_Gripper_Pick(arm, given.finger_speed, given.force, true), {}};
-    if (given.action == "hold") return {Set_Gripper_Pick_On(arm, given.finger_speed, given.force, true), {}};
-    return {Set_Gripper_Position(arm, *given.position, true), {}};
+    if (given.action == "open") return done(arm, Set_Gripper_Release(arm, given.finger_speed, true));
+    if (given.action == "close")
+        return done(arm, Set_Gripper_Pick(arm, given.finger_speed, given.force, true));
+    if (given.action == "hold")
+        return done(arm, Set_Gripper_Pick_On(arm, given.finger_speed, given.force, true));
+    return done(arm, Set_Gripper_Position(arm, *given.position, true));
 }
 
 Answer forward(const Given& given)
@@ -268,13 +273,13 @@ Answer raw(const Given& given)
     if (!nlohmann::json::parse(given.line, nullptr, false).is_object())
         throw WrongUse("not one JSON object: " + given.line);
 
-    Arm arm(given.arm, any_model, timeout_of(given), Reader::program);
-    arm.send(given.line + "\r\n");
-    std::cout << arm.receive(timeout_of(given)) << std::endl;
+    Wire wire(given.arm, timeout_of(given));
+    wire.send(given.line + "\r\n");
+    std::cout << wire.receive(timeout_of(given)) << std::endl;
     try {
         for (const unsigned int end = Get_Program_Runtime() + static_cast<unsigned int>(1000 * given.listen);
              ;)
-            std::cout << arm.receive(static_cast<int>(end - Get_Program_Runtime()) / 1000.0) << std::endl;
+            std::cout << wire.receive(static_cast<int>(end - Get_Program_Runtime()) / 1000.0) << std::endl;
     } catch (const Failed& failed) {
         if (failed.status != KX_TIMED_OUT) throw;
     }

@@ -43,6 +43,16 @@ void set_a_limit(Example& example)
     example.expect(after[0] == 90, "the limit reads back as it was set");
 }
 
+// A move that waits returns when the arm is there, while the watcher goes on watching.
+void move(Example& example, const float* target, unsigned char speed)
+{
+    example.check(Movej_Cmd(example.arm, target, speed, 0, true), "moving");
+    const State state = read_state(example);
+    for (int j = 0; j < example.joints; ++j)
+        example.expect(std::fabs(state.joint[j] - target[j]) < 0.002,
+                       "the joints arrive where they were sent");
+}
+
 void move_joint_by_joint_and_back(Example& example, Watcher& watcher)
 {
     const float step[7] = {40, -30, 50, 45, -40, 60, 30};
@@ -50,31 +60,29 @@ void move_joint_by_joint_and_back(Example& example, Watcher& watcher)
     for (int j = 0; j < example.joints; ++j) {
         target[j] = step[j];
         watcher.phase("move joint " + std::to_string(j + 1));
-        example.check(Movej_Cmd(example.arm, target, 40, 0, false), "moving one joint");
-        example.expect(watcher.wait_for(target, 10), "the joint arrives where it was sent");
+        move(example, target, 40);
     }
     const float home[7] = {};
     watcher.phase("move all joints back");
-    example.check(Movej_Cmd(example.arm, home, 40, 0, false), "moving back");
-    example.expect(watcher.wait_for(home, 10), "the arm arrives where it came from");
+    move(example, home, 40);
 }
 
 void pause_and_continue(Example& example, Watcher& watcher)
 {
     const float target[7] = {-60, 25, -45, 30, 35, -90, 45};
     watcher.phase("move all joints");
-    example.check(Movej_Cmd(example.arm, target, 20, 0, false), "moving");
+    std::thread mover([&] { move(example, target, 20); });
     sleep_cp(1000);
     example.expect(watcher.travel(0.3) > 1, "the arm moves");
 
     watcher.phase("pause", Phase::Shown::over_time);
-    example.check(watcher.exclusively([&] { return Move_Pause_Cmd(example.arm, true); }), "pausing");
+    example.check(Move_Pause_Cmd(example.arm, true), "pausing");
     sleep_cp(1500);
     example.expect(watcher.travel(0.5) == 0, "the arm stands still while paused");
 
     watcher.phase("continue");
-    example.check(watcher.exclusively([&] { return Move_Continue_Cmd(example.arm, true); }), "continuing");
-    example.expect(watcher.wait_for(target, 10), "the paused motion arrives where it was sent");
+    example.check(Move_Continue_Cmd(example.arm, true), "continuing");
+    mover.join();
 }
 
 struct Vector {
@@ -106,16 +114,15 @@ template <class Beside>
 void follow(Example& example, Watcher& watcher, const char* path, int sent, const POSE& end, Beside beside)
 {
     example.check(sent, path);
-    example.expect(watcher.wait_for_end(15), "the motion ends");
     const std::vector<Sample> samples = watcher.samples_of_phase();
     double farthest = 0;
     for (const Sample& sample : samples)
         farthest = std::max(farthest, beside(Vector{sample.x, sample.y, sample.z}));
-    const Sample& last = samples.back();
+    const POSE there = read_state(example).pose;
     watcher.say("%s: %zu places, none more than %.3f mm beside it", path, samples.size(), 1000 * farthest);
     example.expect(samples.size() > 30, "the tool is watched on its way");
     example.expect(farthest < 1e-4, "the tool keeps to its path");
-    example.expect(std::hypot(last.x - end.x, last.y - end.y, last.z - end.z) < 1e-4, "the tool arrives");
+    example.expect(std::hypot(there.x - end.x, there.y - end.y, there.z - end.z) < 1e-4f, "the tool arrives");
 }
 
 void move_along_a_line_and_a_circle(Example& example, Watcher& watcher)
@@ -124,14 +131,13 @@ void move_along_a_line_and_a_circle(Example& example, Watcher& watcher)
                 ready_47[7] = {0, 30, 0, 60, 0, 90}; // hand down, in front
     const float* ready = example.model == 36 ? ready_36 : example.model == 46 ? ready_46 : ready_47;
     watcher.phase("get ready");
-    example.check(Movej_Cmd(example.arm, ready, 50, 0, false), "moving");
-    example.expect(watcher.wait_for(ready, 10), "the arm gets ready");
-    const POSE start = watcher.exclusively([&] { return read_state(example).pose; });
+    move(example, ready, 50);
+    const POSE start = read_state(example).pose;
 
     const Vector from = {start.x, start.y, start.z}, way = {-0.08, 0.2, 0.05};
     const POSE corner = moved(start, way);
     watcher.phase("line", Phase::Shown::along_path);
-    follow(example, watcher, "line", Movel_Cmd(example.arm, corner, 50, 0, false), corner,
+    follow(example, watcher, "line", Movel_Cmd(example.arm, corner, 50, 0, true), corner,
            [&](const Vector& place) {
                const Vector gone = place - from;
                const double part = std::clamp(dot(gone, way) / dot(way, way), 0.0, 1.0);
@@ -148,7 +154,7 @@ void move_along_a_line_and_a_circle(Example& example, Watcher& watcher)
     };
     const POSE via = at(120), end = at(240);
     watcher.phase("circle", Phase::Shown::along_path);
-    follow(example, watcher, "circle", Movec_Cmd(example.arm, via, end, 50, 0, 1, false), end,
+    follow(example, watcher, "circle", Movec_Cmd(example.arm, via, end, 50, 0, 1, true), end,
            [&](const Vector& place) {
                const Vector spoke = place - centre;
                const double x = dot(spoke, first), y = dot(spoke, second);
@@ -157,13 +163,12 @@ void move_along_a_line_and_a_circle(Example& example, Watcher& watcher)
            });
 }
 
-// The blocking form of a move returns when the motion has ended, or with what went wrong.
 void see_a_command_refused(Example& example, Watcher& watcher)
 {
     const float beyond[7] = {0, 0, 1000, 0, 0, 0, 0};
     watcher.phase("move joint 3 beyond its limit");
-    const int status = watcher.exclusively([&] { return Movej_Cmd(example.arm, beyond, 20, 0, true); });
-    watcher.say("joint 3 to 1000 degrees: status %d, %s", status, KX_Status_Words(status));
+    const int status = Movej_Cmd(example.arm, beyond, 20, 0, true);
+    watcher.say("joint 3 to 1000 degrees: %s", example.words(status).c_str());
     example.expect(status == KX_REFUSED, "a target beyond the limits is refused");
     sleep_cp(500);
     example.expect(watcher.travel(0.4) == 0, "a refused command does not move the arm");

@@ -1,6 +1,5 @@
-// Watches an arm from a thread of its own, beside whatever the application does with it: prints a running
-// table and keeps the samples for a picture. It asks for the joint angles only, so that a blocking move,
-// which asks for the whole state, can go on meanwhile.
+// Watches an arm from a thread of its own, beside whatever the application does with it: prints a running table and
+// keeps the samples for a picture.
 #pragma once
 
 #include "kx_base.h"
@@ -27,37 +26,6 @@ class Watcher {
     {
         stopping_ = true;
         if (thread_.joinable()) thread_.join();
-    }
-
-    // Runs a blocking command while the watcher makes none.
-    template <class Command>
-    auto exclusively(Command command)
-    {
-        const std::lock_guard lock(commands_);
-        return command();
-    }
-
-    // Waits until every joint is at its target; false when that takes longer than some seconds.
-    bool wait_for(const float* target, double seconds)
-    {
-        for (const double deadline = now() + seconds; now() < deadline; sleep_cp(20)) {
-            const std::lock_guard lock(mutex_);
-            bool is_there = !samples_.empty();
-            for (int j = 0; is_there && j < joints_; ++j)
-                is_there = std::fabs(samples_.back().joint[static_cast<size_t>(j)] - target[j]) < 0.002;
-            if (is_there) return true;
-        }
-        return false;
-    }
-
-    // Waits until a motion has begun and the arm stands again; false when that takes longer than some
-    // seconds.
-    bool wait_for_end(double seconds)
-    {
-        sleep_cp(500);
-        for (const double deadline = now() + seconds; now() < deadline; sleep_cp(20))
-            if (travel(0.3) == 0) return true;
-        return false;
     }
 
     // Names what happens from now on.
@@ -118,9 +86,9 @@ class Watcher {
     void watch()
     {
         print_heading();
-        while (!stopping_) {
+        for (; !stopping_; sleep_cp(20)) {
             float joint[7] = {};
-            if (exclusively([&] { return Get_Joint_Degree(arm_, joint); }) != KX_SUCCESS) continue;
+            if (Get_Joint_Degree(arm_, joint) != KX_SUCCESS) continue;
             const Position tool = Forward_Kinematics(model_, joint).position;
             Sample sample = {now(), {}, tool.x, tool.y, tool.z};
             std::copy(joint, joint + 7, sample.joint.begin());
@@ -163,8 +131,7 @@ class Watcher {
     const int arm_, model_, joints_;
     const unsigned int start_;
     const bool is_terminal_ = isatty(STDOUT_FILENO);
-    std::mutex commands_; // held during a blocking command
-    std::mutex mutex_;    // guards what follows, and the terminal
+    std::mutex mutex_; // guards what follows, and the terminal
     std::vector<Sample> samples_;
     std::vector<Phase> phases_;
     double printed_ = -1; // time of the last row that was kept

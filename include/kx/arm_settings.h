@@ -124,7 +124,8 @@ KX_API int Set_Joint_Zero_Offset(int sockfd, const float* offset, bool block);
 /**
  * Sets the parameters of the arm's dynamic model.
  *
- * A fraction may take 17 digits, and a request longer than 299 bytes ends the process: the numbers, with
+ * A fraction may take 17 digits, and a request longer than 299 bytes is refused by a link, while
+ * a classic connection ends the process: the numbers, with
  * two more characters between any two of them, may take 246. Multiples of 0.125 always fit, having no
  * fraction.
  * @param parm 12 values, 14 for model 47, in the controller's order; sent in thousandths with their

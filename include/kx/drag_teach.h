@@ -55,9 +55,7 @@ KX_API int Stop_Drag_Trajectory(int sockfd, bool block);
 /**
  * Moves the arm to the first point of the recorded path.
  *
- * Blocking, it returns when the motion has ended, but waits for that no longer than m_nOutTime; a longer
- * motion goes on, and the call returns 7.
- * @waits_or_queues
+ * @waits_for_the_end_or_queues
  * @return @done_or_refused
  */
 KX_API int Drag_Trajectory_Origin(int sockfd, bool block);

@@ -22,7 +22,7 @@ KX_API int Set_Gripper_Route(int sockfd, int min, int max, bool block);
 
 /**
  * Opens the gripper. A blocking release, pick or continuous pick asks the controller to answer only when
- * the fingers have come to rest, and waits for that at most m_nOutTime; a non-blocking one asks it to
+ * the fingers have come to rest, and waits for that as for any answer; a non-blocking one asks it to
  * answer at once.
  * @param speed 1 to 1000 tenths of a millimetre per second
  * @waits_or_queues
@@ -74,7 +74,8 @@ KX_API int Set_Hand_Seq(int sockfd, int seq_num, bool block);
 
 /**
  * Moves the hand's fingers.
- * @param angle 0 bent to 1000 stretched: little, ring, middle and index finger, thumb bent, thumb turned
+ * @param angle six values, 0 bent to 1000 stretched: little, ring, middle and index finger, thumb bent,
+ *   thumb turned
  * @waits_or_queues
  * @return @done_or_refused
  */

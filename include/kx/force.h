@@ -4,8 +4,8 @@
  * delivers one value.
  *
  * All calibrations of either sensor wait for the same reply, that of Set_Force_Sensor: run one at a time, and
- * where a controller answers another calibration under that command's own name, the call ends with 7 after
- * m_nOutTime although the calibration was taken on.
+ * where a controller answers another calibration under that command's own name, the call ends with 7 although
+ * the calibration was taken on.
  *
  * @{
  */
@@ -96,9 +96,9 @@ KX_API int Auto_Set_Fz(int sockfd, bool block);
 /**
  * Calibrates the Fz sensor by two poses.
  *
- * Angles go out with all their digits, and a request of more than 299 characters ends the process by
- * abort(): pass rounded angles. Multiples of 1/8 degree always fit; many angles with long fractions may
- * not, above all on seven joints.
+ * Angles go out with all their digits, and a request longer than 299 bytes is refused by a link, while a
+ * classic connection ends the process by abort(): pass rounded angles. Multiples of 1/8 degree always fit;
+ * many angles with long fractions may not, above all on seven joints.
  * @param pose1 joint angles, degrees: 6 values, 7 for model 47
  * @param pose2 the same; for model 47 its seventh value travels as an eighth one of the first pose
  * @waits

@@ -6,7 +6,8 @@
  * 0.00001. Masses pass unchanged in both directions, and are read back without their fraction.
  *
  * A frame's name is the caller's own. Longer ones than 9 characters are cut when they are read back, and one
- * that makes a request longer than 299 bytes ends the process. A null name is left out.
+ * that makes a request longer than 299 bytes is refused by a link, while a classic connection ends the process.
+ * A null name is left out.
  *
  * @{
  */

@@ -104,8 +104,7 @@ KX_API int Get_IO_Output(int sockfd, unsigned char* DO_state, float* AO_voltage)
 
 /**
  * Switches a digital output of the tool flange. Call it without blocking: its reply cannot be told from
- * that of Get_DO_State, so the blocking form switches the output and then always ends with 7 after
- * m_nOutTime.
+ * that of Get_DO_State, so the blocking form switches the output and then always ends with 7.
  * @param IO_Num the channel, counted from 1; kx-controller has four of each kind
  * @param state true on, false off
  * @waits_or_queues

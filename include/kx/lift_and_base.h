@@ -41,12 +41,10 @@ KX_API int Set_Lift_Speed(int sockfd, int speed, bool block);
 /**
  * Moves the lift to a height.
  *
- * Blocking, it returns when the lift has arrived, but waits for that no longer than m_nOutTime; a longer
- * motion goes on, and the call returns 7. The end of an arm motion on the same controller would end the
- * wait too.
+ * The end of an arm motion on the same controller would end the wait too.
  * @param height 0 to 1000 mm
  * @param speed 1 to 200 mm/s
- * @waits_or_queues
+ * @waits_for_the_end_or_queues
  * @return @done_or_refused
  */
 KX_API int Set_Lift_Height(int sockfd, int height, int speed, bool block);

@@ -133,24 +133,28 @@ KX_API int KX_Link_Open(const char* host, int port, int model, const KX_LINK_OPT
 /**
  * Closes a link. Whoever waits on it gets KX_CANCELLED; no callback of it runs when this returns, but the one that calls it.
  * Arm_Socket_Close does the same.
+ * @link_handle
  * @return 0, or KX_BAD_DESCRIPTOR
  */
 KX_API int KX_Link_Close(int link);
 
 /**
  * Ends every present wait on a link with KX_CANCELLED. What was sent stays sent: this stops no arm.
+ * @link_handle
  * @return 0, or KX_BAD_DESCRIPTOR
  */
 KX_API int KX_Link_Cancel(int link);
 
 /**
  * How a link is.
+ * @link_handle
  * @return KX_LINK_CLOSED for what is no link
  */
 KX_API KX_LINK_STATE KX_Link_State(int link);
 
 /**
  * Waits until a link has a state.
+ * @link_handle
  * @param state which
  * @param timeout_ms at most so long; 0 looks once, a negative number waits as long as it takes
  * @return 0, KX_TIMED_OUT, KX_CANCELLED (closed or cancelled), KX_LOST (it will not come: the link is down for good), or
@@ -160,6 +164,7 @@ KX_API int KX_Link_Wait(int link, KX_LINK_STATE state, int timeout_ms);
 
 /**
  * Sets how long replies are waited for on a link.
+ * @link_handle
  * @param timeout_ms milliseconds, 1 or more
  * @return 0, KX_BAD_DESCRIPTOR, or KX_WRONG_TYPE for less than 1
  */
@@ -180,12 +185,14 @@ KX_API int KX_Link_Call_Timeout(int timeout_ms);
  *
  * When a controller refuses a setting on a new connection, or does not answer, that connection is given up and counts as
  * lost again: an arm does not move with the wrong payload.
+ * @link_handle
  * @return 0, or KX_BAD_DESCRIPTOR
  */
 KX_API int KX_Link_Begin_Setup(int link);
 
 /**
  * Ends what KX_Link_Begin_Setup began.
+ * @link_handle
  * @return how many settings are registered, or, negative, -KX_BAD_DESCRIPTOR
  */
 KX_API int KX_Link_End_Setup(int link);
@@ -193,6 +200,7 @@ KX_API int KX_Link_End_Setup(int link);
 /**
  * What the controller said when it last refused a request of this thread that this thread waited for; if there is none,
  * when it last refused any request of the link.
+ * @link_handle
  * @param text receives the words, cut to what fits; empty if there are none
  * @param capacity bytes that fit into `text`, with the terminating zero
  * @return 0, or KX_BAD_DESCRIPTOR
@@ -201,6 +209,7 @@ KX_API int KX_Link_Reason(int link, char* text, int capacity);
 
 /**
  * What a link has done.
+ * @link_handle
  * @param counters receives it; its `size` says how much of it
  * @return 0, or KX_BAD_DESCRIPTOR
  */
@@ -208,6 +217,7 @@ KX_API int KX_Link_Counters(int link, KX_LINK_COUNTERS* counters);
 
 /**
  * Has the state of an arm asked for again and again. A second subscription takes the place of the first.
+ * @link_handle
  * @param hz how often a second, up to 1000; 0 ends it, and no callback of it runs when this returns, but the one that calls it
  * @param callback receives each state, or why there is none
  * @param user handed to the callback

@@ -89,8 +89,8 @@ KX_API int Write_Single_Coil(int sockfd, int port, int address, int data, int de
  * Writes several coils.
  * @param port 0 the controller's own, 1 that of the tool flange
  * @param address address of the first coil or register, 0 to 65535
- * @param num how many. 272 always fit; more can make a request of over 299 characters, which ends the
- *   process by abort()
+ * @param num how many. 272 always fit; more can make a request of over 299 bytes, which a link refuses, while a
+ *   classic connection ends the process by abort()
  * @param coils_data the coils, eight to a byte, lowest bit first; at least one byte. Only read
  * @param device address of the device, 1 to 247
  * @waits_or_queues
@@ -114,8 +114,8 @@ KX_API int Write_Single_Register(int sockfd, int port, int address, int data, in
  * Writes several registers with values of 0 to 255; for larger ones use Write_Single_Register.
  * @param port 0 the controller's own, 1 that of the tool flange
  * @param address address of the first coil or register, 0 to 65535
- * @param num how many; below 1 none. 34 always fit; more can make a request of over 299 characters, which
- *   ends the process by abort()
+ * @param num how many; below 1 none. 34 always fit; more can make a request of over 299 bytes, which a
+ *   link refuses, while a classic connection ends the process by abort()
  * @param single_data one byte per register. Only read
  * @param device address of the device, 1 to 247
  * @waits_or_queues

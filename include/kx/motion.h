@@ -12,10 +12,10 @@
 /**
  * Moves all joints to a target, arriving together.
  *
- * Blocking, it returns when the motion has ended, however long that takes: it looks for the completion
- * reply once a second (so it may return up to a second late) and in between asks the controller for its
- * state; if that answer fails, it gives up with 7. Meanwhile other threads may only use non-blocking
- * commands, for instance Move_Stop_Cmd(sockfd, false), which makes this call return 1.
+ * Blocking, it returns when the motion has ended, however long that takes. A link gets the completion as it comes. A
+ * classic connection looks for it once a second, asks the controller for its state in between, and gives up with 7 when
+ * that fails; meanwhile other threads may only use non-blocking commands. Either way Move_Stop_Cmd(sockfd, false) from
+ * another thread makes this call return 1.
  * @param joint target angles, degrees: 6 values, 7 for model 47; sent in thousandths, truncated
  * @param v speed, percent of the arm's limits, 1 to 100; not checked by the library
  * @param r blend radius, m, 0 or more; sent in thousandths, truncated, not checked by the library
@@ -50,13 +50,12 @@ KX_API int Movec_Cmd(int sockfd, POSE pose_via, POSE pose_to, unsigned char v, f
                      bool block);
 
 /**
- * Moves to a pose in joint space. Unlike the other moves its blocking form waits for the end of the motion
- * no longer than m_nOutTime; a longer motion goes on, and the call returns 7.
+ * Moves to a pose in joint space.
  * @param pose target of the tool in the active frames, metres and radians; sent in millionths and
  *   thousandths, truncated
  * @param v speed, percent of the arm's limits, 1 to 100; not checked by the library
  * @param r blend radius, m, 0 or more; sent in thousandths, truncated, not checked by the library
- * @waits_or_queues
+ * @waits_for_the_end_or_queues
  * @return @done_or_refused
  */
 KX_API int Movej_P_Cmd(int sockfd, POSE pose, unsigned char v, float r, bool block);

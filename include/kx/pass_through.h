@@ -3,11 +3,14 @@
  * Targets that go straight to the joint drives, without the controller's planning. Call at your own control
  * rate; a call neither sleeps nor waits, it costs building one request and one send.
  *
- * Each call asks for one push of the arm's state, which reaches the callback given to KX_API_Init as
- * CallbackData, its numbers as the controller sent them. Use no blocking command while pushes are awaited: a
- * push that comes in meanwhile can make it miss its reply and end in 9. Pushes that never come stay awaited:
- * there is room for 300, and when it is used up, targets still go out but ask for no push, and blocking
- * commands return 6.
+ * Each call asks for one push of the arm's state, which reaches the callback, its numbers as they came:
+ * thousandths of a degree, millionths of a metre, thousandths of a radian. A push whose result is not 0 tells
+ * that a target was refused, as after an emergency stop; the calls themselves go on returning 0.
+ *
+ * On a classic connection use no blocking command, of whatever arm, while pushes are awaited: a push that
+ * comes in meanwhile can make it miss its reply and end in 9. Pushes that never come stay awaited: there is
+ * room for 300, and when it is used up, targets still go out but ask for no push, and blocking commands
+ * return 6.
  *
  * @{
  */

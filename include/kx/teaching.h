@@ -51,32 +51,31 @@ KX_API int Ort_Teach_Cmd(int sockfd, ORT_TEACH_MODES type, unsigned char directi
 KX_API int Teach_Stop_Cmd(int sockfd, bool block);
 
 /**
- * Moves one joint by a step. Blocking, it waits for the end of the step no longer than m_nOutTime: a longer
- * one goes on, and the call returns 7. The same holds for the other steps.
+ * Moves one joint by a step.
  * @param joint counted from 1
  * @param step degrees, signed; sent in thousandths and, unlike all other angles, with its fraction
  * @param v speed, percent of the limits, 1 to 100; not checked by the library
- * @waits_or_queues
+ * @waits_for_the_end_or_queues
  * @return @done_or_refused
  */
 KX_API int Joint_Step_Cmd(int sockfd, unsigned char joint, float step, unsigned char v, bool block);
 
 /**
- * Moves the tool along a Cartesian axis by a step; waits like Joint_Step_Cmd.
+ * Moves the tool along a Cartesian axis by a step.
  * @param type axis; another value than the three sends the request without an axis
  * @param step metres, -3 to 3; sent in millionths, truncated
  * @param v speed, percent of the limits, 1 to 100; not checked by the library
- * @waits_or_queues
+ * @waits_for_the_end_or_queues
  * @return @done_or_refused
  */
 KX_API int Pos_Step_Cmd(int sockfd, POS_TEACH_MODES type, float step, unsigned char v, bool block);
 
 /**
- * Turns the tool about an axis by a step; waits like Joint_Step_Cmd.
+ * Turns the tool about an axis by a step.
  * @param type axis; another value than the three sends the request without an axis
  * @param step radians, -3 to 3; sent in thousandths, truncated
  * @param v speed, percent of the limits, 1 to 100; not checked by the library
- * @waits_or_queues
+ * @waits_for_the_end_or_queues
  * @return @done_or_refused
  */
 KX_API int Ort_Step_Cmd(int sockfd, ORT_TEACH_MODES type, float step, unsigned char v, bool block);
@@ -86,7 +85,7 @@ KX_API int Ort_Step_Cmd(int sockfd, ORT_TEACH_MODES type, float step, unsigned c
  * @param joint joint angles, degrees: 6 values, 7 for model 47
  * @waits_or_queues
  * @return 0 done, also for a status that is neither true nor false; 1 refused; blocking also 6 not sent, 7
- *   no answer within m_nOutTime, 9 a reply that cannot be read
+ *   no answer in time, 9 a reply that cannot be read
  */
 KX_API int Add_Waypoint(int sockfd, const float* joint, bool block);
 
@@ -108,7 +107,7 @@ KX_API int Clear_Waypoint(int sockfd, bool block);
 /**
  * Stops playing back the waypoints. No reply is recognised as the answer to it: use the non-blocking form.
  * @waits_or_queues
- * @return 0 queued; blocking 7 after m_nOutTime, though the request was sent, or 6 not sent
+ * @return 0 queued; blocking 7, though the request was sent, or 6 not sent
  */
 KX_API int Stop_Waypoint(int sockfd, bool block);
 
