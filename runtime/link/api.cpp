@@ -184,8 +184,7 @@ int kx::link::subscribe(int handle, double hz, Request& request, AnswerHandler h
         const Locked link(handle);
         if (!link) return KX_BAD_DESCRIPTOR;
         Subscription& wanted = link->subscription;
-        if (wanted.serial)
-            link->places.give_up(wanted.serial, now() + link->options.late_reply_ms * millisecond);
+        if (wanted.serial) link->places.give_up(wanted.serial);
         wanted = {};
         if (hz > 0) {
             wanted.period = static_cast<Time>(static_cast<double>(second) / hz);

@@ -94,9 +94,11 @@ static void take_motions_back(Link& link)
 {
     uint64_t serial;
     Place place;
-    while (link.outbox.take_back_motion(serial))
+    while (link.outbox.take_back_motion(serial)) {
+        --link.counters.sent;
         if (link.places.take_back(serial, place) && place.owner == Place::caller)
             finish(*place.call, KX_CANCELLED);
+    }
 }
 
 // The loop finds the connection ended, and does what follows.
@@ -167,8 +169,10 @@ static Time reply_timeout(const Link& link, KeyCode kind)
 // The place of a request that leaves now.
 static Place place_for(Link& link, KeyCode kind, Place::Owner owner, Call* call, Time deadline)
 {
-    return {++link.serial, kind,  owner,    false,
-            call,          now(), deadline, deadline + link.options.late_reply_ms * millisecond};
+    // Whatever its call waits for, the arm takes its time.
+    const Time end = kind == KeyCode::current_trajectory_state ? now() + reply_timeout(link, kind) : 0;
+    const Time kept = (deadline > end ? deadline : end) + link.options.late_reply_ms * millisecond;
+    return {++link.serial, kind, owner, false, call, now(), deadline, kept};
 }
 
 static bool is_registering(const Link& link)
@@ -239,10 +243,11 @@ static int leave(int handle, Call& call, uint64_t serial)
     ++link->counters.timed_out;
     const Time time = now();
     if (link->outbox.take_back(serial)) {
+        --link->counters.sent;
         link->places.take_back(serial, gone);
         return KX_TIMED_OUT;
     }
-    link->places.give_up(serial, time + link->options.late_reply_ms * millisecond);
+    link->places.give_up(serial);
     if (!is_silent(*link, time)) return KX_TIMED_OUT;
     give_connection_up(*link, silent);
     return KX_LOST;

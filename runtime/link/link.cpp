@@ -13,7 +13,8 @@ namespace kx::link {
 static pthread_mutex_t table_mutex = PTHREAD_MUTEX_INITIALIZER; // guards the handing out of places
 static std::atomic<Link*> table[link_capacity];
 static std::atomic<int> highest, open_count;
-static int handles_used;
+static int handles_used[link_capacity]; // of each place
+constexpr int handles_of_a_place = (INT_MAX - first_handle) / link_capacity;
 
 int highest_place()
 {
@@ -33,7 +34,7 @@ int open_links()
 Locked::Locked(int handle) : link_(nullptr)
 {
     if (handle < first_handle) return;
-    Link* link = table[(handle - first_handle) % link_capacity];
+    Link* link = table[handle % link_capacity];
     if (!link) return;
     pthread_mutex_lock(&link->mutex);
     if (link->handle == handle)
@@ -76,24 +77,20 @@ bool start_threads()
     return start_callbacks() && start_loop();
 }
 
-// Handles count up and lead to places in turn; a handle whose place is taken is passed over.
+// A handle leads to its place by its rest. The lowest free place is taken, so that memory does not grow.
 Link* new_link()
 {
     const Guard guard(table_mutex);
-    for (int tried = 0; tried < link_capacity && handles_used < INT_MAX - first_handle; ++tried) {
-        const int handle = first_handle + handles_used++;
-        const int index = (handle - first_handle) % link_capacity;
+    for (int index = 0; index < link_capacity; ++index) {
         Link* link = table[index];
+        if (handles_used[index] == handles_of_a_place || (link && link->handle != 0)) continue;
         if (!link) link = make_place(index);
-        if (!link) return nullptr;
+        if (!link || !link->places.make_room()) return nullptr;
         pthread_mutex_lock(&link->mutex);
-        if (link->handle == 0 && link->places.make_room()) {
-            link->handle = handle;
-            if (index >= highest) highest = index + 1;
-            ++open_count;
-            return link;
-        }
-        pthread_mutex_unlock(&link->mutex);
+        link->handle = first_handle + handles_used[index]++ * link_capacity + index;
+        if (index >= highest) highest = index + 1;
+        ++open_count;
+        return link;
     }
     return nullptr;
 }
@@ -119,13 +116,13 @@ void give_back(Link& link)
 
 void cancel_calls(Link& link)
 {
-    const Time kept = now() + link.options.late_reply_ms * millisecond;
     for (int i = 0; i < link.places.size(); ++i) {
         const Place place = link.places[i];
         if (place.owner != Place::caller) continue;
         if (!link.outbox.take_back(place.serial)) {
-            link.places.give_up(place.serial, kept);
+            link.places.give_up(place.serial);
         } else if (Place gone; link.places.take_back(place.serial, gone)) {
+            --link.counters.sent;
             --i;
         }
         finish(*place.call, KX_CANCELLED);

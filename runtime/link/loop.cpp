@@ -176,7 +176,13 @@ static void deliver(Link& link, const Place& place, bool is_uncertain, cJSON* re
         }
     }
 
-    // A caller that gets no answer now times out.
+    if (place.kind == KeyCode::set_arm_stop && !is_refused)
+        link.places.end_motions(time + link.options.late_reply_ms * millisecond);
+
+    if (is_uncertain && place.owner == Place::caller) {
+        ++link.counters.timed_out;
+        finish(*place.call, KX_TIMED_OUT);
+    }
     switch (is_uncertain ? Place::given_up : place.owner) {
     case Place::caller:
         count_round_trip(link, time - place.sent);
@@ -290,7 +296,7 @@ static void ask_for_state(Link& link)
             return;
         }
         if (is_silent(link, time)) return lose(link, silent);
-        link.places.give_up(wanted.serial, time + link.options.late_reply_ms * millisecond);
+        link.places.give_up(wanted.serial);
         tell_answer(link, KX_TIMED_OUT, nullptr, time);
     }
     link.places.expire(time);
@@ -298,8 +304,14 @@ static void ask_for_state(Link& link)
     wanted.asked = time;
     wanted.serial = ++link.serial;
     const Time deadline = time + link.options.reply_timeout_ms * millisecond;
-    const Place place = {wanted.serial, wanted.kind, Place::subscription, false, nullptr, time,
-                         deadline,      never};
+    const Place place = {wanted.serial,
+                         wanted.kind,
+                         Place::subscription,
+                         false,
+                         nullptr,
+                         time,
+                         deadline,
+                         deadline + link.options.late_reply_ms * millisecond};
     if (const int status = send_with_place(link, place, wanted.line))
         tell_answer(link, status, nullptr, time);
 }

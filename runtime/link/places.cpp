@@ -65,20 +65,31 @@ bool Places::take_back(uint64_t serial, Place& taken)
     return true;
 }
 
-void Places::give_up(uint64_t serial, Time kept)
+void Places::give_up(uint64_t serial)
 {
     const int index = find(serial);
     if (index < 0) return;
     Place& place = places_[index];
     place.owner = Place::given_up;
     place.call = nullptr;
-    place.kept = kept;
+}
+
+void Places::end_motions(Time soon)
+{
+    for (int i = 0; i < size_; ++i)
+        if (nature_of(places_[i].kind) == Nature::motion && places_[i].kept > soon) places_[i].kept = soon;
+}
+
+// Who asks again and again looks at the time itself.
+static bool may_expire(Place::Owner owner)
+{
+    return owner != Place::caller && owner != Place::subscription;
 }
 
 void Places::expire(Time now)
 {
     for (int i = size_ - 1; i >= 0; --i)
-        if (places_[i].owner != Place::caller && now > places_[i].kept) erase(i);
+        if (may_expire(places_[i].owner) && now > places_[i].kept) erase(i);
 }
 
 Time Places::barred_until(KeyCode kind) const

@@ -3,7 +3,7 @@
 // A reply goes to the oldest place of its kind, whoever has it: a caller that waits, a queued request, or a call that has
 // timed out and whose reply may still come. So a late reply never answers a later call. The price: where a reply is lost
 // for good, the next call's reply is taken for it. From then on it is not certain whose reply is missing: the next one may
-// be that of the oldest such place or of the one behind it, so it answers a caller only if there is none behind. To have
+// be that of the oldest such place or of the one behind it, so it answers a caller only if there is none behind, and else ends its wait. To have
 // none behind, further requests of the kind wait until it is certain again; but stops and queued requests, which never wait.
 #ifndef KX_RUNTIME_LINK_PLACES_H
 #define KX_RUNTIME_LINK_PLACES_H
@@ -54,7 +54,10 @@ class Places {
     bool take_back(uint64_t serial, Place& taken);
 
     // Nobody waits any more; the place stays for a late reply.
-    void give_up(uint64_t serial, Time kept);
+    void give_up(uint64_t serial);
+
+    // The arm has been stopped: what it did until then is answered soon, or never.
+    void end_motions(Time soon);
 
     void clear() { size_ = 0; }
     void expire(Time now);
