@@ -234,23 +234,28 @@ bool is_silent(const Link& link, Time time)
     return link.unheard_since > 0 && time - link.unheard_since >= link.options.silence_ms * millisecond;
 }
 
+// Nothing came in time: a status.
+static int time_out(Link& link)
+{
+    ++link.counters.timed_out;
+    if (!is_silent(link, now())) return KX_TIMED_OUT;
+    give_connection_up(link, silent);
+    return KX_LOST;
+}
+
 // The time has come: the call leaves the link. A status, success if the reply has just come.
 static int leave(int handle, Call& call, uint64_t serial)
 {
     Locked link(handle);
     if (call.is_done) return call.status;
-    Place gone;
-    ++link->counters.timed_out;
-    const Time time = now();
     if (link->outbox.take_back(serial)) {
+        Place gone;
         --link->counters.sent;
         link->places.take_back(serial, gone);
-        return KX_TIMED_OUT;
+    } else {
+        link->places.give_up(serial);
     }
-    link->places.give_up(serial);
-    if (!is_silent(*link, time)) return KX_TIMED_OUT;
-    give_connection_up(*link, silent);
-    return KX_LOST;
+    return time_out(*link);
 }
 
 struct Sent {
@@ -272,10 +277,7 @@ static Sent send_awaited(int handle, KeyCode kind, const Line& line, bool is_sec
         link->places.expire(now());
         const Time barred = link->places.barred_until(kind);
         if (barred == 0 || nature_of(kind) == Nature::stop) break;
-        if (now() >= deadline) {
-            ++link->counters.timed_out;
-            return {KX_TIMED_OUT, 0, 0};
-        }
+        if (now() >= deadline) return {time_out(*link), 0, 0};
         if (!link.wait_for_change(barred < deadline ? barred + 1 : deadline) || link->cancels != cancels)
             return {KX_CANCELLED, 0, 0};
     }

@@ -99,8 +99,8 @@ Time Places::barred_until(KeyCode kind) const
         const Place& place = places_[i];
         if (place.kind != kind) continue;
         if (place.is_robbed) return place.kept;
-        if (oldest_kept > 0) return oldest_kept;
-        if (place.owner == Place::given_up) oldest_kept = place.kept;
+        if (place.owner != Place::given_up && oldest_kept > 0) return oldest_kept;
+        if (place.owner == Place::given_up && oldest_kept == 0) oldest_kept = place.kept;
     }
     return 0;
 }
