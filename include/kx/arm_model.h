@@ -16,9 +16,6 @@
  * Joint arrays hold six floats, or seven for model 47. Results have the same bits on every processor, from
  * every compiler, alone or in a batch.
  *
- * - `arm` the arm, made by Arm_Model_Init
- * - `joint` joint angles, degrees: six, or seven for model 47
- *
  * @{
  */
 #ifndef KX_ARM_MODEL_H
@@ -65,6 +62,8 @@ KX_API int Arm_Model_Limit(ARM_MODEL* arm, int number, float lower, float upper)
 
 /**
  * Tool pose: position as Forward_Kinematics, orientation within the last digit.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
  * @return the pose; Euler angles lie in [-3.13, pi], below that they are given plus 2 pi. Ten zeros for an
  * unknown model
  */
@@ -72,12 +71,16 @@ KX_API KinPose Arm_Model_Pose(const ARM_MODEL* arm, const float* joint);
 
 /**
  * Flange pose, that is without the tool.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
  * @return as Arm_Model_Pose
  */
 KX_API KinPose Arm_Model_Flange(const ARM_MODEL* arm, const float* joint);
 
 /**
  * Frames of all links.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
  * @param frames receives one 4x4 matrix per joint: the frame of the link that the joint moves, in the world.
  * Its z axis is the joint's axis, its origin lies where the next link begins. The last one is the flange
  * @return the number of frames, 6 or 7; 0 for an unknown model
@@ -93,6 +96,8 @@ typedef enum ARM_FRAME KX_INT32 {
 
 /**
  * Geometric Jacobian of the tool's origin.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
  * @param frame whose axes
  * @param jacobian receives six rows, one column per joint: metres per radian in x, y, z, then radians per
  * radian about x, y, z. A seventh column is zero for six joints
@@ -111,6 +116,8 @@ typedef struct ARM_DEXTERITY {
 
 /**
  * Manipulability at the tool's origin, and how near the next singularity is.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
  * @return the measures; NaN for joints that are not numbers
  */
 KX_API ARM_DEXTERITY Arm_Model_Dexterity(const ARM_MODEL* arm, const float* joint);
@@ -120,6 +127,7 @@ KX_API ARM_DEXTERITY Arm_Model_Dexterity(const ARM_MODEL* arm, const float* join
  * least sum of squared differences. Singular places are no exception: where joints turn about one axis, they
  * share the turn so that the sum is least. Where inverse_kinematics returns 1, this finds the same, except
  * in a nearly straight wrist, where inverse_kinematics lets the flange lean and this does not.
+ * @param arm the arm, made by Arm_Model_Init
  * @param reference joint angles to stay near, degrees; may lie outside the limits
  * @param target tool pose: its position and its unit quaternion
  * @param range how far the arm angle (see Arm_Model_Angle) may be from the reference's, radians, for seven
@@ -134,6 +142,7 @@ KX_API int Arm_Model_Inverse(const ARM_MODEL* arm, const float* reference, const
  * All joint angles within the limits that put the tool of a six-joint arm at a pose, in no particular order.
  * Joint 6 is given nearest to zero; one full turn more or less may also lie within its limits. At a singular
  * place, where joints share a turn, one representative of each family.
+ * @param arm the arm, made by Arm_Model_Init
  * @param target tool pose: its position and its unit quaternion
  * @param result receives them, degrees
  * @return how many, 0 to 8; 0 for seven joints
@@ -143,12 +152,15 @@ KX_API int Arm_Model_Solutions(const ARM_MODEL* arm, const KinPose* target, floa
 /**
  * Arm angle of a seven-joint arm: the turn of the elbow about the line from shoulder to wrist, counted from
  * the vertical plane (of the base) through it: 0 with the elbow above the line, pi below.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
  * @return radians, within +-pi; NaN for six joints, or if the wrist stands straight above the shoulder
  */
 KX_API double Arm_Model_Angle(const ARM_MODEL* arm, const float* joint);
 
 /**
  * All joint angles within the limits that put the tool of a seven-joint arm at a pose with a given arm angle.
+ * @param arm the arm, made by Arm_Model_Init
  * @param target tool pose: its position and its unit quaternion
  * @param angle arm angle, radians
  * @param result receives them, degrees; of angles a turn apart the one nearest to zero
@@ -168,6 +180,7 @@ enum { ARM_INTERVALS = 40 };
 
 /**
  * Arm angles at which the tool of a seven-joint arm reaches a pose within the limits.
+ * @param arm the arm, made by Arm_Model_Init
  * @param target tool pose: its position and its unit quaternion
  * @param intervals receives them in ascending order; one that contains pi goes on beyond it
  * @return how many; 0 if none, or for six joints
@@ -177,6 +190,7 @@ KX_API int Arm_Model_Angles(const ARM_MODEL* arm, const KinPose* target,
 
 /**
  * Tool poses of many joint angles, as Arm_Model_Pose gives them, several at a time.
+ * @param arm the arm, made by Arm_Model_Init
  * @param count how many
  * @param joints count * arm->joints joint angles, degrees, one after the other
  * @param poses receives one pose for each
@@ -187,6 +201,7 @@ KX_API void Arm_Model_Poses(const ARM_MODEL* arm, int count, const float* joints
 
 /**
  * Arm_Model_Inverse for many targets, each with a reference of its own.
+ * @param arm the arm, made by Arm_Model_Init
  * @param count how many
  * @param references count * arm->joints joint angles, degrees
  * @param targets one tool pose for each
@@ -201,15 +216,18 @@ KX_API int Arm_Model_Inverses(const ARM_MODEL* arm, int count, const float* refe
 
 /**
  * Holds joint angles against the limits.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
  * @return the first joint that is beyond them, from 1, or 0; not a number is beyond them
  */
 KX_API int Arm_Model_Beyond_Limits(const ARM_MODEL* arm, const float* joint);
 
 /** A body of the arm: all points within a radius of a line segment. */
 typedef struct ARM_CAPSULE {
-    int32_t link;      /**< the joint that moves it; 0 for the pedestal */
-    Position from, to; /**< ends of the segment in the world, m */
-    float radius;      /**< m */
+    int32_t link;  /**< the joint that moves it; 0 for the pedestal */
+    Position from; /**< one end of the segment, in the world, m */
+    Position to;   /**< the other end */
+    float radius;  /**< m */
 } ARM_CAPSULE;
 
 /** The most capsules of an arm. */
@@ -218,6 +236,8 @@ enum { ARM_CAPSULES = 32 };
 /**
  * The arm's bodies, as kx-controller's page draws them: tubes along the links, drums about the joints at
  * which the arm bends, the pedestal. Not the tool.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
  * @param capsules receives them
  * @return how many; 0 for an unknown model
  */
@@ -226,6 +246,8 @@ KX_API int Arm_Model_Capsules(const ARM_MODEL* arm, const float* joint, ARM_CAPS
 /**
  * The least distance between two bodies of the arm that are not neighbours. Neighbours are bodies that touch,
  * to within 5 cm, while all joints are at zero; so an elbow folded onto itself does not show.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
  * @return metres; negative if they overlap: how deep; infinity for an unknown model
  */
 KX_API double Arm_Model_Clearance(const ARM_MODEL* arm, const float* joint);
