@@ -7,7 +7,7 @@ namespace {
 
 int system_error(const Call& call)
 {
-    return static_cast<int>(call.peripherals.system.fault);
+    return static_cast<int>(call.peripherals.system.fault());
 }
 
 constexpr Command commands[] = {

@@ -20,7 +20,7 @@ constexpr Command commands[] = {
     {"get_arm_power_state", "power_state", [](Call& call) -> Json { return int{call.arm.drives.powered()}; }},
     {"clear_system_err", "clear_state",
      [](Call& call) -> Json {
-         call.peripherals.system.fault = Fault::none;
+         call.peripherals.system.clear_fault();
          return true;
      }},
     {"get_arm_hardware_version", "version", [](Call&) -> Json { return System::hardware_version; }},

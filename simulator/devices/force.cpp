@@ -16,19 +16,13 @@ constexpr double look_interval = 0.01;   // s
 constexpr double calibration_speed = 30; // percent
 constexpr double least_spread = 0.35; // rad by which two poses of a calibration must differ against gravity
 
-const KDL::Vector centre_of_mass{0, 0, 0.1}; // of what is carried, m from the flange
+const KDL::Vector mounted_at{0, 0, 0.1}; // centre of mass of what is mounted, m from the flange
 const KDL::Wrench bias{{1.6, -0.9, 2.4}, {0.05, -0.03, 0.02}};
 
-KDL::Wrench weight(double mass, const KDL::Frame& flange)
+/** With the table, at a place, upwards. */
+double contact(const World& world, const KDL::Vector& place)
 {
-    const KDL::Vector force = flange.M.Inverse(KDL::Vector(0, 0, -gravity * mass));
-    return {force, centre_of_mass * force};
-}
-
-/** With the table, on the flange, in the base frame. */
-double contact(const World& world, const KDL::Frame& flange)
-{
-    return world.table ? stiffness * std::max(0.0, *world.table / 1000 - flange.p.z()) : 0;
+    return world.table ? stiffness * std::max(0.0, *world.table / 1000 - place.z()) : 0;
 }
 
 } // namespace
@@ -63,7 +57,7 @@ void ForceSensing::calibrate(Sensor sensor, std::vector<Joints> poses)
     for (std::size_t left = poses.size(); left-- > 0;)
         arm_.move_joints(poses[poses.size() - 1 - left], calibration_speed,
                          [this, left](const std::string& broken_off) {
-                             if (left == 0 && broken_off.empty()) tare(*calibrating_) = {bias, mass()};
+                             if (left == 0 && broken_off.empty()) tare(*calibrating_) = {bias, burden()};
                              if (left == 0) calibrating_.reset();
                          });
     calibrating_ = sensor;
@@ -124,7 +118,7 @@ bool ForceSensing::overloaded()
 void ForceSensing::advance(double time)
 {
     time_ = time;
-    const double pressed = contact(world_, arm_.model.flange(arm_.position()));
+    const double pressed = contact(world_, arm_.frames.active().tool_of(arm_.flange()).p);
     if (pressed > overload && pressed > pressed_) overloaded_ = true;
     pressed_ = pressed;
 
@@ -140,14 +134,30 @@ std::optional<double> ForceSensing::next_event() const
     return time_ + look_interval;
 }
 
+/** What the gripper holds is at the active tool's tip, if there is a tool. */
+ForceSensing::Burden ForceSensing::burden() const
+{
+    const KDL::Vector tip =
+        arm_.frames.tools.reference_is_active() ? mounted_at : arm_.frames.active().tool.p;
+    const double held = gripper_.held_mass();
+    return {world_.payload + held, world_.payload * mounted_at + held * tip};
+}
+
 KDL::Wrench ForceSensing::data(Sensor sensor, const Joints& joints) const
 {
     const KDL::Frame flange = arm_.model.flange(joints);
     const Tare& tare = tares_[static_cast<std::size_t>(sensor)];
+    const KDL::Frame tool = arm_.frames.active().tool;
+    const auto in_flange = [&flange](double x, double y, double z) {
+        return flange.M.Inverse(KDL::Vector(x, y, z));
+    };
+    const KDL::Vector gravitation = in_flange(0, 0, -gravity);
+    const Burden felt_burden = {burden().mass - tare.burden.mass, burden().moment - tare.burden.moment};
+    const KDL::Vector contact_force = in_flange(0, 0, contact(world_, (flange * tool).p));
     const auto& [x, y, z] = world_.push;
-    const KDL::Vector pushed = flange.M.Inverse(KDL::Vector(x, y, z + contact(world_, flange)));
-    KDL::Wrench felt = weight(mass() - tare.mass, flange) + bias - tare.zero;
-    felt.force += pushed;
+    KDL::Wrench felt = bias - tare.zero;
+    felt.force += felt_burden.mass * gravitation + contact_force + in_flange(x, y, z);
+    felt.torque += felt_burden.moment * gravitation + tool.p * contact_force; // cross products
     return sensor == Sensor::six_axis ? felt : KDL::Wrench({0, 0, felt.force.z()}, KDL::Vector::Zero());
 }
 

@@ -1,5 +1,5 @@
-// Force sensing at the flange, and motion that minds it: weight of what the arm carries and contact with the
-// table show in the data of a sensor of six axes and of one along the flange's z axis.
+// Force sensing at the flange, and motion that minds it: weight of what the arm carries and contact of
+// the tool with the table show in the data of a sensor of six axes and of one along the flange's z axis.
 //
 // A sensor has a bias, and feels the weight of whatever hangs on it. Clearing takes the present data as zero;
 // calibration leads the arm through several poses and finds bias and weight, which is then taken off in every
@@ -62,16 +62,22 @@ class ForceSensing {
     std::optional<double> next_event() const; ///< the next look at the forces
 
   private:
+    /** What hangs on the flange: kg, and kg m from it. */
+    struct Burden {
+        double mass = 0;
+        KDL::Vector moment = {};
+    };
+
     /** What the user has told a sensor to take off. */
     struct Tare {
         KDL::Wrench zero;
-        double mass = 0; ///< kg
+        Burden burden = {};
     };
 
     Tare& tare(Sensor sensor) { return tares_[static_cast<std::size_t>(sensor)]; }
     KDL::Wrench data(Sensor sensor, const Joints& joints) const;
     double towards(const ForceTarget& target, const Joints& joints) const;
-    double mass() const { return world_.payload + gripper_.held_mass(); }
+    Burden burden() const;
     void check_spread(const std::vector<Joints>& poses) const;
 
     Arm& arm_;

@@ -14,7 +14,7 @@ Peripherals::Peripherals(Arm& arm, World surroundings)
         if (place.size() != arm.joint_count())
             throw std::invalid_argument("the operator's way has other joints");
     arm.set_interlock([this] {
-        if (system.fault != Fault::none) throw Refused("the controller is in error");
+        if (system.fault() != Fault::none) throw Refused("the controller is in error");
         if (drag_teach.teaching()) throw Refused("the arm is being led by hand");
     });
 }
@@ -29,7 +29,7 @@ void Peripherals::set_power(bool on)
 
 void Peripherals::raise(Fault fault)
 {
-    system.fault = fault;
+    system.raise(fault);
     arm_.stop("the controller is in error");
     drag_teach.break_off();
     force.stop_following();

@@ -12,6 +12,12 @@ constexpr std::size_t log_lines = 1000;
 
 } // namespace
 
+void System::clear_fault()
+{
+    if (stop_pressed_) throw Refused("the emergency stop is pressed");
+    fault_ = Fault::none;
+}
+
 void System::note(const std::string& line)
 {
     log_.push_back(std::to_string(time_) + " s: " + line);

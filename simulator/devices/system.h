@@ -18,7 +18,13 @@ class System {
 
     explicit System(const World& world) : world_(world) {}
 
-    Fault fault = Fault::none; ///< stays until it is cleared
+    Fault fault() const { return fault_; } ///< stays until it is cleared
+    void raise(Fault fault) { fault_ = fault, stop_pressed_ |= fault == Fault::emergency_stop; }
+
+    /** @throws Refused while the emergency stop is pressed */
+    void clear_fault();
+    void release_emergency_stop() { stop_pressed_ = false; }
+
     bool high_speed_ethernet = false;
 
     double runtime() const { return time_ - counted_from_; } ///< s
@@ -34,6 +40,8 @@ class System {
 
   private:
     const World& world_;
+    Fault fault_ = Fault::none;
+    bool stop_pressed_ = false;
     double time_ = 0, counted_from_ = 0;
     std::deque<std::string> log_;
 };

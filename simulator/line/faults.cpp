@@ -184,8 +184,10 @@ constexpr Kind kinds[] = {
      nullptr, true},
     {"collision", "", "the arm hits something and stops, system error 3 until a client clears it",
      [](Words&, const FaultTarget&) { return raise(Fault::collision); }, nullptr, true},
-    {"emergency-stop", "", "somebody presses the button, system error 1 until a client clears it",
-     [](Words&, const FaultTarget&) { return raise(Fault::emergency_stop); }, nullptr, true},
+    {"emergency-stop", "",
+     "somebody presses the button, system error 1; off: releases it, for a client to clear",
+     [](Words&, const FaultTarget&) { return raise(Fault::emergency_stop); },
+     [](FaultTarget& target) { target.controller->peripherals().system.release_emergency_stop(); }, true},
     {"speed", "FACTOR", "simulated time runs so many times as fast as real time; off: as at the start",
      [](Words& words, const FaultTarget&) -> Action {
          return [factor = words.number("FACTOR", 0.001, 1000)](FaultTarget& target) {

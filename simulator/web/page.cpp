@@ -137,7 +137,7 @@ std::string Page::mode() const
 {
     const Motions& motions = arm().motions();
     if (!simulated_) return "looking on";
-    if (peripherals().system.fault != Fault::none || arm().drives.error()) return "error";
+    if (peripherals().system.fault() != Fault::none || arm().drives.error()) return "error";
     if (!arm().drives.powered()) return "power off";
     if (peripherals().drag_teach.teaching()) return "led by hand";
     for (std::size_t i = 0; i < arm().joint_count(); ++i)
@@ -152,7 +152,7 @@ std::string Page::mode() const
 Json Page::errors() const
 {
     Json errors = Json::array();
-    if (const Fault fault = peripherals().system.fault; fault != Fault::none)
+    if (const Fault fault = peripherals().system.fault(); fault != Fault::none)
         errors.push_back(fault_names[static_cast<int>(fault)]);
     for (std::size_t i = 0; i < arm().joint_count(); ++i)
         if (const int code = arm().drives.each()[i].error)
@@ -211,7 +211,8 @@ void Page::passed(double, int, Direction direction, const std::string& line)
 
 void Page::clear_errors()
 {
-    peripherals().system.fault = Fault::none;
+    peripherals().system.release_emergency_stop();
+    peripherals().system.clear_fault();
     for (std::size_t i = 0; i < arm().joint_count(); ++i)
         arm().drives.clear_error(i);
 }

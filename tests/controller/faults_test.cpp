@@ -113,7 +113,7 @@ const FaultRow rows[] = {
     {"AJointError", "movej+0.5 joint-error 2 code 32", move, 1, 3000, 0,
      [](int arm) { expect_cleared(arm, 32, 0); }},
     {"ACollision", "movej+0.5 collision", move, 1, 3000, 0, [](int arm) { expect_cleared(arm, 0, 3); }},
-    {"AnEmergencyStop", "movej+0.5 emergency-stop", move, 1, 3000, 0,
+    {"AnEmergencyStop", "movej+0.5 emergency-stop\nget_joint_err_flag emergency-stop off", move, 1, 3000, 0,
      [](int arm) { expect_cleared(arm, 0, 1); }},
 };
 

@@ -172,6 +172,30 @@ const ScenarioRow rows[] = {
              Stop_Force_Position_Move                              -> set_state true
              Force_Position_Move joint [0,65000,90000,0,30000,0] sensor 1 mode 0 dir 2 force 400    -> no mode)",
      46, table},
+    {"ALongToolReachesTheTableFirst", R"(
+        0    movej joint [0,60000,90000,0,30000,0] v 100           -> later
+        2    <- ok
+             set_manual_tool_frame tool_name pin tool_pose [0,0,55000,0,0,0] payload 0 position [0,0,0]    -> ok
+             movej joint [0,66000,90000,0,30000,0] v 10            -> later
+        9    <- ok
+             movej joint [0,60000,90000,0,30000,0] v 100           -> later
+       11    <- ok
+             set_change_tool_frame tool_name pin                   -> ok
+             movej joint [0,66000,90000,0,30000,0] v 10            -> later
+       20    <- no error
+             get_current_arm_state                                 -> arm_state.sys_err 2)",
+     46, table},
+    // 2.5 kg, 200 mm from the level flange.
+    {"WhatIsHeldHangsAtTheToolsTip", R"(
+        0    movej joint [0,0,0,0,90000,0] v 100                   -> later
+        2    <- ok
+             set_manual_tool_frame tool_name pin tool_pose [0,0,200000,0,0,0] payload 0 position [0,0,0]    -> ok
+             set_change_tool_frame tool_name pin                   -> ok
+             clear_force_data                                      -> ok
+             set_gripper_pick speed 1000 force 200 block 1         -> later
+        4    <- ok
+             get_force_data                                        -> force_data [24525~2,0~2,0~2,0~2,4905~2,0~2])",
+     46, object},
     {"ForcePositionTargetsMayBePoses", R"(
         0    movej joint [0,-30000,-60000,0,-90000,0] v 100        -> later
         2    <- ok
@@ -284,6 +308,23 @@ TEST(Devices, TheGripperFollowsAnObjectThatGivesWayAndLosesOneThatIsTaken)
         arm->world().object.reset();
         EXPECT_EQ(gripper.held_mass(), 0);
     }
+}
+
+TEST(Devices, AnEmergencyStopStaysUntilItIsReleased)
+{
+    const auto arm = Scenario::of();
+    arm->play("0    movej joint [90000,0,0,0,0,0] v 100  -> later");
+    arm->run(0.4);
+    arm->controller.peripherals().raise(Fault::emergency_stop);
+    arm->play(R"(1  <- no error
+                    clear_system_err                    -> no pressed
+                    get_current_arm_state               -> arm_state.sys_err 1
+                    movej joint [0,0,0,0,0,0] v 100     -> no error)");
+    arm->controller.peripherals().system.release_emergency_stop();
+    arm->play(R"(   movej joint [0,0,0,0,0,0] v 100     -> no error
+                    clear_system_err                    -> ok
+                    movej joint [0,0,0,0,0,0] v 100     -> later
+                 3  <- ok)");
 }
 
 TEST(Devices, TheBaseDrivesArcsAndFindsItsStation)
