@@ -41,11 +41,16 @@ int set_call_timeout(int milliseconds)
     return before;
 }
 
-void finish(Call& call, int status, cJSON* reply)
+void finish_without_waking(Call& call, int status, cJSON* reply)
 {
     call.status = status;
     call.reply = reply;
     call.is_done = 1;
+}
+
+void finish(Call& call, int status, cJSON* reply)
+{
+    finish_without_waking(call, status, reply);
     wake_all(&call.is_done);
 }
 

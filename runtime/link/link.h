@@ -40,9 +40,10 @@ struct Subscription {
 };
 
 struct Link {
-    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER; // guards all below but the atomics
-    std::atomic<int> handle = 0;                       // 0: this place of the table is free
-    std::atomic<int> state = KX_LINK_CLOSED;           // a KX_LINK_STATE, waited for
+    // Guards all below but the atomics. Who finds it taken spins a little: it is held for microseconds.
+    pthread_mutex_t mutex = PTHREAD_ADAPTIVE_MUTEX_INITIALIZER_NP;
+    std::atomic<int> handle = 0;             // 0: this place of the table is free
+    std::atomic<int> state = KX_LINK_CLOSED; // a KX_LINK_STATE, waited for
     std::atomic<int> changes = 0;      // counts what those who may not send, or wait for a state, wait for
     std::atomic<Time> wake_at = never; // when the loop has something to do for this link
 
@@ -112,8 +113,9 @@ int open_links();
 void set_state(Link& link, KX_LINK_STATE state, const char* why);
 void notify(Link& link); // whoever may not send, or waits for a state, looks again
 
-// Ends what a caller waits for. The reply becomes the caller's.
+// Ends what a caller waits for, and wakes it, or has it woken later. The reply becomes the caller's.
 void finish(Call& call, int status, cJSON* reply = nullptr);
+void finish_without_waking(Call& call, int status, cJSON* reply);
 
 // Adds the place, if a reply is to be expected, and sends, or keeps what the system does not take. A status; without
 // success there is no place.

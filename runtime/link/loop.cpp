@@ -159,6 +159,27 @@ static void count_round_trip(Link& link, Time taken)
     ++link.counters.round_trips[i];
 }
 
+// Those whose replies have come are woken when the link is free for their next requests.
+class Answered {
+  public:
+    void add(const std::atomic<int>* call)
+    {
+        if (count_ == capacity) wake();
+        calls_[count_++] = call;
+    }
+    void wake()
+    {
+        while (count_ > 0)
+            wake_all(calls_[--count_]);
+    }
+
+  private:
+    static constexpr int capacity = 64;
+    const std::atomic<int>* calls_[capacity];
+    int count_ = 0;
+};
+static Answered answered;
+
 // The reply's tree becomes somebody else's, or is deleted here.
 static void deliver(Link& link, const Place& place, bool is_uncertain, cJSON* reply)
 {
@@ -186,7 +207,8 @@ static void deliver(Link& link, const Place& place, bool is_uncertain, cJSON* re
     switch (is_uncertain ? Place::given_up : place.owner) {
     case Place::caller:
         count_round_trip(link, time - place.sent);
-        return finish(*place.call, KX_SUCCESS, reply);
+        finish_without_waking(*place.call, KX_SUCCESS, reply);
+        return answered.add(&place.call->is_done);
     case Place::subscription:
         return tell_answer(link, KX_SUCCESS, reply, time);
     case Place::setup:
@@ -363,6 +385,7 @@ static void* serve(void*)
             } else if (Locked link(static_cast<int>(events[i].data.u64)); link && link->socket >= 0) {
                 take_event(*link, events[i].events);
             }
+            answered.wake();
         }
         const Time time = now();
         for (int i = 0; i < highest_place(); ++i) {

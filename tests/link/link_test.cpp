@@ -206,12 +206,16 @@ TEST(Lines, ThatAreNoRepliesAreCountedAndHarmNobody)
         const std::string bare = object(7, R"("pad":"",)");
         return object(7, R"("pad":")" + std::string(length - bare.size(), 'x') + "\",") + "\n";
     };
+    std::string deep;
+    for (int i = 0; i < 3000; ++i)
+        deep += R"({"arm_plan_num":)";
     enum { dropped, foreign, answering };
-    const struct {
+    struct Row {
         const char* name;
         std::string line;
         int is;
-    } rows[] = {
+    };
+    const std::vector<Row> rows = {
         {"no JSON", "arm_plan_num {,\n", dropped},
         {"an array",
          R"([{"command":"arm_plan_num"}])"
@@ -223,14 +227,7 @@ TEST(Lines, ThatAreNoRepliesAreCountedAndHarmNobody)
          "\n",
          dropped},
         {"nested too deep", std::string(3000, '[') + "\n", dropped},
-        {"objects nested too deep",
-         [] {
-             std::string deep;
-             for (int i = 0; i < 3000; ++i)
-                 deep += R"({"arm_plan_num":)";
-             return deep + "\n";
-         }(),
-         dropped},
+        {"objects nested too deep", deep + "\n", dropped},
         {"with a NUL", std::string("{\"command\":\"arm_plan_num\0\"}\n", 28), dropped},
         {"behind a NUL", std::string("\0", 1) + reply(7), dropped},
         {"of 64 KiB", padded(65536), answering},
