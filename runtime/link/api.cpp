@@ -96,10 +96,17 @@ int KX_Link_Cancel(int handle)
     return KX_SUCCESS;
 }
 
+// A connection that a caller found broken is no longer ready, even if the loop has not come to that yet.
+static KX_LINK_STATE present_state(const Link& link)
+{
+    if (link.given_up_for) return link.options.reconnect ? KX_LINK_CONNECTING : KX_LINK_DOWN;
+    return static_cast<KX_LINK_STATE>(link.state.load());
+}
+
 KX_LINK_STATE KX_Link_State(int handle)
 {
     const Locked link(handle);
-    return link ? static_cast<KX_LINK_STATE>(link->state.load()) : KX_LINK_CLOSED;
+    return link ? present_state(*link) : KX_LINK_CLOSED;
 }
 
 int KX_Link_Wait(int handle, KX_LINK_STATE state, int timeout_ms)
@@ -108,8 +115,8 @@ int KX_Link_Wait(int handle, KX_LINK_STATE state, int timeout_ms)
     Locked link(handle);
     if (!link) return KX_BAD_DESCRIPTOR;
     const int cancels = link->cancels;
-    while (link->state != state) {
-        if (link->state == KX_LINK_DOWN) return KX_LOST;
+    while (present_state(*link) != state) {
+        if (present_state(*link) == KX_LINK_DOWN) return KX_LOST;
         if (now() >= until) return KX_TIMED_OUT;
         if (!link.wait_for_change(until)) return state == KX_LINK_CLOSED ? KX_SUCCESS : KX_CANCELLED;
         if (link->cancels != cancels) return KX_CANCELLED;

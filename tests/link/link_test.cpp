@@ -206,9 +206,12 @@ TEST(Lines, ThatAreNoRepliesAreCountedAndHarmNobody)
         const std::string bare = object(7, R"("pad":"",)");
         return object(7, R"("pad":")" + std::string(length - bare.size(), 'x') + "\",") + "\n";
     };
-    std::string deep;
-    for (int i = 0; i < 3000; ++i)
-        deep += R"({"arm_plan_num":)";
+    const auto repeated = [](const char* text, int times) {
+        std::string all;
+        for (int i = 0; i < times; ++i)
+            all += text;
+        return all;
+    };
     enum { dropped, foreign, answering };
     struct Row {
         const char* name;
@@ -226,8 +229,8 @@ TEST(Lines, ThatAreNoRepliesAreCountedAndHarmNobody)
          R"({"command":"arm_plan_num","plan_num":)"
          "\n",
          dropped},
-        {"nested too deep", std::string(3000, '[') + "\n", dropped},
-        {"objects nested too deep", deep + "\n", dropped},
+        {"nested too deep", repeated("[", 3000) + "\n", dropped},
+        {"objects nested too deep", repeated("{\"arm_plan_num\":", 3000) + "\n", dropped},
         {"with a NUL", std::string("{\"command\":\"arm_plan_num\0\"}\n", 28), dropped},
         {"behind a NUL", std::string("\0", 1) + reply(7), dropped},
         {"of 64 KiB", padded(65536), answering},
