@@ -12,10 +12,37 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <sys/syscall.h>
+#include <sys/time.h>
 #include <thread>
 #include <vector>
 
 using namespace std::chrono_literals;
+
+// The wall clock, as this program and the library in it see it, jumps by hours between one look and the next.
+static std::atomic<long> looks;
+
+extern "C" int clock_gettime(clockid_t clock, timespec* time)
+{
+    const long failed = syscall(SYS_clock_gettime, clock, time);
+    if (clock == CLOCK_REALTIME) time->tv_sec += ++looks % 2 ? 7200 : -7200;
+    return static_cast<int>(failed);
+}
+
+extern "C" int gettimeofday(timeval* time, void*)
+{
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    *time = {now.tv_sec, now.tv_nsec / 1000};
+    return 0;
+}
+
+extern "C" time_t time(time_t*)
+{
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now.tv_sec;
+}
 
 namespace {
 
@@ -620,6 +647,18 @@ TEST(Waits, AreEndedFromACallback)
         arm.end.send(push);
         EXPECT_EQ(answer.get().status, KX_CANCELLED);
     }
+}
+
+TEST(Waits, KeepTheirTimeWhateverTheWallClockDoes)
+{
+    Linked arm;
+    KX_Link_Call_Timeout(100);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(ask(arm.link).status, KX_TIMED_OUT);
+    EXPECT_EQ(KX_Link_Wait(arm.link, KX_LINK_DOWN, 100), KX_TIMED_OUT);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(taken, 200ms);
+    EXPECT_LT(taken, 60s);
 }
 
 TEST(Waits, ForAStateKeepTheirTime)
