@@ -1,7 +1,7 @@
-// Many links in one process: link_scale [seconds] [links] [streamed] [threads] [KiB]. The streamed arms get targets at 200 Hz, each of
-// which is answered by a push that carries its number; the others are asked round-robin from the threads, and every reply
-// carries the number that its question asked for. The peer is a process of its own. Ends with 1 if a reply was wrong or
-// missing, a push was lost, or memory or descriptors grew.
+// Many links in one process: link_scale [seconds] [links] [streamed] [threads] [KiB]. The streamed arms get targets at
+// 200 Hz, each of which is answered by a push that carries its number; the others are asked round-robin from the threads, and
+// every reply carries the number that its question asked for. The peer is a process of its own. Ends with 1 if a reply was
+// wrong or missing, a push was lost, memory grew by more than that, or descriptors did.
 #include "kx_base.h"
 
 #include <arpa/inet.h>
