@@ -24,11 +24,12 @@ struct Limits {
 inline Limits limits_of(const ARM_MODEL& arm)
 {
     Limits limits;
-    for (int i = 0; i < arm.joints; ++i)
-        limits.lower.push_back(arm.lower[i] * degree), limits.upper.push_back(arm.upper[i] * degree);
-    for (int i = 0; i < 7 && arm.model == 47; ++i) // the chain's, too
-        limits.lower[i] = -judge::chain_limits[i], limits.upper[i] = judge::chain_limits[i];
-    if (arm.model == 36) limits.lower[2] = judge::limits(36).theta3[0] - M_PI_2; // narrower than its joint's
+    const kdl_arms::Limits chain = kdl_arms::chain_limits(arm.model);
+    for (int i = 0; i < arm.joints; ++i) {
+        limits.lower.push_back(arm.model == 47 ? chain[i][0] : arm.lower[i] * degree);
+        limits.upper.push_back(arm.model == 47 ? chain[i][1] : arm.upper[i] * degree);
+    }
+    if (arm.model == 36) limits.lower[2] = chain[2][0] - M_PI_2; // narrower than its joint's
     return limits;
 }
 
@@ -83,18 +84,16 @@ class Candidate {
 
 // The least squared distance of all solutions inside the limits; infinite if there is none.
 class SixJudge {
-    judge::Arm arm;
     const int model;
     const Limits limits;
 
   public:
-    explicit SixJudge(const ARM_MODEL& m) : arm(m.model), model(m.model), limits(limits_of(m)) {}
-
-    KDL::Frame forward(const float* joint) { return arm.forward(joint); }
+    explicit SixJudge(const ARM_MODEL& m) : model(m.model), limits(limits_of(m)) {}
+    SixJudge(int model_code, const Limits& other) : model(model_code), limits(other) {}
 
     double nearest(const KDL::Frame& flange, const std::vector<double>& reference) const
     {
-        const KDL::Vector centre = flange.p - (model == 36 ? 0.115f : 0.144f) * flange.M.UnitZ();
+        const KDL::Vector centre = judge::wrist_centre_of_six(model, flange);
         if (model == 36 || std::hypot(centre.x(), centre.y()) > 4e-7) return at(flange, reference);
         // The wrist centre on axis 1 leaves joint 1 open. The geometry is told joint 1 by where the centre is.
         const auto turned = [&](double q1) {
@@ -105,10 +104,8 @@ class SixJudge {
         };
         constexpr int steps = 720;
         double best = INFINITY;
-        for (int i = 0; i < steps; ++i) {
-            const double width = 2 * M_PI / steps, middle = -M_PI + width * (i + 0.5);
-            best = std::min(best, turned(middle));
-        }
+        for (int i = 0; i < steps; ++i)
+            best = std::min(best, turned(2 * M_PI / steps * (i + 0.5) - M_PI));
         return best;
     }
 
@@ -116,7 +113,7 @@ class SixJudge {
     double at(const KDL::Frame& flange, const std::vector<double>& reference) const
     {
         double best = INFINITY;
-        for (const judge::Six& q : arm.solutions(flange)) {
+        for (const judge::Six& q : judge::solutions(model, flange)) {
             Candidate c(limits, reference);
             for (int i : {0, 1, 2})
                 c.stands(i, q[i]);
@@ -138,8 +135,6 @@ class SevenJudge {
 
   public:
     explicit SevenJudge(const ARM_MODEL& model) : limits(limits_of(model)) {}
-
-    KDL::Frame forward(const float* joint) { return judge::forward(joint); }
 
     double nearest(const KDL::Frame& flange, const std::vector<double>& reference) const
     {
@@ -165,21 +160,14 @@ class SevenJudge {
     }
 
   private:
-    static double middle_of(const KDL::Rotation& r)
-    {
-        return std::atan2(std::hypot(r(0, 2), r(1, 2)), r(2, 2));
-    }
-
     static void ball(Candidate& c, const KDL::Rotation& r, const std::array<std::size_t, 3>& joint,
                      bool turned)
     {
-        const double side = turned ? -1 : 1, middle = middle_of(r);
-        if (middle < 3 * straight)
+        const auto [first, middle, last] = kdl_arms::ball(r, turned ? -1 : 1);
+        if (std::fabs(middle) < 3 * straight)
             c.stands(joint[1], 0).share({{joint[0], 1}, {joint[2], 1}}, std::atan2(r(1, 0), r(0, 0)));
         else
-            c.stands(joint[0], std::atan2(side * r(1, 2), side * r(0, 2)))
-                .stands(joint[1], side * middle)
-                .stands(joint[2], std::atan2(side * r(2, 1), -side * r(2, 0)));
+            c.stands(joint[0], first).stands(joint[1], middle).stands(joint[2], last);
     }
 
     // All of the arm up to the wrist is one line.
@@ -195,7 +183,7 @@ class SevenJudge {
             const double q1 = upright ? 0 : std::atan2(side * w.y(), side * w.x()),
                          q2 = upright ? 0 : side * tilt;
             const Rotation rest = (Rotation::RotZ(q1) * Rotation::RotY(q2)).Inverse() * flange.M;
-            const double middle = middle_of(rest);
+            auto [sum, middle, last] = kdl_arms::ball(rest, end);
             Candidate c(limits, reference);
             c.stands(1, q2).stands(3, 0);
             std::vector<std::pair<std::size_t, int>> coaxial = {{2, 1}, {4, 1}};
@@ -203,13 +191,12 @@ class SevenJudge {
                 coaxial.push_back({0, 1});
             else
                 c.stands(0, q1);
-            double sum = std::atan2(end * rest(1, 2), end * rest(0, 2));
-            if (middle < straight) {
+            if (std::fabs(middle) < straight) {
                 coaxial.push_back({6, 1});
                 c.stands(5, 0);
                 sum = std::atan2(rest(1, 0), rest(0, 0));
             } else {
-                c.stands(5, end * middle).stands(6, std::atan2(end * rest(2, 1), -end * rest(2, 0)));
+                c.stands(5, middle).stands(6, last);
             }
             best = std::min(best, c.share(coaxial, sum).cost);
         }
@@ -292,11 +279,7 @@ Misses count(const ARM_MODEL& arm, long targets, bool is_hard, unsigned seed)
         const Joints joint = is_hard ? problems.hard() : problems.anywhere(),
                      reference = problems.near(joint);
         const KinPose target = Arm_Model_Pose(&arm, joint.data());
-        const auto& [p, q, e] = target;
-        const double length = std::hypot(std::hypot<double>(q.w, q.x), std::hypot<double>(q.y, q.z));
-        const KDL::Frame flange(
-            KDL::Rotation::Quaternion(q.x / length, q.y / length, q.z / length, q.w / length),
-            {p.x, p.y, p.z});
+        const KDL::Frame flange = kdl_arms::exact_frame(target);
         std::vector<double> radians;
         for (int i = 0; i < arm.joints; ++i)
             radians.push_back(reference[i] * degree);
@@ -309,7 +292,7 @@ Misses count(const ARM_MODEL& arm, long targets, bool is_hard, unsigned seed)
         } else {
             for (int i = 0; i < arm.joints; ++i)
                 distance += std::pow(found[i] * degree - radians[i], 2);
-            const KDL::Twist off = KDL::diff(exhaustive.forward(found.data()), flange);
+            const KDL::Twist off = KDL::diff(kdl_arms::forward(arm.model, found.data()), flange);
             if (!(off.vel.Norm() < 2e-5 && off.rot.Norm() < 6e-5) ||
                 Arm_Model_Beyond_Limits(&arm, found.data()))
                 ++m.wrong;

@@ -1,15 +1,15 @@
-// The three arms as Orocos KDL chains, from the link tables; joint angles in radians, as the arm counts them.
-// Poses as KDL frames.
+// The three arms as Orocos KDL chains, from the link tables, and their limits; poses as KDL frames.
 #pragma once
 
 #include "kx_base.h"
 
-#include <kdl/chain.hpp>
+#include <kdl/chainfksolverpos_recursive.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <initializer_list>
+#include <vector>
 
 namespace kdl_arms {
 
@@ -85,6 +85,61 @@ inline KDL::Chain arm(int model)
     }
 }
 
+inline KDL::JntArray radians(int model, const float* degrees)
+{
+    KDL::JntArray r(model == 47 ? 7 : 6);
+    for (unsigned i = 0; i < r.rows(); ++i)
+        r(i) = degrees[i] * degree;
+    return r;
+}
+
+// The flange, of joint angles in degrees.
+inline KDL::Frame forward(int model, const float* joint)
+{
+    static const KDL::Chain chains[] = {arm(36), arm(46), arm(47)};
+    KDL::Frame flange;
+    KDL::ChainFkSolverPos_recursive(chains[model == 36 ? 0 : model - 45])
+        .JntToCart(radians(model, joint), flange);
+    return flange;
+}
+
+// The angles of three joints that turn about z, y and z of a ball, in one of their two ways.
+struct Ball {
+    double first, middle, last;
+};
+
+inline Ball ball(const KDL::Rotation& r, double side)
+{
+    return {std::atan2(side * r(1, 2), side * r(0, 2)),
+            side * std::atan2(std::hypot(r(0, 2), r(1, 2)), r(2, 2)),
+            std::atan2(side * r(2, 1), -side * r(2, 0))};
+}
+
+using Limits = std::vector<std::array<float, 2>>; // of each joint
+
+inline Limits limits(int model) // degrees
+{
+    return model == 36 ? Limits{{-180, 180}, {-180, 180}, {-150, 165}, {-180, 180}, {-180, 180}, {-360, 360}}
+           : model == 46
+               ? Limits{{-180, 180}, {-130, 130}, {-135, 135}, {-180, 180}, {-128, 128}, {-360, 360}}
+               : Limits{{-180, 180}, {-130, 130}, {-180, 180}, {-135, 135},
+                        {-180, 180}, {-128, 128}, {-360, 360}};
+}
+
+// Radians, of the chain's angles, which count from other zeros. Model 36's third lets its joint down to -149.4
+// degrees only.
+inline Limits chain_limits(int model)
+{
+    return model == 36
+               ? Limits{{-4.712389f, 1.5707964f},  {-1.5707964f, 4.712389f}, {-1.0367255f, 4.4516368f},
+                        {-3.1415927f, 3.1415927f}, {0, 6.2831855f},          {-4.712389f, 7.8539815f}}
+           : model == 46 ? Limits{{-3.14159f, 3.14159f}, {-0.697433f, 3.839023f},   {-0.7853975f, 3.9269876f},
+                                  {-3.14159f, 3.14159f}, {-2.2336707f, 2.2336707f}, {-6.28318f, 6.28318f}}
+                         : Limits{{-3.14159f, 3.14159f},    {-2.2689f, 2.2689f},   {-3.14159f, 3.14159f},
+                                  {-2.3562f, 2.3562f},      {-3.14159f, 3.14159f}, {-2.234f, 2.234f},
+                                  {-6.2831855f, 6.2831855f}};
+}
+
 inline KDL::Frame frame_by_euler(const KinPose& p)
 {
     const auto& [position, quaternion, e] = p;
@@ -95,6 +150,15 @@ inline KDL::Frame frame_by_quaternion(const KinPose& p)
 {
     const auto& [position, q, euler] = p;
     return {KDL::Rotation::Quaternion(q.x, q.y, q.z, q.w), {position.x, position.y, position.z}};
+}
+
+// By a quaternion whose rounding is taken off.
+inline KDL::Frame exact_frame(KinPose p)
+{
+    auto& [w, x, y, z] = p.quaternion;
+    const double length = std::hypot(std::hypot<double>(w, x), std::hypot<double>(y, z));
+    return {KDL::Rotation::Quaternion(x / length, y / length, z / length, w / length),
+            {p.position.x, p.position.y, p.position.z}};
 }
 
 } // namespace kdl_arms

@@ -18,6 +18,24 @@ inline constexpr float infinity_f = std::numeric_limits<float>::infinity();
 
 using kdl_arms::frame_by_euler, kdl_arms::frame_by_quaternion;
 
+inline double squared_distance(const Joints& a, const Joints& b) // rad^2
+{
+    double sum = 0;
+    for (int i = 0; i < 7; ++i)
+        sum += std::pow((a[i] - b[i]) * kdl_arms::degree, 2);
+    return sum;
+}
+
+inline KinPose pose_of(const KDL::Frame& frame)
+{
+    const auto f = [](double x) { return static_cast<float>(x); };
+    double rx, ry, rz, x, y, z, w;
+    frame.M.GetRPY(rx, ry, rz);
+    frame.M.GetQuaternion(x, y, z, w);
+    return {
+        {f(frame.p.x()), f(frame.p.y()), f(frame.p.z())}, {f(w), f(x), f(y), f(z)}, {f(rx), f(ry), f(rz)}};
+}
+
 inline KDL::Frame frame_of(const Matrix& matrix)
 {
     const auto& m = matrix.data;
@@ -41,6 +59,14 @@ class Random {
 
   public:
     float between(float low, float high) { return std::uniform_real_distribution<float>(low, high)(bits); }
+
+    Joints joints(const kdl_arms::Limits& limits)
+    {
+        Joints joint = {};
+        for (std::size_t i = 0; i < limits.size(); ++i)
+            joint[i] = between(limits[i][0], limits[i][1]);
+        return joint;
+    }
 
     // Within 1.5 m and with ry short of gimbal lock.
     KinPose pose()

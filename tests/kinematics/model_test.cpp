@@ -1,10 +1,8 @@
-// The arms' parameters: what a model loads, what it leaves, and which settings survive.
+// The arms' exported parameters: what a model loads, what it leaves, and which settings survive.
 #include "kinematics/kinematics_support.h"
 #include "kx/model.h"
 
 #include <algorithm>
-#include <bit>
-#include <vector>
 
 namespace {
 
@@ -12,16 +10,20 @@ using Names = std::vector<float*>;
 
 const Names lengths = {&d1,  &d3,  &d4,  &a2,  &a3,  &a4,     &lsb,    &lse,
                        &lew, &dbs, &dse, &dew, &dwt, &dwt_ZF, &dwt_SF, &lwt};
-const Names lower = {&JOINT1_LOWER, &JOINT2_LOWER, &JOINT3_LOWER, &JOINT4_LOWER,
-                     &JOINT5_LOWER, &JOINT6_LOWER, &JOINT7_LOWER};
-const Names upper = {&JOINT1_UPPER, &JOINT2_UPPER, &JOINT3_UPPER, &JOINT4_UPPER,
-                     &JOINT5_UPPER, &JOINT6_UPPER, &JOINT7_UPPER};
-const Names theta_l = {&theta1_l, &theta2_l, &theta3_l, &theta4_l, &theta5_l, &theta6_l, &theta7_l};
-const Names theta_u = {&theta1_u, &theta2_u, &theta3_u, &theta4_u, &theta5_u, &theta6_u, &theta7_u};
+const Names limits[] = {
+    {&JOINT1_LOWER, &JOINT1_UPPER, &theta1_l, &theta1_u},
+    {&JOINT2_LOWER, &JOINT2_UPPER, &theta2_l, &theta2_u},
+    {&JOINT3_LOWER, &JOINT3_UPPER, &theta3_l, &theta3_u},
+    {&JOINT4_LOWER, &JOINT4_UPPER, &theta4_l, &theta4_u},
+    {&JOINT5_LOWER, &JOINT5_UPPER, &theta5_l, &theta5_u},
+    {&JOINT6_LOWER, &JOINT6_UPPER, &theta6_l, &theta6_u},
+    {&JOINT7_LOWER, &JOINT7_UPPER, &theta7_l, &theta7_u},
+};
 
 const Names every_name = [] {
-    Names all = {&angleU, &angleV, &angleZ};
-    for (const Names& names : {lengths, lower, upper, theta_l, theta_u})
+    Names all = lengths;
+    all.insert(all.end(), {&angleU, &angleV, &angleZ});
+    for (const Names& names : limits)
         all.insert(all.end(), names.begin(), names.end());
     for (auto& row : Tool_Matrix.data)
         for (float& x : row)
@@ -35,83 +37,51 @@ bool all_are(float value)
 }
 
 // Every parameter is given this value first, so that what a model leaves alone shows.
-constexpr float unchanged = 77.25f;
+constexpr float u = 77.25f;
 
 void mark_all()
 {
     for (float* name : every_name)
-        *name = unchanged;
+        *name = u;
     Tool_Matrix.rows = Tool_Matrix.cols = 2;
 }
 
-struct Parameters {
-    int model;
-    float length[16]; // in the order of `lengths`
-    float degrees[7][2];
-    std::uint32_t bits[7][2]; // limits of the chain angles
-};
-
-constexpr float u = unchanged;
-constexpr std::uint32_t ub = std::bit_cast<std::uint32_t>(unchanged);
-
-const Parameters models[] = {
-    {36,
-     {0.172f, -0.0102f, 0.405f, 0.086f, 0.38f, -0.069f, u, u, u, u, u, u, 0.115f, 0.1352f, 0.1435f, 0.115f},
-     {{-180, 180}, {-180, 180}, {-150, 165}, {-180, 180}, {-180, 180}, {-360, 360}, {u, u}},
-     {{0xC096CBE4, 0x3FC90FDB},
-      {0xBFC90FDB, 0x4096CBE4},
-      {0xBF84B36C, 0x408E73CF},
-      {0xC0490FDB, 0x40490FDB},
-      {0, 0x40C90FDB},
-      {0xC096CBE4, 0x40FB53D1},
-      {ub, ub}}},
-    {46,
-     {0.149f, 0, 0.405f, 0.082f, 0.38f, -0.069f, 0.2405f, 0.256f, 0.21f, u, u, u, 0.144f, 0.1642f, 0.1725f,
-      0.144f},
-     {{-180, 180}, {-130, 130}, {-135, 135}, {-180, 180}, {-128, 128}, {-360, 360}, {u, u}},
-     {{0xC0490FD0, 0x40490FD0},
-      {0xBF328AF8, 0x4075B28E},
-      {0xBF490FD0, 0x407B53C4},
-      {0xC0490FD0, 0x40490FD0},
-      {0xC00EF476, 0x400EF476},
-      {0xC0C90FD0, 0x40C90FD0},
-      {ub, ub}}},
-    {47,
-     {u, u, 0, u, u, u, u, u, u, 0.2405f, 0.256f, 0.21f, 0.144f, 0.1642f, 0.1725f, 0.144f},
-     {{-180, 180}, {-130, 130}, {-180, 180}, {-135, 135}, {-180, 180}, {-128, 128}, {-360, 360}},
-     {{0xC0490FD0, 0x40490FD0},
-      {0xC01135A8, 0x401135A8},
-      {0xC0490FD0, 0x40490FD0},
-      {0xC016CBFB, 0x4016CBFB},
-      {0xC0490FD0, 0x40490FD0},
-      {0xC00EF9DB, 0x400EF9DB},
-      {0xC0C90FDB, 0x40C90FDB}}},
-};
-
 TEST(Model, LoadsItsParametersAndLeavesTheOthers)
 {
-    for (const Parameters& expected : models) {
-        SCOPED_TRACE(expected.model);
+    const struct {
+        int model;
+        float length[16];
+    } rows[] = {
+        {36,
+         {0.172f, -0.0102f, 0.405f, 0.086f, 0.38f, -0.069f, u, u, u, u, u, u, 0.115f, 0.1352f, 0.1435f,
+          0.115f}},
+        {46,
+         {0.149f, 0, 0.405f, 0.082f, 0.38f, -0.069f, 0.2405f, 0.256f, 0.21f, u, u, u, 0.144f, 0.1642f,
+          0.1725f, 0.144f}},
+        {47, {u, u, 0, u, u, u, u, u, u, 0.2405f, 0.256f, 0.21f, 0.144f, 0.1642f, 0.1725f, 0.144f}},
+    };
+    for (const auto& [model, length] : rows) {
+        SCOPED_TRACE(model);
         mark_all();
-        Init_Sys_Data(expected.model);
+        Init_Sys_Data(model);
         for (int i = 0; i < 16; ++i)
-            EXPECT_EQ(*lengths[i], expected.length[i]) << "length " << i;
-        for (int i = 0; i < 7; ++i) {
-            SCOPED_TRACE(i + 1);
-            EXPECT_EQ(*lower[i], expected.degrees[i][0]);
-            EXPECT_EQ(*upper[i], expected.degrees[i][1]);
-            EXPECT_EQ(std::bit_cast<std::uint32_t>(*theta_l[i]), expected.bits[i][0]);
-            EXPECT_EQ(std::bit_cast<std::uint32_t>(*theta_u[i]), expected.bits[i][1]);
+            EXPECT_EQ(*lengths[i], length[i]) << "length " << i;
+        for (std::size_t i = 0; i < 7; ++i) {
+            const bool has = i < kdl_arms::limits(model).size();
+            for (int side : {0, 1}) {
+                EXPECT_EQ(*limits[i][side], has ? kdl_arms::limits(model)[i][side] : u) << i + 1;
+                EXPECT_EQ(*limits[i][2 + side], has ? kdl_arms::chain_limits(model)[i][side] : u) << i + 1;
+            }
         }
-        const bool resets = expected.model != 36;
-        EXPECT_EQ(angleU, resets ? 0 : unchanged);
-        EXPECT_EQ(angleV, resets ? 0 : unchanged);
-        EXPECT_EQ(angleZ, unchanged);
+        const bool resets = model != 36;
+        EXPECT_EQ(angleU, resets ? 0 : u);
+        EXPECT_EQ(angleV, resets ? 0 : u);
+        EXPECT_EQ(angleZ, u);
         EXPECT_EQ(Tool_Matrix.rows, resets ? 4 : 2);
         EXPECT_EQ(Tool_Matrix.cols, resets ? 4 : 2);
         for (int i = 0; i < 4; ++i)
             for (int j = 0; j < 4; ++j)
-                EXPECT_EQ(Tool_Matrix.data[i][j], !resets ? unchanged : i == j ? 1 : 0);
+                EXPECT_EQ(Tool_Matrix.data[i][j], !resets ? u : i == j);
     }
 }
 
@@ -122,7 +92,7 @@ TEST(Model, UnknownCodesAndVariantsChangeNothing)
         Init_Sys_Data(model);
     for (int variant : {-1, 3})
         setLwt(variant);
-    EXPECT_TRUE(all_are(unchanged));
+    EXPECT_TRUE(all_are(u));
     EXPECT_EQ(Tool_Matrix.rows, 2);
 }
 
@@ -130,21 +100,25 @@ TEST(Model, FlangeVariantLastsUntilTheNextComputation)
 {
     const float joints[7] = {};
     Init_Sys_Data(47);
-    const float expected[] = {0.144f, 0.1642f, 0.1725f};
-    for (int variant : {1, 2, 0}) {
+    for (const auto& [variant, length] : {std::pair{2, &dwt_SF}, {0, &dwt}, {1, &dwt_ZF}}) {
         setLwt(variant);
-        EXPECT_EQ(lwt, expected[variant]);
+        EXPECT_EQ(lwt, *length);
     }
-    setLwt(1);
-    EXPECT_FLOAT_EQ(Forward_Kinematics(47, joints).position.z, 0.2405f + 0.256f + 0.21f + 0.144f);
-    EXPECT_EQ(lwt, 0.144f);
+    EXPECT_FLOAT_EQ(Forward_Kinematics(47, joints).position.z, dbs + dse + dew + dwt);
+    EXPECT_EQ(lwt, dwt);
 }
 
+// Model 36 then has no tool transform either, until another model was loaded.
 TEST(Model, IsZeroUntilLoaded)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // runs the statement in a fresh process
-    EXPECT_EXIT(std::exit(all_are(0) && Tool_Matrix.rows == 0 && Tool_Matrix.cols == 0 ? 0 : 1),
-                ::testing::ExitedWithCode(0), "");
+    const auto zeros = [] {
+        if (!all_are(0) || Tool_Matrix.rows != 0 || Tool_Matrix.cols != 0) return false;
+        const auto [p, q, e] = Forward_Kinematics(36, Joints{10, 20, 30, 40, 50, 60}.data());
+        return p.x == 0 && p.y == 0 && p.z == 0 && q.w == 1 && q.x == 0 && q.y == 0 && q.z == 0 &&
+               e.rx == 0 && e.ry == 0 && e.rz == 0;
+    };
+    EXPECT_EXIT(std::exit(zeros() ? 0 : 1), ::testing::ExitedWithCode(0), "");
 }
 
 } // namespace

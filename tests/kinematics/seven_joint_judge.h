@@ -1,16 +1,9 @@
 // The plain judge of the seven-joint inverse kinematics: all branches at any arm angle by rotation matrices,
 // in the symbols of Shimizu, Kakuya, Yoon, Kitagaki and Kosuge (2008), and the nearest solution by a fine
-// sweep of the arm angle in every branch. Forward, it is an Orocos KDL chain.
+// sweep of the arm angle in every branch.
 #pragma once
 
 #include "kinematics/kdl_arms.h"
-
-#include <kdl/chainfksolverpos_recursive.hpp>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <vector>
 
 namespace judge {
 
@@ -19,22 +12,6 @@ using KDL::Frame, KDL::Rotation, KDL::Vector;
 using kdl_arms::degree;
 
 inline constexpr double d_bs = 0.2405f, d_se = 0.256f, d_ew = 0.21f, d_wt = 0.144f; // metres
-
-inline constexpr Seven joint_limits = {180, 130, 180, 135, 180, 128, 360}; // degrees
-inline constexpr Seven chain_limits = {3.14159, 2.2689, 3.14159,  2.3562,
-                                       3.14159, 2.234,  6.2831855}; // radians
-
-inline Frame forward(const float* joint) // degrees
-{
-    static const KDL::Chain chain = kdl_arms::arm(47);
-    static KDL::ChainFkSolverPos_recursive solver(chain);
-    KDL::JntArray radians(7);
-    for (int i = 0; i < 7; ++i)
-        radians(i) = joint[i] * degree;
-    Frame flange;
-    solver.JntToCart(radians, flange);
-    return flange;
-}
 
 inline Vector wrist_centre(const Frame& flange) // seen from the shoulder
 {
@@ -52,7 +29,8 @@ inline Rotation reference_plane(const Vector& line)
 inline double arm_angle(const float* joint)
 {
     const Rotation upper_arm = Rotation::RotZ(joint[0] * degree) * Rotation::RotY(joint[1] * degree);
-    const Vector elbow = reference_plane(wrist_centre(forward(joint))).Inverse() * upper_arm.UnitZ();
+    const Vector elbow =
+        reference_plane(wrist_centre(kdl_arms::forward(47, joint))).Inverse() * upper_arm.UnitZ();
     return std::atan2(-elbow.y(), -elbow.x());
 }
 
@@ -69,18 +47,10 @@ class Redundancy {
         return r;
     }
 
-    static Rotation exact(const Rotation& r) // of one that was rounded
-    {
-        double x, y, z, w;
-        r.GetQuaternion(x, y, z, w);
-        const double length = std::sqrt(x * x + y * y + z * z + w * w);
-        return Rotation::Quaternion(x / length, y / length, z / length, w / length);
-    }
-
   public:
-    explicit Redundancy(const Frame& flange) : target(exact(flange.M))
+    explicit Redundancy(const Frame& flange) : target(flange.M)
     {
-        const Vector w = wrist_centre({target, flange.p});
+        const Vector w = wrist_centre(flange);
         const double cosine = (dot(w, w) - d_se * d_se - d_ew * d_ew) / (2 * d_se * d_ew);
         theta4 = std::acos(std::clamp(cosine, -1., 1.));
         const double lift = std::atan2(d_ew * std::sin(theta4), d_se + d_ew * std::cos(theta4));
@@ -126,22 +96,15 @@ class Redundancy {
     {
         const double elbow = branch & 1 ? -1 : 1, s = branch & 2 ? -1 : 1, w = branch & 4 ? -1 : 1;
         const auto& [r03, r47] = balls(psi, branch & 1);
-        const auto middle = [](const Rotation& r) {
-            return std::atan2(std::hypot(r(0, 2), r(1, 2)), r(2, 2));
-        };
-        const auto first = [](const Rotation& r, double side) {
-            return std::atan2(side * r(1, 2), side * r(0, 2));
-        };
-        const auto last = [](const Rotation& r, double side) {
-            return std::atan2(side * r(2, 1), -side * r(2, 0));
-        };
-        Seven joint = {first(r03, s), s * middle(r03), last(r03, s), elbow * theta4,
-                       first(r47, w), w * middle(r47), last(r47, w)};
+        const auto shoulder = kdl_arms::ball(r03, s), hand = kdl_arms::ball(r47, w);
+        Seven joint = {shoulder.first, shoulder.middle, shoulder.last, elbow * theta4,
+                       hand.first,     hand.middle,     hand.last};
+        static const kdl_arms::Limits limits = kdl_arms::chain_limits(47);
         for (int i = 0; i < 7; ++i) {
             constexpr double rounding = 3e-6;
             double nearest = NAN;
             for (double turn : {-2 * M_PI, 0., 2 * M_PI})
-                if (const double angle = joint[i] + turn; std::fabs(angle) <= chain_limits[i] + rounding)
+                if (const double angle = joint[i] + turn; std::fabs(angle) <= limits[i][1] + rounding)
                     if (!(std::fabs(nearest - reference[i]) <= std::fabs(angle - reference[i])))
                         nearest = angle;
             joint[i] = nearest;

@@ -1,0 +1,564 @@
+// Inverse kinematics against the plain judges, and its codes, limits, search range and singular places.
+#include "kinematics/hard_targets.h"
+#include "kinematics/kinematics_support.h"
+#include "kx/model.h"
+
+namespace {
+
+using kdl_arms::degree, kdl_arms::forward, kdl_arms::greatest_difference;
+using ::testing::PrintToString;
+
+struct Solution {
+    int code;
+    Joints joint; // degrees
+};
+
+constexpr Joints untouched = {-1000, -1000, -1000, -1000, -1000, -1000, -1000};
+
+Solution solve(int model, const Joints& reference, const KinPose& target, int flag = 1)
+{
+    Solution s = {0, untouched};
+    s.code = inverse_kinematics(model, reference.data(), &target, s.joint.data(),
+                                static_cast<unsigned char>(flag));
+    if (model != 47) s.joint[6] = reference[6];
+    return s;
+}
+
+KinPose pose(int model, const Joints& joint)
+{
+    return Forward_Kinematics(model, joint.data());
+}
+
+std::vector<double> radians(const Joints& joint)
+{
+    std::vector<double> r;
+    for (float angle : joint)
+        r.push_back(angle * degree);
+    return r;
+}
+
+::testing::AssertionResult close_to(const KDL::Frame& got, const KDL::Frame& expected, double metres = 5e-6,
+                                    double radians = 2e-5)
+{
+    const KDL::Twist off = KDL::diff(got, expected);
+    if (off.vel.Norm() <= metres && off.rot.Norm() <= radians) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "off by " << off.vel.Norm() << " m, " << off.rot.Norm() << " rad";
+}
+
+// Where an arm may stand, degrees: within its joints' and its chain's limits.
+kdl_arms::Limits standing(int model)
+{
+    kdl_arms::Limits limits = kdl_arms::limits(model);
+    if (model == 36) limits[2][0] = -149.39f;
+    for (std::size_t i = 0; i < limits.size() && model == 47; ++i)
+        for (int side : {0, 1})
+            if (const double chain = kdl_arms::chain_limits(47)[i][side] / degree * (1 - 1e-6);
+                std::fabs(chain) < std::fabs(limits[i][side]))
+                limits[i][side] = static_cast<float>(chain);
+    return limits;
+}
+
+class Inverse : public ::testing::TestWithParam<int> {
+  protected:
+    const int model = GetParam();
+    const kdl_arms::Limits limits = standing(model);
+    Random random;
+
+    Inverse()
+    {
+        Init_Sys_Data(46); // sets the tool transform for model 36
+        setAngle(0, 0, 0);
+    }
+
+    Joints random_joints() { return random.joints(limits); }
+
+    // Each joint at its limits, straight, stretched or at right angles.
+    Joints corner(int number) const
+    {
+        Joints joint = {};
+        for (std::size_t i = 0; i < limits.size(); ++i, number /= 4) {
+            const float values[] = {limits[i][0], 0, limits[i][1], i == 2 && model != 47 ? 9.66867f : 90};
+            joint[i] = values[number % 4];
+        }
+        return joint;
+    }
+
+    ::testing::AssertionResult keeps_limits(const Joints& joint) const
+    {
+        for (std::size_t i = 0; i < limits.size(); ++i)
+            if (!(joint[i] >= limits[i][0] - 4e-4 && joint[i] <= limits[i][1] + 4e-4))
+                return ::testing::AssertionFailure() << "joint " << i + 1 << " at " << joint[i];
+        return ::testing::AssertionSuccess();
+    }
+};
+
+struct InverseSix : Inverse {};
+struct InverseSeven : Inverse {};
+
+const auto name = [](const auto& test) { return "Model" + std::to_string(test.param); };
+INSTANTIATE_TEST_SUITE_P(Models, Inverse, ::testing::Values(36, 46, 47), name);
+INSTANTIATE_TEST_SUITE_P(Models, InverseSix, ::testing::Values(36, 46), name);
+INSTANTIATE_TEST_SUITE_P(Models, InverseSeven, ::testing::Values(47), name);
+
+// With the joints themselves as reference, anywhere and in every corner, wherever base and tool may be.
+TEST_P(Inverse, AnArmAtRestStaysAtRest)
+{
+    const Euler installations[] = {{0, 0, 0}, {M_PIf32, 0, 0}, {0.3f, -0.7f, 0}, {0.1f, 0.2f, 2.5f}};
+    const KinPose tools[] = {{}, {{0.05f, -0.08f, 0.12f}, {}, {0.5f, -1.1f, 2.2f}}};
+    const int corners = 1 << 2 * limits.size(), all = corners + 32000;
+    int tested = 0;
+    for (int n = 0; n < all; ++n) {
+        const Joints joint = n < corners ? corner(n) : random_joints();
+        const auto& [u, v, z] = installations[n < corners ? 0 : n % 4];
+        const KinPose& tool_pose = tools[n < corners ? 0 : n / 4 % 2];
+        setAngle(u, v, z);
+        Tool_Matrix = pos2matrix(tool_pose);
+        const KinPose target = pose(model, joint);
+
+        const KDL::Frame base(model == 36   ? KDL::Rotation::RPY(u, v, 0)
+                              : model == 46 ? KDL::Rotation::RotZ(z)
+                                            : KDL::Rotation::Identity());
+        const KDL::Frame tool = model == 36 ? frame_by_euler(tool_pose) : KDL::Frame::Identity();
+        const KDL::Frame flange = forward(model, joint.data());
+        // In gimbal lock, forward kinematics' angles are not those of the pose.
+        if (!close_to(frame_by_euler(target), base * flange * tool, 1e-5, 1e-5)) continue;
+        ++tested;
+        const bool gimbal_lock = std::fabs(std::cos(target.euler.ry)) < 0.01;
+        // In a nearly straight wrist joint 4 stays the reference's, whatever the pose's rounding made of it.
+        const bool shares = model == 46 && joint[4] != 0 && std::fabs(joint[4]) < 5;
+        for (int flag : {0, 1, 2}) {
+            const auto [code, result] = solve(model, joint, target, flag);
+            ASSERT_EQ(code, 1) << PrintToString(joint);
+            ASSERT_TRUE(close_to(base * forward(model, result.data()) * tool, frame_by_euler(target),
+                                 shares ? 2e-5 : 5e-6, shares ? 2e-4 : 2e-5))
+                << PrintToString(joint);
+            if (!gimbal_lock && (model == 47 || !judge::near_singular(model, flange, joint.data()))) {
+                ASSERT_LT(greatest_difference(result, joint), model == 47 ? 0.03 : 0.01)
+                    << PrintToString(joint);
+            }
+        }
+    }
+    EXPECT_GT(tested, all - (model == 47 ? 4000 : 600));
+}
+
+// Of all solutions whose chain's first and third angles keep their limits; its code tells the others'.
+TEST_P(InverseSix, IsTheNearestOfAllSolutions)
+{
+    const kdl_arms::Limits chain = kdl_arms::chain_limits(model), of_joints = kdl_arms::limits(model);
+    const double offset = model == 36 ? -M_PI_2 : 0;
+    const hard::SixJudge all(model, {{chain[0][0] - offset, -M_PI, chain[2][0] - M_PI_2, -M_PI, -M_PI, -20},
+                                     {chain[0][1] - offset, M_PI, chain[2][1] - M_PI_2, M_PI, M_PI, 20}});
+    int compared = 0, inside = 0;
+    for (int round = 0; round < 20000; ++round) {
+        const Joints joint = random_joints(), reference = random_joints();
+        const KinPose target = pose(model, joint);
+        const auto [code, result] = solve(model, reference, target);
+        if (judge::near_singular(model, frame_by_euler(target), result.data())) continue;
+        if (model == 46 && std::fabs(result[4]) < 5.1) continue; // shares its turn, below
+        if (std::fabs(joint[4]) < 0.01) continue; // a straight wrist, which only another solution avoids
+        ++compared;
+        inside += code == 1;
+        ASSERT_TRUE(close_to(forward(model, result.data()), frame_by_euler(target)));
+        ASSERT_NEAR(squared_distance(result, reference),
+                    all.nearest(frame_by_euler(target), radians(reference)), 1e-3)
+            << PrintToString(joint);
+        int expected = 1;
+        double to_limit = 360;
+        for (int i = 5; i >= 0; --i) {
+            const auto& [lower, upper] = of_joints[i];
+            if (result[i] < lower || result[i] > upper) expected = -3 - i;
+            to_limit =
+                std::min<double>({to_limit, std::fabs(result[i] - lower), std::fabs(result[i] - upper)});
+        }
+        if (to_limit > 0.01) {
+            ASSERT_EQ(code, expected) << PrintToString(joint);
+        }
+    }
+    EXPECT_GT(compared, 15000);
+    EXPECT_GT(inside, 10000);
+    EXPECT_LT(inside, compared);
+}
+
+// Singular places included: the quick count of kinematics_sweep.
+TEST_P(Inverse, OfArmModelsNeverMissesTheNearest)
+{
+    for (bool is_hard : {true, false}) {
+        const hard::Misses m = hard::count(model, model == 47 ? 500 : 4000, is_hard, 1);
+        EXPECT_EQ(m.misses, 0) << "worst " << m.worst;
+        EXPECT_EQ(m.wrong, 0);
+    }
+}
+
+// Within 0.26 rad of the reference's arm angle; the nearest there; and no solution only where there is none.
+TEST_P(InverseSeven, StaysWithinTheSearchRange)
+{
+    int found = 0, none = 0;
+    for (int round = 0; round < 400; ++round) {
+        const Joints joint = random_joints(), reference = random_joints();
+        const KinPose target = pose(47, joint);
+        const double psi = judge::arm_angle(reference.data());
+        judge::Seven near;
+        std::ranges::copy(radians(reference), near.begin());
+        const double nearest =
+            judge::Redundancy(kdl_arms::exact_frame(target)).nearest(near, psi - 0.26, psi + 0.26, 60);
+        for (int flag : {0, 1}) {
+            const auto [code, result] = solve(47, reference, target, flag);
+            ASSERT_EQ(code, nearest < INFINITY ? 1 : -3) << PrintToString(joint);
+            if (code == 1) {
+                EXPECT_LT(std::fabs(std::remainder(judge::arm_angle(result.data()) - psi, 2 * M_PI)),
+                          0.26 + 1e-4);
+                EXPECT_LT(squared_distance(result, reference), nearest + 1e-4);
+                EXPECT_TRUE(close_to(forward(47, result.data()), frame_by_quaternion(target)));
+                EXPECT_TRUE(keeps_limits(result));
+            } else {
+                EXPECT_EQ(result, untouched);
+            }
+            ++(code == 1 ? found : none);
+        }
+    }
+    EXPECT_GT(found, 600);
+    EXPECT_GT(none, 30);
+}
+
+// Joints 4 and 6 of a straight wrist keep the reference's difference, of a folded one its sum.
+TEST_P(InverseSix, StraightWristSharesItsTurn)
+{
+    const struct {
+        int model;
+        float q5;
+        int kept; // 1: q4 - q6, -1: q4 + q6, 0: none, the pose tells both
+    } rows[] = {
+        {46, 0, 1},    {46, 1e-3f, 1}, {46, -4.9f, 1},   {46, 4.9f, 1},     {46, 5.1f, 0},   {46, -5.1f, 0},
+        {36, 0, 1},    {36, 1e-3f, 1}, {36, -0.29f, 1},  {36, 0.29f, 1},    {36, 0.31f, 0},  {36, -5, 0},
+        {36, 180, -1}, {36, -180, -1}, {36, 179.8f, -1}, {36, -179.8f, -1}, {36, 179.6f, 0},
+    };
+    for (const auto& [of_model, q5, kept] : rows)
+        for (int round = 0; of_model == model && round < 200; ++round) {
+            const Joints joint = {20, -30, 70, random.between(-60, 60), q5, random.between(-300, 300)};
+            Joints reference = joint;
+            reference[3] += random.between(-30, 30);
+            reference[5] += random.between(-30, 30);
+            const auto [code, result] = solve(model, reference, pose(model, joint));
+            EXPECT_EQ(code, 1) << q5;
+            const float sign = kept < 0 ? -1 : 1;
+            EXPECT_NEAR(result[4], q5, 0.01);
+            EXPECT_NEAR(result[3] + sign * result[5], joint[3] + sign * joint[5], 0.01) << q5;
+            if (kept != 0)
+                EXPECT_NEAR(result[3] - sign * result[5], reference[3] - sign * reference[5], 0.01) << q5;
+            else
+                EXPECT_LT(greatest_difference(result, joint), 0.02) << q5;
+        }
+}
+
+// Upright and straight, joints 1, 3, 5 and 7 turn about one axis: what the target turns is shared out evenly.
+TEST_P(InverseSeven, CoaxialJointsShareTheTurn)
+{
+    for (const Joints& reference :
+         {Joints{8, 0, 4, 0, -2, 0, 2}, {50, 0, -60, 0, 20, 0, 10}, {-40, 0, 30, 0, 30, 0, -28}}) {
+        Joints expected = reference;
+        for (int i : {0, 2, 4, 6})
+            expected[i] -= (reference[0] + reference[2] + reference[4] + reference[6]) / 4;
+        for (int flag : {0, 1, 2}) {
+            const auto [code, result] = solve(47, reference, pose(47, {}), flag);
+            EXPECT_EQ(code, 1);
+            EXPECT_LT(greatest_difference(result, expected), 0.1) << PrintToString(result);
+        }
+    }
+}
+
+// In a loop that feeds each result back as the next reference, a slow target is followed slowly.
+TEST(InverseTracking, NeverJumps)
+{
+    const struct {
+        Joints start;
+        KDL::Vector stroke; // metres, to and fro
+        double turn;        // radians about the target's own x axis, to and fro
+        double fastest;     // degrees a step
+    } paths[] = {
+        {{20, 40, -30, 90, 10, 50, 30}, {0.05, -0.1, 0.1}, 0.5, 1}, // nothing near
+        {{0, -25, 0, 80, 0, 40, 0}, {-0.3, 0, 0}, 0, 2},            // over the shoulder
+        {{0, -25, 0, 80, 0, 40, 0}, {-0.3, 0.002, 0}, 0, 2},        // beside the shoulder
+        {{10, 3, -10, 90, 0, 40, 0}, {-0.1, 0.05, 0}, 0, 5},        // an upright upper arm
+        {{0, 30, 0, 60, 20, 5, 0}, {0.02, 0, 0}, -0.4, 8},          // a straight wrist
+        {{0, 30, 0, 60, 0, 60, 200}, {0.05, 0.05, 0}, 0.6, 1},      // around joint 7
+    };
+    constexpr int steps = 2000;
+    for (const auto& [start, stroke, turn, fastest] : paths)
+        for (int flag : {0, 1, 2}) {
+            const KDL::Frame origin = forward(47, start.data());
+            Joints present = start;
+            for (int step = 1; step <= steps; ++step) {
+                const double way = (1 - std::cos(2 * M_PI * step / steps)) / 2;
+                const KinPose target =
+                    pose_of({origin.M * KDL::Rotation::RotX(turn * way), origin.p + way * stroke});
+                const auto [code, next] = solve(47, present, target, flag);
+                ASSERT_EQ(code, 1) << PrintToString(start) << step;
+                ASSERT_TRUE(close_to(forward(47, next.data()), frame_by_quaternion(target))) << step;
+                ASSERT_LT(greatest_difference(next, present), fastest) << PrintToString(start) << step;
+                present = next;
+            }
+        }
+}
+
+// The last joint comes within half a turn of the reference's: of six joints even beyond its limit, of seven as
+// long as another joint need not pay for it.
+TEST_P(Inverse, LastJointFollowsTheReferencesTurn)
+{
+    const struct {
+        bool seven;
+        float joint, reference, result;
+        int code;
+    } rows[] = {
+        {false, 20, 100, 20, 1},     {false, 20, -100, 20, 1},     {false, -60, 250, 300, 1},
+        {false, 300, -100, -60, 1},  {false, 350, -350, -370, -8}, {false, 20, 350, 380, -8},
+        {false, -350, 340, 370, -8}, {false, -30, -350, -390, -8}, {true, 20, 100, 20, 1},
+        {true, -60, 250, 300, 1},    {true, 300, -100, -60, 1},    {true, 350, 10, -10, 1},
+        {true, 10, 350, 10, 1},      {true, -350, 0, 10, 1},
+    };
+    for (const auto& [seven, last, of_reference, of_result, expected] : rows) {
+        if (seven != (model == 47)) continue;
+        const std::size_t i = limits.size() - 1;
+        Joints joint = {10, 20, 60, 40, 50, 60}, reference, there;
+        joint[i] = last;
+        reference = there = joint;
+        reference[i] = of_reference, there[i] = of_result;
+        const auto [code, result] = solve(model, reference, pose(model, joint), 0);
+        EXPECT_EQ(code, expected) << last;
+        if (seven) {
+            EXPECT_LT(squared_distance(result, reference), squared_distance(there, reference) + 1e-6) << last;
+            EXPECT_TRUE(keeps_limits(result)) << last;
+        } else {
+            EXPECT_LT(greatest_difference(result, there), 0.01) << last << " -> " << result[i];
+        }
+    }
+}
+
+// Solutions beyond a limit are written, and the first such joint gives the code.
+TEST_P(Inverse, Codes)
+{
+    const struct {
+        int model, code;
+        Joints joint; // target and reference; also the result
+    } rows[] = {
+        {46, -4, {10, 131, 40, 20, 60, 30}},
+        {46, -4, {10, -131, -40, 20, 60, 30}},
+        {46, -7, {10, 20, 40, 30, 129, 50}},
+        {46, -7, {10, 20, 40, 30, -129, 50}},
+        {46, -8, {10, 20, 40, 30, 60, 361}},
+        {46, -8, {10, 20, 40, 30, 60, -361}},
+        {46, -4, {10, 131, 40, 30, 129, 361}},
+        {46, -7, {10, 20, 40, 30, 129, 361}},
+        {46, -6, {10, 20, 40, 182, 0, 0}},
+        {46, -6, {10, 20, 40, -182, 0, 0}},
+        {46, -9, {10, 20, 136, 30, 60, 50}},     // theta3 is beyond its limit, on either side and from either
+                                                 // shoulder
+        {36, -5, {10, 20, 165.04f, 30, 60, 50}}, // theta3 reaches a little farther than joint 3
+        {36, -8, {10, 20, 40, 30, 60, 361}},
+        {36, 1, {10, 20, -149.39f, 30, 60, 50}},
+        {47, -8, {10, 20, 30, 135.01f, 50, 60, 70}}, // the elbow follows from the target alone
+        {47, -8, {10, 20, 30, -135.01f, 50, 60, 70}},
+        {47, -8, {10, 20, 30, 150, 50, 60, 70}},
+        {47, -8, {10, 20, 30, -170, 50, 60, 70}},
+    };
+    for (const auto& [of_model, expected, joint] : rows)
+        for (int flag : {0, 1, 2}) {
+            if (of_model != model) continue;
+            const auto [code, result] = solve(model, joint, pose(model, joint), flag);
+            EXPECT_EQ(code, expected) << PrintToString(joint);
+            EXPECT_LT(greatest_difference(result, joint), 0.01) << PrintToString(joint);
+        }
+    if (model == 36) { // below -149.4 degrees its theta3 may not be: something else is found, or nothing
+        const Joints low = {10, 20, -149.41f, 30, 60, 50};
+        const auto [code, result] = solve(36, low, pose(36, low));
+        EXPECT_FALSE(code == 1 && greatest_difference(result, low) < 0.01);
+    }
+}
+
+// In a straight wrist the result tells what the reference was taken for: half of joint 4's excess stays.
+TEST(InverseReference, OfSixJustBeyondALimitCountsAsOnIt)
+{
+    Init_Sys_Data(46);
+    const struct {
+        float reference4;
+        int code;
+        float result4;
+    } rows[] = {{180.04f, 1, 180}, {180.06f, -6, 180.03f}, {-180.04f, 1, -180}, {-180.06f, -6, -180.03f}};
+    for (const auto& [reference4, expected, result4] : rows) {
+        Joints joint = {10, 20, 40, std::copysign(180.0f, reference4), 0, 0}, reference = joint;
+        reference[3] = reference4;
+        const auto [code, result] = solve(46, reference, pose(46, joint));
+        EXPECT_EQ(code, expected) << reference4;
+        EXPECT_NEAR(result[3], result4, 0.002) << reference4;
+    }
+}
+
+// Of seven, it is a reference like any other: the solution is inside.
+TEST_P(InverseSeven, ReferenceBeyondTheLimits)
+{
+    const Joints joint = {170, 100, 30, 40, 50, 60, 300};
+    for (const auto& [i, beyond] :
+         {std::pair{0, 190.f}, {0, 1000.f}, {1, 140.f}, {3, -200.f}, {6, 400.f}, {6, 1e9f}}) {
+        Joints reference = joint;
+        reference[i] = beyond;
+        const auto [code, result] = solve(47, reference, pose(47, joint), 2);
+        EXPECT_EQ(code, 1) << beyond;
+        EXPECT_TRUE(close_to(forward(47, result.data()), frame_by_quaternion(pose(47, joint)))) << beyond;
+        EXPECT_TRUE(keeps_limits(result)) << beyond;
+    }
+}
+
+// A cosine up to 1.0002 counts as a stretched elbow, of seven joints up to 1.001: 23 and 115 micrometres.
+TEST(InverseReach, IsALittleFartherThanStretched)
+{
+    const struct {
+        int model;
+        double farther; // metres
+        int code;
+    } rows[] = {{46, 1.5e-5, 1}, {46, 3.5e-5, -9}, {47, 1.1e-4, 1}, {47, 1.3e-4, -1},
+                {47, 1, -1},     {47, -0.419, -8}, {47, -0.426, -1}};
+    for (const auto& [model, farther, expected] : rows) {
+        const Joints stretched =
+                         model == 46 ? Joints{0, 0, 0, 30, 60, 50} : Joints{20, 30, 40, 0, 50, 60, 70},
+                     bent = model == 46 ? Joints{0, -5, 10, 30, 60, 50} : Joints{20, 25, 40, 12, 45, 55, 70};
+        const KDL::Frame there = forward(model, stretched.data());
+        const KDL::Vector outward = judge::wrist_centre(there) / (0.256 + 0.21);
+        KinPose target = pose(model, stretched);
+        target.position.x += static_cast<float>(farther * outward.x());
+        target.position.y += static_cast<float>(farther * outward.y());
+        target.position.z += static_cast<float>(farther * outward.z());
+        for (const Joints& reference : {stretched, bent})
+            for (int flag : {0, 1, 2}) {
+                const auto [code, result] = solve(model, reference, target, flag);
+                EXPECT_EQ(code, expected) << farther;
+                if (model == 46) {
+                    EXPECT_LT(greatest_difference(result, code == 1 ? stretched : reference), 0.01);
+                } else if (code == -1) {
+                    EXPECT_EQ(result, untouched);
+                } else if (code == 1) {
+                    EXPECT_LT((forward(47, result.data()).p - there.p).Norm(), 1e-5);
+                }
+            }
+    }
+}
+
+TEST(InverseFailure, UnknownModelWritesNothing)
+{
+    for (int model : {0, 35, 37, 45, 99, -46}) {
+        Joints result = untouched;
+        const KinPose target = {};
+        EXPECT_EQ(inverse_kinematics(model, Joints{}.data(), &target, result.data(), 1), 2);
+        EXPECT_EQ(result, untouched);
+    }
+}
+
+// Without a solution the result is the reference: who ignores the code, stands still.
+TEST_P(InverseSix, NoSolutionKeepsTheReference)
+{
+    const Joints reference = {10, 20, 30, 40, 50, 60};
+    const KinPose there = pose(model, reference);
+    KinPose far = there, nowhere = there, turned_nowhere = there;
+    far.position.x = 5;
+    nowhere.position.y = nan_f;
+    turned_nowhere.euler.rx = turned_nowhere.quaternion.w = infinity_f;
+    // The wrist centre in the shoulder of model 46, and nearer to axis 1 of model 36 than its d3.
+    const KinPose too_near = {{0, 0, 0.3845f}, {1, 0, 0, 0}, {0, 0, 0}};
+    for (const KinPose& target : {far, nowhere, turned_nowhere, too_near})
+        for (int flag : {0, 1}) {
+            const auto [code, result] = solve(model, reference, target, flag);
+            EXPECT_EQ(code, -9);
+            EXPECT_LT(greatest_difference(result, reference), 1e-4);
+        }
+    Joints unknown = reference;
+    unknown[1] = nan_f;
+    EXPECT_EQ(solve(model, unknown, there).code, -9);
+    for (int size : {0, 4}) { // nor can a tool of zeros be taken off, which model 36 starts with
+        if (model != 36) continue;
+        Tool_Matrix = {size, size, {}};
+        EXPECT_EQ(solve(36, reference, there).code, -9);
+    }
+}
+
+TEST_P(InverseSeven, NotNumbers)
+{
+    const Joints joint = {10, 20, 30, 40, 50, 60, 70};
+    for (int flag : {0, 1, 2}) {
+        KinPose nowhere = pose(47, joint), turned_nowhere = nowhere, far = nowhere;
+        nowhere.position.y = nan_f;
+        turned_nowhere.euler.rx = turned_nowhere.quaternion.w = nan_f;
+        far.position.x = infinity_f;
+        for (const KinPose& target : {nowhere, turned_nowhere}) {
+            const auto [code, result] = solve(47, joint, target, flag);
+            EXPECT_EQ(code, 1); // no comparison with a limit fails
+            for (float angle : result)
+                EXPECT_TRUE(std::isnan(angle));
+        }
+        EXPECT_EQ(solve(47, joint, far, flag).code, -1);
+        for (int i = 0; i < 7; ++i)
+            for (float odd : {nan_f, infinity_f}) {
+                Joints reference = joint;
+                reference[i] = odd;
+                const auto [code, result] = solve(47, reference, pose(47, joint), flag);
+                EXPECT_EQ(code, -3);
+                EXPECT_EQ(result, untouched);
+            }
+    }
+}
+
+// A tool along +-X is gimbal lock for Euler angles; a quaternion still holds its turn.
+TEST_P(InverseSix, QuaternionSurvivesGimbalLock)
+{
+    for (double pitch : {M_PI_2, -M_PI_2})
+        for (double turn = -3; turn < 3; turn += 0.25) {
+            KinPose target = pose_of({KDL::Rotation::RotY(pitch) * KDL::Rotation::RotZ(turn),
+                                      {pitch > 0 ? 0.45 : -0.2, 0.1, 0.5}});
+            target.euler = {};
+            const auto [code, result] = solve(model, {0, 30, 60, 0, 0, 0}, target, 0);
+            ASSERT_NE(code, -9) << pitch << ' ' << turn;
+            EXPECT_TRUE(close_to(forward(model, result.data()), frame_by_quaternion(target)));
+        }
+}
+
+// Only the orientation that the flag names counts.
+TEST_P(Inverse, FlagChoosesTheOrientation)
+{
+    const Joints joint = {10, 20, 30, 40, 50, 60, model == 47 ? 70.f : 0};
+    for (int flag : {0, 1, 2, 255}) {
+        const bool by_quaternion = model == 47 ? flag != 1 : flag == 0;
+        KinPose target = pose(model, joint);
+        (by_quaternion ? target.euler.ry : target.quaternion.x) = nan_f;
+        EXPECT_LT(greatest_difference(solve(model, joint, target, flag).joint, joint), 0.01) << flag;
+        EXPECT_EQ(solve(model, joint, target, flag).code, 1) << flag;
+    }
+}
+
+// A quaternion that is not of unit length means what quaternion2euler makes of it.
+TEST(InverseQuaternion, OfAnotherLengthGoesByItsEulerAngles)
+{
+    const Joints reference = {0, 30, 60, 20, 40, 0};
+    KinPose target = pose(46, reference);
+    for (const Quaternion& q : {Quaternion{0, 0, 0, 0}, {0.9f, 0.3f, -0.2f, 0.1f}}) {
+        target.quaternion = q;
+        target.euler = quaternion2euler(q.w, q.x, q.y, q.z);
+        const auto by_quaternion = solve(46, reference, target, 0),
+                   by_euler = solve(46, reference, target, 1);
+        EXPECT_EQ(by_quaternion.code, by_euler.code);
+        EXPECT_LT(greatest_difference(by_quaternion.joint, by_euler.joint), 1e-4);
+    }
+    target.quaternion = {1, 0, 1, 0};
+    EXPECT_EQ(solve(46, reference, target, 0).code, -9) << "its asin is NaN";
+}
+
+TEST_P(Inverse, ResultMayReplaceTheReference)
+{
+    for (int round = 0; round < 100; ++round) {
+        const Joints reference = random_joints();
+        const KinPose target = pose(model, random_joints());
+        Joints both = reference;
+        const int code = inverse_kinematics(model, both.data(), &target, both.data(), 2);
+        const Solution apart = solve(model, reference, target, 2);
+        EXPECT_EQ(code, apart.code);
+        EXPECT_EQ(both, apart.joint);
+    }
+}
+
+} // namespace
