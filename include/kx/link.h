@@ -14,7 +14,14 @@
  *
  * Replies and requests. A reply goes to the oldest request of its kind that is unanswered, queued (non-blocking) ones
  * included. A call that times out leaves its place to its late reply, for `late_reply_ms`: that reply never answers a
- * later call. Whoever asks for the same meanwhile may time out once more, and never gets a wrong answer.
+ * later call. Where a reply is lost, the next call's is taken for it, so that call times out too; requests of that kind are then held
+ * back, unsent, until the missing reply has come or `late_reply_ms` is over, and nobody gets another's answer. Stops
+ * are never held back. A reply that comes later than `late_reply_ms` allows is one that nobody expects any more: choose
+ * it longer than the slowest controller takes. With time-outs shorter than it, more than one call may time out.
+ *
+ * Replies carry no numbers, so this needs a controller that answers requests of one kind in their order. A motion that is
+ * refused before an earlier one has ended is answered out of turn, and the refusal goes to the earlier one: ask for one
+ * motion at a time, or queue only what the arm can do.
  *
  * Callbacks run on a thread of their own, one for all links and one at a time. They may call every function here that does
  * not wait, and KX_Link_Close; a slow one delays other callbacks, and nothing else. What they are too slow for is dropped and
