@@ -20,6 +20,7 @@
 #include "line/secrets.h"
 #include "listener.h"
 #include "session.h"
+#include "web/onlooker.h"
 #include "web/page.h"
 #include "web/web.h"
 
@@ -66,6 +67,7 @@ class Server : public Session::Host, public Answerer {
     void schedule();
 
     std::string start_page(const ServerOptions& options);
+    void look_on(const ServerOptions& options);
     void show_frame();
     std::string act(const std::string& request);
 
@@ -98,6 +100,7 @@ class Server : public Session::Host, public Answerer {
     asio::steady_timer frame_{loop_};
     std::shared_ptr<Web> web_; ///< if there is a page
     std::optional<Listener> page_listener_, listener_;
+    std::unique_ptr<Onlooker> onlooker_; ///< of a proxy with a page
 };
 
 Server::Server(const ServerOptions& options)
@@ -245,8 +248,20 @@ std::string Server::start_page(const ServerOptions& options)
         address, std::move(about), [this](const std::string& request) { return act(request); }, log_line);
     taps_.push_back(web_);
     taps_.emplace_back(std::shared_ptr<void>(), &page_);
+    if (proxy_) look_on(options);
     show_frame();
     return "http://" + address + '/';
+}
+
+void Server::look_on(const ServerOptions& options)
+{
+    const auto [host, port] = host_and_port(options.proxy);
+    const auto joints = static_cast<std::ptrdiff_t>(controller_.arm().joint_count());
+    onlooker_ = std::make_unique<Onlooker>(
+        host, std::stoi(port), options.model, [this, joints](const KX_ARM_STATE& state) {
+            asio::post(loop_,
+                       [this, degrees = Joints(state.joint, state.joint + joints)] { page_.shows(degrees); });
+        });
 }
 
 void Server::show_frame()

@@ -204,9 +204,14 @@ void Page::passed(double, int, Direction direction, const std::string& line)
     const auto joints = state.find("joint");
     if (joints == state.end() || !joints->is_array() || joints->size() != arm().joint_count()) return;
     try {
-        arm().lead_to(from_thousandths(*joints, arm().joint_count()));
+        shows(from_thousandths(*joints, arm().joint_count()));
     } catch (const Refused&) { // no numbers; a reply that means something else
     }
+}
+
+void Page::shows(const Joints& degrees)
+{
+    arm().lead_to(degrees);
 }
 
 void Page::clear_errors()

@@ -27,6 +27,9 @@ class Page : public Tap {
     /** If nothing is simulated, the arm is shown where replies say it is. */
     void passed(double time, int client, Direction direction, const std::string& line) override;
 
+    /** The same, for a state of the arm that the page asked for itself. */
+    void shows(const Joints& degrees);
+
     /** Lets go of whatever the page holds and has not confirmed for a while: it may be gone. */
     void check_hold();
 
