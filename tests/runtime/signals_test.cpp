@@ -28,16 +28,17 @@ TEST(Signals, DoNotReachTheThreadsOfTheLibrary)
     const Arm arm;
     const int link = KX_Link_Open("127.0.0.1", arm.peer.port(), 46, nullptr);
     ASSERT_GT(link, 0);
-    int threads = 0;
+    int quiet = 0, takers = 0;
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
         std::ifstream file(task.path() / "status");
-        std::string line, name;
+        std::string line;
         unsigned long blocked = 0;
         while (std::getline(file, line))
             if (line.starts_with("SigBlk:")) blocked = std::stoul(line.substr(8), nullptr, 16);
-        threads += (blocked >> (SIGALRM - 1) & 1) && (blocked >> (SIGTERM - 1) & 1);
+        ++((blocked >> (SIGALRM - 1) & blocked >> (SIGTERM - 1) & 1) ? quiet : takers);
     }
-    EXPECT_EQ(threads, 4) << "writer and receiver; the links' own and that of their callbacks";
+    EXPECT_EQ(takers, 2) << "this one and the peer's";
+    EXPECT_GE(quiet, 4) << "writer and receiver; the links' own and that of their callbacks";
     KX_Link_Close(link);
 }
 
