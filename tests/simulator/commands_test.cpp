@@ -292,7 +292,7 @@ TEST(Commands, WhatIsNoCommandGetsOneErrorThatFitsALine)
           "{\"command\":\"" + std::string(500, '\x01') + "\"}",
           "{\"command\":\"" + std::string(39, 'x') + "\xc3\xa4\"}", // would be cut inside a letter
           "{\"a\":" + std::string(20000, '[') + "}"}) {
-        arm->controller.handle(request, 0, arm);
+        arm->controller.handle(request, 0, arm->client());
         EXPECT_NE(arm->take().value("error", ""), "") << request.substr(0, 50);
         EXPECT_TRUE(arm->came.empty());
     }

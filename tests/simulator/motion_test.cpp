@@ -332,7 +332,7 @@ TEST(Planning, OfLongCirclesLetsOthersHaveTheirTurn)
     const std::array ends = {Scenario::Json{338000, 100000, 318203, 3142, 0, 0},
                              Scenario::Json{338000, 0, 318203, 3142, 0, 0}};
     const auto ask = [&arm](const Scenario::Json& request) {
-        arm->controller.handle(request.dump(), arm->time, arm);
+        arm->controller.handle(request.dump(), arm->time, arm->client());
     };
     int in_requests = counted([&] {
         for (std::size_t i = 0; i < 4; ++i)

@@ -22,7 +22,7 @@
 #include "commands/json.h"
 #include "commands/virtual_controller.h"
 
-class Scenario : public kx::sim::Client, public std::enable_shared_from_this<Scenario> {
+class Scenario : public kx::sim::Client {
   public:
     using Json = kx::sim::Json;
 
@@ -54,10 +54,13 @@ class Scenario : public kx::sim::Client, public std::enable_shared_from_this<Sce
         return request(words);
     }
 
+    /** Who asks; the controller, which is part of this, may hold it to the end. */
+    kx::sim::ClientHandle client() { return {std::shared_ptr<void>(), this}; }
+
     /** Sends a request. */
     void send(const Json& request)
     {
-        controller.handle(request.dump(), time, shared_from_this());
+        controller.handle(request.dump(), time, client());
         plan();
     }
 
