@@ -47,6 +47,11 @@ Reply await_completion(int sockfd, Request request, int (*is_alive)(int sockfd))
                                  : classic::await_completion(sockfd, request, is_alive);
 }
 
+int await_queued(int link, uint64_t ticket, int timeout_ms, int (*is_alive)(int sockfd))
+{
+    return link::await_queued(link, ticket, timeout_ms, is_alive);
+}
+
 int subscribe(int link, double hz, Request request, AnswerHandler handler, void (*callback)(), void* user)
 {
     return link::subscribe(link, hz, request, handler, callback, user);

@@ -37,6 +37,9 @@ Reply await_reply(int sockfd, Request request);
 // when nothing is heard for a while.
 Reply await_completion(int sockfd, Request request, int (*is_alive)(int sockfd));
 
+// On a link: waits until a queued request has ended, by the same sign of life. A status.
+int await_queued(int link, uint64_t ticket, int timeout_ms, int (*is_alive)(int sockfd));
+
 template <class Decode>
 int decoded(Reply reply, Decode decode)
 {

@@ -1,5 +1,6 @@
 // Planned motions and control of the running trajectory.
 #include "kx/motion.h"
+#include "kx/link.h"
 #include "kx/state.h"
 #include "runtime/command.h"
 
@@ -21,6 +22,11 @@ constexpr KeyCode completion = KeyCode::current_trajectory_state; // of every mo
 static int move_and_wait(int sockfd, Request move)
 {
     return exchange_while(answers_state_query, sockfd, std::move(move), boolean_state("trajectory_state"));
+}
+
+int KX_Link_Await(int link, uint64_t ticket, int timeout_ms)
+{
+    return await_queued(link, ticket, timeout_ms, answers_state_query);
 }
 
 static Request with_speed(Request move, unsigned char v, float r)

@@ -185,6 +185,44 @@ KX_API int KX_Link_Timeout(int link, int timeout_ms);
 KX_API int KX_Link_Call_Timeout(int timeout_ms);
 
 /**
+ * The request that the calling thread queued last (`block` false), to be waited for by KX_Link_Await.
+ * @link_handle
+ * @return its ticket, or 0 if this thread queued its last request on another link, or has queued none. Targets of streams have no tickets
+ */
+KX_API uint64_t KX_Link_Ticket(int link);
+
+/**
+ * Waits until a queued request has been answered; a motion is answered when it has ended.
+ *
+ *     Movej_Cmd(arm, there, 20, 0, false);
+ *     uint64_t motion = KX_Link_Ticket(arm);
+ *     ...
+ *     int status = KX_Link_Await(arm, motion, 0);     // KX_TIMED_OUT: still on its way
+ *
+ * Any number of threads may wait for the same one, and ask again.
+ * @link_handle
+ * @param ticket what KX_Link_Ticket gave
+ * @param timeout_ms at most so long; 0 looks once, a negative number waits as long as it takes
+ * @return 0 done, for a motion: arrived; 1 refused or broken off, KX_Link_Reason tells why; KX_TIMED_OUT not yet; KX_LOST the link
+ *         went down before the answer; KX_CANCELLED the request was taken back by a stop, the wait ended by
+ *         KX_Link_Cancel or KX_Link_Close, or nobody knows any more: the answer is lost, or came before those of 64 later
+ *         queued requests; KX_BAD_DESCRIPTOR, or KX_WRONG_TYPE: there is no such ticket
+ */
+KX_API int KX_Link_Await(int link, uint64_t ticket, int timeout_ms);
+
+/** What a thread looks at while it waits; what it returns other than 0 ends the wait with KX_CANCELLED. */
+typedef int (*KX_LINK_CHECK)(void* user);
+
+/**
+ * Has the calling thread look at something whenever it waits in a function of this library on a link, KX_Link_Open included: a signal to be handled,
+ * a button. What is waited for goes on all the same: this stops no arm.
+ * @param check is called every 50 ms, and whenever a signal interrupts the wait, on this thread; it may call anything that
+ *        does not wait. Null for none
+ * @param user handed to it
+ */
+KX_API void KX_Link_Call_Check(KX_LINK_CHECK check, void* user);
+
+/**
  * From now on the calling thread registers set-up: each setting that it makes on this link (limits, frames, payload,
  * modes) is made now and again on every later connection, in this order, before the link is ready. Forgets what was
  * registered before. Until KX_Link_End_Setup this thread's other commands on this link are refused with

@@ -1,5 +1,6 @@
 // The functions of kx/link.h.
 #include "runtime/link/callbacks.h"
+#include "runtime/link/check.h"
 #include "runtime/link/dial.h"
 #include "runtime/link/exchange.h"
 #include "runtime/link/link.h"
@@ -118,7 +119,7 @@ int KX_Link_Wait(int handle, KX_LINK_STATE state, int timeout_ms)
     while (present_state(*link) != state) {
         if (present_state(*link) == KX_LINK_DOWN) return KX_LOST;
         if (now() >= until) return KX_TIMED_OUT;
-        if (!link.wait_for_change(until)) return state == KX_LINK_CLOSED ? KX_SUCCESS : KX_CANCELLED;
+        if (!link.wait_for_change(until)) return !link && state == KX_LINK_CLOSED ? KX_SUCCESS : KX_CANCELLED;
         if (link->cancels != cancels) return KX_CANCELLED;
     }
     return KX_SUCCESS;
@@ -136,6 +137,16 @@ int KX_Link_Timeout(int handle, int timeout_ms)
 int KX_Link_Call_Timeout(int timeout_ms)
 {
     return set_call_timeout(timeout_ms);
+}
+
+void KX_Link_Call_Check(KX_LINK_CHECK check, void* user)
+{
+    set_check(check, user);
+}
+
+uint64_t KX_Link_Ticket(int handle)
+{
+    return ticket(handle);
 }
 
 int KX_Link_Begin_Setup(int handle)

@@ -1,4 +1,5 @@
 #include "runtime/link/dial.h"
+#include "runtime/link/check.h"
 #include "runtime/quiet_thread.h"
 
 #include <netdb.h>
@@ -48,25 +49,32 @@ bool has_connected(int socket)
     return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
+static int wait_for_connection(int socket, Time until)
+{
+    pollfd connecting = {socket, POLLOUT, 0};
+    for (;;) {
+        const Time left = next_check(until) - now();
+        const int milliseconds = left <= 0 ? 0 : static_cast<int>((left + millisecond - 1) / millisecond);
+        const int ready = poll(&connecting, 1, milliseconds);
+        if (ready > 0) return has_connected(socket) ? KX_SUCCESS : KX_BAD_DESCRIPTOR;
+        if (ready < 0 && errno != EINTR) return KX_BAD_DESCRIPTOR;
+        if (check_ends_wait()) return KX_CANCELLED;
+        if (now() >= until) return KX_TIMED_OUT;
+    }
+}
+
 static int connect_until(const Address& address, Time until, int silence_ms, int& socket)
 {
     const int made = begin_dial(address, silence_ms);
     if (made < 0)
         return errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM ? KX_NO_SOCKET
                                                                                          : KX_BAD_DESCRIPTOR;
-    pollfd connecting = {made, POLLOUT, 0};
-    int ready;
-    do {
-        const Time left = until - now();
-        ready =
-            poll(&connecting, 1, left <= 0 ? 0 : static_cast<int>((left + millisecond - 1) / millisecond));
-    } while (ready < 0 && errno == EINTR);
-    if (ready > 0 && has_connected(made)) {
+    const int status = wait_for_connection(made, until);
+    if (status == KX_SUCCESS)
         socket = made;
-        return KX_SUCCESS;
-    }
-    ::close(made);
-    return ready == 0 ? KX_TIMED_OUT : KX_BAD_DESCRIPTOR;
+    else
+        ::close(made);
+    return status;
 }
 
 // The system's look-up has no deadline, so it runs on a thread that may be left behind.
@@ -117,7 +125,7 @@ static int connect_any(const addrinfo* found, Time until, int silence_ms, Addres
         memcpy(&address.storage, found->ai_addr, found->ai_addrlen);
         address.length = found->ai_addrlen;
         status = connect_until(address, until, silence_ms, socket);
-        if (status == KX_SUCCESS || status == KX_TIMED_OUT) break;
+        if (status == KX_SUCCESS || status == KX_TIMED_OUT || status == KX_CANCELLED) break;
     }
     return status;
 }
@@ -146,9 +154,12 @@ int dial(const char* host, int port, Time until, int silence_ms, Address& addres
         return KX_NO_SOCKET;
     }
     pthread_detach(thread);
-    while (!look_up->is_done && now() < until)
-        wait_while(look_up->is_done, 0, until);
-    int status = KX_TIMED_OUT;
+    bool is_cancelled = false;
+    while (!look_up->is_done && !is_cancelled && now() < until) {
+        wait_while(look_up->is_done, 0, next_check(until));
+        is_cancelled = check_ends_wait();
+    }
+    int status = is_cancelled ? KX_CANCELLED : KX_TIMED_OUT;
     if (look_up->is_done) {
         status = status_of(look_up->error);
         if (status == KX_SUCCESS) status = connect_any(look_up->found, until, silence_ms, address, socket);

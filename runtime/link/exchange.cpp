@@ -1,7 +1,9 @@
 #include "runtime/link/exchange.h"
 #include "runtime/link/callbacks.h"
+#include "runtime/link/check.h"
 #include "runtime/link/link.h"
 #include "runtime/link/loop.h"
+#include "runtime/link/thread_local.h"
 
 #include <cjson/cJSON.h>
 #include <stdio.h>
@@ -10,9 +12,9 @@
 
 namespace kx::link {
 
-// Small enough for the room that every process has for this; anything else would ask for a library more.
-#define KX_THREAD_LOCAL static __thread __attribute__((tls_model("initial-exec")))
 KX_THREAD_LOCAL int call_timeout_ms;
+KX_THREAD_LOCAL int queued_link;
+KX_THREAD_LOCAL uint64_t queued_serial;
 KX_THREAD_LOCAL int refused_link;
 KX_THREAD_LOCAL char refused_reason[sizeof(Call::reason)];
 
@@ -101,8 +103,10 @@ static void take_motions_back(Link& link)
     Place place;
     while (link.outbox.take_back_motion(serial)) {
         --link.counters.sent;
-        if (link.places.take_back(serial, place) && place.owner == Place::caller)
-            finish(*place.call, KX_CANCELLED);
+        if (!link.places.take_back(serial, place)) continue;
+        if (place.owner == Place::caller) finish(*place.call, KX_CANCELLED);
+        if (place.owner == Place::queued) link.outcomes.add(serial, KX_CANCELLED);
+        notify(link);
     }
 }
 
@@ -140,11 +144,16 @@ static int transmit(Link& link, const Line& line, KeyCode kind, uint64_t serial)
     return KX_SUCCESS;
 }
 
+// Nobody asks what became of a target of a stream.
+static bool is_awaited(const Place& place)
+{
+    return place.kind != KeyCode::none &&
+           (place.owner != Place::queued || nature_of(place.kind) != Nature::push);
+}
+
 int send_with_place(Link& link, const Place& place, const Line& line, bool is_secret)
 {
-    const bool is_awaited = place.kind != KeyCode::none &&
-                            (place.owner != Place::queued || nature_of(place.kind) != Nature::push);
-    if (is_awaited) {
+    if (is_awaited(place)) {
         const int reserved = nature_of(place.kind) == Nature::stop ? 0 : places_for_stops;
         // The end of a motion that nobody waits for may be far off; who waits asks meanwhile.
         const bool is_due = place.owner != Place::queued || nature_of(place.kind) != Nature::motion;
@@ -159,7 +168,7 @@ int send_with_place(Link& link, const Place& place, const Line& line, bool is_se
             tell_line(link, KX_LINK_LINE_OUT, hidden, sizeof hidden - 1);
         else
             tell_line(link, KX_LINK_LINE_OUT, line.text, static_cast<size_t>(line.length));
-    } else if (Place gone; is_awaited) {
+    } else if (Place gone; is_awaited(place)) {
         link.places.take_back(place.serial, gone);
     }
     return status;
@@ -221,7 +230,17 @@ int post(int handle, Request& request)
     const Time deadline = now() + reply_timeout(*link, request.answer());
     const Place place = place_for(*link, request.answer(), Place::queued, nullptr, deadline);
     const int status = send_with_place(*link, place, *line, request.is_secret());
-    return status == KX_SUCCESS ? register_setting(*link, request.answer(), *line) : status;
+    if (status != KX_SUCCESS) return status;
+    if (is_awaited(place)) {
+        queued_link = handle;
+        queued_serial = place.serial;
+    }
+    return register_setting(*link, request.answer(), *line);
+}
+
+uint64_t ticket(int link)
+{
+    return link == queued_link ? queued_serial : 0;
 }
 
 int stream(int handle, Request& request)
@@ -248,8 +267,8 @@ static int time_out(Link& link)
     return KX_LOST;
 }
 
-// The time has come: the call leaves the link. A status, success if the reply has just come.
-static int leave(int handle, Call& call, uint64_t serial)
+// The time has come, or the wait is ended: the call leaves the link. A status, success if the reply has just come.
+static int leave(int handle, Call& call, uint64_t serial, bool is_cancelled)
 {
     Locked link(handle);
     if (call.is_done) return call.status;
@@ -260,7 +279,7 @@ static int leave(int handle, Call& call, uint64_t serial)
     } else {
         link->places.give_up(serial);
     }
-    return time_out(*link);
+    return is_cancelled ? static_cast<int>(KX_CANCELLED) : time_out(*link);
 }
 
 struct Sent {
@@ -302,9 +321,7 @@ static Reply received(int handle, Call& call, int status)
 
 static void register_answered(int handle, Request& request, const Line& line, Reply& reply, int& status)
 {
-    if (nature_of(request.answer()) != Nature::setting) return;
-    for (const cJSON* member = reply.tree()->child; member; member = member->next)
-        if (cJSON_IsFalse(member)) return;
+    if (nature_of(request.answer()) != Nature::setting || first_false(reply.tree())) return;
     const Locked link(handle);
     if (link) status = register_setting(*link, request.answer(), line);
 }
@@ -316,16 +333,40 @@ static Time silence_of(int handle)
 }
 
 // A motion takes its time; meanwhile a peer from which nothing is heard is asked.
-static void ask_whether_alive(int handle, Time since, int (*is_alive)(int link))
-{
+class Liveness {
+  public:
+    Liveness(int handle, int (*is_alive)(int link)) : handle_(handle), is_alive_(is_alive) { wait_anew(); }
+
+    Time next_look(Time until) const { return look_ < until ? look_ : until; }
+
+    void look_if_due()
     {
-        const Locked link(handle);
-        if (!link || link->heard > since) return;
+        if (now() < look_) return;
+        if (!is_heard()) {
+            const int before = set_call_timeout(static_cast<int>(silence_of(handle_) / 2 / millisecond));
+            is_alive_(handle_);
+            set_call_timeout(before);
+        }
+        wait_anew();
     }
-    const int before = set_call_timeout(static_cast<int>(silence_of(handle) / 2 / millisecond));
-    is_alive(handle);
-    set_call_timeout(before);
-}
+
+  private:
+    void wait_anew()
+    {
+        since_ = now();
+        look_ = is_alive_ ? since_ + silence_of(handle_) / 2 : never;
+    }
+
+    bool is_heard() const
+    {
+        const Locked link(handle_);
+        return !link || link->heard > since_;
+    }
+
+    const int handle_;
+    int (*const is_alive_)(int link);
+    Time since_ = 0, look_ = never;
+};
 
 static Reply await(int handle, Request& request, int (*is_alive)(int link))
 {
@@ -335,14 +376,14 @@ static Reply await(int handle, Request& request, int (*is_alive)(int link))
     const Sent sent = send_awaited(handle, request.answer(), *line, request.is_secret(), call);
     if (sent.status != KX_SUCCESS) return Reply::none(sent.status);
 
-    while (!call.is_done && now() < sent.deadline) {
-        const Time since = now();
-        const Time look = is_alive ? since + silence_of(handle) / 2 : never;
-        wait_while(call.is_done, 0, look < sent.deadline ? look : sent.deadline);
-        if (!call.is_done && look < sent.deadline && now() >= look)
-            ask_whether_alive(handle, since, is_alive);
+    bool is_cancelled = false;
+    Liveness liveness(handle, is_alive);
+    while (!call.is_done && !is_cancelled && now() < sent.deadline) {
+        wait_while(call.is_done, 0, next_check(liveness.next_look(sent.deadline)));
+        is_cancelled = !call.is_done && check_ends_wait();
+        if (!call.is_done && !is_cancelled) liveness.look_if_due();
     }
-    int status = call.is_done ? call.status : leave(handle, call, sent.serial);
+    int status = call.is_done ? call.status : leave(handle, call, sent.serial, is_cancelled);
     Reply reply = received(handle, call, status);
     if (status == KX_SUCCESS) register_answered(handle, request, *line, reply, status);
     return status == KX_SUCCESS ? static_cast<Reply&&>(reply) : Reply::none(status);
@@ -356,6 +397,45 @@ Reply await_reply(int link, Request& request)
 Reply await_completion(int link, Request& request, int (*is_alive)(int link))
 {
     return await(link, request, is_alive);
+}
+
+static int status_of(int handle, const Outcome& outcome)
+{
+    if (outcome.status == KX_REFUSED) {
+        refused_link = handle;
+        copy_cut(refused_reason, outcome.reason);
+    }
+    return outcome.status;
+}
+
+// What became of a queued request: a status, or -1 while it is open.
+static int outcome_of(Link& link, uint64_t ticket)
+{
+    link.places.expire(now());
+    if (ticket == 0 || ticket > link.serial) return KX_WRONG_TYPE;
+    if (const Outcome* outcome = link.outcomes.find(ticket)) return status_of(link.handle, *outcome);
+    return link.places.kept_until(ticket) > 0 ? -1 : static_cast<int>(KX_CANCELLED);
+}
+
+int await_queued(int handle, uint64_t ticket, int timeout_ms, int (*is_alive)(int link))
+{
+    const Time until = timeout_ms < 0 ? never : now() + timeout_ms * millisecond;
+    Liveness liveness(handle, is_alive);
+    int cancels = -1;
+    for (;;) {
+        {
+            Locked link(handle);
+            if (!link) return KX_BAD_DESCRIPTOR;
+            if (cancels < 0) cancels = link->cancels;
+            if (const int status = outcome_of(*link, ticket); status >= 0) return status;
+            if (now() >= until) return KX_TIMED_OUT;
+            const Time kept = link->places.kept_until(ticket);
+            if (!link.wait_for_change(liveness.next_look(kept < until ? kept + 1 : until)) ||
+                link->cancels != cancels)
+                return KX_CANCELLED;
+        }
+        liveness.look_if_due();
+    }
 }
 
 } // namespace kx::link

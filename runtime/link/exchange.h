@@ -5,6 +5,8 @@
 #include "runtime/reply.h"
 #include "runtime/request.h"
 
+#include <stdint.h>
+
 namespace kx::link {
 
 bool is_link(int sockfd); // open or not
@@ -15,6 +17,12 @@ int stream(int link, Request& request);
 int dispatch(int link, Request& request);
 Reply await_reply(int link, Request& request);
 Reply await_completion(int link, Request& request, int (*is_alive)(int link));
+
+// The last request that this thread queued on a link; 0 if it was on another one.
+uint64_t ticket(int link);
+
+// Waits until a queued request has ended. A status.
+int await_queued(int link, uint64_t ticket, int timeout_ms, int (*is_alive)(int link));
 
 // What the controller said to the last request of this thread that it refused, while the thread waited for it; empty if
 // there is none.

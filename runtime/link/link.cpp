@@ -1,5 +1,6 @@
 #include "runtime/link/link.h"
 #include "runtime/link/callbacks.h"
+#include "runtime/link/check.h"
 #include "runtime/link/loop.h"
 
 #include <cjson/cJSON.h>
@@ -54,10 +55,11 @@ bool Locked::wait_for_change(Time until)
     const int seen = link_->changes;
     ++link_->watchers;
     pthread_mutex_unlock(&link_->mutex);
-    wait_while(link_->changes, seen, until);
+    wait_while(link_->changes, seen, next_check(until));
+    const bool goes_on = !check_ends_wait();
     pthread_mutex_lock(&link_->mutex);
     --link_->watchers;
-    if (link_->handle == handle) return true;
+    if (link_->handle == handle) return goes_on;
     pthread_mutex_unlock(&link_->mutex);
     link_ = nullptr;
     return false;
@@ -100,6 +102,7 @@ void give_back(Link& link)
     link.inbox.free_room();
     link.outbox.clear();
     link.places.clear();
+    link.outcomes.clear();
     free(link.setup);
     link.setup = nullptr;
     link.setup_count = 0;

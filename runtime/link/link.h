@@ -7,6 +7,7 @@
 #include "runtime/command.h"
 #include "runtime/link/inbox.h"
 #include "runtime/link/outbox.h"
+#include "runtime/link/outcomes.h"
 #include "runtime/link/places.h"
 #include "runtime/link/wait.h"
 #include "runtime/reply.h"
@@ -55,6 +56,7 @@ struct Link {
     int cancels = 0;
     uint64_t serial = 0;
     Places places;
+    Outcomes outcomes; // of queued requests
     Inbox inbox;
     Outbox outbox;
     KX_LINK_COUNTERS counters = {};
@@ -89,7 +91,8 @@ class Locked {
     Link& operator*() const { return *link_; }
     explicit operator bool() const { return link_; }
 
-    // Waits, unlocked, until something changes on the link or the time has come. False when it was closed meanwhile.
+    // Waits, unlocked, until something changes on the link or the time has come, and at times without reason. False when
+    // it was closed meanwhile, and this is null then, or when the thread's check ends the wait.
     bool wait_for_change(Time until);
 
   private:
@@ -120,6 +123,9 @@ void finish_without_waking(Call& call, int status, cJSON* reply);
 // Adds the place, if a reply is to be expected, and sends, or keeps what the system does not take. A status; without
 // success there is no place.
 int send_with_place(Link& link, const Place& place, const Line& line, bool is_secret = false);
+
+// The member of a reply that says false; null if none does.
+const cJSON* first_false(const cJSON* reply);
 
 // Whether requests have been unanswered for too long.
 bool is_silent(const Link& link, Time time);

@@ -89,6 +89,7 @@ static void lose(Link& link, const char* why)
     for (int i = 0; i < link.places.size(); ++i) {
         const Place& place = link.places[i];
         if (place.owner == Place::caller) finish(*place.call, KX_LOST);
+        if (place.owner == Place::queued) link.outcomes.add(place.serial, KX_LOST);
         if (place.owner == Place::subscription) tell_answer(link, KX_LOST, nullptr, now());
     }
     link.places.clear();
@@ -143,7 +144,7 @@ static void dial_again(Link& link)
     schedule(link);
 }
 
-static const cJSON* first_false(const cJSON* reply)
+const cJSON* first_false(const cJSON* reply)
 {
     const cJSON* member = reply->child;
     while (member && !cJSON_IsFalse(member))
@@ -216,11 +217,13 @@ static void deliver(Link& link, const Place& place, bool is_uncertain, cJSON* re
         if (is_refused) return lose(link, "the controller refused the set-up");
         ++link.setup_done;
         return send_setup(link);
+    case Place::queued:
+        link.outcomes.add(place.serial, is_refused ? KX_REFUSED : KX_SUCCESS, is_refused ? link.reason : "");
+        notify(link);
+        break;
     case Place::given_up:
         ++link.counters.late;
         notify(link);
-        break;
-    case Place::queued:
         break;
     }
     cJSON_Delete(reply);

@@ -105,6 +105,12 @@ Time Places::barred_until(KeyCode kind) const
     return 0;
 }
 
+Time Places::kept_until(uint64_t serial) const
+{
+    const int index = find(serial);
+    return index < 0 ? 0 : places_[index].kept;
+}
+
 bool Places::has(Place::Owner owner) const
 {
     for (int i = 0; i < size_; ++i)

@@ -66,6 +66,7 @@ class Places {
     Time barred_until(KeyCode kind) const;
 
     bool has(Place::Owner owner) const;
+    Time kept_until(uint64_t serial) const; // 0 when there is no such place
 
   private:
     int find(uint64_t serial) const; // -1 for none

@@ -485,6 +485,82 @@ TEST(Replies, ThatRefuseAreKept)
     EXPECT_EQ(arm.counters().refused, 2u);
 }
 
+// --- queued requests, by their tickets
+
+static const std::string arrived = R"({"command":"current_trajectory_state","trajectory_state":true})"
+                                   "\n";
+static const std::string broken_off =
+    R"({"command":"current_trajectory_state","trajectory_state":false,"error":"collision"})"
+    "\n";
+
+TEST(Tickets, TellHowEachQueuedRequestEnded)
+{
+    Linked arm, other;
+    const auto queued = [&] {
+        EXPECT_EQ(Movej_Cmd(arm.link, home, 20, 0, false), 0);
+        arm.end.request();
+        return KX_Link_Ticket(arm.link);
+    };
+    EXPECT_EQ(KX_Link_Ticket(arm.link), 0u);
+    const uint64_t first = queued(), second = queued(), third = queued();
+    EXPECT_EQ(Movej_CANFD(arm.link, home), 0);
+    EXPECT_EQ(KX_Link_Ticket(arm.link), third); // nobody waits for a target
+    EXPECT_EQ(KX_Link_Ticket(other.link), 0u);
+    EXPECT_EQ(started([&] { return KX_Link_Ticket(arm.link); }).get(), 0u);
+
+    EXPECT_EQ(KX_Link_Await(arm.link, first, 0), KX_TIMED_OUT);
+    EXPECT_EQ(KX_Link_Await(arm.link, third + 2, patience), KX_WRONG_TYPE);
+    EXPECT_EQ(KX_Link_Await(arm.link, 0, patience), KX_WRONG_TYPE);
+    auto beside = started([&] { return KX_Link_Await(arm.link, second, patience); });
+    arm.end.send(arrived);
+    EXPECT_EQ(KX_Link_Await(arm.link, first, patience), 0);
+    EXPECT_EQ(KX_Link_Await(arm.link, second, 0), KX_TIMED_OUT);
+    arm.end.send(broken_off);
+    EXPECT_EQ(beside.get(), KX_REFUSED);
+    EXPECT_EQ(KX_Link_Await(arm.link, second, 0), KX_REFUSED);
+    char reason[30];
+    KX_Link_Reason(arm.link, reason, sizeof reason);
+    EXPECT_STREQ(reason, "collision");
+    EXPECT_EQ(KX_Link_Await(arm.link, first, 0), 0); // as often as one asks
+
+    auto cancelled = started([&] { return KX_Link_Await(arm.link, third, -1); });
+    while (cancelled.wait_for(1ms) != std::future_status::ready)
+        KX_Link_Cancel(arm.link);
+    EXPECT_EQ(cancelled.get(), KX_CANCELLED);
+    EXPECT_EQ(KX_Link_Await(arm.link, third, 0), KX_TIMED_OUT); // the arm goes on
+    arm.end.close();
+    EXPECT_EQ(KX_Link_Await(arm.link, third, patience), KX_LOST);
+    KX_Link_Close(arm.link);
+    EXPECT_EQ(KX_Link_Await(arm.link, third, patience), KX_BAD_DESCRIPTOR);
+}
+
+TEST(Tickets, AreForgottenBehindManyLaterOnesAndWithALostAnswer)
+{
+    KX_LINK_OPTIONS options = defaults();
+    options.reply_timeout_ms = options.late_reply_ms = 1;
+    Linked arm(options);
+    EXPECT_EQ(Set_Payload(arm.link, 1, 0, 0, 0, false), 0);
+    const uint64_t lost = KX_Link_Ticket(arm.link);
+    EXPECT_EQ(KX_Link_Await(arm.link, lost, patience), KX_CANCELLED);
+    uint64_t oldest = 0;
+    for (int i = 0; i <= 64; ++i) {
+        EXPECT_EQ(Movej_Cmd(arm.link, home, 20, 0, false), 0);
+        if (i == 0) oldest = KX_Link_Ticket(arm.link);
+        arm.end.send(arrived);
+        EXPECT_EQ(KX_Link_Await(arm.link, KX_Link_Ticket(arm.link), patience), 0);
+    }
+    EXPECT_EQ(KX_Link_Await(arm.link, oldest, patience), KX_CANCELLED);
+}
+
+TEST(Tickets, AskWhetherASilentPeerLives)
+{
+    KX_LINK_OPTIONS options = defaults();
+    options.silence_ms = 100;
+    Linked arm(options);
+    EXPECT_EQ(Movej_Cmd(arm.link, home, 20, 0, false), 0);
+    EXPECT_EQ(KX_Link_Await(arm.link, KX_Link_Ticket(arm.link), patience), KX_LOST);
+}
+
 // --- a peer that does not read
 
 TEST(Outbox, KeepsOrderLetsStopsAheadAndTakesMotionsBack)
@@ -659,6 +735,28 @@ TEST(Waits, KeepTheirTimeWhateverTheWallClockDoes)
     const auto taken = std::chrono::steady_clock::now() - start;
     EXPECT_GE(taken, 200ms);
     EXPECT_LT(taken, 60s);
+}
+
+TEST(Waits, LookAtWhatTheirThreadIsToldTo)
+{
+    Linked arm;
+    EXPECT_EQ(Movej_Cmd(arm.link, home, 20, 0, false), 0);
+    const uint64_t motion = KX_Link_Ticket(arm.link);
+    const std::function<int()> waits[] = {
+        [&] { return ask(arm.link).status; },
+        [&] { return Movel_Cmd(arm.link, nowhere, 20, 0, true); },
+        [&] { return KX_Link_Await(arm.link, motion, -1); },
+        [&] { return KX_Link_Wait(arm.link, KX_LINK_DOWN, -1); },
+    };
+    for (const auto& wait : waits) {
+        int left = 2; // looks until it is enough
+        KX_Link_Call_Check([](void* user) { return --*static_cast<int*>(user) == 0 ? 1 : 0; }, &left);
+        EXPECT_EQ(wait(), KX_CANCELLED);
+        EXPECT_EQ(left, 0);
+    }
+    KX_Link_Call_Check(nullptr, nullptr);
+    EXPECT_EQ(KX_Link_Await(arm.link, motion, 100), KX_TIMED_OUT);
+    EXPECT_EQ(KX_Link_State(arm.link), KX_LINK_READY);
 }
 
 TEST(Waits, ForAStateKeepTheirTime)
