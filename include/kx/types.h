@@ -45,11 +45,12 @@ typedef enum KX_STATUS KX_INT32 {
         14, /**< links: the wait was ended by KX_Link_Cancel or KX_Link_Close, the request taken back by a stop */
     KX_OUTBOX_FULL =
         15, /**< links: the controller does not read, or too many requests are open; nothing was sent */
-    KX_NOT_FINITE = 16,   /**< links: a value is not finite or does not fit the wire; nothing was sent */
-    KX_TOO_LONG = 17,     /**< links: the request does not fit a line of 299 bytes; nothing was sent */
-    KX_NO_MEMORY = 18,    /**< links: no memory */
-    KX_UNKNOWN_HOST = 19, /**< links, at opening: the name cannot be resolved */
-    KX_NOT_A_SETTING = 20 /**< links: cannot be registered as set-up; nothing was sent */
+    KX_NOT_FINITE = 16,    /**< links: a value is not finite or does not fit the wire; nothing was sent */
+    KX_TOO_LONG = 17,      /**< links: the request does not fit a line of 299 bytes; nothing was sent */
+    KX_NO_MEMORY = 18,     /**< links: no memory */
+    KX_UNKNOWN_HOST = 19,  /**< links, at opening: the name cannot be resolved */
+    KX_NOT_A_SETTING = 20, /**< links: cannot be registered as set-up; nothing was sent */
+    KX_ENDED = 21          /**< streams: it has ended; KX_Stream_Reason says why */
 } KX_STATUS;
 
 /** A Cartesian pose: position in metres, then the angles of Rz(rz)*Ry(ry)*Rx(rx) in radians. */

@@ -56,6 +56,8 @@ static inline const char* KX_Status_Words(int status)
         return "there is no host of that name";
     case KX_NOT_A_SETTING:
         return "only settings can be registered as set-up";
+    case KX_ENDED:
+        return "the stream has ended";
     default:
         return "unknown status";
     }
