@@ -64,6 +64,49 @@ static inline const char* KX_Status_Words(int status)
 }
 
 /**
+ * What to do about a status code.
+ * @param status what a command returned
+ * @return a sentence without a full stop; empty for success; never null
+ */
+static inline const char* KX_Status_Advice(int status)
+{
+    switch (status) {
+    case KX_SUCCESS:
+        return "";
+    case KX_REFUSED:
+        return "read the controller's words, and the arm's error codes; clear an error before you try again";
+    case KX_NOT_RUNNING:
+        return "give the model 36, 46 or 47; on a classic connection call KX_API_Init first";
+    case KX_NO_SOCKET:
+        return "close what is no longer needed, or raise the limit of open files";
+    case KX_BAD_DESCRIPTOR:
+        return "check address and port, and that the connection was not closed";
+    case KX_SEND_FAILED:
+    case KX_LOST:
+        return "look where the arm is before you go on: nobody knows whether the last command was carried "
+               "out";
+    case KX_TIMED_OUT:
+        return "ask again, or allow more time";
+    case KX_CANCELLED:
+        return "nothing, if the stop, cancel or close was meant; the arm itself stops by Move_Stop_Cmd only";
+    case KX_OUTBOX_FULL:
+        return "send less often, or wait for answers";
+    case KX_NOT_FINITE:
+        return "check the arguments; nothing was sent";
+    case KX_TOO_LONG:
+        return "use shorter names or fewer values; nothing was sent";
+    case KX_NO_MEMORY:
+        return "free memory";
+    case KX_UNKNOWN_HOST:
+        return "check the name, or give the address";
+    case KX_NOT_A_SETTING:
+        return "send it after KX_Link_End_Setup; nothing was sent";
+    default:
+        return "check that the model is that of the arm, and the controller's version";
+    }
+}
+
+/**
  * What a code of inverse_kinematics says.
  * @param model 36, 46 or 47
  * @param code what inverse_kinematics returned for it
