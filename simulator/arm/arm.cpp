@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "arm/corner.h"
 #include "arm/refused.h"
 
 namespace kx::sim {
@@ -93,9 +94,9 @@ Joints Arm::currents() const
     return drives.currents(velocity, 0.8 * load * std::abs(reach));
 }
 
-void Arm::move_joints(const Joints& target, double percent, Ended ended)
+void Arm::move_joints(const Joints& target, Manner manner, Ended ended)
 {
-    plan_joints([target](const Joints&) { return target; }, percent, std::move(ended));
+    plan_joints([target](const Joints&) { return target; }, manner, std::move(ended));
 }
 
 void Arm::step_joint(std::size_t joint, double degrees, double percent, Ended ended)
@@ -104,7 +105,7 @@ void Arm::step_joint(std::size_t joint, double degrees, double percent, Ended en
         position[joint] += degrees;
         return position;
     };
-    plan_joints(target, percent, std::move(ended));
+    plan_joints(target, {percent}, std::move(ended));
 }
 
 void Arm::jog_joint(std::size_t joint, bool up, double percent)
@@ -116,7 +117,7 @@ void Arm::jog_joint(std::size_t joint, bool up, double percent)
         return position;
     };
     plan_joints(
-        limit, percent, [](const std::string&) {}, true);
+        limit, {percent}, [](const std::string&) {}, true);
 }
 
 void Arm::stop_jogging()
@@ -124,10 +125,10 @@ void Arm::stop_jogging()
     if (motions_.jogging()) motions_.drop_all("jogging was stopped");
 }
 
-void Arm::plan_joints(std::function<Joints(const Joints& from)> target, double percent, Ended ended,
+void Arm::plan_joints(std::function<Joints(const Joints& from)> target, Manner manner, Ended ended,
                       bool is_jog)
 {
-    auto plan = [this, target, percent](const Joints& from) {
+    auto plan = [this, target, percent = manner.percent](const Joints& from) {
         const Joints to = target(from);
         check_ready();
         const JointLimits limits = drives.limits();
@@ -137,7 +138,19 @@ void Arm::plan_joints(std::function<Joints(const Joints& from)> target, double p
                      {full.speed * percent / 100, full.acceleration * percent / 100},
                      full.acceleration});
     };
-    motions_.add({MotionKind::joint, target(motions_.end()), std::move(plan), std::move(ended), is_jog});
+    motions_.add({MotionKind::joint, target(motions_.end()), std::move(plan), std::move(ended), is_jog,
+                  corner(MotionKind::joint, manner.radius)});
+}
+
+decltype(Motion::corner) Arm::corner(MotionKind kind, double radius) const
+{
+    if (radius == 0) return {};
+    return [=, this, active = frames.active()](const Path& own, const Motion& next,
+                                               const Path& path_of_next) -> std::optional<Corner> {
+        if (next.kind == MotionKind::none) return {};
+        const bool in_space = kind != MotionKind::joint && next.kind != MotionKind::joint;
+        return Rounding{radius, model, active, drives.limits(), in_space}.between(own, path_of_next);
+    };
 }
 
 void Arm::wait(double seconds)
@@ -212,25 +225,25 @@ void Arm::lead_to(const Joints& position)
     drives.count_travel(before, position);
 }
 
-void Arm::move_joints_to(const POSE& target, double percent, Ended ended)
+void Arm::move_joints_to(const POSE& target, Manner manner, Ended ended)
 {
     const Frames active = frames.active();
     const KDL::Frame flange = active.flange_of(active.tool_in_base(target));
-    move_joints(model.joints_for(flange, motions_.end(), Model::Elbow::anywhere), percent, std::move(ended));
+    move_joints(model.joints_for(flange, motions_.end(), Model::Elbow::anywhere), manner, std::move(ended));
 }
 
-void Arm::move_line(const POSE& target, double percent, Ended ended)
+void Arm::move_line(const POSE& target, Manner manner, Ended ended)
 {
     const KDL::Frame to = frames.active().tool_in_base(target);
-    move_tool(MotionKind::line, target, percent, std::move(ended),
+    move_tool(MotionKind::line, target, manner, std::move(ended),
               [to](const KDL::Frame& from) { return line(from, to); });
 }
 
-void Arm::move_circle(const POSE& via, const POSE& target, int whole_circles, double percent, Ended ended)
+void Arm::move_circle(const POSE& via, const POSE& target, int whole_circles, Manner manner, Ended ended)
 {
     const KDL::Vector over = frames.active().tool_in_base(via).p;
     const KDL::Frame to = frames.active().tool_in_base(target);
-    move_tool(MotionKind::circle, target, percent, std::move(ended),
+    move_tool(MotionKind::circle, target, manner, std::move(ended),
               [=](const KDL::Frame& from) { return circle(from, over, to, whole_circles); });
 }
 
@@ -241,7 +254,7 @@ void Arm::step_tool(const KDL::Twist& step, double percent, Ended ended)
         return KDL::addDelta(from, in_base);
     };
     const POSE target = active.pose_of(stepped(active.tool_of(model.flange(motions_.end()))));
-    move_tool(MotionKind::line, target, percent, std::move(ended),
+    move_tool(MotionKind::line, target, {percent}, std::move(ended),
               [stepped](const KDL::Frame& from) { return line(from, stepped(from)); });
 }
 
@@ -266,14 +279,15 @@ void Arm::jog_tool(const KDL::Twist& direction, double percent)
 
 /** @param lay gives the tool's path from a frame in the base */
 template <typename LayPath>
-void Arm::move_tool(MotionKind kind, const POSE& target, double percent, Ended ended, LayPath lay)
+void Arm::move_tool(MotionKind kind, const POSE& target, Manner manner, Ended ended, LayPath lay)
 {
-    auto plan = [this, percent, lay, active = frames.active()](const Joints& from) {
+    auto plan = [this, percent = manner.percent, lay, active = frames.active()](const Joints& from) {
         check_ready();
         return follow(lay(active.tool_of(model.flange(from))), from, model, active, drives.limits(),
                       cartesian_limits_, percent);
     };
-    motions_.add({kind, values(target), std::move(plan), std::move(ended)});
+    motions_.add(
+        {kind, values(target), std::move(plan), std::move(ended), false, corner(kind, manner.radius)});
 }
 
 void Arm::set_cartesian_limit(double CartesianLimits::*limit, double value)

@@ -57,17 +57,23 @@ class Arm {
     // Percentages are of the limits of the joints, or of the tool, 1 to 100. Motions keep the frames under
     // which they were asked for.
 
-    void move_joints(const Joints& target, double percent, Ended ended);
+    /** How fast, and how near to its target a motion comes if another one waits by then. */
+    struct Manner {
+        double percent;
+        double radius = 0; ///< m
+    };
+
+    void move_joints(const Joints& target, Manner manner, Ended ended);
     void step_joint(std::size_t joint, double degrees, double percent, Ended ended);
 
     /** To a pose, as near as can be to where the joints will be then. */
-    void move_joints_to(const POSE& target, double percent, Ended ended);
+    void move_joints_to(const POSE& target, Manner manner, Ended ended);
 
     /** Moves the tool along a straight line. */
-    void move_line(const POSE& target, double percent, Ended ended);
+    void move_line(const POSE& target, Manner manner, Ended ended);
 
     /** Moves the tool along the arc over `via` to the target, after so many whole circles. */
-    void move_circle(const POSE& via, const POSE& target, int whole_circles, double percent, Ended ended);
+    void move_circle(const POSE& via, const POSE& target, int whole_circles, Manner manner, Ended ended);
 
     /** Moves the tool along or about axes of the work frame: m, rad, less than half a turn. */
     void step_tool(const KDL::Twist& step, double percent, Ended ended);
@@ -108,10 +114,11 @@ class Arm {
     void lead_to(const Joints& position);
 
   private:
-    void plan_joints(std::function<Joints(const Joints& from)> target, double percent, Ended ended,
+    void plan_joints(std::function<Joints(const Joints& from)> target, Manner manner, Ended ended,
                      bool is_jog = false);
     template <typename LayPath>
-    void move_tool(MotionKind kind, const POSE& target, double percent, Ended ended, LayPath lay);
+    void move_tool(MotionKind kind, const POSE& target, Manner manner, Ended ended, LayPath lay);
+    decltype(Motion::corner) corner(MotionKind kind, double radius) const;
     void heed_drives();
 
     CartesianLimits cartesian_limits_;

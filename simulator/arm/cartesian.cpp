@@ -8,6 +8,7 @@
 #include <kdl/path_line.hpp>
 #include <kdl/rotational_interpolation_sa.hpp>
 
+#include "arm/joint_curve.h"
 #include "arm/refused.h"
 
 namespace kx::sim {
@@ -40,90 +41,6 @@ constexpr double beside_line = 1e-4; // m
 // Close to a singularity the joints run far for little of the tool's path. A motion may become so many times
 // slower for it, not more.
 constexpr double slowest = 20;
-
-/** Joint angles at points along a path, and a smooth curve through them. */
-class JointCurve : public Path {
-  public:
-    explicit JointCurve(Joints start) { knots_.push_back({0, std::move(start), {}}); }
-
-    /** The next point, behind the last. There must be at least three. */
-    void add(double s, Joints joints);
-
-    Joints at(double s) const override;
-
-    std::size_t pieces() const { return knots_.size() - 1; }
-
-    /** Visits enough places of a piece to know its extremes: s, a joint, and its first and second derivative.
-     */
-    template <typename Visit>
-    void survey(std::size_t piece, Visit visit) const;
-
-  private:
-    struct Knot {
-        double s;
-        Joints joints;
-        Joints slope; ///< per s, that of the parabola through this point and its neighbours
-    };
-
-    /** One joint between two knots, over x from 0 to 1. */
-    struct Cubic {
-        Cubic(const Knot& from, const Knot& to, std::size_t joint)
-            : width(to.s - from.s), c0(from.joints[joint]), c1(from.slope[joint] * width)
-        {
-            const double rise = to.joints[joint] - c0, last = to.slope[joint] * width;
-            c2 = 3 * rise - 2 * c1 - last;
-            c3 = c1 + last - 2 * rise;
-        }
-        double value(double x) const { return c0 + x * (c1 + x * (c2 + x * c3)); }
-        double first(double x) const { return (c1 + x * (2 * c2 + x * 3 * c3)) / width; }
-        double second(double x) const { return (2 * c2 + x * 6 * c3) / (width * width); }
-
-        double width, c0, c1, c2, c3;
-    };
-
-    std::vector<Knot> knots_;
-};
-
-void JointCurve::add(double s, Joints joints)
-{
-    knots_.push_back({s, std::move(joints), {}});
-    if (knots_.size() < 3) return;
-    Knot &from = knots_.end()[-3], &middle = knots_.end()[-2], &to = knots_.end()[-1];
-    const double before = middle.s - from.s, after = to.s - middle.s;
-    middle.slope.clear(); // it was the last one
-    for (std::size_t i = 0; i < to.joints.size(); ++i) {
-        const double first = (middle.joints[i] - from.joints[i]) / before;
-        const double second = (to.joints[i] - middle.joints[i]) / after;
-        const double bend = (second - first) / (before + after); // half the parabola's second derivative
-        const double slope = first + bend * before;              // in the middle
-        if (knots_.size() == 3) from.slope.push_back(slope - 2 * bend * before);
-        middle.slope.push_back(slope);
-        to.slope.push_back(slope + 2 * bend * after);
-    }
-}
-
-Joints JointCurve::at(double s) const
-{
-    const double inside = std::clamp(s, 0.0, 1.0);
-    const auto next = std::upper_bound(knots_.begin() + 1, knots_.end() - 1, inside,
-                                       [](double value, const Knot& knot) { return value < knot.s; });
-    const Knot &to = *next, &from = *(next - 1);
-    Joints joints(from.joints.size());
-    for (std::size_t i = 0; i < joints.size(); ++i)
-        joints[i] = Cubic(from, to, i).value((inside - from.s) / (to.s - from.s));
-    return joints;
-}
-
-template <typename Visit>
-void JointCurve::survey(std::size_t piece, Visit visit) const
-{
-    const Knot &from = knots_[piece], &to = knots_[piece + 1];
-    for (std::size_t i = 0; i < from.joints.size(); ++i) {
-        const Cubic cubic(from, to, i);
-        for (double x : {0.0, 0.25, 0.5, 0.75, 1.0})
-            visit(from.s + x * cubic.width, i, std::abs(cubic.first(x)), std::abs(cubic.second(x)));
-    }
-}
 
 double distance(const KDL::Rotation& a, const KDL::Rotation& b)
 {

@@ -3,35 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include <kdl/velocityprofile_trap.hpp>
-#include <kdl/velocityprofile_traphalf.hpp>
-
 #include "arm/refused.h"
 
 namespace kx::sim {
-
-JointLine::JointLine(Joints from, Joints to) : from_(std::move(from)), to_(std::move(to)) {}
-
-Joints JointLine::at(double s) const
-{
-    Joints joints(from_.size());
-    for (std::size_t i = 0; i < joints.size(); ++i)
-        joints[i] = std::lerp(from_[i], to_[i], s);
-    return joints;
-}
-
-Pace joint_line_pace(const Joints& from, const Joints& to, const Joints& max_speed,
-                     const Joints& max_acceleration)
-{
-    Pace pace;
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        const double distance = std::abs(to[i] - from[i]);
-        if (distance < 1e-9) continue;
-        pace.speed = std::min(pace.speed, max_speed[i] / distance);
-        pace.acceleration = std::min(pace.acceleration, max_acceleration[i] / distance);
-    }
-    return pace;
-}
 
 namespace {
 
@@ -79,7 +53,7 @@ Joints Motions::end() const
 Joints Motions::end_of_current() const
 {
     if (!running_) return position_;
-    return running_->course.path->at(running_->dropped.empty() ? 1 : halt());
+    return running_->dropped.empty() ? running_->travel.end() : running_->travel.halt();
 }
 
 bool Motions::planning() const
@@ -125,23 +99,28 @@ void Motions::pause()
     if (paused_) throw Refused("already paused");
     if (free()) throw Refused("nothing to pause");
     paused_ = true;
-    brake();
+    if (!running_) return;
+    beginning_.reset();
+    running_->travel.brake(time_);
 }
 
 void Motions::resume()
 {
     if (!paused_) throw Refused("not paused");
     paused_ = false;
-    if (running_ && !running_->profile) run();
+    if (running_ && !running_->travel.moving()) running_->travel.go(time_);
 }
 
 void Motions::drop_current(const std::string& why)
 {
-    if (beginning_) drop_beginning(why);
-    if (!running_) return;
+    if (!running_) {
+        if (beginning_) drop_beginning(why);
+        return;
+    }
+    beginning_.reset();
     if (running_->dropped.empty()) running_->dropped = why;
-    if (running_->profile)
-        brake();
+    if (moving())
+        running_->travel.brake(time_);
     else
         finish(running_->dropped);
 }
@@ -162,17 +141,18 @@ void Motions::advance(double time)
     for (;;) {
         if (!running_ && !paused_ && !waiting_.empty()) {
             if (!begin_next()) break;
+        } else if (may_pass_into_next() && pass_into_next()) {
         } else if (const auto event = next_event(); event && *event <= time) {
             time_ = *event;
-            profile_done();
+            pass_event();
         } else {
             break;
         }
     }
     time_ = time;
     if (moving()) {
-        running_->s = running_->profile->Pos(time_ - running_->since);
-        position_ = running_->course.path->at(running_->s);
+        running_->travel.advance(time_);
+        position_ = running_->travel.position();
     }
 
     const auto reports = std::move(reports_);
@@ -183,8 +163,7 @@ void Motions::advance(double time)
 
 std::optional<double> Motions::next_event() const
 {
-    if (!moving()) return std::nullopt;
-    return running_->since + running_->profile->Duration();
+    return running_ ? running_->travel.next_event() : std::nullopt;
 }
 
 bool Motions::jogging() const
@@ -195,15 +174,7 @@ bool Motions::jogging() const
 
 Joints Motions::velocity() const
 {
-    Joints velocity(position_.size());
-    if (!moving()) return velocity;
-    constexpr double step = 1e-6; // of the path parameter, for the difference quotient
-    const Joints before = running_->course.path->at(running_->s - step);
-    const Joints after = running_->course.path->at(running_->s + step);
-    const double rate = running_->profile->Vel(time_ - running_->since);
-    for (std::size_t i = 0; i < velocity.size(); ++i)
-        velocity[i] = rate * (after[i] - before[i]) / (2 * step);
-    return velocity;
+    return running_ ? running_->travel.velocity(time_) : Joints(position_.size());
 }
 
 /** Plans anew: limits, and the place from which it starts, may have changed since the motion was asked for.
@@ -216,14 +187,42 @@ bool Motions::begin_next()
         if (!beginning_) beginning_ = next.motion.plan(position_);
         auto course = beginning_->lay(effort_);
         if (!course) return false;
-        running_.emplace(
-            Running{.motion = std::move(next.motion), .number = next.number, .course = *std::move(course)});
+        const bool has_length = !std::isinf(course->pace.speed);
+        running_.emplace(Running{std::move(next.motion), next.number, Travel(*std::move(course))});
+        forget_first();
+        if (has_length)
+            running_->travel.go(time_);
+        else
+            finish("");
     } catch (const Refused& refused) {
         drop_beginning(refused.what());
-        return true;
     }
-    forget_first();
-    run();
+    return true;
+}
+
+bool Motions::may_pass_into_next() const
+{
+    return moving() && !running_->knows_the_next && running_->motion.corner && running_->dropped.empty() &&
+           !running_->travel.braking() && !waiting_.empty() && waiting_.front().end;
+}
+
+/** Plans the next motion from the present one's target, and lets the arm leave for it before that if it can.
+ *  Returns false while that goes on. */
+bool Motions::pass_into_next()
+{
+    const Motion& next = waiting_.front().motion;
+    if (!planning()) effort_ = slice;
+    try {
+        if (!beginning_) beginning_ = next.plan(end_of_current());
+        const auto course = beginning_->lay(effort_);
+        if (!course) return false;
+        const Path& own = running_->travel.path();
+        if (const auto corner = running_->motion.corner(own, next, *course->path))
+            running_->travel.round(*corner, *course, time_);
+    } catch (const Refused&) { // the motion is when it begins, or goes without the corner
+    }
+    beginning_.reset();
+    running_->knows_the_next = true;
     return true;
 }
 
@@ -241,49 +240,26 @@ void Motions::forget_first()
     beginning_.reset();
 }
 
-/** Starts the current motion, or what is left of it, from rest. */
-void Motions::run()
+void Motions::pass_event()
 {
-    const Pace& pace = running_->course.pace;
-    if (std::isinf(pace.speed)) return finish("");
-    auto profile = std::make_unique<KDL::VelocityProfile_Trap>(pace.speed, pace.acceleration);
-    profile->SetProfile(running_->s, 1);
-    running_->profile = std::move(profile);
-    running_->since = time_;
-    running_->braking = false;
-}
-
-/** Slows the current motion down; profile_done() follows when it stands. */
-void Motions::brake()
-{
-    if (!moving() || running_->braking) return;
-    const double t = time_ - running_->since;
-    const double s = running_->profile->Pos(t), rate = running_->profile->Vel(t);
-    const double braking = running_->course.braking;
-    constexpr double shortest = 1e-12; // when the brakes follow the start at once; KDL does not know of none
-    const double way = std::max(rate * rate / (2 * braking), shortest);
-    auto profile =
-        std::make_unique<KDL::VelocityProfile_TrapHalf>(std::sqrt(2 * braking * way), braking, false);
-    profile->SetProfile(s, s + way);
-    running_->profile = std::move(profile);
-    running_->since = time_;
-    running_->braking = true;
-}
-
-/** Where on its path the current motion stands when its profile is over. */
-double Motions::halt() const
-{
-    return running_->braking ? std::min(running_->profile->Pos(running_->profile->Duration()), 1.0) : 1.0;
-}
-
-void Motions::profile_done()
-{
-    running_->s = halt();
-    position_ = running_->course.path->at(running_->s);
-    if (!running_->braking) return finish("");
+    Travel& travel = running_->travel;
+    const Travel::Reached reached = travel.pass_event();
+    position_ = travel.position();
+    if (reached == Travel::Reached::next_course && running_->dropped.empty()) return go_on_with_next();
+    if (reached == Travel::Reached::end) return finish("");
+    if (reached != Travel::Reached::standstill) return;
     if (!running_->dropped.empty()) return finish(running_->dropped);
-    running_->profile.reset();
-    if (!paused_) run();
+    if (!paused_) travel.go(time_);
+}
+
+/** The arm has left the corner: the motion before it has ended. */
+void Motions::go_on_with_next()
+{
+    report(running_->motion, "");
+    running_->motion = std::move(waiting_.front().motion);
+    running_->number = waiting_.front().number;
+    running_->knows_the_next = false;
+    forget_first();
 }
 
 void Motions::finish(const std::string& broken_off)

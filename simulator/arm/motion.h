@@ -1,59 +1,19 @@
-// Motions in time: a path through joint space, run from rest to rest, and the queue of motions planned after
-// it.
+// Motions in time: the one that runs, from rest to rest or round a corner into the next, and the queue of
+// those planned after it.
 //
 // Nothing happens by itself: advance() moves the simulated time on, and everything else acts at that time.
 #pragma once
 
 #include <deque>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include <kdl/velocityprofile.hpp>
-
-#include "arm/model.h"
+#include "arm/travel.h"
 
 namespace kx::sim {
-
-/** Joint angles along a path. */
-class Path {
-  public:
-    virtual ~Path() = default;
-
-    /** @param s path parameter, 0 at the start to 1 at the end */
-    virtual Joints at(double s) const = 0;
-};
-
-/** The straight line through joint space: all joints start and arrive together. */
-class JointLine : public Path {
-  public:
-    JointLine(Joints from, Joints to);
-    Joints at(double s) const override;
-
-  private:
-    Joints from_, to_;
-};
-
-/** Bounds on the rate of the path parameter, 1/s and 1/s^2. A path without length has infinite ones. */
-struct Pace {
-    double speed = std::numeric_limits<double>::infinity();
-    double acceleration = std::numeric_limits<double>::infinity();
-};
-
-/** The fastest pace on a straight joint-space line that keeps every joint within its limits (per s, per s^2).
- */
-Pace joint_line_pace(const Joints& from, const Joints& to, const Joints& max_speed,
-                     const Joints& max_acceleration);
-
-/** A path with the pace at which to run it and the deceleration with which to break it off. */
-struct Course {
-    std::unique_ptr<Path> path;
-    Pace pace;
-    double braking; ///< 1/s^2
-};
 
 /** Lays a course piece by piece: a long one takes more work than others may wait for. */
 class Planner {
@@ -90,6 +50,9 @@ struct Motion {
     /** Called once, at the end; the text is empty if the target was reached, else it says why not. */
     std::function<void(const std::string& broken_off)> ended;
     bool is_jog = false; ///< runs until it is stopped or cannot go on; nothing can be planned behind it
+    /** How it passes into the next one, if it does so before its end. May throw Refused. */
+    std::function<std::optional<Corner>(const Path& own, const Motion& next, const Path& path_of_next)>
+        corner = {};
 };
 
 class Motions {
@@ -145,7 +108,7 @@ class Motions {
     /** The same, at a time from which on motions may begin. */
     void set_position(Joints position, double time) { position_ = std::move(position), time_ = time; }
 
-    bool moving() const { return running_ && running_->profile; }
+    bool moving() const { return running_ && running_->travel.moving(); }
     bool idle() const { return !running_ && waiting_.empty(); }
 
     /** Nothing is planned, though what was broken off may still slow down. */
@@ -169,24 +132,21 @@ class Motions {
     struct Running {
         Motion motion;
         int number;
-        Course course;
-        std::unique_ptr<KDL::VelocityProfile> profile = nullptr; ///< null: held on the path
-        double since = 0;                                        ///< when the profile began
-        double s = 0;                                            ///< where on the path the arm is
-        bool braking = false;
-        std::string dropped = {}; ///< why the motion ends as soon as the arm stands
+        Travel travel;
+        std::string dropped = {};    ///< why the motion ends as soon as the arm stands
+        bool knows_the_next = false; ///< whether it passes into that one is settled
     };
 
     Joints end_of_current() const;
     void check_waiting();
     void check(Queued& queued);
     bool begin_next();
+    bool may_pass_into_next() const;
+    bool pass_into_next();
     void drop_beginning(const std::string& why);
     void forget_first();
-    void run();
-    void brake();
-    double halt() const;
-    void profile_done();
+    void pass_event();
+    void go_on_with_next();
     void finish(const std::string& broken_off);
     void report(Motion& motion, const std::string& broken_off);
 
@@ -197,7 +157,7 @@ class Motions {
     std::optional<Running> running_;
     std::deque<Queued> waiting_;
     int effort_ = slice;                 ///< that is left of it
-    std::unique_ptr<Planner> beginning_; ///< for the first that waits, from where the arm stands
+    std::unique_ptr<Planner> beginning_; ///< for the first that waits, from where the arm stands, or will
     std::unique_ptr<Planner> checking_;  ///< for the first that is not checked, from the end of those before
     std::vector<std::function<void()>>
         reports_; ///< told at the next advance(), after the reply that caused them

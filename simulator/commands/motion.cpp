@@ -5,12 +5,13 @@ namespace kx::sim {
 
 namespace {
 
-/** The arm comes to rest between two motions, so the radius for blending them is only checked. */
-void check_blend_radius(const Call& call)
+/** The speed of a motion, and the radius within which it may pass into the next one. */
+Arm::Manner manner(const Call& call)
 {
-    const auto radius = call.request.find("r");
-    if (radius != call.request.end() && !(from_thousandths(*radius) >= 0))
-        throw Refused("negative blend radius");
+    const auto given = call.request.find("r");
+    const double radius = given == call.request.end() ? 0 : from_thousandths(*given);
+    if (!(radius >= 0)) throw Refused("negative blend radius");
+    return {double(call.percent()), radius};
 }
 
 /** What a motion was told to go to: joint angles or, in space, a pose. */
@@ -26,16 +27,14 @@ constexpr Command commands[] = {
     {"movej", "trajectory_state",
      [](Call& call) -> Json {
          const Joints target = call.joints("joint");
-         check_blend_radius(call);
-         call.arm.move_joints(target, call.percent(), call.completion());
+         call.arm.move_joints(target, manner(call), call.completion());
          return answered_later;
      },
      "current_trajectory_state"},
     {"movel", "trajectory_state",
      [](Call& call) -> Json {
          const POSE target = pose_from(call["pose"]);
-         check_blend_radius(call);
-         call.arm.move_line(target, call.percent(), call.completion());
+         call.arm.move_line(target, manner(call), call.completion());
          return answered_later;
      },
      "current_trajectory_state"},
@@ -43,17 +42,15 @@ constexpr Command commands[] = {
      [](Call& call) -> Json {
          const POSE via = pose_from(member(call["pose"], "pose_via"));
          const POSE target = pose_from(member(call["pose"], "pose_to"));
-         check_blend_radius(call);
          const int loop = integer(call["loop"], "the number of repetitions", 0, 255);
-         call.arm.move_circle(via, target, loop, call.percent(), call.completion());
+         call.arm.move_circle(via, target, loop, manner(call), call.completion());
          return answered_later;
      },
      "current_trajectory_state"},
     {"movej_p", "trajectory_state",
      [](Call& call) -> Json {
          const POSE target = pose_from(call["pose"]);
-         check_blend_radius(call);
-         call.arm.move_joints_to(target, call.percent(), call.completion());
+         call.arm.move_joints_to(target, manner(call), call.completion());
          return answered_later;
      },
      "current_trajectory_state"},

@@ -67,7 +67,7 @@ void DragTeach::lead(const Joints& place)
 void DragTeach::go_to_origin(Arm::Ended ended)
 {
     if (samples_.empty()) throw Refused("nothing is recorded");
-    arm_.move_joints(samples_.front(), origin_speed, std::move(ended));
+    arm_.move_joints(samples_.front(), {origin_speed}, std::move(ended));
 }
 
 void DragTeach::run()

@@ -55,7 +55,7 @@ void ForceSensing::calibrate(Sensor sensor, std::vector<Joints> poses)
 
     poses.push_back(arm_.position());
     for (std::size_t left = poses.size(); left-- > 0;)
-        arm_.move_joints(poses[poses.size() - 1 - left], calibration_speed,
+        arm_.move_joints(poses[poses.size() - 1 - left], {calibration_speed},
                          [this, left](const std::string& broken_off) {
                              if (left == 0 && broken_off.empty()) tare(*calibrating_) = {bias, burden()};
                              if (left == 0) calibrating_.reset();

@@ -223,6 +223,178 @@ TEST(Circle, IsRoundAndRepeatedAndKeepsAllLimits)
     }
 }
 
+// Motions with a radius, from ready: the tool leaves for the next one within the radius, and nowhere else.
+Json line_to(const Robot& robot, const Vector& way, double radius)
+{
+    const Frame from = robot.tool(ready(46));
+    return {{"command", "movel"},
+            {"pose", array_of(Frame(from.M, from.p + way))},
+            {"v", 100},
+            {"r", std::lround(radius * 1e3)}};
+}
+
+Json joints_to(Joints way, double radius)
+{
+    for (std::size_t i = 0; i < way.size(); ++i)
+        way[i] = (way[i] + ready(46)[i]) * 1000;
+    return {{"command", "movej"}, {"joint", way}, {"v", 100}, {"r", std::lround(radius * 1e3)}};
+}
+
+/** The places where two motions meet and end. */
+struct Route {
+    const char* what;
+    std::function<Json(const Robot&, double radius)> first, next;
+    double radius, rounded; ///< m: asked for, and had
+    bool is_flat = false;   ///< lines, on one height
+};
+
+const Route routes[] = {
+    {"a right angle",
+     [](const auto& robot, double r) {
+         return line_to(robot, {0, 0.2, 0}, r);
+     },
+     [](const auto& robot, double) {
+         return line_to(robot, {-0.1, 0.2, 0}, 0);
+     },
+     0.04, 0.04, true},
+    {"an acute one",
+     [](const auto& robot, double r) {
+         return line_to(robot, {0, 0.2, 0}, r);
+     },
+     [](const auto& robot, double) {
+         return line_to(robot, {-0.05, 0, 0}, 0);
+     },
+     0.02, 0.02, true},
+    {"straight on",
+     [](const auto& robot, double r) {
+         return line_to(robot, {0, 0.1, 0}, r);
+     },
+     [](const auto& robot, double) {
+         return line_to(robot, {0, 0.2, 0}, 0);
+     },
+     0.03, 0.03, true},
+    {"more than half of the shorter one",
+     [](const auto& robot, double r) {
+         return line_to(robot, {0, 0.2, 0}, r);
+     },
+     [](const auto& robot, double) {
+         return line_to(robot, {-0.06, 0.2, 0}, 0);
+     },
+     0.5, 0.03, true},
+    {"joints",
+     [](const auto&, double r) {
+         return joints_to({60, 0, 0, 0, 0, 0}, r);
+     },
+     [](const auto&, double) {
+         return joints_to({60, 30, -20, 0, 0, 40}, 0);
+     },
+     0.05, 0.05},
+    {"joints that turn the tool only",
+     [](const auto&, double r) {
+         return joints_to({0, 0, 0, 0, 0, 90}, r);
+     },
+     [](const auto&, double) {
+         return joints_to({50, 0, 0, 0, 0, 90}, 0);
+     },
+     0.05, 0.05},
+    {"joints, then a line",
+     [](const auto&, double r) {
+         return joints_to({20, 0, 0, 0, 0, 0}, r);
+     },
+     [](const auto& robot, double) {
+         return line_to(robot, {0, 0.15, -0.05}, 0);
+     },
+     0.02, 0.02},
+};
+
+/** The arm on a route, and how it went. */
+struct Ride {
+    Ride(const Route& route, double radius) : robot(46, ready(46))
+    {
+        robot.send(route.first(robot, radius));
+        corner = robot.tool(robot.arm->controller.arm().motions().end());
+        robot.send(route.next(robot, 0));
+        began = robot.arm->time;
+    }
+
+    void run(double seconds)
+    {
+        for (const double end = robot.arm->time + seconds;
+             robot.arm->time < end && robot.arm->came.size() < 2;) {
+            const std::size_t ended = robot.arm->came.size();
+            robot.arm->run(1e-3);
+            watch.look(robot);
+            const Vector tool = robot.tool().p;
+            const double away = (tool - corner.p).Norm();
+            nearest = std::min(nearest, away);
+            lowest = std::min(lowest, tool.z()), highest = std::max(highest, tool.z());
+            if (ended == 0 && robot.arm->came.size() == 1) first_ended_at = away;
+        }
+    }
+
+    Robot robot;
+    Frame corner;
+    Watch watch;
+    double began, nearest = 9, first_ended_at = 9, lowest = 9, highest = -9;
+};
+
+TEST(Corner, IsRoundedWithinTheRadiusAndKeepsAllLimits)
+{
+    for (const Route& route : routes) {
+        SCOPED_TRACE(route.what);
+        Ride sharp(route, 0), round(route, route.radius);
+        sharp.run(20);
+        round.run(20);
+        EXPECT_LT(sharp.nearest, 1e-5);
+        EXPECT_LT(round.nearest, route.rounded);
+        EXPECT_NEAR(round.first_ended_at, route.rounded, 0.0003)
+            << "it has ended when the tool leaves the corner";
+        EXPECT_LT(round.robot.arm->time, sharp.robot.arm->time);
+        EXPECT_LT(round.watch.speed, 1.005);
+        EXPECT_LT(round.watch.acceleration, 1.02);
+        EXPECT_LT(round.highest - round.lowest, route.is_flat ? 3e-5 : 1);
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(round.robot.arm->take().value("error", ""), "");
+        sharp.robot.arm->came.clear();
+        EXPECT_LT((round.robot.tool().p - sharp.robot.tool().p).Norm(), 1e-5);
+    }
+}
+
+// At any moment of a route, the corner included.
+TEST(Corner, CanBePausedStoppedAndDroppedAnywhere)
+{
+    for (const Route* route : {&routes[0], &routes[4]})
+        for (double moment = 0.01;; moment += 0.03) {
+            bool is_over = false;
+            for (const char* request : {"pause", "stop", "drop"}) {
+                SCOPED_TRACE(std::string(route->what) + ' ' + request + " at " + std::to_string(moment));
+                Ride ride(*route, route->radius);
+                sim::Arm& arm = ride.robot.arm->controller.arm();
+                std::deque<Json>& came = ride.robot.arm->came;
+                ride.run(moment);
+                is_over = came.size() == 2;
+                const bool ended = !came.empty(), pauses = *request == 'p', drops = *request == 'd';
+                if (is_over) break;
+                pauses ? arm.pause() : drops ? arm.drop_current("dropped") : arm.stop("stopped");
+                if (pauses) {
+                    ride.run(1.5);
+                    const Joints here = ride.robot.joints();
+                    ride.run(0.1);
+                    EXPECT_EQ(ride.robot.joints(), here) << "it stands";
+                    arm.resume();
+                }
+                ride.run(5);
+                ASSERT_EQ(came.size(), 2u);
+                EXPECT_EQ(came[0].at("trajectory_state"), pauses || ended);
+                EXPECT_EQ(came[1].at("trajectory_state"), pauses || (drops && !ended));
+                EXPECT_LT(ride.watch.speed, 1.005);
+                EXPECT_LT(ride.watch.acceleration, 1.02);
+                came.clear();
+            }
+            if (is_over) break;
+        }
+}
+
 TEST(Tool, GoesToAPoseInJointSpaceByTheNearestJoints)
 {
     for (int model : {36, 46, 47}) {

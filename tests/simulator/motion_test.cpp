@@ -71,6 +71,23 @@ const ScenarioRow rows[] = {
         1.61  <- ok
               get_arm_plan_num                     -> plan_num 0
               movej joint [0,0,0,0,0,0] v 100      -> ok)"},
+    {"PassesFromOneIntoTheNextAndStopsAtTheLast", R"(
+        0     movej joint [30000,0,0,0,0,0] v 100 r 100        -> later
+              movej joint [60000,40000,0,0,0,0] v 100 r 100    -> later
+              timer wait_time 1000                             -> wait_time true
+              movej joint [60000,40000,-40000,0,0,0] v 100 r 100   -> later
+        0.3   get_arm_current_trajectory                       -> data [30000,0,0,0,0,0]
+              <- nothing
+        0.6   <- ok
+              get_arm_current_trajectory                       -> data [60000,40000,0,0,0,0]
+              get_joint_degree                                 -> joint [>31000,>1000,0,0,0,0]
+        1.2   <- ok
+              get_joint_degree                                 -> joint [60000,40000,0,0,0,0]
+        1.5   get_joint_degree                                 -> joint [60000,40000,0,0,0,0]
+        3     <- ok
+              get_joint_degree                                 -> joint [60000,40000,-40000,0,0,0]
+              movej joint [0,0,0,0,0,0] v 100                  -> later
+        5     <- ok)"},
     {"PausesOnItsWayAndGoesOn", R"(
         0     set_arm_pause                        -> no nothing
               movej joint [90000,0,0,0,0,0] v 100  -> later
