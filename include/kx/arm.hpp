@@ -27,6 +27,7 @@
 #include "kx/arm/settings.hpp"
 #include "kx/arm/teaching.hpp"
 
+#include <climits>
 #include <memory>
 #include <string>
 
@@ -55,7 +56,7 @@ class BasicArm : public Moving<Errors> {
      * @param options deadlines, reconnecting, callbacks
      */
     BasicArm(const std::string& host, int port, int model, const Options& options = {})
-        : BasicArm(host, port, model, std::make_unique<detail::Callbacks>(options, model == 47 ? 7 : 6))
+        : BasicArm(host, port, model, std::make_unique<detail::Callbacks>(options, joints_of(model)))
     {
     }
 
@@ -76,7 +77,7 @@ class BasicArm : public Moving<Errors> {
     }
 
     /** Whether it could connect, with kx::nothrow::Arm. */
-    Status connected() const { return this->link() < 0 ? -this->link() : int(KX_SUCCESS); }
+    Status connected() const { return connected_; }
 
     /** For the functions of the C interface. */
     int handle() const { return this->link(); }
@@ -149,10 +150,10 @@ class BasicArm : public Moving<Errors> {
 
     /** Sends joint angles straight to the drives; awaits nothing. Each must lie close to the one before, 200 a second;
      *  pushes() tell what became of them. */
-    Done<Errors> send_target(const Degrees& target) const { return done(KX_NAMED(Movej_CANFD), target); }
+    Done<Errors> send_joints(const Degrees& target) const { return done(KX_NAMED(Movej_CANFD), target); }
 
     /** The same with a pose. */
-    Done<Errors> send_target(const Pose& target) const { return done(KX_NAMED(Movep_CANFD), target); }
+    Done<Errors> send_pose(const Pose& target) const { return done(KX_NAMED(Movep_CANFD), target); }
     /** @} */
 
     /** @name State
@@ -321,12 +322,21 @@ class BasicArm : public Moving<Errors> {
     /** @} */
 
   private:
-    BasicArm(const std::string& host, int port, int model, std::unique_ptr<detail::Callbacks> callbacks)
-        : Base({open(host, port, model, *callbacks), model == 47 ? 7 : 6}), callbacks_(std::move(callbacks))
+    static constexpr int no_link = INT_MAX; // never a handle, and closed
+
+    BasicArm(int opened, const std::string& where, int joint_count,
+             std::unique_ptr<detail::Callbacks>&& callbacks)
+        : Base({opened < 0 ? no_link : opened, joint_count}),
+          connected_(opened < 0 ? -opened : int(KX_SUCCESS)), callbacks_(std::move(callbacks))
     {
-        const std::string where = host + ":" + std::to_string(port);
         if constexpr (!std::is_same_v<Done<Errors>, Status>)
-            Errors::done(this->link(), "KX_Link_Open", connected().code(), where.c_str());
+            Errors::done(this->link(), "KX_Link_Open", connected_.code(), where.c_str());
+    }
+
+    BasicArm(const std::string& host, int port, int model, std::unique_ptr<detail::Callbacks>&& callbacks)
+        : BasicArm(open(host, port, model, *callbacks), host + ":" + std::to_string(port), joints_of(model),
+                   std::move(callbacks))
+    {
     }
 
     static int open(const std::string& host, int port, int model, detail::Callbacks& callbacks)
@@ -335,6 +345,9 @@ class BasicArm : public Moving<Errors> {
         return KX_Link_Open(host.c_str(), port, model, &options);
     }
 
+    static int joints_of(int model) { return model == 47 ? 7 : 6; }
+
+    Status connected_;
     std::unique_ptr<detail::Callbacks> callbacks_;
 };
 

@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 missing=0
-for folder in $(git ls-files '*.cpp' '*.h' '*.c' ':!tests' | grep -o '^[^/]*/\([^/]*/\)\?' | sort -u); do
+for folder in $(git ls-files '*.cpp' '*.h' '*.hpp' '*.c' ':!tests' | grep -o '^[^/]*/\([^/]*/\)\?' | sort -u); do
   grep -qF -e "\`$folder" -e "\`${folder#*/}\`" CONTRIBUTING.md || { echo "CONTRIBUTING.md lacks $folder" && missing=1; }
 done
 exit $missing

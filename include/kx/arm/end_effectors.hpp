@@ -7,7 +7,9 @@
 
 #include "kx/arm/group.hpp"
 
+#include <algorithm>
 #include <array>
+#include <climits>
 #include <cmath>
 
 namespace kx {
@@ -19,7 +21,23 @@ class Gripper : public Group<Errors> {
     using Base::done;
 
     // Not a number, and what is beyond all numbers, fit nowhere, so that they are refused.
-    static long tenths(double value) { return std::abs(value) < 1e9 ? std::lround(10 * value) : LONG_MAX; }
+    static long tenths(double value) { return std::abs(value) < 1e8 ? std::lround(10 * value) : LONG_MAX; }
+
+    // The controller answers when the fingers are at rest: has the thread wait for the whole way, if it does not keep a time
+    // of its own.
+    class Patience {
+      public:
+        explicit Patience(double speed_mm_s) : before_(KX_Link_Call_Timeout(0))
+        {
+            const double way_ms = 1000 * 100 / std::max(speed_mm_s, 0.1);
+            KX_Link_Call_Timeout(before_ > 0 ? before_ : static_cast<int>(way_ms) + 3000);
+        }
+        Patience(const Patience&) = delete;
+        ~Patience() { KX_Link_Call_Timeout(before_); }
+
+      private:
+        const int before_;
+    };
 
   public:
     using Base::Base;
@@ -33,18 +51,21 @@ class Gripper : public Group<Errors> {
     /** Opens it, and waits until the fingers are at rest; 0.1 to 100 mm/s. */
     Done<Errors> open(double speed_mm_s = 50) const
     {
+        const Patience patience(speed_mm_s);
         return done(KX_NAMED(Set_Gripper_Release), tenths(speed_mm_s), true);
     }
 
     /** Closes it until the force is reached, 1 to 100 N, and waits for that; 0.1 to 100 mm/s. */
     Done<Errors> pick(double force_newton, double speed_mm_s = 50) const
     {
+        const Patience patience(speed_mm_s);
         return done(KX_NAMED(Set_Gripper_Pick), tenths(speed_mm_s), tenths(force_newton), true);
     }
 
     /** Closes it and keeps up the force; otherwise as pick(). */
     Done<Errors> hold(double force_newton, double speed_mm_s = 50) const
     {
+        const Patience patience(speed_mm_s);
         return done(KX_NAMED(Set_Gripper_Pick_On), tenths(speed_mm_s), tenths(force_newton), true);
     }
 

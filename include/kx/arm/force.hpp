@@ -99,14 +99,14 @@ class Force : public Group<Errors> {
 
     /** Sends a target at once and awaits nothing; the pushes tell what became of it. Positions are cut to whole metres
      *  and angles to whole radians on the way. */
-    Done<Errors> follow(const Pose& target, const ForceTarget& force) const
+    Done<Errors> follow_pose(const Pose& target, const ForceTarget& force) const
     {
         return done(KX_NAMED(Force_Position_Move_POSE), target, static_cast<int>(force.sensor),
                     static_cast<int>(force.frame), static_cast<int>(force.axis), force.newton, false);
     }
 
     /** The same with joint angles, cut to whole degrees on the way. */
-    Done<Errors> follow(const Degrees& target, const ForceTarget& force) const
+    Done<Errors> follow_joints(const Degrees& target, const ForceTarget& force) const
     {
         return done(KX_NAMED(Force_Position_Move_Joint), target, static_cast<int>(force.sensor),
                     static_cast<int>(force.frame), static_cast<int>(force.axis), force.newton, false);
