@@ -86,12 +86,6 @@ void BallJoints::pass_stretched_point(int ball, double difference, double psi_ce
     v_.y[ball] = at_pi.re, v_.x[ball] = -at_pi.im;
 }
 
-bool BallJoints::turns_fast(int ball, double psi) const
-{
-    const auto [s, c] = sine_cosine<double>(psi);
-    return mean_[ball] + cosine_[ball] * c + sine_[ball] * s > 1 - 1e-8;
-}
-
 ArmAngle::ArmAngle(double angle) : psi(angle)
 {
     const auto [s, c] = sine_cosine<double>(angle / 2);

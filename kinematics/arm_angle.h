@@ -75,8 +75,6 @@ class BallJoints {
 
     // Whether shoulder and wrist come straight, as far as a rounded target tells, at the arm angle nearest().
     std::array<bool, 2> straight() const { return {straight_[0], straight_[1]}; }
-    // Whether a ball's middle joint is so near to zero there that a rounding of the arm angle shows.
-    bool turns_fast(int ball, double psi) const;
 
     Pair nearest() const { return nearest_; } // the arm angle of the smallest middle angle
     Pair mean() const { return mean_; }

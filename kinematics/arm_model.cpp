@@ -41,7 +41,7 @@ Matrix flange_matrix(const ARM_MODEL& arm, const float* joint)
 
 bool reached_seven(const ARM_MODEL* arm, const Transform& flange)
 {
-    return arm->model == 47 && reach_of_seven(*arm, flange) == Reach::reached;
+    return arm->model == 47 && reach_of_seven(*arm, flange, false) == Reach::reached;
 }
 
 } // namespace
@@ -104,7 +104,7 @@ int Arm_Model_Inverse(const ARM_MODEL* arm, const float* reference, const KinPos
     Found found = Found::none;
     if (arm->model != 47) {
         found = nearest_six(*arm, near, flange, true, joint);
-    } else if (reach_of_seven(*arm, flange) == Reach::reached) {
+    } else if (reach_of_seven(*arm, flange, false) == Reach::reached) {
         found = nearest_seven(*arm, near, flange, range, true, joint);
         if (found == Found::none) found = Found::outside_limits;
     }

@@ -25,7 +25,7 @@ int inverse_six(const ARM_MODEL& arm, const float* reference, const Transform& f
 int inverse_seven(const ARM_MODEL& arm, const float* reference, const Transform& flange, double range,
                   float* result)
 {
-    const Reach reach = reach_of_seven(arm, flange);
+    const Reach reach = reach_of_seven(arm, flange, true);
     if (reach == Reach::too_far) return -1;
     if (reach == Reach::unknown)
         std::fill(result, result + 7, NAN);

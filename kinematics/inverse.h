@@ -17,7 +17,7 @@ Found nearest_six(const ARM_MODEL& arm, const float* reference, const Transform&
 int all_six(const ARM_MODEL& arm, const Transform& flange, float result[8][7]);
 
 enum class Reach { too_far, unknown, reached }; // unknown: the target is no number
-Reach reach_of_seven(const ARM_MODEL& arm, const Transform& flange);
+Reach reach_of_seven(const ARM_MODEL& arm, const Transform& flange, bool classic);
 
 // The nearest solution of a target that is reached, for arm angles up to `range` from the reference's, inside
 // the joints' limits; `inside_only` tells whether joint 4 must keep its own. Without one the result is left

@@ -28,8 +28,9 @@ constexpr double elbow_limit_rounding = 2e-6;
 // By how much another solution must be nearer, rad^2, to be worth what the rounding may hide.
 constexpr double worth_rounding = 1e-5;
 
-// A target is reachable while the cosine of its elbow angle is not beyond this.
-constexpr float cosine_bound = 1.001f;
+// A target is reachable while the cosine of its elbow angle is not beyond this: by the classic function, which
+// then leaves the wrist up to 0.12 millimetres from its place, and by an arm model, 2 micrometres at most.
+constexpr float classic_bound = 1.001f, rounding_bound = 1.00002f;
 
 constexpr Rotor half_turn_z = {0, 0, 0, 1};
 
@@ -330,6 +331,32 @@ void CoaxialJoints::consider_stretched(const Rotor& rotation, const Vector& wris
     }
 }
 
+// Arm angles at which a ball that is straight at `place` still counts as straight. The other one may turn so fast
+// there that it keeps its limits in a window narrower than any rounding, so their arm angles are among them.
+std::array<double, 13> still_straight(const BallJoints& balls, int ball, double place, const Limits& limits)
+{
+    constexpr double most = 2e-6, steps[] = {0, 1e-7, -1e-7, 1e-6, -1e-6, most, -most};
+    std::array<double, 13> all;
+    int count = 0;
+    for (double step : steps)
+        all[count++] = place + step;
+    const int other = 1 - ball, outer = other == 0 ? 0 : 6, inner = other == 0 ? 2 : 4;
+    for (int joint : {outer, inner})
+        for (double limit : {pi, limits.lower[joint], limits.upper[joint]}) {
+            double psi = place;
+            for (int step = 0; step < 3; ++step) { // of Newton's
+                BallAngles at;
+                balls.evaluate(ArmAngle(psi), at);
+                const double side = joint == outer ? 1 : -1;
+                const double angle = (at.sum.value[other] + side * at.difference.value[other]) / 2,
+                             rate = (at.sum.rate[other] + side * at.difference.rate[other]) / 2;
+                psi += std::remainder(limit - angle, pi) / rate; // of the turned ball, too
+            }
+            all[count++] = std::fabs(psi - place) < most ? psi : place;
+        }
+    return all;
+}
+
 class SevenJoints {
   public:
     SevenJoints(const ARM_MODEL& arm, const Target& target, const Reference& reference, double range,
@@ -398,21 +425,18 @@ Solution SevenJoints::for_elbow(double theta4, const Limits& limits) const
     }
 
     // Where a ball is straight, at one arm angle, its two outer joints share their turn. The search passes
-    // there, but sees the other ball in one position only. If that one is nearly straight, too, it turns fast
-    // nearby, where the first one still counts as straight.
-    constexpr double nearby[] = {0, 1e-8, -1e-8, 1e-7, -1e-7, 1e-6, -1e-6};
+    // there, but sees the other ball in one position only.
     const auto straight = balls.straight();
     for (int ball = 0; ball < 2; ++ball) {
         const double place = psi_ + std::remainder(balls.nearest()[ball] - psi_, two_pi);
         if (!straight[ball] || !(std::fabs(place - psi_) <= range_)) continue;
         CoaxialJoints coaxial(r, limits, false);
-        for (double aside : nearby) {
-            const Rotor shoulder = between(rotors.shoulder[0], rotors.shoulder[1], place + aside);
-            const Rotor wrist = between(rotors.wrist[0], rotors.wrist[1], place + aside);
+        for (double psi : still_straight(balls, ball, place, limits)) {
+            const Rotor shoulder = between(rotors.shoulder[0], rotors.shoulder[1], psi);
+            const Rotor wrist = between(rotors.wrist[0], rotors.wrist[1], psi);
             coaxial.consider_balls(shoulder, wrist, theta4, goals.elbow_cost[0]);
             coaxial.consider_balls(shoulder * half_turn_z, conjugate(half_turn_z) * wrist, -theta4,
                                    goals.elbow_cost[1]);
-            if (!balls.turns_fast(1 - ball, place)) break;
         }
         if (coaxial.best().squared_distance < best.squared_distance - worth_rounding) best = coaxial.best();
     }
@@ -421,10 +445,11 @@ Solution SevenJoints::for_elbow(double theta4, const Limits& limits) const
 
 } // namespace
 
-Reach reach_of_seven(const ARM_MODEL& arm, const Transform& flange)
+Reach reach_of_seven(const ARM_MODEL& arm, const Transform& flange, bool classic)
 {
     const double cosine = Target(arm, geometry(arm.model)->lengths, flange).elbow_cosine;
-    if (std::fabs(static_cast<float>(cosine)) > cosine_bound) return Reach::too_far;
+    if (std::fabs(static_cast<float>(cosine)) > (classic ? classic_bound : rounding_bound))
+        return Reach::too_far;
     return std::isnan(cosine) ? Reach::unknown : Reach::reached;
 }
 
@@ -478,7 +503,7 @@ int all_seven(const ARM_MODEL& arm, const Transform& flange, double arm_angle, f
     const Rotor wrist = between(rotors.wrist[0], rotors.wrist[1], arm_angle);
 
     const Joints zero = {};
-    const Limits limits = limits_of(arm, false);
+    const Limits limits = limits_of(arm, true);
     CoaxialJoints solutions(zero, limits, true);
     int count = 0;
     const auto take = [&](const Rotor& s, const Rotor& w, double theta) {
@@ -490,7 +515,7 @@ int all_seven(const ARM_MODEL& arm, const Transform& flange, double arm_angle, f
         }
     };
     take(shoulder, wrist, theta4);
-    if (theta4 > 0) take(shoulder * half_turn_z, conjugate(half_turn_z) * wrist, -theta4);
+    take(shoulder * half_turn_z, conjugate(half_turn_z) * wrist, -theta4);
     return count;
 }
 
@@ -501,7 +526,7 @@ int arm_angles_of(const ARM_MODEL& arm, const Transform& flange, ARM_INTERVAL in
     const double theta4 = target.bend();
     const BallRotors rotors(target.line(), Elbow(lengths, theta4), target.rotation);
     const BallJoints balls(rotors.shoulder, rotors.wrist, Pair{}, 0);
-    return feasible_arm_angles(balls, goals_of({}, limits_of(arm, false), theta4, true), intervals);
+    return feasible_arm_angles(balls, goals_of({}, limits_of(arm, true), theta4, true), intervals);
 }
 
 } // namespace kx

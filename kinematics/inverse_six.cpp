@@ -26,8 +26,9 @@
 namespace kx {
 namespace {
 
-// Cosines up to this pass for rounding of 1.
-constexpr double cosine_bound = 1.0002f;
+// Cosines up to this pass for rounding of 1: of the classic function, which then leaves the wrist up to 39
+// micrometres from its place, and of arm models, 4 at most.
+constexpr double classic_bound = 1.0002f, rounding_bound = 1.00002;
 // A sine below this counts as zero; and one that even a target's rounding may make of zero.
 constexpr double vanishing = 5e-5f, coaxial = 3e-6;
 // A wrist centre this near to axis 1 (metres), or an elbow this near to stretched (radians): there a pose of
@@ -65,16 +66,6 @@ Arm arm_of(const ARM_MODEL& m)
                 0.3f / degrees_per_radian,
                 true};
     return {d1, a2, a3, d3, a4, d4, m.flange, {0, right, right, 0, 0, 0}, 0.087f, false};
-}
-
-// An angle as q, within half a turn of 0. On the seam, where both ends are the same place, it takes the
-// reference's.
-float as_joint(double angle, float reference)
-{
-    if (angle > pi) angle -= two_pi;
-    if (angle < -pi) angle += two_pi;
-    if (std::fabs(angle) > pi - seam_slack && angle * reference < 0) angle -= std::copysign(two_pi, angle);
-    return static_cast<float>(angle);
 }
 
 // The turn of an angle that is nearest to the reference.
@@ -172,6 +163,29 @@ class SixJoints {
     {
         return q >= low[joint] - inside_slack && q <= high[joint] + inside_slack;
     }
+    // The limit, for an angle beyond it by no more than `slack`.
+    float on_limit(int joint, float q, double slack) const
+    {
+        const float limit = std::clamp(q, low[joint], high[joint]);
+        return std::fabs(q - limit) < slack ? limit : q;
+    }
+    // Which end of its turn a joint takes on the seam, where both are the same place: the reference's, unless the
+    // limits leave only the other.
+    double side(int joint) const
+    {
+        if (wanted != Wanted::nearest && high[joint] < pi - seam_slack) return -1;
+        if (wanted != Wanted::nearest && low[joint] > seam_slack - pi) return 1;
+        return reference[joint];
+    }
+    // An angle as q, within half a turn of 0.
+    float as_joint(int joint, double angle) const
+    {
+        if (angle > pi) angle -= two_pi;
+        if (angle < -pi) angle += two_pi;
+        if (std::fabs(angle) > pi - seam_slack && angle * side(joint) < 0)
+            angle -= std::copysign(two_pi, angle);
+        return static_cast<float>(angle);
+    }
     // The turn of joint 6 that is nearest to the reference; inside the limits, if others do not count.
     float sixth(double angle) const
     {
@@ -184,6 +198,7 @@ class SixJoints {
     const Transform flange;
     const std::array<Range, 7> chain;
     const Wanted wanted;
+    const double cosine_bound = wanted == Wanted::nearest ? classic_bound : rounding_bound;
     float reference[6], low[6], high[6]; // limits
     double centre[3];                    // of the wrist
 
@@ -204,7 +219,7 @@ int SixJoints::shoulders(Shoulder found[4])
 
     int n = 0;
     const auto add = [&](double angle, Direction theta1, double along) {
-        const float q1 = as_joint(angle - arm.offset[0], reference[0]);
+        const float q1 = as_joint(0, angle - arm.offset[0]);
         if (admits(0, q1)) found[n++] = {q1, theta1, along};
     };
     if (x < near_axis && wanted != Wanted::all_inside) {
@@ -232,7 +247,7 @@ int SixJoints::elbows(const Shoulder& shoulder, Elbow found[3])
     const auto add = [&](double cosine, double sine) {
         const Direction theta3 = {(arm.a4 * cosine - arm.d4 * sine) / L,
                                   (arm.a4 * sine + arm.d4 * cosine) / L};
-        const float q3 = as_joint(arc_tangent(theta3.sine, theta3.cosine) - arm.offset[2], reference[2]);
+        const float q3 = as_joint(2, arc_tangent(theta3.sine, theta3.cosine) - arm.offset[2]);
         if (admits(2, q3)) found[n++] = {q3, theta3};
     };
     if (c > 1 - near_stretched * near_stretched / 2 && wanted != Wanted::all_inside) {
@@ -256,7 +271,7 @@ SixJoints::UpperArm SixJoints::upper_arm(const Shoulder& shoulder, const Elbow& 
     const double x = shoulder.x - arm.a2, z = centre[2] - arm.d1;
     const double scale = 1 / std::sqrt((x * x + z * z) * (along * along + across * across));
     const double c2 = (x * along + z * across) * scale, s2 = (z * along - x * across) * scale;
-    const float q2 = as_joint(arc_tangent(s2, c2) - arm.offset[1], reference[1]);
+    const float q2 = as_joint(1, arc_tangent(s2, c2) - arm.offset[1]);
     return {q2, c2 * c3 - s2 * s3, s2 * c3 + c2 * s3};
 }
 
@@ -296,8 +311,8 @@ void SixJoints::try_wrist(const float arm_joints[3], const Rotation& wrist, floa
     const double theta4 = arc_tangent(y, x);
     const double theta6 = arc_tangent(wrist[2][1], -wrist[2][0]);
     for (double half_turn : {0.0, pi}) {
-        joint[3] = as_joint(theta4 + half_turn, reference[3]);
-        joint[4] = as_joint(half_turn == 0 ? theta5 : -theta5, reference[4]);
+        joint[3] = as_joint(3, theta4 + half_turn);
+        joint[4] = as_joint(4, half_turn == 0 ? theta5 : -theta5);
         joint[5] = sixth(theta6 + half_turn - arm.offset[5]);
         consider(joint, wrist, distance);
     }
@@ -306,10 +321,10 @@ void SixJoints::try_wrist(const float arm_joints[3], const Rotation& wrist, floa
 void SixJoints::try_straight_wrist(const float arm_joints[3], const Rotation& wrist, float distance)
 {
     float joint[6] = {arm_joints[0], arm_joints[1], arm_joints[2]};
+    const bool folded = wrist[2][2] < 0;
     share_turn(wrist, joint);
     if (wanted != Wanted::nearest && !(inside(3, joint[3]) && inside(5, joint[5]))) {
         SharedTurn turn; // joint 6 counts the other way round if the wrist is folded
-        const bool folded = wrist[2][2] < 0;
         turn.add(reference[3], low[3], high[3]);
         turn.add(folded ? -reference[5] : reference[5], folded ? -high[5] : low[5],
                  folded ? -low[5] : high[5]);
@@ -318,7 +333,9 @@ void SixJoints::try_straight_wrist(const float arm_joints[3], const Rotation& wr
         joint[5] = static_cast<float>(folded ? -turn.angle[1] : turn.angle[1]);
     }
     const double bend = wrist[0][2] * std::cos(joint[3]) + wrist[1][2] * std::sin(joint[3]);
-    joint[4] = as_joint(arc_tangent(bend, wrist[2][2]), reference[4]);
+    const bool other_end = folded && bend * side(4) < 0; // folded back on itself is one place with both ends
+    joint[4] = as_joint(4, other_end ? pi : arc_tangent(bend, wrist[2][2]));
+    if (wanted != Wanted::nearest && !folded) joint[4] = on_limit(4, joint[4], vanishing);
     consider(joint, wrist, distance);
 }
 
@@ -363,12 +380,15 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
     for (int i = 0; i < 6; ++i)
         near[i] = within_reason(reference[i] * degrees_per_radian) * radians_per_degree;
     float joint[6] = {near[0], q2, elbow.q3, near[3], near[4], near[5]};
-    const auto offer = [&] {
+    const auto offer = [&](bool only_if_straight = false) {
         float distance = 0;
         for (int i = 0; i < 3; ++i)
             distance += squared(joint[i] - reference[i]);
         const auto [s1, c1] = sine_cosine<double>(joint[0]);
-        consider(joint, wrist({c1, s1}, upper), distance);
+        const Rotation turned = wrist({c1, s1}, upper);
+        if (square(turned[0][2]) + square(turned[1][2]) < square(vanishing))
+            try_straight_wrist(joint, turned, distance);
+        if (!only_if_straight) consider(joint, turned, distance);
     };
 
     const double tilt = std::max(std::fabs(ahead_of_it[0][2]), std::fabs(ahead_of_it[1][2]));
@@ -410,6 +430,10 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
         left_out = true;
         return;
     }
+    // Where the wrist is straight, joints 4 and 6 share their turn, which the search passes on one side only.
+    const double straight = nearest_turn(balls.nearest()[1], std::clamp(near[0], low[0], high[0]));
+    joint[0] = on_limit(0, static_cast<float>(straight), coaxial);
+    if (inside(0, joint[0])) offer(true);
     const Deviations off = nearest_branch(balls, goals, theta1);
     const auto turned = [&](int i, double by) {
         const double q = near[i] + by;

@@ -3,7 +3,7 @@
 namespace kx {
 namespace {
 
-constexpr double at_end = 1e-7; // this near to an end of its turn, a joint counts as standing there
+constexpr double at_end = 1e-6; // this near to an end of its turn, a joint counts as standing there
 
 struct Interval {
     Pair low, high;
@@ -197,11 +197,13 @@ Distance Piece::distance(const BranchStart& start, const BallAngles& p) const
 
 double Piece::least_bend(const BranchStart& start) const
 {
-    // The middle angle's rate grows until it is steepest, and falls from there.
+    // The middle angle's rate grows until it is steepest, and falls from there. Which way it goes, the angles
+    // tell; at the ends the rates may be zeros of either sign.
     Interval middle_rate = between(a_.middle.rate, b_.middle.rate);
     const Pair steepest = a_.middle_bend * b_.middle_bend < 0 ? balls_.steepest() : pair(0);
-    middle_rate = {min(middle_rate.low, middle_rate.high > 0 ? middle_rate.low : -steepest),
-                   max(middle_rate.high, middle_rate.low < 0 ? middle_rate.high : steepest)};
+    const auto grows = b_.middle.value > a_.middle.value;
+    middle_rate = {grows ? middle_rate.low : min(middle_rate.low, -steepest),
+                   grows ? max(middle_rate.high, steepest) : middle_rate.high};
     const Pair least_rate2 = least_square(middle_rate);
     const Pair largest_rate2 = max(square(middle_rate.low), square(middle_rate.high));
 

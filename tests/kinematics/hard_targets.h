@@ -86,10 +86,14 @@ class Candidate {
 class SixJudge {
     const int model;
     const Limits limits;
+    const double cosine_bound;
 
   public:
-    explicit SixJudge(const ARM_MODEL& m) : model(m.model), limits(limits_of(m)) {}
-    SixJudge(int model_code, const Limits& other) : model(model_code), limits(other) {}
+    explicit SixJudge(const ARM_MODEL& m) : SixJudge(m.model, limits_of(m), 1.00001) {}
+    SixJudge(int model_code, const Limits& other, double bound)
+        : model(model_code), limits(other), cosine_bound(bound)
+    {
+    }
 
     double nearest(const KDL::Frame& flange, const std::vector<double>& reference) const
     {
@@ -113,7 +117,7 @@ class SixJudge {
     double at(const KDL::Frame& flange, const std::vector<double>& reference) const
     {
         double best = INFINITY;
-        for (const judge::Six& q : judge::solutions(model, flange)) {
+        for (const judge::Six& q : judge::solutions(model, flange, cosine_bound)) {
             Candidate c(limits, reference);
             for (int i : {0, 1, 2})
                 c.stands(i, q[i]);

@@ -110,6 +110,8 @@ struct Ball {
 
 inline Ball ball(const KDL::Rotation& r, double side)
 {
+    if (std::hypot(r(0, 2), r(1, 2)) < 1e-12) // straight or folded: the rest is rounding
+        return {std::atan2(r(2, 2) * r(1, 0), r(2, 2) * r(0, 0)), r(2, 2) > 0 ? 0 : side * M_PI, 0};
     return {std::atan2(side * r(1, 2), side * r(0, 2)),
             side * std::atan2(std::hypot(r(0, 2), r(1, 2)), r(2, 2)),
             std::atan2(side * r(2, 1), -side * r(2, 0))};

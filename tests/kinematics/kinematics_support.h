@@ -54,8 +54,14 @@ inline ::testing::AssertionResult matches(const KinPose& pose, const KDL::Frame&
     return ::testing::AssertionSuccess();
 }
 
+// Other numbers on --gtest_random_seed=N.
+inline unsigned seed()
+{
+    return 1 + static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
+}
+
 class Random {
-    std::mt19937 bits{1};
+    std::mt19937 bits{seed()};
 
   public:
     float between(float low, float high) { return std::uniform_real_distribution<float>(low, high)(bits); }

@@ -30,8 +30,8 @@ inline bool near_singular(int model, const KDL::Frame& flange, const float* join
            bend * wrist < 0.1;
 }
 
-// Radians, every joint within half a turn of zero; NaN where a branch is out of reach.
-inline std::array<Six, 8> solutions(int model, const KDL::Frame& flange)
+// Radians, every joint within half a turn of zero; NaN where a branch is out of reach, its cosine beyond a bound.
+inline std::array<Six, 8> solutions(int model, const KDL::Frame& flange, double bound)
 {
     struct Geometry {
         double a1, a2, b, c1, c2, c3; // metres
@@ -45,8 +45,8 @@ inline std::array<Six, 8> solutions(int model, const KDL::Frame& flange)
     const double nx1 = std::sqrt(c.x() * c.x() + c.y() * c.y() - b * b) - a1, z = c.z() - c1;
     const double s1 = std::hypot(nx1, z), s2 = std::hypot(nx1 + 2 * a1, z), k = std::hypot(a2, c3);
     const double aside = std::atan2(b, nx1 + a1);
-    const auto arc_cosine = [](double x) {
-        return std::fabs(x) < 1.0002 ? std::acos(std::clamp(x, -1., 1.)) : NAN;
+    const auto arc_cosine = [=](double x) {
+        return std::fabs(x) < bound ? std::acos(std::clamp(x, -1., 1.)) : NAN;
     };
 
     std::array<Six, 8> all;
