@@ -25,6 +25,7 @@
 #include "kx/arm/model.hpp"
 #include "kx/arm/motion.hpp"
 #include "kx/arm/settings.hpp"
+#include "kx/arm/stream.hpp"
 #include "kx/arm/teaching.hpp"
 
 #include <climits>
@@ -267,6 +268,12 @@ class BasicArm : public Moving<Errors> {
                           std::chrono::milliseconds timeout = std::chrono::seconds(1)) const
     {
         return {this->bond(), port, bits_per_s, timeout};
+    }
+
+    /** Opens a stream of targets, which brakes and ends when the result goes. One at a time. */
+    Stream<Errors> stream(const KX_STREAM_OPTIONS& options = stream_options()) const
+    {
+        return {this->bond(), options};
     }
     /** @} */
 

@@ -6,6 +6,7 @@
 #include "support/peer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <set>
@@ -337,8 +338,13 @@ TEST(Motion, IsUnderWayUntilItHasEnded)
     EXPECT_TRUE(motion.done().value);
 
     const auto second = arm.move_joints(joint);
-    std::thread canceller([&] { arm.cancel(); });
+    std::atomic<bool> has_ended = false;
+    std::thread canceller([&] {
+        for (; !has_ended; std::this_thread::sleep_for(1ms))
+            arm.cancel();
+    });
     EXPECT_EQ(second.wait_for(1h).status.code(), KX_CANCELLED);
+    has_ended = true;
     canceller.join();
     EXPECT_FALSE(second.done().value);
 }

@@ -4,3 +4,4 @@
 template class kx::BasicArm<kx::Returning>;
 template class kx::Modbus<kx::Returning>;
 template class kx::Motion<kx::Returning>;
+template class kx::Stream<kx::Returning>;

@@ -24,9 +24,9 @@ struct Options {
     std::chrono::milliseconds
         silence{};          /**< how long a controller may be silent before it counts as lost; 5 s */
     bool reconnect = false; /**< connect again after a loss, as Arm::set_up says */
-    std::function<void(const Push&)> on_push;    /**< receives every push */
-    std::function<void(KX_LINK_STATE)> on_state; /**< is told when the connection is lost, and mended */
-    std::function<void(KX_LINK_EVENT, std::string_view)> on_log; /**< is told each line and change */
+    std::function<void(const Push&)> on_push{};    /**< receives every push */
+    std::function<void(KX_LINK_STATE)> on_state{}; /**< is told when the connection is lost, and mended */
+    std::function<void(KX_LINK_EVENT, std::string_view)> on_log{}; /**< is told each line and change */
 };
 
 namespace detail {

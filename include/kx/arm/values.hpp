@@ -157,7 +157,7 @@ using Time = std::chrono::steady_clock::time_point;
 /** What an arm does at a moment. */
 struct State {
     Degrees joints;           /**< joint angles */
-    Pose pose;                /**< the tool in the active frames */
+    Pose pose{};              /**< the tool in the active frames */
     int arm_error = 0;        /**< error code of the arm, 0 when healthy */
     int controller_error = 0; /**< error code of the controller, 0 when healthy */
     Time asked = {};          /**< when the question left; set for subscribed states, otherwise zero */
@@ -182,7 +182,7 @@ struct Push {
     int type = 0;       /**< 1 joint targets, 2 pose targets, 3 force-position */
     int result = 0;     /**< 0, or another number when the target was refused and there is no state in it */
     Degrees joints;     /**< joint angles */
-    Pose pose;          /**< the tool, zeros where the push had none */
+    Pose pose{};        /**< the tool, zeros where the push had none */
     Time received = {}; /**< when it reached the queue or the callback */
 };
 
@@ -194,8 +194,8 @@ struct Pace {
 
 /** A named frame stored by the controller. */
 struct Frame {
-    std::string name;                   /**< at most 9 characters */
-    Pose pose;                          /**< relative to the flange (tool) or to the base (work) */
+    std::string name{};                 /**< at most 9 characters */
+    Pose pose{};                        /**< relative to the flange (tool) or to the base (work) */
     float payload_kg = 0;               /**< mass carried; of tool frames only */
     std::array<float, 3> centre_m = {}; /**< its centre of mass; of tool frames only */
 };
