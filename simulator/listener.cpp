@@ -6,11 +6,23 @@ namespace kx::sim {
 
 using asio::ip::tcp;
 
+namespace {
+
+/** Of what a name stands for, the address that clients try first. */
+tcp::endpoint found(const tcp::resolver::results_type& endpoints)
+{
+    for (const auto& entry : endpoints)
+        if (entry.endpoint().protocol() == tcp::v4()) return entry.endpoint();
+    return endpoints.begin()->endpoint();
+}
+
+} // namespace
+
 Listener::Listener(asio::io_context& loop, const std::string& host, unsigned short port, Log log, Take take)
     : acceptor_(loop), retry_(loop), log_(std::move(log)), take_(std::move(take))
 {
     try {
-        const tcp::endpoint endpoint(asio::ip::make_address(host), port);
+        const tcp::endpoint endpoint = found(tcp::resolver(loop).resolve(host, std::to_string(port)));
         acceptor_.open(endpoint.protocol());
         acceptor_.set_option(tcp::acceptor::reuse_address(true));
         acceptor_.bind(endpoint);

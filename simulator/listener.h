@@ -15,7 +15,7 @@ class Listener {
   public:
     using Take = std::function<void(asio::ip::tcp::socket socket)>;
 
-    /** @param host an address
+    /** @param host an address, or a name for one
      *  @param port 0 picks a free one
      *  @throws std::runtime_error if it cannot listen there */
     Listener(asio::io_context& loop, const std::string& host, unsigned short port, Log log, Take take);

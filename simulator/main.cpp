@@ -7,12 +7,16 @@
 
 #include <CLI/CLI.hpp>
 
+#include <kx_base.h>
+
 #include "line/faults.h"
 #include "server.h"
 
 namespace {
 
 using namespace kx::sim;
+
+constexpr int wrong_use = 64; ///< as an exit status
 
 /** Values by channel or address. */
 using Channels = std::map<int, double>;
@@ -68,8 +72,12 @@ void add_world_options(CLI::App& app, World& world, Given& given)
     add_channels(app, "--tool-di", given.tool_inputs, "inputs of the tool flange, where it has no outputs");
     app.add_option("--object", given.object_width, "width of an object between the gripper's fingers, mm")
         ->check(CLI::Range(0.0, 100.0));
-    app.add_option("--object-mass", given.object_mass, "its mass, kg")->capture_default_str();
-    app.add_option("--payload", world.payload, "mass mounted on the flange, kg")->capture_default_str();
+    app.add_option("--object-mass", given.object_mass, "its mass, kg")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    app.add_option("--payload", world.payload, "mass mounted on the flange, kg")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     app.add_option("--table", given.table, "height of a level surface that the flange can touch, mm");
     app.add_option("--lead", given.way,
                    "where the operator leads the arm in drag teaching: joint angles with commas, degrees; "
@@ -87,10 +95,15 @@ void add_testing_options(CLI::App& app, ServerOptions& options)
                    "what goes wrong from the start, see below; may be given several times")
         ->allow_extra_args(false)
         ->type_name("FAULT");
-    app.add_option("--fault-script", options.fault_script,
-                   "file of faults, one a line after the seconds since the first connection, or after the "
-                   "command at whose first request it begins: 2.5 silence, movej reset, movej+0.4 collision")
+    app.add_option("--script,--fault-script", options.script,
+                   "file of what happens, one a line after the seconds since the first connection, after the "
+                   "command at whose first request it begins, or after an output: 2.5 silence, movej reset, "
+                   "movej+0.4 collision, do 1 rises, +0.5 di 2 on; before a command or an output, every")
         ->type_name("FILE");
+    app.add_option("--control", options.control,
+                   "port of this machine on which the same is heard line by line, 0 picks a free one; -: the "
+                   "standard input")
+        ->type_name("PORT|-");
     app.add_option("--seed", options.seed, "of the faults that strike by chance")->capture_default_str();
     app.add_option("--record", options.record, "file into which all traffic is recorded, without passwords")
         ->type_name("FILE");
@@ -100,7 +113,7 @@ void add_testing_options(CLI::App& app, ServerOptions& options)
     app.add_option("--proxy", options.proxy, "controller that answers instead of the arm")
         ->type_name("HOST:PORT")
         ->excludes(replay);
-    app.footer("Faults, ended by their name and off, or all by off:\n" + Faults::help());
+    app.footer("What happens; faults are ended by their name and off, or all by off:\n" + Faults::help());
 }
 
 void complete_world(const CLI::App& app, World& world, const Given& given, std::size_t joints)
@@ -120,6 +133,12 @@ void complete_world(const CLI::App& app, World& world, const Given& given, std::
     }
 }
 
+int complain(const std::exception& error, int status)
+{
+    std::fprintf(stderr, "kx-controller: %s\n", error.what());
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -128,7 +147,7 @@ int main(int argc, char** argv)
     Given given;
     CLI::App app("Virtual controller of a robot arm: any number of clients, one simulated arm.",
                  "kx-controller");
-    app.add_option("--host", options.host, "address to listen on")->capture_default_str();
+    app.add_option("--host", options.host, "address or name to listen on")->capture_default_str();
     app.add_option("--port", options.port, "TCP port to listen on, 0 picks a free one")
         ->capture_default_str();
     app.add_option("--model", options.model, "arm model code")
@@ -153,18 +172,23 @@ int main(int argc, char** argv)
                        "serve a page that shows the arm; 8090 unless a port is given, 0 picks a "
                        "free one")
             ->expected(0, 1);
-    app.add_option("--web-host", options.web_host, "address at which the page is served")
+    app.add_option("--web-host", options.web_host, "address or name at which the page is served")
         ->capture_default_str();
     add_world_options(app, options.world, given);
     add_testing_options(app, options);
-    CLI11_PARSE(app, argc, argv);
-
-    if (web->count() > 0) options.web_port = web_port;
+    app.set_version_flag("--version", std::string("kx-controller ") + API_Version());
     try {
+        app.parse(argc, argv);
+        if (web->count() > 0) options.web_port = web_port;
         complete_world(app, options.world, given, options.model == 47 ? 7 : 6);
         serve(options);
+    } catch (const CLI::Success& help) {
+        return app.exit(help);
+    } catch (const CLI::ParseError& error) {
+        return complain(error, wrong_use);
+    } catch (const std::invalid_argument& error) {
+        return complain(error, wrong_use);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "kx-controller: %s\n", error.what());
-        return 1;
+        return complain(error, 1);
     }
 }

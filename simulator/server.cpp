@@ -11,12 +11,13 @@
 #include <asio/steady_timer.hpp>
 
 #include "arm/clock.h"
+#include "control.h"
 #include "devices/modbus_tcp.h"
-#include "line/fault_script.h"
 #include "line/faults.h"
 #include "line/playback.h"
 #include "line/proxy.h"
 #include "line/recorder.h"
+#include "line/script.h"
 #include "line/secrets.h"
 #include "listener.h"
 #include "session.h"
@@ -72,8 +73,10 @@ class Server : public Session::Host, public Answerer {
     std::string act(const std::string& request);
 
     void set_up_faults(const ServerOptions& options);
-    std::string apply_fault(const std::string& text, double time);
-    void run_fault_script();
+    std::string make_happen(const std::string& text, double time);
+    std::string hear(const std::string& line);
+    void run_script();
+    void heed_outputs();
 
     asio::io_context loop_{1};
     asio::signal_set signals_{loop_, SIGINT, SIGTERM};
@@ -93,8 +96,10 @@ class Server : public Session::Host, public Answerer {
 
     Faults faults_;
     unsigned seed_;
-    FaultScript script_;
+    Script script_;
     asio::steady_timer script_timer_{loop_};
+    decltype(Io::digital_outputs) outputs_{}; ///< as the script knows them
+    std::optional<Control> control_;
 
     Page page_;
     asio::steady_timer frame_{loop_};
@@ -114,6 +119,8 @@ Server::Server(const ServerOptions& options)
                            session->reset();
                    },
                .set_speed = [this](double factor) { clock_.set_speed(factor); },
+               .pause = [this](bool on) { clock_.pause(on); },
+               .step = [this](double seconds) { clock_.step(seconds); },
                .speed = options.speed}),
       seed_(options.seed), page_(controller_, simulated_)
 {
@@ -136,9 +143,14 @@ Server::Server(const ServerOptions& options)
     if (options.trace) taps_.push_back(std::make_shared<Trace>());
     if (!options.record.empty()) taps_.push_back(std::make_shared<Recorder>(options.record));
     const std::string page = options.web_port ? start_page(options) : "";
+    if (!options.control.empty())
+        control_.emplace(loop_, options.control, log_line,
+                         [this](const std::string& line) { return hear(line); });
     signals_.async_wait([this](auto, int) { loop_.stop(); });
     std::cout << "kx-controller: " << answering << " listening on " << listener_->endpoint() << std::endl;
     if (web_) std::cout << "kx-controller: page at " << page << std::endl;
+    if (control_ && control_->endpoint())
+        std::cout << "kx-controller: control at " << *control_->endpoint() << std::endl;
 }
 
 void Server::run()
@@ -163,7 +175,7 @@ void Server::take_in(tcp::socket socket)
     sessions_.push_back(session);
     session->begin(answerer_of(session));
     script_.connected(clock_.now());
-    run_fault_script();
+    run_script();
 }
 
 std::shared_ptr<Answerer> Server::answerer_of(const std::shared_ptr<Session>& session)
@@ -183,12 +195,12 @@ std::vector<std::shared_ptr<Session>> Server::sessions() const
 
 void Server::comes(const Request& request)
 {
-    run_fault_script();
-    if (!script_.awaits_requests() || !request.fault.empty()) return;
+    run_script();
+    if (!script_.awaits_something() || !request.fault.empty()) return;
     const Json json = parsed(request.text);
     if (const auto name = json.find("command"); name != json.end() && name->is_string()) {
         script_.requested(*name, clock_.now());
-        run_fault_script();
+        run_script();
     }
 }
 
@@ -198,6 +210,7 @@ void Server::answer(const Request& request, const ClientHandle& client)
         controller_.handle(request.text, clock_.now(), client);
     else
         controller_.complain(request.fault, *client);
+    heed_outputs();
     schedule();
 }
 
@@ -223,7 +236,7 @@ void Server::schedule()
     event_.expires_after(clock_.until(*event));
     event_.async_wait([this](asio::error_code cancelled) {
         if (cancelled) return;
-        run_fault_script();
+        run_script();
         controller_.advance(clock_.now());
         schedule();
     });
@@ -239,8 +252,7 @@ std::string Server::start_page(const ServerOptions& options)
     for (const auto& [name, arguments, help] : Faults::forms())
         about["faults"].push_back({name, arguments, help});
     const std::string& host = options.web_host;
-    const auto found = tcp::resolver(loop_).resolve(host, "");
-    page_listener_.emplace(loop_, found->endpoint().address().to_string(), *options.web_port, log_line,
+    page_listener_.emplace(loop_, host, *options.web_port, log_line,
                            [this](tcp::socket socket) { web_->serve(std::move(socket)); });
     const std::string address = (host.find(':') == host.npos ? host : '[' + host + ']') + ':' +
                                 std::to_string(page_listener_->endpoint().port());
@@ -268,7 +280,7 @@ void Server::show_frame()
 {
     page_.check_hold();
     if (web_->watched()) {
-        run_fault_script();
+        run_script();
         const double now = clock_.now();
         controller_.advance(now);
         schedule();
@@ -283,14 +295,14 @@ void Server::show_frame()
 /** Does what a page asks for; returns why not. */
 std::string Server::act(const std::string& request)
 {
-    run_fault_script();
+    run_script();
     controller_.advance(clock_.now());
     std::string refused;
     try {
         const Json wish = parsed(request);
         if (wish.is_discarded()) throw std::invalid_argument("not JSON");
         if (wish.at("act") == "fault")
-            refused = apply_fault(wish.at("text"), clock_.now());
+            refused = make_happen(wish.at("text"), clock_.now());
         else
             page_.act(wish);
     } catch (const std::exception& error) {
@@ -301,45 +313,77 @@ std::string Server::act(const std::string& request)
     return refused;
 }
 
-// --- faults
+// --- what happens on demand
 
 void Server::set_up_faults(const ServerOptions& options)
 {
     for (const std::string& fault : options.faults)
         if (const std::string wrong = faults_.apply(fault); !wrong.empty())
             throw std::invalid_argument("--fault: " + wrong);
-    if (options.fault_script.empty()) return;
-    std::ifstream file(options.fault_script);
-    script_ =
-        FaultScript(file, options.fault_script, [this](const auto& fault) { return faults_.check(fault); });
+    if (options.script.empty()) return;
+    std::ifstream file(options.script);
+    script_ = Script(file, options.script, [this](const auto& text) { return faults_.check(text); });
 }
 
-/** Begins or ends a fault; returns what is wrong with its text.
+/** Begins or ends a fault, or what else its text says; returns what is wrong with that.
  * @param time when it happens to the arm, if that has not gone beyond it */
-std::string Server::apply_fault(const std::string& text, double time)
+std::string Server::make_happen(const std::string& text, double time)
 {
     if (std::string wrong = faults_.check(text); !wrong.empty()) return wrong;
-    log(0, "fault: " + text);
+    log(0, "happens: " + text);
     controller_.advance(time);
     faults_.apply(text);
     controller_.advance(time); // tells those whose motion it has ended
     for (const auto& session : sessions())
         session->wake();
     schedule();
-    run_fault_script(); // the clock may run at another speed now
+    run_script(); // the clock may run at another speed now
     return "";
 }
 
+/** A line of the control: what happens now, or when something is to happen. */
+std::string Server::hear(const std::string& line)
+{
+    run_script();
+    const double now = clock_.now();
+    if (!Script::says_when(line)) {
+        std::string wrong = make_happen(line, now);
+        do // after a step, what there is to plan before the next
+            controller_.advance(clock_.now());
+        while (controller_.arm().planning());
+        schedule();
+        return wrong;
+    }
+    try {
+        script_.add(
+            line, [this](const auto& text) { return faults_.check(text); }, now);
+    } catch (const std::invalid_argument& wrong) {
+        return wrong.what();
+    }
+    run_script();
+    return "";
+}
+
+/** Tells the script which digital outputs a request has switched. */
+void Server::heed_outputs()
+{
+    const auto& outputs = controller_.peripherals().io.digital_outputs;
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+        if (outputs[i] != outputs_[i]) script_.switched(i + 1, outputs[i], clock_.now());
+    outputs_ = outputs;
+    run_script();
+}
+
 /** Before the controller is moved on, so that faults come when they are due even on a busy machine. */
-void Server::run_fault_script()
+void Server::run_script()
 {
     while (const auto due = script_.due(clock_.now()))
-        apply_fault(due->fault, due->time);
+        make_happen(due->text, due->time);
     const auto event = script_.next_event();
     if (!event) return void(script_timer_.cancel());
     script_timer_.expires_after(clock_.until(*event));
     script_timer_.async_wait([this](asio::error_code cancelled) {
-        if (!cancelled) run_fault_script();
+        if (!cancelled) run_script();
     });
 }
 

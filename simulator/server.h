@@ -23,7 +23,8 @@ struct ServerOptions {
     std::string modbus_tcp; ///< HOST:PORT of a slave behind the controller's ports, instead of simulated ones
 
     std::vector<std::string> faults; ///< from the start; see faults.h
-    std::string fault_script;        ///< file; see fault_script.h
+    std::string script;              ///< file; see script.h
+    std::string control;             ///< port, or - for the standard input; see control.h
     unsigned seed = 1;               ///< of faults that strike by chance
     std::string record;              ///< file into which all traffic is recorded
     std::string replay;              ///< file of a recording that answers instead of the arm

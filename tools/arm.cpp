@@ -9,6 +9,7 @@
 
 #include <kx_base.h>
 #include <netdb.h>
+#include <nlohmann/json.hpp>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -66,6 +67,7 @@ static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it"
 } // namespace
 
 Arm::Arm(const std::string& address, int model, double timeout)
+    : address_(address), model_(model), timeout_(timeout)
 {
     const auto [host, port] = parse(address);
     KX_LINK_OPTIONS options;
@@ -106,7 +108,26 @@ std::string Arm::words(int status) const
 {
     char reason[300] = "";
     if (status == KX_REFUSED) KX_Link_Reason(link_, reason, sizeof reason);
-    return std::string(KX_Status_Words(status)) + (*reason ? ": " : "") + reason;
+    const bool may_misfit = status == KX_REFUSED || status == KX_WRONG_TYPE;
+    return std::string(KX_Status_Words(status)) + (*reason ? ": " : "") + reason +
+           (may_misfit ? misfit() : "");
+}
+
+/** The library takes the model as it is told, so the arm itself is asked how many joints it has. */
+std::string Arm::misfit() const
+{
+    try {
+        Wire wire(address_, timeout_);
+        wire.send("{\"command\":\"get_joint_degree\"}\r\n");
+        const auto reply = nlohmann::json::parse(wire.receive(timeout_), nullptr, false);
+        const std::size_t joints = reply.is_object() && reply.contains("joint") ? reply["joint"].size() : 0;
+        if (joints != 6 && joints != 7) return "";
+        if (joints == (model_ == 47 ? 7u : 6u)) return "";
+        return "; the arm has " + std::to_string(joints) + " joints, model " + std::to_string(model_) +
+               " has not";
+    } catch (const Failed&) {
+        return "";
+    }
 }
 
 Wire::Wire(const std::string& address, double timeout)

@@ -35,11 +35,17 @@ class Arm {
     /** Runs a move that waits; an interrupt of the program stops the arm, which ends the move. */
     int run_stoppably(const std::function<int()>& move) const;
 
-    /** What a status says, with the controller's own words for a refusal. */
+    /** What a status says, with the controller's own words for a refusal, and whether the arm is of another
+     *  model. */
     std::string words(int status) const;
 
   private:
+    std::string misfit() const;
+
     int link_;
+    const std::string address_;
+    const int model_;
+    const double timeout_;
 };
 
 /** A bare connection, for lines that are not the library's. Everything may throw Failed. */

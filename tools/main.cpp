@@ -66,7 +66,7 @@ class CommandLine {
         } catch (const CLI::Success& help) {
             return app_.exit(help);
         } catch (const CLI::ParseError& error) {
-            return complain(error.what());
+            return complain(app_.get_subcommands().empty() ? what_there_is() : error.what());
         } catch (const WrongUse& error) {
             return complain(error.what());
         }
@@ -155,10 +155,20 @@ class CommandLine {
         return answer.status;
     }
 
-    static int complain(const char* what)
+    static int complain(const std::string& what)
     {
-        std::fprintf(stderr, "kx: %s\nkx --help and kx COMMAND --help say more.\n", what);
+        std::fprintf(stderr, "kx: %s\nkx --help and kx COMMAND --help say more.\n", what.c_str());
         return wrong_use;
+    }
+
+    /** Answers who asks for something else. */
+    std::string what_there_is() const
+    {
+        const auto given = app_.remaining();
+        std::string text = given.empty() ? "a command is needed:" : "there is no " + given.front() + ", only";
+        for (const CLI::App* command : app_.get_subcommands([](const CLI::App*) { return true; }))
+            text += ' ' + command->get_name();
+        return text;
     }
 
     CLI::App app_;

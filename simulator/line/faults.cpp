@@ -82,6 +82,33 @@ double share(Words& words)
     return words.number("SHARE", 0, 1);
 }
 
+bool on_or_off(Words& words)
+{
+    const bool on = words.take("on");
+    if (!on && !words.take("off")) throw std::invalid_argument("on or off is missing");
+    return on;
+}
+
+/** One of the inputs of the surroundings. */
+template <auto inputs, typename Read>
+Action input(Words& words, Read read)
+{
+    const int channel = words.whole("CHANNEL", 1, io_channels);
+    return [channel, value = read(words)](FaultTarget& target) {
+        (target.controller->peripherals().world.*inputs)[static_cast<std::size_t>(channel - 1)] = value;
+    };
+}
+
+Action set_object(std::optional<Object> object)
+{
+    return [object](FaultTarget& target) { target.controller->peripherals().world.object = object; };
+}
+
+Action push(std::array<double, 3> force)
+{
+    return [force](FaultTarget& target) { target.controller->peripherals().world.push = force; };
+}
+
 Action raise(Fault fault)
 {
     return [fault](FaultTarget& target) { target.controller->peripherals().raise(fault); };
@@ -188,6 +215,47 @@ constexpr Kind kinds[] = {
      "somebody presses the button, system error 1; off: releases it, for a client to clear",
      [](Words&, const FaultTarget&) { return raise(Fault::emergency_stop); },
      [](FaultTarget& target) { target.controller->peripherals().system.release_emergency_stop(); }, true},
+    {"error", "CODE",
+     "the controller is in system error 1, 2 or 3 (emergency stop, force overload, collision)",
+     [](Words& words, const FaultTarget&) {
+         return raise(static_cast<Fault>(words.whole("CODE", 1, static_cast<int>(Fault::collision))));
+     },
+     nullptr, true},
+    {"di", "CHANNEL on|off", "a digital input of the controller",
+     [](Words& words, const FaultTarget&) { return input<&World::digital_inputs>(words, on_or_off); },
+     nullptr, true},
+    {"ai", "CHANNEL VOLTS", "an analogue one",
+     [](Words& words, const FaultTarget&) {
+         return input<&World::analogue_inputs>(words,
+                                               [](Words& more) { return more.number("VOLTS", 0, 10); });
+     },
+     nullptr, true},
+    {"tool-di", "CHANNEL on|off", "an input of the tool flange",
+     [](Words& words, const FaultTarget&) { return input<&World::tool_inputs>(words, on_or_off); }, nullptr,
+     true},
+    {"object", "WIDTH [mass KG]",
+     "something so many mm wide comes between the gripper's fingers; off: it is gone",
+     [](Words& words, const FaultTarget&) {
+         Object object{words.number("WIDTH", 1, 100)};
+         if (words.take("mass")) object.mass = words.number("KG", 0, 10);
+         return set_object(object);
+     },
+     [](FaultTarget& target) { set_object({})(target); }, true},
+    {"push", "X Y Z", "a hand against the flange, N in the base frame; off: it lets go",
+     [](Words& words, const FaultTarget&) {
+         std::array<double, 3> force{};
+         for (double& part : force)
+             part = words.number("force", -200, 200);
+         return push(force);
+     },
+     [](FaultTarget& target) { push({})(target); }, true},
+    {"pause", "", "simulated time stands still; off: it goes on",
+     [](Words&, const FaultTarget&) -> Action { return [](FaultTarget& target) { target.pause(true); }; },
+     [](FaultTarget& target) { target.pause(false); }},
+    {"step", "SECONDS", "simulated time goes on by so much at once",
+     [](Words& words, const FaultTarget&) -> Action {
+         return [seconds = words.number("SECONDS", 0, 3600)](FaultTarget& target) { target.step(seconds); };
+     }},
     {"speed", "FACTOR", "simulated time runs so many times as fast as real time; off: as at the start",
      [](Words& words, const FaultTarget&) -> Action {
          return [factor = words.number("FACTOR", 0.001, 1000)](FaultTarget& target) {
@@ -204,7 +272,7 @@ const Kind& kind_of(const std::string& name)
     std::string names;
     for (const Kind& kind : kinds)
         names += (names.empty() ? "" : ", ") + std::string(kind.name);
-    throw std::invalid_argument("there is no fault \"" + name + "\", only " + names);
+    throw std::invalid_argument("there is no \"" + name + "\", only " + names);
 }
 
 /** Bytes that no line of a controller is taken for: neither letters nor digits, nor line ends. */

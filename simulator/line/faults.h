@@ -1,9 +1,9 @@
-// Faults on demand, for testing applications: what goes wrong with the lines to the clients, with their
-// connections and with the arm.
+// What happens on demand, for testing applications: faults of the lines to the clients, of their connections
+// and of the arm, and what somebody beside the arm does.
 //
-// A fault is asked for in a line of text, for instance "delay 200 jitter 50", which takes the place of an
-// earlier one of its name; "delay off" ends it, "off" ends them all. Command line, scripts and the page use
-// the same text. The table in faults.cpp holds all there are.
+// It is asked for in a line of text, for instance "delay 200 jitter 50" or "di 1 on". A fault takes the place
+// of an earlier one of its name; "delay off" ends it, "off" ends them all. Command line, scripts, control port
+// and page use the same text. The table in faults.cpp holds all there is.
 #pragma once
 
 #include <chrono>
@@ -55,6 +55,8 @@ struct FaultTarget {
     Controller* controller = nullptr; ///< none if another controller answers, or a recording
     std::function<void()> reset_connections = {};
     std::function<void(double factor)> set_speed = {};
+    std::function<void(bool on)> pause = {};
+    std::function<void(double seconds)> step = {};
     double speed = 1; ///< at the start
 };
 
@@ -75,13 +77,13 @@ class Faults {
     /** The texts of all faults that go on. */
     std::vector<std::string> in_force() const;
 
-    /** How the faults are written. */
+    /** How they are written. */
     struct Form {
         std::string_view name, arguments, help;
     };
     static std::vector<Form> forms();
 
-    /** One line for every fault. */
+    /** One line for each. */
     static std::string help();
 
   private:

@@ -182,6 +182,51 @@ TEST(Door, OfAProxyBehindItselfIsShut)
     }
 }
 
+// Everything by the test's own steps of time, as slowly as it likes.
+TEST(Control, MovesTheTimeAndSwitchesInputs)
+{
+    Controller arm({"--control", "0"});
+    const int control_port = number_behind(":", arm.line());
+    Connection client(arm.port()), control(control_port), browser(control_port);
+    browser.send("POST / HTTP/1.1\r\n\r\ncollision\n");
+    const std::string answer = browser.rest();
+    EXPECT_EQ(answer.find('\n'), answer.size() - 1) << answer << "one answer, and no more is heard";
+    const auto say = [&](const std::string& line) {
+        control.send(line + "\n");
+        return control.line();
+    };
+    const auto ask_for = [&](const std::string& request) {
+        client.send(request + "\r\n");
+        return Json::parse(client.line());
+    };
+    EXPECT_EQ(say("pause"), "ok");
+    EXPECT_EQ(say("every do 1 rises, +0.5 di 2 on"), "ok");
+    EXPECT_EQ(say("set_DO_state di 3 on"), "ok");
+    client.send(move);
+    EXPECT_EQ(ask_for(ask_plans).at("plan_num"), 1);
+    EXPECT_EQ(say("step 0.4"), "ok");
+    EXPECT_EQ(ask_for(ask).at("joint").at(0), 45000);
+
+    EXPECT_EQ(ask_for(R"({"command":"set_DO_state","IO_Num":1,"state":1})").at("state"), true);
+    const auto input = [&](int channel) {
+        return ask_for(R"({"command":"get_DI_state","IO_Num":)" + std::to_string(channel) + "}")
+            .at("IO_state");
+    };
+    EXPECT_EQ(input(3), 1) << "at once";
+    EXPECT_EQ(say("step 0.3"), "ok");
+    EXPECT_EQ(input(2), 0);
+    EXPECT_EQ(say("step 0.3"), "ok");
+    EXPECT_EQ(Json::parse(client.line()).at("trajectory_state"), true);
+    EXPECT_EQ(input(2), 1) << "half a second later";
+    EXPECT_EQ(say("collision"), "ok");
+    EXPECT_EQ(ask_for(R"({"command":"get_current_arm_state"})").at("arm_state").at("sys_err"), 3);
+
+    EXPECT_EQ(say("di 9 on").substr(0, 7), "error: ");
+    EXPECT_EQ(say("do 1 rises, fly").substr(0, 7), "error: ");
+    EXPECT_EQ(say(std::string(2000, ' ')), "error: the line is too long");
+    EXPECT_EQ(control.rest(), "");
+}
+
 // Links need no spacing of lines, and a push for every target.
 TEST(Spacing, OfNothingLeavesEveryPushOnItsOwn)
 {

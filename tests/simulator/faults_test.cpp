@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <sstream>
 
-#include "line/fault_script.h"
 #include "line/faults.h"
+#include "line/script.h"
 
 using namespace kx::sim;
 using Strings = std::vector<std::string>;
@@ -14,9 +14,13 @@ struct FaultsOfAnArm {
     Controller controller{46, [](const std::string&) {}};
     double speed = 1;
     int resets = 0;
+    bool paused = false;
     Faults faults{{.controller = &controller,
                    .reset_connections = [this] { ++resets; },
-                   .set_speed = [this](double factor) { speed = factor; }}};
+                   .set_speed = [this](double factor) { speed = factor; },
+                   .pause = [this](bool on) { paused = on; },
+                   .step = {}}};
+    const World& world() { return controller.peripherals().world; }
 };
 
 TEST(FaultText, IsUnderstoodOrSaysWhatIsWrong)
@@ -44,7 +48,22 @@ TEST(FaultText, IsUnderstoodOrSaysWhatIsWrong)
         {"refuse fly", "no command fly"},
         {"joint-error 7", "from 1 to 6"},
         {"reset off", "nothing to end"},
+        {"pause", ""},
         {"off now", "\"now\" was not expected"},
+        {"di 1 on", ""},
+        {"tool-di 4 off", ""},
+        {"ai 2 9.5", ""},
+        {"push 0 -5 12.5", ""},
+        {"object 40 mass 1.5", ""},
+        {"di 5 on", "from 1 to 4"},
+        {"di 1", "on or off"},
+        {"di off", "nothing to end"},
+        {"ai 1 11", "from 0 to 10"},
+        {"push 1 2", "force is missing"},
+        {"push 1 2 201", "from -200 to 200"},
+        {"object 0", "from 1 to 100"},
+        {"error 4", "from 1 to 3"},
+        {"step -1", "from 0 to 3600"},
     };
     FaultsOfAnArm arm;
     for (const auto& row : rows) {
@@ -52,6 +71,13 @@ TEST(FaultText, IsUnderstoodOrSaysWhatIsWrong)
         EXPECT_NE(arm.faults.check(row.text).find(row.wrong), std::string::npos) << row.text;
     }
     EXPECT_EQ(arm.resets, 1) << "nothing is done by a check";
+    EXPECT_TRUE(arm.world().digital_inputs[0]);
+    EXPECT_EQ(arm.world().analogue_inputs[1], 9.5);
+    EXPECT_EQ(arm.world().push[2], 12.5);
+    EXPECT_EQ(arm.world().object.value().mass, 1.5);
+    EXPECT_EQ(arm.faults.apply("off"), "");
+    EXPECT_FALSE(arm.world().object) << "what goes on is ended";
+    EXPECT_TRUE(arm.world().digital_inputs[0]) << "what was switched is not";
     EXPECT_EQ(Faults({}).apply("collision"), "collision: no arm is simulated here");
 }
 
@@ -77,10 +103,10 @@ TEST(FaultScript, BeginsEachFaultOnceAtItsTime)
     const auto check = [&](const std::string& fault) { return arm.faults.check(fault); };
     std::istringstream text(
         "# a comment\n2.5 silence # and another\n\nmovej+0.5 collision\n0 drop 1\nmovej reset");
-    FaultScript script(text, "script", check);
+    Script script(text, "script", check);
     const auto due = [&](double time) {
         const auto next = script.due(time);
-        return next ? next->fault : "";
+        return next ? next->text : "";
     };
     EXPECT_FALSE(script.next_event());
     script.requested("movej", 4);
@@ -95,11 +121,36 @@ TEST(FaultScript, BeginsEachFaultOnceAtItsTime)
     EXPECT_EQ(due(7.5), "silence");
     EXPECT_FALSE(script.next_event());
 
-    for (const char* wrong :
-         {"1 drop 1\n\nfly reset", "1 drop 1\n#\n2 drop 2", "1 reset\n\nmovej+ reset", "\n\n-1 reset"}) {
+    std::istringstream handshake(
+        "do 1 rises, +0.5 di 2 on\ndo 1 falls di 2 off\nevery do 4 rises +1 di 3 on\n"
+        "every movej, di 3 off\n");
+    Script cell(handshake, "script", check);
+    const auto all_due = [&] {
+        std::string texts;
+        while (const auto next = cell.due(100))
+            texts += next->text + " at " + std::to_string(next->time).substr(0, 3) + ", ";
+        return texts;
+    };
+    for (double time : {1, 2}) {
+        cell.switched(1, true, time);
+        cell.switched(2, true, time);
+        cell.switched(4, true, time);
+        cell.requested("movej", time);
+    }
+    EXPECT_EQ(all_due(),
+              "di 3 off at 1.0, di 2 on at 1.5, di 3 on at 2.0, di 3 off at 2.0, di 3 on at 3.0, ");
+    cell.switched(1, false, 3);
+    cell.add("do 2 rises di 4 on", check, 3);
+    cell.add("0.5 pause", check, 3);
+    cell.switched(2, true, 4);
+    EXPECT_EQ(all_due(), "di 2 off at 3.0, pause at 3.5, di 4 on at 4.0, ");
+
+    for (const char* wrong : {"\n\ndo 5 rises reset", "\n\ndo 1 rise reset", "\n\nevery 2 reset",
+                              "\n\ndo 1 rises, +x reset", "\n\nmovej", "1 drop 1\n\nfly reset",
+                              "1 drop 1\n#\n2 drop 2", "1 reset\n\nmovej+ reset", "\n\n-1 reset"}) {
         std::istringstream in(wrong);
         try {
-            FaultScript(in, "script", check);
+            Script(in, "script", check);
             ADD_FAILURE() << wrong;
         } catch (const std::invalid_argument& error) {
             EXPECT_EQ(std::string(error.what()).find("script:3: "), 0u) << error.what();

@@ -64,9 +64,12 @@ check 64 '' '*di is an input*' io di 1 on
 check 64 '' '*on or off, not maybe*' io do 1 maybe
 check 64 '' '*not one JSON object*' raw '[1]'
 check 64 '' '*HOST:PORT*' --arm 127.0.0.1 state
+check 64 '' '*there is no foo, only state movej * raw*' foo
+check 64 '' '*a command is needed: state movej * raw*' --json
 # What fails beside the arm; nothing listens on port 1.
 check 5 '' 'kx: state: status 5: the controller cannot be reached' --arm 127.0.0.1:1 state
-check 11 '' '*does the model fit the arm?' --model 47 state
+check 11 '' '*the arm has 6 joints, model 47 has not' --model 47 state
+check 1 '' '*the arm has 6 joints, model 47 has not' --model 47 movej 1 2 3 4 5 6 7
 KX_ARM='' check 64 '' '*kx-controller --port*' state
 KX_MODEL='' check 64 '' '*the model of the arm is needed*' fk 0 0 0 0 0 0
 

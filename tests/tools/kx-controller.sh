@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# kx-controller at a terminal: its options, manual and completion: kx-controller.sh kx-controller kx sources
+set -uo pipefail
+controller=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+fail() { echo "$*" && failures=1; }
+
+# Wrong use is said, with 64.
+printf 'movej di 9 on\n' >"$work/script"
+for wrong in '--model 35' '--port 70000' '--speed 0' '--payload -1' '--object-mass -1' '--di 5=1' '--fault dely' \
+  '--control tcp' "--script $work/script" '--lead 1,2,3' --fly fly; do
+  # shellcheck disable=SC2086
+  "$controller" $wrong >"$work/out" 2>"$work/err" </dev/null
+  [ $? = 64 ] && [ -s "$work/err" ] && [ ! -s "$work/out" ] || fail "kx-controller $wrong: $(<"$work/err")"
+done
+"$controller" --host 192.0.2.1 2>"$work/err"
+[ $? = 1 ] && [ -s "$work/err" ] || fail "an address of others: $(<"$work/err")"
+[ "$("$controller" --version)" = "kx-controller $("$2" --version | cut -d' ' -f2)" ] || fail "$("$controller" --version)"
+
+# Names stand for addresses, and the standard input is heard line by line.
+coproc "$controller" --port 0 --host localhost --control - 2>"$work/err"
+read -r -u "${COPROC[0]}" listening
+[[ $listening == *127.0.0.1:* ]] || fail "$listening"
+for line in pause 'step 0.01' 'di 1 on' 'every do 1 rises, +0.5 di 2 on' 'ai 1'; do echo "$line"; done >&"${COPROC[1]}"
+for _ in 1 2 3 4; do
+  read -r -u "${COPROC[0]}" answer
+  [ "$answer" = ok ] || fail "$answer"
+done
+read -r -u "${COPROC[0]}" answer
+[[ $answer == 'error: ai: VOLTS is missing' ]] || fail "$answer"
+kill "$COPROC_PID"
+
+# The manual knows every option, and all that can happen; the completion takes them from the help.
+"$controller" --help >"$work/help"
+sed 's/\\-/-/g' "$3/kx-controller.1.in" >"$work/manual"
+options=$(grep -o -- '^ *\(-[a-z],\)\?--[a-z-]*\(,--[a-z-]*\)\?' "$work/help" | tr ', ' '\n' | grep -- '^--')
+happenings=$(sed -n '/^What happens/,$ s/^  \([a-z-]*\) .*/\1/p' "$work/help")
+[ "$(wc -w <<<"$options")" -ge 29 ] && [ "$(wc -w <<<"$happenings")" -ge 20 ] || fail "help: $options $happenings"
+for word in $options $happenings; do
+  grep -qF -e "\\fB$word\\fR" "$work/manual" || grep -q "^\.BR\? $word\b" "$work/manual" ||
+    fail "the manual lacks $word"
+done
+bash -n "$3/kx-controller.bash" || failures=1
+
+exit $failures
