@@ -18,13 +18,13 @@ inline void expect(bool is_as_expected, const std::string& what)
     if (!is_as_expected) throw std::runtime_error("not as expected: " + what);
 }
 
-// Runs an example with an arm of a controller on this machine: PORT [MODEL], 46 if not given.
+// Runs an example with an arm of a controller on this machine. Port and model, 46 if not given, come first.
 template <class Example>
-int run(int argc, char** argv, Example example)
+int run(int argc, char** argv, Example example, const char* arguments = "PORT [MODEL]", int most = 2)
 {
     const int port = argc > 1 ? atoi(argv[1]) : 0, model = argc > 2 ? atoi(argv[2]) : 46;
-    if (port < 1 || argc > 3) {
-        fprintf(stderr, "usage: %s PORT [MODEL]\n", argv[0]);
+    if (port < 1 || argc > most + 1) {
+        fprintf(stderr, "usage: %s %s\n", argv[0], arguments);
         return 2;
     }
     try {

@@ -2,7 +2,7 @@
 // keeps the samples for a picture.
 #pragma once
 
-#include "kx_base.h"
+#include "kx/arm.hpp"
 #include "picture.h"
 
 #include <algorithm>
@@ -14,11 +14,7 @@
 
 class Watcher {
   public:
-    Watcher(int arm, int model)
-        : arm_(arm), model_(model), joints_(model == 47 ? 7 : 6), start_(Get_Program_Runtime()),
-          thread_(&Watcher::watch, this)
-    {
-    }
+    explicit Watcher(const kx::Arm& arm) : arm_(arm), thread_(&Watcher::watch_until_lost, this) {}
 
     ~Watcher() { stop(); }
 
@@ -59,7 +55,7 @@ class Watcher {
     {
         const std::lock_guard lock(mutex_);
         double result = 0;
-        for (int j = 0; j < joints_; ++j) {
+        for (int j = 0; j < joints(); ++j) {
             double low = 1e9, high = -1e9;
             for (const Sample& sample : samples_) {
                 if (sample.time < now() - seconds) continue;
@@ -76,22 +72,35 @@ class Watcher {
     {
         for (size_t i = 0; i < phases_.size(); ++i)
             phases_[i].end = i + 1 < phases_.size() ? phases_[i + 1].begin : samples_.back().time;
-        return draw(file, "KX Service drives an arm of model " + std::to_string(model_), joints_, samples_,
-                    phases_);
+        return draw(file, "KX Service drives an arm of model " + std::to_string(arm_.model()), joints(),
+                    samples_, phases_);
     }
 
   private:
-    double now() const { return (Get_Program_Runtime() - start_) / 1000.0; }
+    double now() const
+    {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    }
+
+    int joints() const { return arm_.joint_count(); }
+
+    void watch_until_lost()
+    {
+        try {
+            watch();
+        } catch (const kx::Error&) { // whoever drives the arm gets it, too
+        }
+    }
 
     void watch()
     {
         print_heading();
-        for (; !stopping_; sleep_cp(20)) {
-            float joint[7] = {};
-            if (Get_Joint_Degree(arm_, joint) != KX_SUCCESS) continue;
-            const Position tool = Forward_Kinematics(model_, joint).position;
+        const kx::Model kinematics = arm_.kinematics();
+        for (; !stopping_; std::this_thread::sleep_for(std::chrono::milliseconds(20))) {
+            const kx::Degrees joint = arm_.joints();
+            const kx::Pose tool = *kinematics.pose(joint);
             Sample sample = {now(), {}, tool.x, tool.y, tool.z};
-            std::copy(joint, joint + 7, sample.joint.begin());
+            std::copy(joint.begin(), joint.end(), sample.joint.begin());
 
             const std::lock_guard lock(mutex_);
             samples_.push_back(sample);
@@ -103,7 +112,7 @@ class Watcher {
     void print_heading() const
     {
         std::string heading = "    time ";
-        for (int j = 1; j <= joints_; ++j)
+        for (int j = 1; j <= joints(); ++j)
             heading += "  joint " + std::to_string(j);
         heading += "     x mm    y mm    z mm";
         printf(is_terminal_ ? "\033[1m%s\033[0m\n" : "%s\n", heading.c_str());
@@ -116,7 +125,7 @@ class Watcher {
         if (!is_due && !is_terminal_) return;
         if (is_terminal_) printf("\r\033[K");
         printf("%6.2f s ", sample.time);
-        for (int j = 0; j < joints_; ++j)
+        for (int j = 0; j < joints(); ++j)
             printf("%9.3f", sample.joint[static_cast<size_t>(j)]);
         printf("  %8.1f%8.1f%8.1f  %s", 1000 * sample.x, 1000 * sample.y, 1000 * sample.z,
                phases_.empty() ? "" : phases_.back().name.c_str());
@@ -128,8 +137,8 @@ class Watcher {
         fflush(stdout);
     }
 
-    const int arm_, model_, joints_;
-    const unsigned int start_;
+    const kx::Arm& arm_;
+    const kx::Time start_ = std::chrono::steady_clock::now();
     const bool is_terminal_ = isatty(STDOUT_FILENO);
     std::mutex mutex_; // guards what follows, and the terminal
     std::vector<Sample> samples_;

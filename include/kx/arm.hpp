@@ -57,7 +57,8 @@ class BasicArm : public Moving<Errors> {
      * @param options deadlines, reconnecting, callbacks
      */
     BasicArm(const std::string& host, int port, int model, const Options& options = {})
-        : BasicArm(host, port, model, std::make_unique<detail::Callbacks>(options, joints_of(model)))
+        : BasicArm(host, port, model,
+                   std::make_unique<detail::Callbacks>(options, Bond{0, model}.joint_count()))
     {
     }
 
@@ -83,8 +84,14 @@ class BasicArm : public Moving<Errors> {
     /** For the functions of the C interface. */
     int handle() const { return this->link(); }
 
+    /** 36, 46 or 47. */
+    int model() const { return this->bond().model; }
+
     /** Six or seven. */
     int joint_count() const { return Base::joint_count(); }
+
+    /** The arm's kinematics, with an identity tool, upright, with the limits that such an arm has. */
+    Model kinematics() const { return Model(model()); }
 
     /** @name Motion
      *  Each gives the motion to the controller and returns; `.wait()` waits for arrival. Motions run one after the
@@ -331,17 +338,16 @@ class BasicArm : public Moving<Errors> {
   private:
     static constexpr int no_link = INT_MAX; // never a handle, and closed
 
-    BasicArm(int opened, const std::string& where, int joint_count,
-             std::unique_ptr<detail::Callbacks>&& callbacks)
-        : Base({opened < 0 ? no_link : opened, joint_count}),
-          connected_(opened < 0 ? -opened : int(KX_SUCCESS)), callbacks_(std::move(callbacks))
+    BasicArm(int opened, const std::string& where, int model, std::unique_ptr<detail::Callbacks>&& callbacks)
+        : Base({opened < 0 ? no_link : opened, model}), connected_(opened < 0 ? -opened : int(KX_SUCCESS)),
+          callbacks_(std::move(callbacks))
     {
         if constexpr (!std::is_same_v<Done<Errors>, Status>)
             Errors::done(this->link(), "KX_Link_Open", connected_.code(), where.c_str());
     }
 
     BasicArm(const std::string& host, int port, int model, std::unique_ptr<detail::Callbacks>&& callbacks)
-        : BasicArm(open(host, port, model, *callbacks), host + ":" + std::to_string(port), joints_of(model),
+        : BasicArm(open(host, port, model, *callbacks), host + ":" + std::to_string(port), model,
                    std::move(callbacks))
     {
     }
@@ -351,8 +357,6 @@ class BasicArm : public Moving<Errors> {
         const KX_LINK_OPTIONS options = callbacks.c_options();
         return KX_Link_Open(host.c_str(), port, model, &options);
     }
-
-    static int joints_of(int model) { return model == 47 ? 7 : 6; }
 
     Status connected_;
     std::unique_ptr<detail::Callbacks> callbacks_;

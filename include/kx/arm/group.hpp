@@ -21,8 +21,11 @@ namespace kx {
 
 /** An arm that is connected. */
 struct Bond {
-    int link;        /**< the handle of its link */
-    int joint_count; /**< six or seven */
+    int link;  /**< the handle of its link */
+    int model; /**< 36, 46 or 47 */
+
+    /** Six or seven. */
+    int joint_count() const { return model == 47 ? 7 : 6; }
 };
 
 /** Some commands of an arm. Copies speak to the same arm, as long as that lives. */
@@ -37,7 +40,7 @@ class Group {
     int link() const { return bond_.link; }
 
     /** Joints of the arm. */
-    int joint_count() const { return bond_.joint_count; }
+    int joint_count() const { return bond_.joint_count(); }
 
     /** The arm. */
     const Bond& bond() const { return bond_; }
@@ -99,7 +102,7 @@ class Group {
     {
         using Number = std::remove_cvref_t<decltype(T()[0])>;
         static constexpr Number zeros[7] = {};
-        return T(std::span<const Number>(zeros, static_cast<size_t>(bond_.joint_count)));
+        return T(std::span<const Number>(zeros, static_cast<size_t>(bond_.joint_count())));
     }
 
   private:
@@ -108,7 +111,7 @@ class Group {
     bool fits(const Argument& argument) const
     {
         if constexpr (std::derived_from<Argument, PerJoint<float>>)
-            return argument.size() == bond_.joint_count;
+            return argument.size() == bond_.joint_count();
         else if constexpr (std::integral<Parameter> && std::integral<Argument> &&
                            !std::same_as<Parameter, bool> && !std::same_as<Argument, bool>)
             return std::in_range<Parameter>(argument);

@@ -147,7 +147,7 @@ class Stream {
 
     Value<Errors, bool> send(const Degrees& target, double time) const
     {
-        const bool fits = target.size() == bond_.joint_count;
+        const bool fits = target.size() == bond_.joint_count();
         return running("KX_Stream_Joints",
                        fits ? KX_Stream_Joints(stream_, target.data(), time) : int(KX_NOT_FINITE));
     }
