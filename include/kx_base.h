@@ -49,6 +49,7 @@
 #include "kx/pass_through.h"
 #include "kx/replies.h"
 #include "kx/state.h"
+#include "kx/stream.h"
 #include "kx/system.h"
 #include "kx/teaching.h"
 #include "kx/words.h"

@@ -57,6 +57,16 @@ int subscribe(int link, double hz, Request request, AnswerHandler handler, void 
     return link::subscribe(link, hz, request, handler, callback, user);
 }
 
+int listen_to_pushes(int link, PushListener listener, void* user)
+{
+    return link::listen_to_pushes(link, listener, user);
+}
+
+int link_model(int link)
+{
+    return link::is_link(link) ? link::model(link) : 0;
+}
+
 void entry_delay(int sockfd)
 {
     if (!link::is_link(sockfd)) sleep_cp(entry_delay_ms);

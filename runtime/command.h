@@ -64,6 +64,14 @@ using AnswerHandler = void (*)(Reply& reply, int link, uint64_t asked, uint64_t 
                                void* user);
 int subscribe(int link, double hz, Request request, AnswerHandler handler, void (*callback)(), void* user);
 
+// On a link: has every push told as it comes, on the library's thread and with the link locked, so it must be brief and use no
+// link. Null ends that: it is not called any more when this returns. A status.
+using PushListener = void (*)(const cJSON* push, void* user);
+int listen_to_pushes(int link, PushListener listener, void* user);
+
+// The model of an open link's arm; 0 for anything else.
+int link_model(int link);
+
 // Most entries wait 20 ms before they send; none does on a link.
 void entry_delay(int sockfd);
 

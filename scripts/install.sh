@@ -3,7 +3,7 @@
 set -euo pipefail
 demo=(g++ cmake ninja-build libcjson-dev libasio-dev nlohmann-json3-dev libcli11-dev liborocos-kdl-dev libmodbus-dev
   libjs-three fonts-b612 pkgconf gnuplot-nox)
-tests=(clang clang-format libclang-rt-14-dev binutils libgtest-dev libbenchmark-dev libcpp-httplib-dev libfcl-dev
+tests=(clang clang-format libclang-rt-14-dev binutils libgtest-dev libbenchmark-dev libcpp-httplib-dev libfcl-dev libglpk-dev
   dpkg-dev file lintian chromium chromium-driver doxygen python3)
 
 packages=("${demo[@]}")

@@ -9,17 +9,19 @@
  *     KX_Stream_Close(stream);
  *
  * A stream has a sender of its own, which sends the arm one set-point a cycle, 200 a second, whatever the application does.
- * Between the application's targets it goes along a cubic, and each of its set-points keeps the limits of velocity,
- * acceleration and jerk, of every joint and along the tool's path, whatever the targets were: late, jumping, repeated. From
- * each set-point that it sends it can still come to rest within the limits of motion and of the joints.
+ * Each set-point keeps the limits of velocity, acceleration and jerk, of every joint and along the tool's path,
+ * whatever the targets were: late, jumping, repeated. From each the arm can come to rest within these limits and
+ * those of the joints.
  *
- * Targets are joint angles or poses. One with a time is passed `look_ahead` later than that time: so much may targets
- * be late, and so far the stream sees ahead. The arm rests at the last one that is known, and never goes further. One with the time 0 is
- * gone for at once, so as to rest there: on the fastest way for all joints together. It takes the place of all before.
+ * Targets are joint angles or poses. One with a time is passed `look_ahead` later than that time: so much may
+ * targets be late, and so far the stream sees ahead. The way between them is a cubic, and their unevenness is smoothed. As long as
+ * more may follow, the stream goes through the last one as fast as it gets there, and comes back to it if none
+ * does; KX_Stream_Wait tells it that it is the last. A target with the time 0 is gone for at once, so as to rest there, on the
+ * fastest way for all joints together; it takes the place of all before.
  *
- * A stream ends once, for a reason (KX_STREAM_END), and always at rest: the set-points brake within the limits. Then
- * its functions return KX_ENDED; open another. Where it ended because the arm does not move or cannot be reached, nothing is
- * sent but that braking.
+ * A stream ends once, for a reason (KX_STREAM_END). Then its functions return KX_ENDED; open another. The set-points brake
+ * within the limits; but where they cannot do any good (KX_STREAM_REFUSED, KX_STREAM_ARM_ERROR, KX_STREAM_LOST,
+ * KX_STREAM_HICCUP: the arm has stopped, or cannot be told anything), no more are sent.
  *
  * All functions here may be called from any thread at any time, callbacks of links included. None waits, but
  * KX_Stream_Wait and KX_Stream_Close. A stream sends targets and nothing else; whoever else moves the arm meanwhile

@@ -220,6 +220,15 @@ int kx::link::subscribe(int handle, double hz, Request& request, AnswerHandler h
     return KX_SUCCESS;
 }
 
+int kx::link::listen_to_pushes(int handle, PushListener listener, void* user)
+{
+    const Locked link(handle);
+    if (!link) return KX_BAD_DESCRIPTOR;
+    link->push_listener = listener;
+    link->push_user = user;
+    return KX_SUCCESS;
+}
+
 int KX_Link_Thread(int priority, int cpu)
 {
     if (!start_threads()) return -KX_NO_SOCKET;

@@ -109,6 +109,7 @@ void give_back(Link& link)
     link.is_registering = link.is_dialling = link.awaits_room = false;
     link.given_up_for = nullptr;
     link.subscription = {};
+    link.push_listener = nullptr;
     link.counters = {};
     link.reason[0] = '\0';
     link.heard = link.unheard_since = link.backoff = 0;

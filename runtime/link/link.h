@@ -79,6 +79,8 @@ struct Link {
     pthread_t registrar = {};
 
     Subscription subscription = {};
+    PushListener push_listener = nullptr;
+    void* push_user = nullptr;
 };
 
 // The link with this handle, locked as long as this lives; null if there is none.

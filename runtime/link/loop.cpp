@@ -250,6 +250,7 @@ static void take_object(Link& link, cJSON* object, const char* text)
     const bool is_awaited = kind != KeyCode::none && link.places.answer(kind, now(), place, is_uncertain);
     if (is_push) {
         ++link.counters.pushes;
+        if (link.push_listener) link.push_listener(object, link.push_user);
         tell_push(link, kind, is_awaited ? cJSON_Duplicate(object, true) : object);
         if (is_awaited) deliver(link, place, is_uncertain, object);
     } else if (is_awaited) {

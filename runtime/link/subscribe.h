@@ -1,4 +1,4 @@
-// Questions that a link asks again and again.
+// Questions that a link asks again and again, and who listens to its pushes.
 #ifndef KX_RUNTIME_LINK_SUBSCRIBE_H
 #define KX_RUNTIME_LINK_SUBSCRIBE_H
 
@@ -7,6 +7,8 @@
 namespace kx::link {
 
 int subscribe(int link, double hz, Request& request, AnswerHandler handler, void (*callback)(), void* user);
+
+int listen_to_pushes(int link, PushListener listener, void* user);
 
 } // namespace kx::link
 
