@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Asks how much the fast tests notice: changes one thing at a time in a copy of runtime/ and commands/, builds, runs
-# the tests of these two rooms, and prints every change that no test noticed.
+# the tests of commands, runtime and links, and prints every change that no test noticed.
 #
 #     mutate.sh [count [seed [commit]]]
 #
