@@ -275,7 +275,7 @@ void KX_Stream_Defaults(KX_STREAM_OPTIONS* options)
     options->rate = 200;
     options->look_ahead = 0.1;
     options->watchdog = 0.2;
-    options->silence = 0.3;
+    options->silence = 0.5;
     for (int i = 0; i < most_joints; ++i) {
         options->velocity[i] = 90;
         options->acceleration[i] = 400;

@@ -76,7 +76,7 @@ typedef struct KX_STREAM_OPTIONS {
     double
         watchdog; /**< s without a new target after which the stream brakes, 0: never; 0.2. It rests while paused,
                           while a file is played, and once KX_Stream_Wait was called */
-    double silence; /**< s without an answer of the controller after which the stream ends, 0: never; 0.3 */
+    double silence; /**< s without an answer of the controller after which the stream ends, 0: never; 0.5 */
     float velocity[7];       /**< limits of the joints, degrees/s; 90 */
     float acceleration[7];   /**< degrees/s^2; 400 */
     float jerk[7];           /**< degrees/s^3; 4000 */

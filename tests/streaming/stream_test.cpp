@@ -1,0 +1,235 @@
+// Streams as applications meet them: with a sender, over a link, to a controller that the test plays itself. Here is what only the
+// whole can show; what a stream decides, and when, is tested on simulated time.
+#include "kx_base.h"
+#include "link/far_end.h"
+
+#include <atomic>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace {
+
+// A controller whose arm is at once where set-points lead, and which answers each, until it is told otherwise.
+class Playing {
+  public:
+    enum class Mood { answering, refusing, deaf, gone };
+
+    Playing() : link(open()) {}
+    ~Playing()
+    {
+        KX_Link_Close(link);
+        thread_.join();
+    }
+
+    std::vector<double> set_points() // of joint 1, degrees
+    {
+        const std::lock_guard lock(mutex_);
+        return set_points_;
+    }
+
+    std::atomic<Mood> mood = Mood::answering;
+
+  private:
+    int open()
+    {
+        thread_ = std::thread([this] { serve(door_.accept()); });
+        return KX_Link_Open("127.0.0.1", door_.port(), 46, nullptr);
+    }
+
+    void serve(FarEnd end)
+    {
+        for (std::string request; mood != Mood::deaf && !(request = end.request()).empty();) {
+            if (request.find("get_joint_degree") != request.npos) {
+                end.send("{\"command\":\"joint_degree\",\"joint\":[0,-20000,-60000,0,-80000,0]}\n");
+                continue;
+            }
+            std::string joints = request.substr(request.find('['));
+            joints.resize(joints.find(']') + 1);
+            {
+                const std::lock_guard lock(mutex_);
+                set_points_.push_back(atof(joints.c_str() + 1) / 1000);
+            }
+            if (mood == Mood::gone) return end.reset();
+            if (mood == Mood::refusing)
+                end.send("{\"command\":\"joint_state\",\"error\":\"the emergency stop is pressed\"}\n");
+            else
+                end.send("{\"command\":\"joint_state\",\"arm_err\":0,\"joint\":" + joints + "}\n");
+        }
+        while (mood == Mood::deaf &&
+               KX_Link_State(link) == KX_LINK_READY) // it holds the line, and does not read
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+
+    Door door_;
+    std::thread thread_;
+    std::mutex mutex_;
+    std::vector<double> set_points_;
+
+  public:
+    const int link;
+};
+
+KX_STREAM_OPTIONS patient()
+{
+    KX_STREAM_OPTIONS options;
+    KX_Stream_Defaults(&options);
+    options.watchdog = 10; // however busy the machine is
+    options.silence = 10;
+    return options;
+}
+
+constexpr float there[] = {30, -20, -60, 0, -80, 0};
+
+KX_STREAM_END end_of(int stream)
+{
+    KX_Stream_Wait(stream, 60000);
+    return KX_Stream_Reason(stream);
+}
+
+TEST(StreamOverALink, ArrivesAndTells)
+{
+    Playing controller;
+    KX_STREAM_OPTIONS options = patient();
+    std::atomic<int> seen = 0;
+    options.on_cycle = [](int, const KX_STREAM_CYCLE*, void* user) {
+        ++*static_cast<std::atomic<int>*>(user);
+    };
+    options.user = &seen;
+    const int stream = KX_Stream_Open(controller.link, &options);
+    ASSERT_GE(stream, 536870912);
+    EXPECT_EQ(KX_Stream_Open(controller.link, nullptr), -KX_NO_SOCKET) << "one stream a link";
+    EXPECT_EQ(KX_Stream_Joints(stream, there, 0), KX_SUCCESS);
+    EXPECT_EQ(KX_Stream_Wait(stream, 0), KX_TIMED_OUT);
+    EXPECT_EQ(KX_Stream_Wait(stream, 60000), KX_SUCCESS);
+    EXPECT_EQ(KX_Stream_Reason(stream), KX_STREAM_ARRIVED);
+    EXPECT_EQ(KX_Stream_Joints(stream, there, 0), KX_ENDED);
+
+    KX_STREAM_COUNTERS counters = {};
+    counters.size = sizeof counters;
+    EXPECT_EQ(KX_Stream_Counters(stream, &counters), KX_SUCCESS);
+    EXPECT_EQ(counters.targets, 1u);
+    EXPECT_EQ(counters.cycles, controller.set_points().size());
+    EXPECT_EQ(counters.cycles, static_cast<uint64_t>(seen));
+    EXPECT_NEAR(controller.set_points().back(), 30, 1e-9);
+    EXPECT_EQ(KX_Stream_Close(stream), KX_SUCCESS);
+    EXPECT_EQ(KX_Stream_Close(stream), KX_BAD_DESCRIPTOR);
+
+    const int next = KX_Stream_Open(controller.link, &options);
+    EXPECT_GT(next, 0) << "the link is free again";
+    EXPECT_NE(next, stream);
+    EXPECT_EQ(end_of(next), KX_STREAM_ARRIVED) << "nothing was asked for";
+    KX_Stream_Close(next);
+}
+
+TEST(StreamOverALink, FaultsInMidMotionEndItInTheStatedWay)
+{
+    struct Row {
+        KX_STREAM_END reason;
+        Playing::Mood mood;
+        void (*happen)(Playing&, int stream);
+        bool goes_on; // braking
+    };
+    const auto nothing = [](Playing&, int) {};
+    const Row rows[] = {
+        {KX_STREAM_LOST, Playing::Mood::gone, nothing, false},
+        {KX_STREAM_REFUSED, Playing::Mood::refusing, nothing, false},
+        {KX_STREAM_SILENT, Playing::Mood::deaf, nothing, true},
+        {KX_STREAM_LOST, Playing::Mood::answering,
+         [](Playing& controller, int) { KX_Link_Close(controller.link); }, false},
+        {KX_STREAM_STOPPED, Playing::Mood::answering, [](Playing&, int stream) { KX_Stream_Stop(stream); },
+         true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(KX_Stream_Words(row.reason));
+        Playing controller;
+        KX_STREAM_OPTIONS options = patient();
+        if (row.reason == KX_STREAM_SILENT) options.silence = 0.2;
+        const int stream = KX_Stream_Open(controller.link, &options);
+        ASSERT_GT(stream, 0);
+        ASSERT_EQ(KX_Stream_Joints(stream, there, 0), KX_SUCCESS);
+        while (controller.set_points().size() < 20) // where it is fast
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        controller.mood = row.mood;
+        row.happen(controller, stream);
+        EXPECT_EQ(end_of(stream), row.reason);
+        KX_STREAM_CYCLE last;
+        KX_Stream_State(stream, &last);
+        EXPECT_LT(last.sent[0], 30) << "it did not go on to its target";
+        const size_t sent = controller.set_points().size();
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        EXPECT_EQ(controller.set_points().size(), sent) << "nothing is sent any more";
+        EXPECT_EQ(KX_Stream_Close(stream), KX_SUCCESS);
+    }
+}
+
+TEST(StreamOverALink, MayBeClosedByItsOwnCallbackAndWhileSomebodyWaits)
+{
+    Playing controller;
+    KX_STREAM_OPTIONS options = patient();
+    options.on_cycle = [](int stream, const KX_STREAM_CYCLE*, void*) { KX_Stream_Close(stream); };
+    const int stream = KX_Stream_Open(controller.link, &options);
+    KX_Stream_Joints(stream, there, 0);
+    const int waited = KX_Stream_Wait(stream, 60000);
+    EXPECT_TRUE(waited == KX_CANCELLED || waited == KX_BAD_DESCRIPTOR) << waited;
+    int next;
+    while ((next = KX_Stream_Open(controller.link, nullptr)) == -KX_NO_SOCKET) // until it has braked
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_GT(next, 0);
+    KX_Stream_Close(next);
+}
+
+TEST(StreamOverALink, RefusesWhatCannotBe)
+{
+    Playing controller;
+    EXPECT_EQ(KX_Stream_Open(17, nullptr), -KX_BAD_DESCRIPTOR);
+    EXPECT_EQ(KX_Stream_Joints(536870912, there, 0), KX_BAD_DESCRIPTOR);
+    const auto opened_with = [&](void (*change)(KX_STREAM_OPTIONS&)) {
+        KX_STREAM_OPTIONS options = patient();
+        change(options);
+        return KX_Stream_Open(controller.link, &options);
+    };
+    EXPECT_EQ(opened_with([](KX_STREAM_OPTIONS& o) { o.rate = 0; }), -KX_WRONG_TYPE);
+    EXPECT_EQ(opened_with([](KX_STREAM_OPTIONS& o) { o.look_ahead = -1; }), -KX_WRONG_TYPE);
+    EXPECT_EQ(opened_with([](KX_STREAM_OPTIONS& o) { o.jerk[5] = 0; }), -KX_WRONG_TYPE);
+    EXPECT_EQ(opened_with([](KX_STREAM_OPTIONS& o) { o.velocity[0] = NAN; }), -KX_WRONG_TYPE);
+
+    const int stream = KX_Stream_Open(controller.link, nullptr);
+    const float nonsense[] = {0, NAN, 0, 0, 0, 0};
+    EXPECT_EQ(KX_Stream_Joints(stream, nonsense, 0), KX_NOT_FINITE);
+    EXPECT_EQ(KX_Stream_Speed(stream, 1.6), KX_WRONG_TYPE);
+    const double now = KX_Stream_Clock();
+    EXPECT_EQ(KX_Stream_Joints(stream, there, now + 2), KX_SUCCESS);
+    EXPECT_EQ(KX_Stream_Joints(stream, there, now + 1), KX_WRONG_TYPE);
+    KX_TRAJECTORY_FAULT fault = {};
+    EXPECT_EQ(KX_Stream_Play(stream, "/nowhere/at/all", &fault), KX_REFUSED);
+    EXPECT_EQ(fault.violation, KX_TRAJECTORY_UNREADABLE);
+    KX_Stream_Close(stream);
+}
+
+// What is played is what was written down, passed at its times.
+TEST(StreamOverALink, PlaysATrajectory)
+{
+    const std::string path = testing::TempDir() + "played_" + std::to_string(getpid()) + ".csv";
+    FILE* file = fopen(path.c_str(), "w");
+    for (int i = 0; i <= 50; ++i)
+        fprintf(file, "%.2f,%.3f,-20,-60,0,-80,0\n", 7 + i * 0.02, 5 - 10 * std::cos(M_PI * i / 50));
+    fclose(file);
+
+    Playing controller;
+    const KX_STREAM_OPTIONS options = patient();
+    const int stream = KX_Stream_Open(controller.link, &options);
+    EXPECT_EQ(KX_Stream_Play(stream, path.c_str(), nullptr), KX_SUCCESS);
+    EXPECT_EQ(KX_Stream_Joints(stream, there, 0), KX_WRONG_TYPE) << "while it plays";
+    EXPECT_EQ(KX_Stream_Wait(stream, 60000), KX_SUCCESS);
+    const std::vector<double> passed = controller.set_points();
+    const auto least = std::min_element(passed.begin(), passed.end());
+    EXPECT_NEAR(*least, -5, 0.01) << "it begins with the first row";
+    EXPECT_NEAR(passed.back(), 15, 0.001);
+    KX_Stream_Close(stream);
+    remove(path.c_str());
+}
+
+} // namespace
