@@ -797,6 +797,23 @@ TEST(Callbacks, ThatAreSlowDelayAndLosePushesOnly)
     EXPECT_TRUE(eventually([] { return calls == 5; }));
 }
 
+TEST(Callbacks, AreOverWhenCloseReturns)
+{
+    static std::promise<void> begun;
+    static std::atomic<bool> is_over = false;
+    KX_LINK_OPTIONS options = defaults();
+    options.on_push = [](const CallbackData*, void*) {
+        begun.set_value();
+        std::this_thread::sleep_for(50ms);
+        is_over = true;
+    };
+    Linked arm(options);
+    arm.end.send(push);
+    begun.get_future().wait();
+    KX_Link_Close(arm.link);
+    EXPECT_TRUE(is_over);
+}
+
 TEST(Callbacks, OfTheLogTellLinesAndChangesAndNoPassword)
 {
     static std::mutex mutex;
