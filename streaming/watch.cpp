@@ -33,41 +33,35 @@ void Watch::told(double time, const Joints& measured)
     }
 }
 
-double Watch::way(const Sent& a, const Sent& b) const
-{
-    double sum = 0;
-    for (int i = 0; i < joints_; ++i)
-        sum += (a.joint[i] - b.joint[i]) * (a.joint[i] - b.joint[i]);
-    return sqrt(sum);
-}
-
-// The arm is where the set-points were some time ago: at the nearest place of their way, which may come by there more than once,
-// so the latest. Only while that moved well.
+// The arm is where the set-points were some time ago: at the nearest place of their way since that last turned back, while it
+// moved well. No lag can be told while the nearest place is where it turned.
 void Watch::find_lag(double time)
 {
-    constexpr double well = 2, near = 1; // degrees/s, degrees
-    constexpr double longest = 0.5;      // s
+    constexpr double well = 2, longest = 0.5; // degrees/s, s
     const int known = static_cast<int>(count_ < remembered ? count_ : remembered);
     double nearest = INFINITY, lag = -1;
+    bool is_nearest_last = true;
     for (int k = 0; k + 1 < known && time - back(k).time < longest; ++k) {
         const Sent &to = back(k), &from = back(k + 1);
-        const double length = way(from, to);
-        if (length < well * (to.time - from.time)) continue;
-        double along = 0, squared = 0;
-        for (int i = 0; i < joints_; ++i)
-            along += (measured_[i] - from.joint[i]) * (to.joint[i] - from.joint[i]) / (length * length);
-        along = fmax(0, fmin(1, along));
+        double length = 0, along = 0, onwards = 0, squared = 0;
+        for (int i = 0; i < joints_; ++i) {
+            const double step = to.joint[i] - from.joint[i];
+            length += step * step;
+            along += step * (measured_[i] - from.joint[i]);
+            onwards += step * (back(0).joint[i] - back(1).joint[i]);
+        }
+        if (onwards <= 0 || sqrt(length) < well * (to.time - from.time)) break;
+        along = fmax(0, fmin(1, along / length));
         for (int i = 0; i < joints_; ++i) {
             const double off = measured_[i] - from.joint[i] - along * (to.joint[i] - from.joint[i]);
             squared += off * off;
         }
-        const double off = sqrt(squared);
-        if (off > nearest + near) break;
-        if (off >= nearest) continue;
-        nearest = off;
+        is_nearest_last = squared < nearest;
+        if (!is_nearest_last) continue;
+        nearest = squared;
         lag = time - from.time - along * (to.time - from.time);
     }
-    if (lag > 0 && nearest < near) lags_.add(lag);
+    if (lag > 0 && !is_nearest_last) lags_.add(lag);
 }
 
 } // namespace kx::streaming

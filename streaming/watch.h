@@ -39,7 +39,6 @@ class Watch {
     };
     static constexpr int remembered = 512;
     const Sent& back(int i) const { return sent_[(count_ - 1 - i) % remembered]; } // i set-points ago
-    double way(const Sent& a, const Sent& b) const;
     void find_lag(double time);
 
     int joints_;
