@@ -1,11 +1,13 @@
-// Forward kinematics per pose, on the same random joints: this library (position, quaternion and Euler
-// angles), Orocos KDL (frame alone), and only the sines, cosines and arc tangents that a whole pose takes, by
-// the C library.
+// Forward kinematics per pose, on the same random joints: the classic function, arm models one by one and in
+// batches (position, quaternion and Euler angles), Orocos KDL (frame alone), and only the sines, cosines and arc
+// tangents that a whole pose takes, by the C library; and Jacobians of arm models and of KDL.
 #include "kinematics/kdl_arms.h"
+#include "kx/arm_model.h"
 #include "kx_base.h"
 
 #include <benchmark/benchmark.h>
 #include <kdl/chainfksolverpos_recursive.hpp>
+#include <kdl/chainjnttojacsolver.hpp>
 
 #include <array>
 #include <cmath>
@@ -41,23 +43,83 @@ void forward_kx(benchmark::State& state, int model)
     }
 }
 
+ARM_MODEL arm_model(int model)
+{
+    ARM_MODEL arm;
+    Arm_Model_Init(&arm, model, 0);
+    return arm;
+}
+
+void forward_model(benchmark::State& state, int model)
+{
+    const ARM_MODEL arm = arm_model(model);
+    const auto joints = random_joints();
+    std::size_t i = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(Arm_Model_Pose(&arm, joints[i].data()));
+        i = i + 1 < poses ? i + 1 : 0;
+    }
+}
+
+void forward_batch(benchmark::State& state, int model)
+{
+    const ARM_MODEL arm = arm_model(model);
+    std::vector<float> joints;
+    for (const Joints& joint : random_joints())
+        joints.insert(joints.end(), joint.begin(), joint.begin() + arm.joints);
+    std::vector<KinPose> found(poses);
+    while (state.KeepRunningBatch(poses)) {
+        Arm_Model_Poses(&arm, poses, joints.data(), found.data(), 1);
+        benchmark::ClobberMemory();
+    }
+}
+
+void jacobian_model(benchmark::State& state, int model)
+{
+    const ARM_MODEL arm = arm_model(model);
+    const auto joints = random_joints();
+    std::size_t i = 0;
+    for (auto _ : state) {
+        double jacobian[6][7];
+        Arm_Model_Jacobian(&arm, joints[i].data(), ARM_BASE, jacobian);
+        benchmark::DoNotOptimize(jacobian);
+        i = i + 1 < poses ? i + 1 : 0;
+    }
+}
+
+template <typename Compute>
+void run_kdl(benchmark::State& state, int model, const Compute& compute)
+{
+    std::vector<KDL::JntArray> joints;
+    for (const Joints& degrees : random_joints())
+        joints.push_back(kdl_arms::radians(model, degrees.data()));
+    std::size_t i = 0;
+    for (auto _ : state) {
+        compute(joints[i]);
+        i = i + 1 < poses ? i + 1 : 0;
+    }
+}
+
 void forward_kdl(benchmark::State& state, int model)
 {
     const KDL::Chain chain = kdl_arms::arm(model);
     KDL::ChainFkSolverPos_recursive solver(chain);
-    std::vector<KDL::JntArray> joints;
-    for (const Joints& degrees : random_joints()) {
-        KDL::JntArray& radians = joints.emplace_back(chain.getNrOfJoints());
-        for (unsigned j = 0; j < chain.getNrOfJoints(); ++j)
-            radians(j) = degrees[j] * kdl_arms::degree;
-    }
-    KDL::Frame frame;
-    std::size_t i = 0;
-    for (auto _ : state) {
-        solver.JntToCart(joints[i], frame);
+    run_kdl(state, model, [&](const KDL::JntArray& joint) {
+        KDL::Frame frame;
+        solver.JntToCart(joint, frame);
         benchmark::DoNotOptimize(frame);
-        i = i + 1 < poses ? i + 1 : 0;
-    }
+    });
+}
+
+void jacobian_kdl(benchmark::State& state, int model)
+{
+    const KDL::Chain chain = kdl_arms::arm(model);
+    KDL::ChainJntToJacSolver solver(chain);
+    KDL::Jacobian jacobian(chain.getNrOfJoints());
+    run_kdl(state, model, [&](const KDL::JntArray& joint) {
+        solver.JntToJac(joint, jacobian);
+        benchmark::DoNotOptimize(jacobian.data.data());
+    });
 }
 
 // Arguments are taken from the real poses, since the functions' time depends on them.
@@ -106,8 +168,10 @@ const bool registered = [] {
     const struct {
         const char* name;
         void (*run)(benchmark::State&, int model);
-    } rows[] = {
-        {"forward_kx/", forward_kx}, {"forward_kdl/", forward_kdl}, {"forward_floor/", forward_floor}};
+    } rows[] = {{"forward_kx/", forward_kx},       {"forward_model/", forward_model},
+                {"forward_batch/", forward_batch}, {"forward_kdl/", forward_kdl},
+                {"forward_floor/", forward_floor}, {"jacobian_model/", jacobian_model},
+                {"jacobian_kdl/", jacobian_kdl}};
     for (int model : {36, 46, 47})
         for (const auto& [name, run] : rows)
             benchmark::RegisterBenchmark((name + std::to_string(model)).c_str(), run, model)

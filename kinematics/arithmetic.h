@@ -49,6 +49,10 @@ inline V square(V a)
 {
     return a * a;
 }
+inline double square_root(double a)
+{
+    return std::sqrt(a);
+}
 inline Pair square_root(Pair a)
 {
 #ifdef __SSE2__
@@ -82,6 +86,16 @@ inline constexpr auto inverse_factorial = [] {
     return f;
 }();
 
+// c(0) - c(1)*t + c(2)*t^2 - ... + c(8)*t^8, with few steps that wait for one another.
+template <typename V, typename Coefficient>
+inline V alternating(const V& t, const Coefficient& c)
+{
+    const V t2 = t * t, t4 = t2 * t2;
+    const V low = (c(0) - c(1) * t) + (c(2) - c(3) * t) * t2;
+    const V high = (c(4) - c(5) * t) + (c(6) - c(7) * t) * t2;
+    return low + (high + c(8) * t4) * t4;
+}
+
 // Computed in double to within an ulp or so, then rounded to T; as a float it equals what the C library's
 // double sine and cosine round to, which was compared for every angle below 1e5. Joint angles come from all
 // over the circle, and a library's sine spends more time on mispredicted branches between its ranges than on
@@ -98,10 +112,8 @@ inline SineCosine<T> sine_cosine(double x)
     const double quarters = rounded(x * (4 / two_pi));
     const double r = (x - quarters * quarter_high) - quarters * quarter_low, r2 = r * r;
 
-    const auto& f = inverse_factorial;
-    Pair series = {f[17], f[16]}; // odd and even powers
-    for (int n = 15; n > 0; n -= 2)
-        series = Pair{f[n], f[n - 1]} - r2 * series;
+    const auto& f = inverse_factorial; // odd and even powers side by side
+    const Pair series = alternating(pair(r2), [&](int k) { return Pair{f[2 * k + 1], f[2 * k]}; });
     const double s = r * series[0], c = series[1];
 
     const double turned[] = {s, c, -s, -c};

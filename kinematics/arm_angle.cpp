@@ -34,7 +34,7 @@ SineCosine<Pair> of_both(Pair angle)
 } // namespace
 
 BallJoints::BallJoints(const Rotor (&shoulder)[2], const Rotor (&wrist)[2], Pair difference,
-                       double psi_centre)
+                       double psi_centre, bool other_side)
 {
     const auto side_by_side = [](const Rotor& s, const Rotor& w) {
         return Quaternions{{s.w, w.w}, {s.x, -w.x}, {s.y, w.y}, {s.z, w.z}};
@@ -53,7 +53,8 @@ BallJoints::BallJoints(const Rotor (&shoulder)[2], const Rotor (&wrist)[2], Pair
     nearest_ = arc_tangent(sine_, amplitude > 0 ? cosine_ : pair(1));
     const Pair largest_cosine = mean_ + amplitude;
     for (int ball = 0; ball < 2; ++ball)
-        if (!(largest_cosine[ball] < 1 - 1e-9)) pass_stretched_point(ball, difference[ball], psi_centre);
+        if (!(largest_cosine[ball] < 1 - 1e-9))
+            pass_stretched_point(ball, difference[ball], psi_centre, other_side);
 
     sum_rate_ = 2 * (u_.w * v_.z - u_.z * v_.w);
     difference_rate_ = 2 * (u_.x * v_.y - u_.y * v_.x);
@@ -62,16 +63,19 @@ BallJoints::BallJoints(const Rotor (&shoulder)[2], const Rotor (&wrist)[2], Pair
 }
 
 // y - i*x is cos(t)*near + sin(t)*far with t = (psi - nearest)/2, and near is orthogonal to far.
-void BallJoints::pass_stretched_point(int ball, double difference, double psi_centre)
+void BallJoints::pass_stretched_point(int ball, double difference, double psi_centre, bool other_side)
 {
     auto [s, c] = sine_cosine<double>(nearest_[ball] / 2);
     const Complex u = {u_.y[ball], -u_.x[ball]}, v = {v_.y[ball], -v_.x[ball]};
     Complex near = c * u + s * v, far = c * v + -s * u;
     const bool is_stretched = std::max(near.length(), far.length()) < stretched;
     straight_[ball] = near.length() < stretched && !is_stretched;
-    if (near.length() >= passing_distance && !is_stretched) return;
     if (!is_stretched) {
-        near = passing_distance / far.length() * Complex{-far.im, far.re};
+        if (near.length() < passing_distance)
+            near = passing_distance / far.length() * Complex{-far.im, far.re};
+        else if (!other_side)
+            return;
+        if (straight_[ball] && other_side) near = -1 * near;
     } else {
         const auto [s_half, c_half] = sine_cosine<double>(difference / 2);
         near = passing_distance * Complex{c_half, s_half};

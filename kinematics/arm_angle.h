@@ -60,8 +60,10 @@ class BallJoints {
     // undetermined. The ball is then led past this point at that distance: what is said above stays true, and
     // within a very small change of psi the outer joint turns by pi. A ball that is stretched at every arm
     // angle keeps `difference` between outer and inner joint; psi_centre is the middle of the arm angles that
-    // will be asked for.
-    BallJoints(const Rotor (&shoulder)[2], const Rotor (&wrist)[2], Pair difference, double psi_centre);
+    // will be asked for. A rounded target does not tell on which side a straight ball passes; `other_side` takes
+    // the one that it did not.
+    BallJoints(const Rotor (&shoulder)[2], const Rotor (&wrist)[2], Pair difference, double psi_centre,
+               bool other_side = false);
 
     void evaluate(const ArmAngle& arm, BallAngles& angles) const;
 
@@ -85,7 +87,7 @@ class BallJoints {
         Pair w, x, y, z;
     };
     Roots roots(Pair angle, double side) const;
-    void pass_stretched_point(int ball, double difference, double psi_centre);
+    void pass_stretched_point(int ball, double difference, double psi_centre, bool other_side);
 
     Quaternions u_, v_;
     Pair sum_rate_, difference_rate_;

@@ -9,25 +9,31 @@
 namespace kx {
 namespace {
 
-// Angles in a float that only this file has an opinion on: the first two and the third, side by side.
-KinPose pose_of(int model, Matrix m)
+// The steps of Orientation for one pose, with rx and ry side by side.
+KinPose pose_of(int model, const Matrix& matrix)
 {
-    using Math = PoseMath<2>;
+    using Math = Orientation<2>;
     using Float = Lanes<2>::Float;
-    const auto& r = m.data;
-    Float zx = {r[2][1], r[2][0]}, zz = {r[2][2], r[0][0]}, y = {r[1][0], 0};
-    if (model != 47) zx = Math::cleaned(zx), zz = Math::cleaned(zz), y = Math::cleaned(y);
-    const float across = Math::length(Float{zx[0], 0}, Float{zz[0], 0})[0];
-    Float tilt = Math::angle_of(Float{zx[0], -zx[1]}, Float{zz[0], across}); // rx, ry
-    Float turn = Math::angle_of(Float{y[0], 0}, Float{zz[1], 1});            // rz
-    if (model == 46) tilt = Math::wrapped(tilt), turn = Math::wrapped(turn); // changes the quaternion's sign
-    Pair s, c, sz, cz;
-    Math::half_angle(tilt, s, c);
-    Math::half_angle(turn, sz, cz);
-    tilt = Math::wrapped(tilt), turn = Math::wrapped(turn);
-    return {{r[0][3], r[1][3], r[2][3]},
-            half_angle_quaternion({s[0], c[0]}, {s[1], c[1]}, {sz[0], cz[0]}),
-            {tilt[0], tilt[1], turn[0]}};
+    double m[3][3];
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            m[i][j] = matrix.data[i][j];
+    const RotationTerms<double> t(m);
+    const Float tilt = Math::angle_of(Pair{t.s, -m[2][0]}, Pair{t.c, t.across}),
+                turn = Math::angle_of(Pair{t.sz, 0}, Pair{t.cz, 1});
+
+    // The comparisons count rows, since a branch would often be mispredicted.
+    const int w_or_x = !(t.row[0][0] > t.row[1][1]), y_or_z = 2 + !(t.row[2][2] > t.row[3][3]);
+    const bool first_two = t.row[w_or_x][w_or_x] > t.row[y_or_z][y_or_z];
+    const auto& q = t.row[first_two * w_or_x + !first_two * y_or_z];
+    double sign = 1 - 2 * (t.side(q[0], q[1]) < 0);
+    if (model == 46) sign *= (tilt[0] < Math::below ? -1 : 1) * (turn[0] < Math::below ? -1 : 1);
+    const double scale = sign / std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
+    const auto part = [&](int i) { return static_cast<float>(scale * q[i]); };
+    const Float wrapped_tilt = Math::wrapped(tilt), wrapped_turn = Math::wrapped(turn);
+    return {{matrix.data[0][3], matrix.data[1][3], matrix.data[2][3]},
+            {part(0), part(1), part(2), part(3)},
+            {wrapped_tilt[0], wrapped_tilt[1], wrapped_turn[0]}};
 }
 
 Matrix flange_matrix(const ARM_MODEL& arm, const float* joint)

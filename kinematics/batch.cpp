@@ -73,8 +73,10 @@ void Arm_Model_Poses(const ARM_MODEL* arm, int count, const float* joints, KinPo
     }
     const Batch batch = {*arm, *g, base_of(arm->installation), !is_identity(arm->tool)};
     auto* side_by_side = poses_by_two;
-#ifdef KX_AVX2
+#ifdef KX_AVX
     if (__builtin_cpu_supports("avx2")) side_by_side = poses_by_four;
+    if (__builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
+        side_by_side = poses_by_eight;
 #endif
     share_out(count, threads, [&](int first, int number) {
         side_by_side(batch, number, joints + static_cast<std::ptrdiff_t>(first) * g->joints, poses + first);

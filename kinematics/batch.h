@@ -1,4 +1,5 @@
-// Poses of many joint angles, several side by side; once for any processor, once for one with 256-bit vectors.
+// Poses of many joint angles, several side by side; once for any processor, once each for those with 256-bit and with
+// 512-bit vectors.
 #pragma once
 
 #include "kinematics/chain.h"
@@ -15,8 +16,9 @@ struct Batch {
 
 // The poses of `count` joint vectors, a multiple of the lanes or not.
 void poses_by_two(const Batch& batch, int count, const float* joints, KinPose* poses);
-#ifdef KX_AVX2
+#ifdef KX_AVX
 void poses_by_four(const Batch& batch, int count, const float* joints, KinPose* poses);
+void poses_by_eight(const Batch& batch, int count, const float* joints, KinPose* poses);
 #endif
 
 } // namespace kx

@@ -30,11 +30,9 @@ struct WideColumn {
 
     friend WideColumn sum_in_double(const WideColumn& a, const WideColumn& b, const WideColumn& c)
     {
-        using Math = PoseMath<lanes>;
         WideColumn sum;
         for (int i = 0; i < 3; ++i)
-            sum.row[i] = Math::rounded_off(Math::widened(a.row[i]) + Math::widened(b.row[i]) +
-                                           Math::widened(c.row[i]));
+            sum.row[i] = rounded_off(widened(a.row[i]) + widened(b.row[i]) + widened(c.row[i]));
         return sum;
     }
 };
@@ -50,58 +48,50 @@ WideColumn<lanes> wide(const Column& c)
 template <int lanes>
 void append_tool(Rigid<WideColumn<lanes>>& m, const Matrix& tool)
 {
-    using Math = PoseMath<lanes>;
     const Rigid<WideColumn<lanes>> flange = m;
     WideColumn<lanes>* const column[] = {&m.x, &m.y, &m.z, &m.origin};
     for (int j = 0; j < 4; ++j)
         for (int i = 0; i < 3; ++i)
-            column[j]->row[i] = Math::rounded_off(Math::widened(flange.x.row[i] * tool.data[0][j]) +
-                                                  Math::widened(flange.y.row[i] * tool.data[1][j]) +
-                                                  Math::widened(flange.z.row[i] * tool.data[2][j]) +
-                                                  Math::widened(flange.origin.row[i] * tool.data[3][j]));
+            column[j]->row[i] = rounded_off(
+                widened(flange.x.row[i] * tool.data[0][j]) + widened(flange.y.row[i] * tool.data[1][j]) +
+                widened(flange.z.row[i] * tool.data[2][j]) + widened(flange.origin.row[i] * tool.data[3][j]));
 }
 
 template <int lanes>
 void poses_of(const Batch& batch, const float* const (&joint)[lanes], KinPose* const (&pose)[lanes])
 {
-    using Math = PoseMath<lanes>;
     using Double = typename Lanes<lanes>::Double;
     using Float = typename Lanes<lanes>::Float;
 
-    SineCosine<Float> theta[7];
+    Double radians[7], sine[7], cosine[7];
+    auto far = Double{} != Double{};
     for (int i = 0; i < batch.arm.joints; ++i) {
         Float degrees;
         for (int lane = 0; lane < lanes; ++lane)
             degrees[lane] = joint[lane][i];
-        Double s, c;
-        sine_cosine<lanes>(Math::widened((degrees + batch.geometry.offset[i]) * radians_per_degree), s, c);
-        theta[i] = {Math::rounded_off(s), Math::rounded_off(c)};
+        radians[i] = widened((degrees + batch.geometry.offset[i]) * radians_per_degree);
+        reduced_sine_cosine<lanes>(radians[i], sine[i], cosine[i]);
+        far |= !(abs(radians[i]) < reducible);
     }
+    if (any<lanes>(far))
+        for (int i = 0; i < batch.arm.joints; ++i)
+            for (int lane = 0; lane < lanes; ++lane) {
+                const auto [s, c] = lone_sine_cosine(radians[i][lane]);
+                sine[i][lane] = s, cosine[i][lane] = c;
+            }
+    SineCosine<Float> theta[7];
+    for (int i = 0; i < batch.arm.joints; ++i)
+        theta[i] = {rounded_off(sine[i]), rounded_off(cosine[i])};
     Rigid<WideColumn<lanes>> m = {wide<lanes>(batch.base.x), wide<lanes>(batch.base.y),
                                   wide<lanes>(batch.base.z), wide<lanes>(batch.base.origin)};
     follow_chain(m, batch.arm.model, batch.geometry.lengths, batch.arm.flange, theta, no_visit);
     if (batch.has_tool) append_tool(m, batch.arm.tool);
 
-    const auto element = [&](const Float& x) {
-        return batch.arm.model == 47 ? x + 0.0f : Math::cleaned(x + 0.0f); // -0 becomes 0
-    };
-    const Float zx = element(m.x.row[2]), zy = element(m.y.row[2]), zz = element(m.z.row[2]);
-    Float rx = Math::angle_of(zy, zz), ry = Math::angle_of(-zx, Math::length(zy, zz));
-    Float rz = Math::angle_of(element(m.x.row[1]), element(m.x.row[0]));
-    if (batch.arm.model == 46) rx = Math::wrapped(rx), ry = Math::wrapped(ry), rz = Math::wrapped(rz);
-    Double sx, cx, sy, cy, sz, cz;
-    Math::half_angle(rx, sx, cx);
-    Math::half_angle(ry, sy, cy);
-    Math::half_angle(rz, sz, cz);
-    const Float w = Math::rounded_off(cx * cy * cz + sx * sy * sz),
-                x = Math::rounded_off(sx * cy * cz - cx * sy * sz);
-    const Float y = Math::rounded_off(cx * sy * cz + sx * cy * sz),
-                z = Math::rounded_off(cx * cy * sz - sx * sy * cz);
-    rx = Math::wrapped(rx), ry = Math::wrapped(ry), rz = Math::wrapped(rz);
+    const Orientation<lanes> o(m.x.row, m.y.row, m.z.row, batch.arm.model);
     for (int i = 0; i < lanes; ++i)
         *pose[i] = {{m.origin.row[0][i] + 0.0f, m.origin.row[1][i] + 0.0f, m.origin.row[2][i] + 0.0f},
-                    {w[i], x[i], y[i], z[i]},
-                    {rx[i], ry[i], rz[i]}};
+                    {o.w[i], o.x[i], o.y[i], o.z[i]},
+                    {o.rx[i], o.ry[i], o.rz[i]}};
 }
 
 template <int lanes>

@@ -409,24 +409,33 @@ Solution SevenJoints::for_elbow(double theta4, const Limits& limits) const
     const Elbow elbow(lengths_, theta4);
     const BallRotors rotors(line_, elbow, target_.rotation);
     const Joints& r = reference_.joints;
-    const BallJoints balls(rotors.shoulder, rotors.wrist, Pair{r[0] - r[2], r[6] - r[4]}, psi_);
     const JointGoals goals = goals_of(r, limits, theta4, inside_only_);
-
-    Solution best;
-    if (const double psi = nearest_arm_angle(balls, goals, psi_, range_); !std::isnan(psi)) {
+    const auto balls_of = [&](bool other_side) {
+        return BallJoints(rotors.shoulder, rotors.wrist, Pair{r[0] - r[2], r[6] - r[4]}, psi_, other_side);
+    };
+    const auto search = [&](const BallJoints& balls) {
+        const double psi = nearest_arm_angle(balls, goals, psi_, range_);
+        if (std::isnan(psi)) return Solution{};
         const auto [branch, outer, middle, inner] = nearest_branch(balls, goals, psi);
         const double change[7] = {outer[0], middle[0], inner[0], 0, inner[1], middle[1], outer[1]};
-        best.squared_distance = 0;
+        Solution s = {0, {}};
         for (int i = 0; i < 7; ++i)
-            best.theta[i] = std::clamp(r[i] + change[i], limits.lower[i], limits.upper[i]);
-        best.theta[3] = branch.elbow ? -theta4 : theta4; // its limits have no say in the arm angle
+            s.theta[i] = std::clamp(r[i] + change[i], limits.lower[i], limits.upper[i]);
+        s.theta[3] = branch.elbow ? -theta4 : theta4; // its limits have no say in the arm angle
         for (int i = 0; i < 7; ++i)
-            best.squared_distance += square(best.theta[i] - r[i]);
+            s.squared_distance += square(s.theta[i] - r[i]);
+        return s;
+    };
+    const BallJoints balls = balls_of(false);
+    Solution best = search(balls);
+    const auto straight = balls.straight();
+    if (straight[0] || straight[1]) {
+        const Solution s = search(balls_of(true));
+        if (s.squared_distance < best.squared_distance - worth_rounding) best = s;
     }
 
     // Where a ball is straight, at one arm angle, its two outer joints share their turn. The search passes
     // there, but sees the other ball in one position only.
-    const auto straight = balls.straight();
     for (int ball = 0; ball < 2; ++ball) {
         const double place = psi_ + std::remainder(balls.nearest()[ball] - psi_, two_pi);
         if (!straight[ball] || !(std::fabs(place - psi_) <= range_)) continue;

@@ -20,8 +20,40 @@ struct Lanes {
     typedef std::int64_t Integer __attribute__((vector_size(8 * lanes)));
 };
 
-#ifdef __AVX__
-inline Lanes<4>::Double square_root(Lanes<4>::Double a)
+template <typename Float>
+inline auto widened(const Float& a)
+{
+    return __builtin_convertvector(a, typename Lanes<sizeof(Float) / 4>::Double);
+}
+template <typename Double>
+inline auto rounded_off(const Double& a)
+{
+    return __builtin_convertvector(a, typename Lanes<sizeof(Double) / 8>::Float);
+}
+
+#ifdef __AVX512F__ // without a mask, g++ 12 takes its own header to read what is not initialised
+inline Lanes<8>::Double widened(const Lanes<8>::Float& a)
+{
+    return _mm512_maskz_cvtps_pd(0xff, a);
+}
+inline Lanes<8>::Float rounded_off(const Lanes<8>::Double& a)
+{
+    return _mm512_maskz_cvtpd_ps(0xff, a);
+}
+inline Lanes<8>::Double square_root(const Lanes<8>::Double& a)
+{
+    return _mm512_maskz_sqrt_pd(0xff, a);
+}
+#elif defined __AVX__ // g++ 12 would convert in halves
+inline Lanes<4>::Double widened(const Lanes<4>::Float& a)
+{
+    return _mm256_cvtps_pd(a);
+}
+inline Lanes<4>::Float rounded_off(const Lanes<4>::Double& a)
+{
+    return _mm256_cvtpd_ps(a);
+}
+inline Lanes<4>::Double square_root(const Lanes<4>::Double& a)
 {
     return _mm256_sqrt_pd(a);
 }
@@ -35,10 +67,8 @@ inline void reduced_sine_cosine(const V& x, V& sine, V& cosine)
     const V shifted = x * (4 / two_pi) + no_fraction, quarters = shifted - no_fraction;
     const V r = (x - quarters * quarter_high) - quarters * quarter_low, r2 = r * r;
     const auto& f = inverse_factorial;
-    V odd = V{} + f[17], even = V{} + f[16];
-    for (int n = 15; n > 0; n -= 2)
-        odd = f[n] - r2 * odd, even = f[n - 1] - r2 * even;
-    odd = r * odd;
+    const V odd = r * alternating(r2, [&](int k) { return f[2 * k + 1]; });
+    const V even = alternating(r2, [&](int k) { return f[2 * k]; });
     const Integer quarter = std::bit_cast<Integer>(shifted);
     const V s = (quarter & 1) != 0 ? even : odd, c = (quarter & 1) != 0 ? odd : even;
     sine = (quarter & 2) != 0 ? -s : s;
@@ -48,15 +78,14 @@ inline void reduced_sine_cosine(const V& x, V& sine, V& cosine)
 // Of any angle, out of line: a file for newer processors must not emit a function that others share.
 SineCosine<double> lone_sine_cosine(double x);
 
-template <int lanes, typename V = typename Lanes<lanes>::Double>
-inline void sine_cosine(const V& x, V& sine, V& cosine)
+// Whether a comparison holds for any.
+template <int lanes>
+inline bool any(const typename Lanes<lanes>::Integer& holds)
 {
-    reduced_sine_cosine<lanes>(x, sine, cosine);
+    std::int64_t bits = 0;
     for (int i = 0; i < lanes; ++i)
-        if (!(std::fabs(x[i]) < reducible)) {
-            const auto [s, c] = lone_sine_cosine(x[i]);
-            sine[i] = s, cosine[i] = c;
-        }
+        bits |= holds[i];
+    return bits != 0;
 }
 
 } // namespace kx
