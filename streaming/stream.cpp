@@ -225,21 +225,36 @@ void* send_set_points(void* user)
     return nullptr;
 }
 
+// Who holds a stream's mutex while its sender wants it runs with the sender's priority meanwhile.
+void prepare_places()
+{
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT);
+    for (Place& place : places)
+        pthread_mutex_init(&place.mutex, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+}
+
 // A forked child has no senders, and what they had locked is in no state to be used.
 void forget_all_streams()
 {
     places_mutex = PTHREAD_MUTEX_INITIALIZER;
     for (Place& place : places)
         place = {};
+    prepare_places();
+}
+
+__attribute__((constructor)) void prepare()
+{
+    prepare_places();
+    pthread_atfork(nullptr, nullptr, forget_all_streams);
 }
 
 // A place that is neither taken nor has a stream on the link.
 Place* take_place(int link)
 {
-    static bool are_forks_minded;
     const Guard guard(places_mutex);
-    if (!are_forks_minded) pthread_atfork(nullptr, nullptr, forget_all_streams);
-    are_forks_minded = true;
     Place* free_one = nullptr;
     for (Place& place : places) {
         const Guard place_guard(place.mutex);
