@@ -238,16 +238,19 @@ class BasicArm : public Moving<Errors> {
     /** Ends that. */
     Done<Errors> unsubscribe() const
     {
-        return Base::outcome("KX_Link_Subscribe", KX_Link_Subscribe(this->link(), 0, nullptr, nullptr));
+        const int status = KX_Link_Subscribe(this->link(), 0, nullptr, nullptr);
+        callbacks_->set_subscriber(nullptr);
+        return Base::outcome("KX_Link_Subscribe", status);
     }
 
-    /** The state at a rate, up to 1000 Hz, in a queue; ends what was subscribed before. Let the queue go and call
-     *  unsubscribe() when done. */
+    /** The state at a rate, up to 1000 Hz, in a queue; ends what was subscribed before. The queue is closed by unsubscribe(),
+     *  by the next subscription, and with the arm. */
     Value<Errors, std::shared_ptr<Queue<State>>> states(double hertz, size_t capacity = 16) const
     {
         auto queue = std::make_shared<Queue<State>>(capacity);
         KX_Link_Subscribe(this->link(), 0, nullptr, nullptr);
-        callbacks_->set_subscriber([queue](const State& state) { queue->put(state); });
+        const std::shared_ptr<void> closes(nullptr, [queue](void*) { queue->close(); });
+        callbacks_->set_subscriber([queue, closes](const State& state) { queue->put(state); });
         const int status =
             KX_Link_Subscribe(this->link(), hertz, detail::Callbacks::take_state, callbacks_.get());
         return Base::outcome("KX_Link_Subscribe", status, std::move(queue));

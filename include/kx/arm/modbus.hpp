@@ -45,9 +45,13 @@ class Modbus : public Group<Errors> {
     }
     Modbus& operator=(Modbus&&) = delete;
 
-    ~Modbus()
+    ~Modbus() { close(); }
+
+    /** Closes the port now. */
+    void close()
     {
         if (port_ != closed && opened_) Close_Modbus_Mode(this->link(), port_, true);
+        port_ = closed;
     }
 
     /** Whether it was opened, with kx::nothrow::Arm. */

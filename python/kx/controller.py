@@ -1,0 +1,59 @@
+"""A virtual controller of one's own."""
+from __future__ import annotations
+
+import os
+import subprocess
+from types import TracebackType
+from typing import Any, Optional, Sequence
+
+from kx._kx import Arm
+
+
+class Controller:
+    """A kx-controller on a free port of this machine, best as a context.
+
+    The program is the one that the environment variable KX_CONTROLLER names, or else the kx-controller in the PATH.
+    """
+
+    host = "127.0.0.1"
+    port: int
+    model: int
+
+    def __init__(self, model: int = 46, *, speed: float = 1, options: Sequence[str] = ()) -> None:
+        """Starts it. Its time runs `speed` times as fast; `options` are further ones of kx-controller."""
+        program = os.environ.get("KX_CONTROLLER", "kx-controller")
+        command = [program, "--host", self.host, "--port", "0", "--spacing", "0", "--model", str(model),
+                   "--speed", str(speed), *options]
+        try:
+            self._process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True,
+                                             process_group=0)  # a Ctrl-C is the program's, not the controller's
+        except FileNotFoundError as error:
+            raise FileNotFoundError(f"there is no {program}: install the package kx-controller, or name the program "
+                                    "in KX_CONTROLLER") from error
+        assert self._process.stdout
+        line = self._process.stdout.readline()
+        if not line:
+            raise RuntimeError(f"kx-controller ended with status {self._process.wait()}: {' '.join(command)}")
+        self.model, self.port = model, int(line.rpartition(":")[2])
+
+    def connect(self, **options: Any) -> Arm:
+        """An arm that is connected to it. The options are those of kx.Arm."""
+        return Arm(self.host, self.port, self.model, **options)
+
+    def close(self) -> None:
+        """Ends it."""
+        self._process.kill()
+        self._process.wait()
+        if self._process.stdout:
+            self._process.stdout.close()
+
+    def __enter__(self) -> Controller:
+        return self
+
+    def __exit__(self, kind: Optional[type[BaseException]], error: Optional[BaseException],
+                 traceback: Optional[TracebackType]) -> None:
+        self.close()
+
+    def __del__(self) -> None:
+        if hasattr(self, "_process"):
+            self.close()

@@ -1,0 +1,62 @@
+#include "waiting.h"
+
+#include <unistd.h>
+
+namespace kx::python {
+
+namespace {
+
+int inside; // guarded by the interpreter
+std::atomic<bool> is_ending;
+
+int look_of(void* waiting)
+{
+    return static_cast<Waiting*>(waiting)->look();
+}
+
+} // namespace
+
+thread_local Token* Waiting::token;
+
+Waiting::Waiting()
+{
+    if (is_ending) raise("Py_Finalize", KX_CANCELLED, "the interpreter is ending");
+    ++inside;
+    KX_Link_Call_Check(look_of, this);
+    state_ = PyEval_SaveThread();
+}
+
+Waiting::~Waiting()
+{
+    PyEval_RestoreThread(state_);
+    KX_Link_Call_Check(nullptr, nullptr);
+    --inside;
+}
+
+bool Waiting::look()
+{
+    if (is_ending || (token && token->cancelled)) return true;
+    if (gettid() != getpid()) return false; // signals are the main thread's
+    PyEval_RestoreThread(state_);
+    const bool has_error = PyErr_CheckSignals() != 0;
+    state_ = PyEval_SaveThread();
+    return has_error;
+}
+
+void Waiting::end_all()
+{
+    is_ending = true;
+    while (inside > 0) {
+        PyThreadState* const state = PyEval_SaveThread();
+        usleep(1000);
+        PyEval_RestoreThread(state);
+    }
+}
+
+void Waiting::forget_others()
+{
+    inside = 0;
+    token = nullptr;
+}
+
+} // namespace kx::python

@@ -1,0 +1,2 @@
+"""The fixtures come as pytest finds them where the package is installed; here it is only built."""
+pytest_plugins = ["kx.pytest_plugin"]
