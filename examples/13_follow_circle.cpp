@@ -42,12 +42,16 @@ void record(int, const KX_STREAM_CYCLE* cycle, void* user)
         what.measured.push_back(what.place(cycle->measured_at, cycle->measured));
 }
 
+// Time and y; then the place once more, its distance from the circle twentyfold.
 void write(FILE* plot, const char* name, const std::vector<Place>& places, const Place& centre)
 {
     fprintf(plot, "$%s << end\n", name);
-    for (const Place& place : places)
-        fprintf(plot, "%.4f %.3f %.3f\n", place.time - centre.time, 1000 * (place.y - centre.y),
-                1000 * (place.z - centre.z));
+    for (const Place& place : places) {
+        const double time = place.time - centre.time, y = place.y - centre.y, z = place.z - centre.z;
+        const double shown = (radius + 20 * (std::hypot(y, z) - radius)) / std::hypot(y, z);
+        if (time < 2 * turn)
+            fprintf(plot, "%.3f %.2f %.2f %.2f\n", time, 1000 * y, 1000 * shown * y, 1000 * shown * z);
+    }
     fputs("end\n", plot);
 }
 
@@ -60,22 +64,30 @@ bool draw(const char* file, int model, const Record& what, const Place& centre)
     write(plot, "measured", what.measured, centre);
     fprintf(
         plot,
-        "set terminal svg size 1100,520 dynamic font 'sans-serif,12' background 'white'\nset output '%s'\n",
+        "set terminal svg size 1100,560 dynamic font 'sans-serif,12' background 'white'\nset output '%s'\n",
         file);
-    fputs("set grid linecolor '#e4e4e4'\nset border linecolor '#777777'\nset colorsequence podo\n", plot);
-    fprintf(plot, "set multiplot title 'Model %d follows targets, 30 a second' font ',16'\n", model);
-    const char* curves =
-        "$seen using %s with points pointtype 7 pointsize 0.4 linecolor 2 title 'commanded', "
-        "$sent using %s with lines linewidth 2 linecolor 6 title 'sent, within the limits', "
-        "$measured using %s with lines linewidth 2 linecolor 4 title 'measured'\n";
-    fputs("set size 0.45,0.95\nset origin 0,0\nset size ratio -1\nset key outside bottom center\n"
-          "set xlabel 'y, mm'\nset ylabel 'z, mm'\nplot ",
+    fputs("set grid linecolor '#e4e4e4'\nset border linecolor '#777777'\nset colorsequence podo\n"
+          "set style line 1 pointtype 7 pointsize 0.4 linecolor rgb '#e69f00'\nset style line 2 linewidth 2 "
+          "linecolor rgb '#0072b2'\n"
+          "set style line 3 linewidth 2 linecolor rgb '#009e73'\n",
           plot);
-    fprintf(plot, curves, "2:3", "2:3", "2:3");
-    fputs("set size noratio 0.55,0.95\nset origin 0.45,0\nset xlabel 'time, s'\nset ylabel 'y, mm'\nset "
-          "xrange [0:2]\nplot ",
+    fprintf(plot, "set multiplot title 'Model %d follows 30 uneven targets a second' font ',16'\n", model);
+    fprintf(plot,
+            "set size 0.45,0.95\nset origin 0,0\nset size ratio -1\nset key outside bottom center\n"
+            "set title 'the second turn; distances from the circle twentyfold'\nset xlabel 'y, mm'\nset "
+            "ylabel 'z, mm'\n"
+            "turn(t, y) = t >= %g ? y : NaN\n"
+            "plot $seen using (turn($1, $3)):4 with points linestyle 1 title 'commanded', "
+            "$sent using (turn($1, $3)):4 with lines linestyle 2 title 'sent, within the limits', "
+            "$measured using (turn($1, $3)):4 with lines linestyle 3 title 'measured'\n",
+            turn);
+    fputs("set size noratio 0.55,0.95\nset origin 0.45,0\nset title 'the beginning, from rest'\nset xlabel "
+          "'time, s'\n"
+          "set ylabel 'y, mm'\nset xrange [0:1.5]\n"
+          "plot $seen with points linestyle 1 title 'commanded', $sent with lines linestyle 2 title 'sent, "
+          "within the limits', "
+          "$measured with lines linestyle 3 title 'measured'\n",
           plot);
-    fprintf(plot, curves, "1:2", "1:2", "1:2");
     return pclose(plot) == 0;
 }
 
