@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Builds the reference and the guide as a site, build/docs/html/index.html. Whatever is not documented is an error.
+# Builds the reference and the guide as a site: docs.sh [directory], usually build/docs; the site is html/index.html there.
+# Whatever is not documented is an error.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-rm -rf build/docs
-mkdir -p build/docs
-doxygen docs/Doxyfile
+directory=${1:-build/docs}
+rm -rf "$directory"
+mkdir -p "$directory"
+(cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = \"$directory\"") | doxygen -

@@ -12,6 +12,7 @@ packages=$(realpath -m "${2:-build/packages}")
 
 mkdir -p "$packages"
 rm -f "$packages"/*.deb
+./scripts/docs.sh "$tree/site"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cpack --config "$tree/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log" && exit 1; }

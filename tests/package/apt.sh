@@ -4,7 +4,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 packages=$(realpath "$1")
-names=(libkx-service1 libkx-service-dev kx-controller kx-cli)
+names=(libkx-service1 libkx-service-dev libkx-service-doc kx-controller kx-cli)
 [ "$(id -u)" = 0 ] || { echo "only root can install packages" && exit 77; }
 
 # One test at a time; as long as the file says so, what is installed is only a test's.
@@ -26,6 +26,13 @@ echo testing >/run/lock/kx-service-package-test
 log=$(apt install --no-install-recommends "$packages"/*.deb 2>&1) || { echo "$log" && exit 1; }
 files=$(dpkg -L "${names[@]}")
 "$here/use.sh" /usr {lock}>&-
+for file in libkx-service-dev/README.md libkx-service-dev/docs/guide.md libkx-service-dev/examples/cell/cell.cpp \
+  libkx-service-doc/html/index.html; do
+  grep -qx "/usr/share/doc/$file\(\.gz\)\?" <<<"$files" || { echo "no package has $file" && exit 1; }
+done
+for page in kx kx-controller; do
+  grep -qx "/usr/share/man/man1/$page.1.gz" <<<"$files" && grep -qx "/usr/share/bash-completion/completions/$page" <<<"$files"
+done
 
 remove
 while read -r file; do
