@@ -20,7 +20,7 @@ std::pair<std::size_t, double> Call::joint_and_value(const char* key) const
 Arm::Ended Call::completion() const
 {
     return [asker = client](const std::string& broken_off) {
-        Json reply = {{"command", "current_trajectory_state"}, {"trajectory_state", broken_off.empty()}};
+        Json reply = {{"command", end_of_motion}, {"trajectory_state", broken_off.empty()}};
         if (!broken_off.empty()) reply["error"] = broken_off;
         asker->reply(reply_line(std::move(reply)));
     };

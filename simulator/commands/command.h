@@ -45,6 +45,9 @@ struct Call {
     Arm::Ended when_done() const;
 };
 
+/** As which clients recognise that a motion has ended, or was refused. */
+inline constexpr std::string_view end_of_motion = "current_trajectory_state";
+
 /** What a handler returns when the answer comes later. */
 inline const Json answered_later = nullptr;
 

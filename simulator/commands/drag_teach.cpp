@@ -28,7 +28,7 @@ constexpr Command commands[] = {
          call.peripherals.drag_teach.go_to_origin(call.completion());
          return answered_later;
      },
-     "current_trajectory_state"},
+     end_of_motion},
     // Answered when it begins. A line at its end would be taken for the end of a planned motion.
     {"run_drag_trajectory", "run_state",
      [](Call& call) -> Json {

@@ -48,7 +48,7 @@ constexpr Command commands[] = {
          call.peripherals.lift.go(height(call), lift_speed(call), call.completion());
          return answered_later;
      },
-     "current_trajectory_state"},
+     end_of_motion},
     {"get_lift_state", "",
      [](Call& call) -> Json {
          const Lift& lift = call.peripherals.lift;

@@ -30,14 +30,14 @@ constexpr Command commands[] = {
          call.arm.move_joints(target, manner(call), call.completion());
          return answered_later;
      },
-     "current_trajectory_state"},
+     end_of_motion},
     {"movel", "trajectory_state",
      [](Call& call) -> Json {
          const POSE target = pose_from(call["pose"]);
          call.arm.move_line(target, manner(call), call.completion());
          return answered_later;
      },
-     "current_trajectory_state"},
+     end_of_motion},
     {"movec", "trajectory_state",
      [](Call& call) -> Json {
          const POSE via = pose_from(member(call["pose"], "pose_via"));
@@ -46,14 +46,14 @@ constexpr Command commands[] = {
          call.arm.move_circle(via, target, loop, manner(call), call.completion());
          return answered_later;
      },
-     "current_trajectory_state"},
+     end_of_motion},
     {"movej_p", "trajectory_state",
      [](Call& call) -> Json {
          const POSE target = pose_from(call["pose"]);
          call.arm.move_joints_to(target, manner(call), call.completion());
          return answered_later;
      },
-     "current_trajectory_state"},
+     end_of_motion},
     {"set_arm_stop", "arm_stop",
      [](Call& call) -> Json {
          call.arm.stop("the arm was stopped");

@@ -78,17 +78,17 @@ constexpr Command commands[] = {
          call.arm.step_joint(joint, degrees, call.percent(), call.completion());
          return answered_later;
      },
-     "current_trajectory_state"},
+     end_of_motion},
     {"set_pos_step", "trajectory_state",
      [](Call& call) {
          return step_tool(call, along(axis(call, "step_type", {"x_step", "y_step", "z_step"})), 1e-6);
      },
-     "current_trajectory_state"},
+     end_of_motion},
     {"set_ort_step", "trajectory_state",
      [](Call& call) {
          return step_tool(call, about(axis(call, "step_type", {"rx_step", "ry_step", "rz_step"})), 1e-3);
      },
-     "current_trajectory_state"},
+     end_of_motion},
 
     {"add_waypoint", "waypoint_state",
      [](Call& call) -> Json {

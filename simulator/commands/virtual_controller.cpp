@@ -68,17 +68,18 @@ void Controller::answer(const std::string& text, const ClientHandle& client)
                         *client);
 
     const Command& command = *known;
-    const Answer later = [this, &command, client](const Json& value, const std::string& refused) {
-        respond(command, value, refused, *client);
+    const ClientHandle asker = command.recognised_by == end_of_motion ? turns_.next(client) : client;
+    const Answer later = [this, &command, asker](const Json& value, const std::string& refused) {
+        respond(command, value, refused, *asker);
     };
     try {
         if (refused_.contains(name->get_ref<const std::string&>()))
             throw Refused("this command is refused on demand");
-        Call call{request, arm_, peripherals_, client, later, log_};
+        Call call{request, arm_, peripherals_, asker, later, log_};
         const Json value = command.handle(call);
-        if (value != answered_later) respond(command, value, "", *client);
+        if (value != answered_later) respond(command, value, "", *asker);
     } catch (const std::exception& refused) {
-        respond(command, nullptr, refused.what(), *client);
+        respond(command, nullptr, refused.what(), *asker);
     }
 }
 

@@ -8,6 +8,7 @@
 #include "arm/arm.h"
 #include "commands/client.h"
 #include "commands/json.h"
+#include "commands/turns.h"
 #include "devices/peripherals.h"
 
 namespace kx::sim {
@@ -53,6 +54,7 @@ class Controller {
     Peripherals peripherals_;
     Log log_;
     std::set<std::string> refused_;
+    Turns turns_;
     double time_ = 0;
 };
 

@@ -453,10 +453,11 @@ const ScenarioRow rows[] = {
         0    movel pose [338000,100000,318203,3142,0,0] v 100          -> no
              movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later
         0.1  movel pose [338000,100000,318203,3142,0,0] v 100          -> later
-             movel pose [338000,-400000,318203,3142,0,0] v 100         -> no
+             movel pose [338000,-400000,318203,3142,0,0] v 100         -> later
         1    <- ok
              get_arm_current_trajectory                                -> type movel data [338000,100000,318203,3142,0,0]
-        2    <- ok)"},
+        2    <- ok
+             <- no reach)"},
     // 0.4 s at up to 0.25 m/s and 1 m/s^2, and 0.25 s of braking.
     {"PausesOnItsLineAndGoesOn", R"(
         0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later

@@ -110,10 +110,12 @@ const ScenarioRow rows[] = {
     {"StopFailsEveryPlannedMotion", R"(
         0     movej joint [90000,0,0,0,0,0] v 100  -> later
               movej joint [0,0,0,0,0,0] v 100      -> later
+              movej joint [900000,0,0,0,0,0] v 100 -> later
         0.4   set_arm_stop                         -> arm_stop true
-              <- no stopped
         0.69  <- nothing
         0.71  <- no stopped
+              <- no stopped
+              <- no limits
               get_joint_degree                     -> joint [72000,0,0,0,0,0]
               movej joint [0,0,0,0,0,0] v 100      -> later
         5     <- ok)"},
@@ -121,8 +123,8 @@ const ScenarioRow rows[] = {
         0     movej joint [90000,0,0,0,0,0] v 100  -> later
               movej joint [0,0,0,0,0,0] v 100      -> later
         0.4   set_arm_delete_trajectory            -> arm_delete_trajectory true
-              <- no deleted
         0.71  <- no deleted
+              <- no deleted
               get_joint_degree                     -> joint [72000,0,0,0,0,0])"},
     {"DeletingTheCurrentOneLetsTheNextOneRun", R"(
         0     movej joint [90000,0,0,0,0,0] v 100  -> later
