@@ -76,12 +76,24 @@ bool Limiter::take(const Motion& way)
     return true;
 }
 
-void Limiter::brake()
+// The tool's limits may want braking to be gentler than joints could.
+static Limits gentler(Limits limits, double share)
 {
-    Motion way;
-    for (int i = 0; i < limits_.joints; ++i)
-        way.joint[i] = streaming::brake(now_.joint[i], limits_.motion[i]);
-    take(way);
+    limits.acceleration *= share;
+    limits.jerk *= share;
+    return limits;
+}
+
+bool Limiter::brake()
+{
+    const ArmLimits here = limits_here();
+    for (double share = 1; share > 0.1; share /= 2) {
+        Motion way;
+        for (int i = 0; i < limits_.joints; ++i)
+            way.joint[i] = streaming::brake(now_.joint[i], gentler(here.motion[i], share));
+        if (take(way)) return true;
+    }
+    return false;
 }
 
 // A share of what is proposed, the rest of it as on the way to rest: both have limited jerk and acceleration, so their
@@ -151,7 +163,7 @@ bool Limiter::go(const Joints& jerk)
     return is_all;
 }
 
-// The tool's limits bind all joints together. Braking may need to be gentler than joints could.
+// The tool's limits bind all joints together.
 bool Limiter::go_gently(const ArmState& proposed)
 {
     const ArmLimits here = limits_here();
@@ -161,11 +173,8 @@ bool Limiter::go_gently(const ArmState& proposed)
             RestOfAll rest = {};
             bool are_safe = true;
             for (int i = 0; i < limits_.joints && are_safe; ++i) {
-                Limits braking = here.motion[i];
-                braking.acceleration *= gentle;
-                braking.jerk *= gentle;
                 next.joint[i] = blend(i, share, proposed.joint[i]);
-                are_safe = is_safe(i, next.joint[i], braking, rest[i].way);
+                are_safe = is_safe(i, next.joint[i], gentler(here.motion[i], gentle), rest[i].way);
             }
             if (!are_safe || !is_safe(rest)) continue;
             arrive(next, rest);

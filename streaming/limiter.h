@@ -29,8 +29,9 @@ class Limiter {
     // Takes another way to rest, from here; false if it breaks a limit, and is not taken.
     bool take(const Motion& way);
 
-    // Braking as fast as can be is the way to rest from now on; if that breaks a limit, it stays the one it was.
-    void brake();
+    // Braking, as fast as the limits allow, is the way to rest from now on; false if none was found that keeps them: it stays the
+    // one it was.
+    bool brake();
 
   private:
     struct Rest {

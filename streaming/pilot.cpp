@@ -73,7 +73,7 @@ void Pilot::brake()
 {
     way_ = Way::braking;
     next_.clear();
-    limiter_.brake();
+    is_on_plan_ = limiter_.brake();
 }
 
 bool Pilot::has_come_to_rest() const
@@ -190,8 +190,10 @@ void Pilot::advance(double now)
         // Behind its end a course goes on with the time at which targets come.
         clock_ = fmin(clock_, fmax(course_.end(), now - look_ahead_));
         return follow_course();
-    case Way::none:
     case Way::braking:
+        if (!is_on_plan_) is_on_plan_ = limiter_.brake();
+        [[fallthrough]];
+    case Way::none:
         limiter_.go_on();
         target_ = limiter_.now();
     }

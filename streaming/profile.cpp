@@ -86,8 +86,13 @@ Profile::Range Profile::velocities() const
 
 namespace {
 
-// The fastest change to a velocity, to be kept from then on: back to the limit of acceleration if it is exceeded; to
-// the peak acceleration; with that; and back to none.
+// The velocity, were the acceleration taken back at once.
+double settled(const State& s, double jerk)
+{
+    return s.velocity + s.acceleration * fabs(s.acceleration) / (2 * jerk);
+}
+
+// A change of velocity, in stretches of constant jerk.
 struct Ramp {
     static constexpr int stretches = 4;
     double time[stretches], jerk[stretches];
@@ -95,12 +100,8 @@ struct Ramp {
     double duration() const { return time[0] + time[1] + time[2] + time[3]; }
 };
 
-// The velocity, were the acceleration taken back at once.
-double settled(const State& s, double jerk)
-{
-    return s.velocity + s.acceleration * fabs(s.acceleration) / (2 * jerk);
-}
-
+// The fastest change to a velocity that is to be kept from then on: back to the limit of acceleration if it is exceeded; to
+// the peak acceleration; with that; and back to none.
 Ramp ramp(State from, double velocity, double acceleration, double jerk)
 {
     Ramp ramp = {};
@@ -173,10 +174,7 @@ class Way {
         const Turn turn = turning(up);
         Profile profile(from_, target_velocity_);
         add(profile, up, side_, turn.stretch);
-        if (turn.stretch < Ramp::stretches)
-            profile.add(turn.time, side_ * up.jerk[turn.stretch]);
-        else
-            profile.add(turn.time, 0);
+        profile.add(turn.time, turn.stretch < Ramp::stretches ? side_ * up.jerk[turn.stretch] : 0);
         return ended(profile, ramp_to(turn.state, 0));
     }
 
@@ -184,8 +182,8 @@ class Way {
     Profile lasting(double duration) const
     {
         const State turn = turning(ramp_to(start_, greatest_)).state;
-        const double peak = settled(turn, limits_.jerk);
         if (turn.acceleration < 0) return fastest(); // it does nothing but slow down
+        const double peak = settled(turn, limits_.jerk);
         Ramp up, down;
         double way; // left for the run
         const auto spared = [&](double velocity) {
