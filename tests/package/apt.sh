@@ -4,7 +4,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 packages=$(realpath "$1")
-names=(libkx-service1 libkx-service-dev libkx-service-doc kx-controller kx-cli)
+names=(libkx-service1 libkx-service-dev libkx-service-doc kx-controller kx-cli python3-kx)
 [ "$(id -u)" = 0 ] || { echo "only root can install packages" && exit 77; }
 
 # One test at a time; as long as the file says so, what is installed is only a test's.

@@ -43,3 +43,16 @@ for program in build-consumer/move_c build-consumer/move_cpp ./move_c ./move_cpp
 done
 "$prefix/bin/kx" --arm "127.0.0.1:$port" --model 46 state >kx.log
 [ "$("$prefix/bin/kx" --version)" = "kx $(pkg-config --modversion kx-service)" ] # of the library, and of the package
+
+# Python programs, and the fixtures of their tests. The interpreter's own directories are below /usr.
+if [ "$prefix" != /usr ]; then export PYTHONPATH=$prefix/lib/python3/dist-packages; fi
+cat >test_arm.py <<'TEST'
+import kx
+def test_arm(kx_arm):
+    with kx_arm.move_joints(joints_deg=[10, 0, 0, 0, 0, 0], speed_percent=100):
+        pass
+    print(kx.__file__)
+    assert kx.Model(46).pose(joints_deg=kx_arm.joints_deg()).position_m.shape == (3,)
+TEST
+KX_CONTROLLER=$prefix/bin/kx-controller /usr/bin/python3 -m pytest -q -s -p no:cacheprovider test_arm.py >pytest.log || { cat pytest.log && exit 1; }
+grep -q "^$prefix/lib/python3/dist-packages/kx/" pytest.log
