@@ -4,7 +4,8 @@
     blocks.py run CONTROLLER PAGE NUMBER PROGRAM...   runs a block as its page says
 
 C++ blocks with a main() are programs: compiled, and run until they exit with 0. The others are compiled as the body of
-a function that has an `arm`. Shell blocks are run with kx-controller in the PATH. What is to be run gets a kx-controller
+a function that has an `arm`. Python blocks are run; those that import nothing have an `arm`, those with tests are pytest's.
+Shell blocks are run with kx-controller in the PATH. What is to be run gets a kx-controller
 of its own, whose port takes the place of 8080. Comments above a block say what differs:
 
     <!-- controller: --model 47 -->   options of its kx-controller
@@ -39,6 +40,8 @@ class Block:
     def kind(self):
         if self.language == "sh":
             return "skipped" if self.noted("not run") else "shell"
+        if self.language == "py":
+            return "python"
         if self.language != "cpp":
             return "skipped"
         if "int main(" not in self.code:
@@ -56,6 +59,14 @@ class Block:
         return f"#include <cstdlib>\n#include \"kx_base.h\"\n{includes}\n{rest}"
 
 
+    def python(self):
+        code = self.code.replace(" 8080", " int(os.environ['KX_PORT'])")
+        if "import kx\n" in code:
+            return f"import os\n{code}"
+        indented = "".join(f"    {line}" for line in code.splitlines(True))
+        return f"import os, kx\nwith kx.Arm('127.0.0.1', int(os.environ['KX_PORT']), model=46) as arm:\n{indented}"
+
+
 def blocks_of(page):
     return [Block(page, number, *match) for number, match in enumerate(BLOCK.findall(Path(page).read_text()), 1)]
 
@@ -67,10 +78,11 @@ def extract(out, pages):
             for file in block.noted("file"):
                 if (Path(page).parent / file).read_text() != block.code:
                     sys.exit(f"{block.name} is not what is in {file}")
-            if block.language == "cpp":
-                file = out / f"{block.name}.cpp"
-                if not file.exists() or file.read_text() != block.source():
-                    file.write_text(block.source())
+            if block.language in ("cpp", "py"):
+                file = out / f"{block.name}.{block.language}"
+                source = block.source() if block.language == "cpp" else block.python()
+                if not file.exists() or file.read_text() != source:
+                    file.write_text(source)
             print(block.name, block.kind, page, number, sep="|")
 
 
