@@ -1,6 +1,6 @@
-// The figures of streams, in one run: what a profile, all joints together and one cycle cost; how punctual the sender is, with
-// and without priority, for some seconds each; and how soon it brakes when its application stalls. The arm is one of a
-// kx-controller of its own, or that behind a port.
+// The figures of streams, in one run: what a profile, all joints together and one cycle cost; how punctual the
+// sender is, with and without priority, for some seconds each; and how soon it brakes when its application stalls.
+// The arm is one of a kx-controller of its own, or that behind a port.
 //
 //     stream_figures [SECONDS [PORT]]
 #include "kx_base.h"
@@ -128,7 +128,8 @@ int open_stream(int link, int priority, double watchdog, Passed& passed)
     return KX_Stream_Open(link, &options);
 }
 
-// Thirty targets a second for so long, on a slow swing of all joints from where they are; gives the time of the last one.
+// Thirty targets a second for so long, on a slow swing of all joints from where they are; gives the time of the
+// last one.
 double give(int stream, double seconds)
 {
     KX_STREAM_CYCLE from;

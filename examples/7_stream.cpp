@@ -1,6 +1,6 @@
-// Streams joint targets: every joint swings 10 degrees out and back, some times. Fifty targets a second, and none at its
-// time to the millisecond: the stream makes a smooth motion of them, and tells how the arm follows.
-// Ends with status 0 only if all were taken, and the arm stands where the last one leads.
+// Streams joint targets: every joint swings 10 degrees out and back, some times. Fifty targets a second, and none
+// at its time to the millisecond: the stream makes a smooth motion of them, and tells how the arm follows. Ends
+// with status 0 only if all were taken, and the arm stands where the last one leads.
 //
 //     7_stream PORT [MODEL [SECONDS]]        of a controller on this machine, e.g. kx-controller
 #include "run.h"

@@ -24,8 +24,8 @@ double Course::slope(int i, int joint) const
     return (to.joint[joint] - from.joint[joint]) / (to.time - from.time);
 }
 
-// The parabola through a knot and its neighbours has this slope there; bounded so that the cubics stay between their ends
-// (Fritsch and Carlson, 1980).
+// The parabola through a knot and its neighbours has this slope there; bounded so that the cubics stay between
+// their ends (Fritsch and Carlson, 1980).
 double Course::tangent(int i, int joint) const
 {
     if (i == 0) return 0;

@@ -1,5 +1,5 @@
-// Where the application's targets lead: a cubic through those that are known. As long as more may follow, it goes on behind
-// the last one as it came there.
+// Where the application's targets lead: a cubic through those that are known. As long as more may follow, it goes
+// on behind the last one as it came there.
 #ifndef KX_STREAMING_COURSE_H
 #define KX_STREAMING_COURSE_H
 

@@ -1,4 +1,5 @@
-// A stream without thread, link or clock: takes targets and what the arm tells, gives set-points, and decides when it ends.
+// A stream without thread, link or clock: takes targets and what the arm tells, gives set-points, and decides when
+// it ends.
 #ifndef KX_STREAMING_FLIGHT_H
 #define KX_STREAMING_FLIGHT_H
 

@@ -96,8 +96,8 @@ bool Limiter::brake()
     return false;
 }
 
-// A share of what is proposed, the rest of it as on the way to rest: both have limited jerk and acceleration, so their
-// mixture has, too.
+// A share of what is proposed, the rest of it as on the way to rest: both have limited jerk and acceleration, so
+// their mixture has, too.
 State Limiter::blend(int joint, double share, const State& proposed) const
 {
     const State safe = rest_[joint].way.at(rest_[joint].passed + cycle_);

@@ -1,8 +1,8 @@
 // The set-points: whatever is proposed, they keep the limits, and so does the way to rest from each of them.
 //
 // The limiter knows a way to rest from where the arm is, and has checked it. A proposed cycle is taken only if the
-// braking after it passes the same checks; otherwise as much of it as does, the rest being the way to rest. So the limits hold
-// by induction, for every proposal.
+// braking after it passes the same checks; otherwise as much of it as does, the rest being the way to rest. So the
+// limits hold by induction, for every proposal.
 #ifndef KX_STREAMING_LIMITER_H
 #define KX_STREAMING_LIMITER_H
 
@@ -29,8 +29,8 @@ class Limiter {
     // Takes another way to rest, from here; false if it breaks a limit, and is not taken.
     bool take(const Motion& way);
 
-    // Braking, as fast as the limits allow, is the way to rest from now on; false if none was found that keeps them: it stays the
-    // one it was.
+    // Braking, as fast as the limits allow, is the way to rest from now on; false if none was found that keeps
+    // them: it stays the one it was.
     bool brake();
 
   private:

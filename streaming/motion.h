@@ -27,8 +27,8 @@ struct Motion {
     double duration = 0;
 };
 
-// To rest at a target, on the fastest way for all together: who needs less time than the slowest joint goes slower, so that
-// all arrive at once. Any time above a joint's least will do, since a joint that arrives earlier can wait.
+// To rest at a target, on the fastest way for all together: who needs less time than the slowest joint goes slower,
+// so that all arrive at once. Any time above a joint's least will do, since a joint that arrives earlier can wait.
 Motion fastest_together(const ArmState& from, const Joints& target, const ArmLimits& limits);
 
 } // namespace kx::streaming

@@ -1,4 +1,5 @@
-// Flies an arm through targets: from what the application wants to one set-point a cycle. Knows of time only what it is told.
+// Flies an arm through targets: from what the application wants to one set-point a cycle. Knows of time only what
+// it is told.
 #ifndef KX_STREAMING_PILOT_H
 #define KX_STREAMING_PILOT_H
 

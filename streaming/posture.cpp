@@ -47,8 +47,9 @@ static bool has_turned_over(const ARM_MODEL& arm, const float* before, const flo
     return before[elbow] * now[elbow] < 0 || before[wrist] * now[wrist] < 0;
 }
 
-// In steps so small that the nearest solution is one of the same posture, and joints that leap tell of another. Where a part of
-// the straight way is out of reach, which does no harm as the joints do not go along it, two things are asked of the leap over it.
+// In steps so small that the nearest solution is one of the same posture, and joints that leap tell of another.
+// Where a part of the straight way is out of reach, which does no harm as the joints do not go along it, two things
+// are asked of the leap over it.
 KX_STREAM_END joints_of(const ARM_MODEL& arm, const POSE& pose, const float* before, float* result)
 {
     constexpr float step_length = 0.02f, step_angle = 0.1f; // m, rad

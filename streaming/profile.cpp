@@ -1,7 +1,7 @@
-// Time-optimal motion with limited jerk is bang-bang: it does all for one direction as long as it can, then all for coming to
-// rest (Kroeger, 2010; Berscheid and Kroeger, 2021). Both halves are changes of velocity in the shortest time: towards
-// the greatest velocity and, from some moment on, to rest. The later that moment, the further the motion gets, so one search
-// for it covers all cases, states beyond the limits included.
+// Time-optimal motion with limited jerk is bang-bang: it does all for one direction as long as it can, then all for
+// coming to rest (Kroeger, 2010; Berscheid and Kroeger, 2021). Both halves are changes of velocity in the shortest
+// time: towards the greatest velocity and, from some moment on, to rest. The later that moment, the further the
+// motion gets, so one search for it covers all cases, states beyond the limits included.
 #include "streaming/profile.h"
 
 #include <math.h>
@@ -100,8 +100,8 @@ struct Ramp {
     double duration() const { return time[0] + time[1] + time[2] + time[3]; }
 };
 
-// The fastest change to a velocity that is to be kept from then on: back to the limit of acceleration if it is exceeded; to
-// the peak acceleration; with that; and back to none.
+// The fastest change to a velocity that is to be kept from then on: back to the limit of acceleration if it is
+// exceeded; to the peak acceleration; with that; and back to none.
 Ramp ramp(State from, double velocity, double acceleration, double jerk)
 {
     Ramp ramp = {};
@@ -214,8 +214,8 @@ class Way {
     }
 
   private:
-    // When to turn from doing all for the way to coming to rest: after some whole stretches of the ramp and a time in the
-    // next one, or in the run behind it.
+    // When to turn from doing all for the way to coming to rest: after some whole stretches of the ramp and a time
+    // in the next one, or in the run behind it.
     struct Turn {
         int stretch;
         double time;

@@ -4,8 +4,8 @@
 
 namespace kx::streaming {
 
-// Three jerks, each for a third of the time, that lead from one state of motion to another. They follow from what lacks
-// there of acceleration, velocity and position without any jerk: a linear system with this solution.
+// Three jerks, each for a third of the time, that lead from one state of motion to another. They follow from what
+// lacks there of acceleration, velocity and position without any jerk: a linear system with this solution.
 static void meet(const State& from, const State& to, double time, double jerk[3])
 {
     const double h = time / 3;

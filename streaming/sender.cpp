@@ -105,7 +105,8 @@ static void* send_set_points(void* user)
         const double cycle = body.flight.cycle();
         double due = KX_Stream_Clock(), woken = due;
         while (send_one(place, due, woken)) {
-            // What was missed is not sent in a rush: the arm goes on from where it is, and catches up within its limits.
+            // What was missed is not sent in a rush: the arm goes on from where it is, and catches up within its
+            // limits.
             due = woken - due < cycle ? due + cycle : woken + cycle;
             const timespec time = at(due);
             while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr) != 0) {

@@ -17,8 +17,8 @@ class ToolPath {
     const Limits& limits() const { return limits_; }
     bool is_limited() const { return limits_.velocity > 0 || limits_.acceleration > 0 || limits_.jerk > 0; }
 
-    // Limits of the joints so that none by itself makes the tool too fast while the arm is here, or takes more than half of
-    // its acceleration and jerk: what is left is for several at once, and for the path's bends.
+    // Limits of the joints so that none by itself makes the tool too fast while the arm is here, or takes more than
+    // half of its acceleration and jerk: what is left is for several at once, and for the path's bends.
     ArmLimits here(ArmLimits limits, const Joints& joint) const;
 
     // The latest points, newest first.

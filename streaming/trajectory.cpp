@@ -73,7 +73,8 @@ bool Trajectory::read(const char* path, int joints, KX_TRAJECTORY_FAULT& fault)
         const char* text = skip_blanks(line);
         if (*text == '\0' || *text == '#' || isalpha(static_cast<unsigned char>(*text))) continue;
         Knot knot = {};
-        if (!read_row(text, joints, plain, knot))
+        const bool is_whole = strlen(line) < sizeof line - 1;
+        if (!is_whole || !read_row(text, joints, plain, knot))
             fault.violation = KX_TRAJECTORY_NO_ROW;
         else if (rows_ > 0 && knot.time <= knots_[rows_ - 1].time)
             fault.violation = KX_TRAJECTORY_TIME, fault.limit = knots_[rows_ - 1].time;

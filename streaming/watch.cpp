@@ -33,8 +33,8 @@ void Watch::told(double time, const Joints& measured)
     }
 }
 
-// The arm is where the set-points were some time ago: at the nearest place of their way since that last turned back, while it
-// moved well. No lag can be told while the nearest place is where it turned.
+// The arm is where the set-points were some time ago: at the nearest place of their way since that last turned
+// back, while it moved well. No lag can be told while the nearest place is where it turned.
 void Watch::find_lag(double time)
 {
     constexpr double well = 2, longest = 0.5; // degrees/s, s

@@ -8,20 +8,20 @@
  *     KX_Stream_Wait(stream, 10000);                            // no more will follow: until the arm stands
  *     KX_Stream_Close(stream);
  *
- * A stream has a sender of its own, which sends the arm one set-point a cycle, 200 a second, whatever the application does.
- * Each set-point keeps the limits of velocity, acceleration and jerk, of every joint and along the tool's path,
- * whatever the targets were: late, jumping, repeated. From each the arm can come to rest within these limits and
- * those of the joints.
+ * A stream has a sender of its own, which sends the arm one set-point a cycle, 200 a second, whatever the
+ * application does. Each set-point keeps the limits of velocity, acceleration and jerk, of every joint and along
+ * the tool's path, whatever the targets were: late, jumping, repeated. From each the arm can come to rest within
+ * these limits and those of the joints.
  *
  * Targets are joint angles or poses. One with a time is passed `look_ahead` later than that time: so much may
- * targets be late, and so far the stream sees ahead. The way between them is a cubic, and their unevenness is smoothed. As long as
- * more may follow, the stream goes through the last one as fast as it gets there, and comes back to it if none
- * does; KX_Stream_Wait tells it that it is the last. A target with the time 0 is gone for at once, so as to rest there, on the
- * fastest way for all joints together; it takes the place of all before.
+ * targets be late, and so far the stream sees ahead. The way between them is a cubic, and their unevenness is
+ * smoothed. As long as more may follow, the stream goes through the last one as fast as it gets there, and comes
+ * back to it if none does; KX_Stream_Wait tells it that it is the last. A target with the time 0 is gone for at
+ * once, so as to rest there, on the fastest way for all joints together; it takes the place of all before.
  *
- * A stream ends once, for a reason (KX_STREAM_END). Then its functions return KX_ENDED; open another. The set-points brake
- * within the limits; but where they cannot do any good (KX_STREAM_REFUSED, KX_STREAM_ARM_ERROR, KX_STREAM_LOST,
- * KX_STREAM_HICCUP: the arm has stopped, or cannot be told anything), no more are sent.
+ * A stream ends once, for a reason (KX_STREAM_END). Then its functions return KX_ENDED; open another. The
+ * set-points brake within the limits; but where they cannot do any good (KX_STREAM_REFUSED, KX_STREAM_ARM_ERROR,
+ * KX_STREAM_LOST, KX_STREAM_HICCUP: the arm has stopped, or cannot be told anything), no more are sent.
  *
  * All functions here may be called from any thread at any time, callbacks of links included. None waits, but
  * KX_Stream_Wait and KX_Stream_Close. A stream sends targets and nothing else; whoever else moves the arm meanwhile
@@ -71,11 +71,11 @@ typedef void (*KX_STREAM_CALLBACK)(int stream, const KX_STREAM_CYCLE* cycle, voi
 typedef struct KX_STREAM_OPTIONS {
     size_t size; /**< sizeof(KX_STREAM_OPTIONS), so that later versions can tell */
     double rate; /**< set-points a second, 10 to 1000; 200 */
-    double
-        look_ahead; /**< s, 0 to 5; 0.1. Two periods of the targets make their path smooth, see docs/streams.md */
-    double
-        watchdog; /**< s without a new target after which the stream brakes, 0: never; 0.2. It rests while paused,
-                          while a file is played, and once KX_Stream_Wait was called */
+    /** s, 0 to 5; 0.1. Two periods of the targets, and what they may be late, make a smooth path: docs/streams.md */
+    double look_ahead;
+    /** s without a new target after which the stream brakes, 0: never; 0.2. It rests while paused, while a file is played,
+        and once KX_Stream_Wait was called */
+    double watchdog;
     double silence; /**< s without an answer of the controller after which the stream ends, 0: never; 0.5 */
     float velocity[7];       /**< limits of the joints, degrees/s; 90 */
     float acceleration[7];   /**< degrees/s^2; 400 */
@@ -84,11 +84,12 @@ typedef struct KX_STREAM_OPTIONS {
     float tool_acceleration; /**< m/s^2, with its part across the path; 0: none */
     float tool_jerk;         /**< m/s^3, likewise; 0: none */
     float following_error;   /**< degrees that any joint may be from its set-point, 0: any; 20 */
-    int priority; /**< of the sender's thread: SCHED_FIFO with 1 to 99, 0: as all others; 20. Where the system does
-                               not allow it the sender goes without, and KX_STREAM_COUNTERS tells */
-    const ARM_MODEL*
-        arm; /**< its limits of the joints hold, its tool and installation are those of pose targets; null:
-                               as Arm_Model_Init makes the link's model; copied */
+    /** of the sender's thread: SCHED_FIFO with 1 to 99, 0: as all others; 20. Where the system does not allow it the sender
+        goes without, and KX_STREAM_COUNTERS tells */
+    int priority;
+    /** its limits of the joints hold, its tool and installation are those of pose targets; null: as Arm_Model_Init makes the
+        link's model; copied */
+    const ARM_MODEL* arm;
     KX_STREAM_CALLBACK on_cycle; /**< may be null */
     void* user;                  /**< handed to it */
 } KX_STREAM_OPTIONS;
@@ -170,8 +171,8 @@ KX_API double KX_Stream_Clock(void);
 KX_API int KX_Stream_Joints(int stream, const float* joint, double time);
 
 /**
- * Gives the next target as a pose of the tool, reached in the posture of the target before: shoulder, elbow and wrist do
- * not turn over. Where that cannot be, the stream ends.
+ * Gives the next target as a pose of the tool, reached in the posture of the target before: shoulder, elbow and
+ * wrist do not turn over. Where that cannot be, the stream ends.
  * @param stream the handle
  * @param pose m and rad, in the base of `arm` of the options
  * @param time as for KX_Stream_Joints
@@ -190,9 +191,9 @@ KX_API int KX_Stream_Pose(int stream, POSE pose, double time);
 KX_API int KX_Stream_Play(int stream, const char* path, KX_TRAJECTORY_FAULT* fault);
 
 /**
- * Holds a trajectory against the limits of joints, velocities and accelerations, without an arm: velocities are those from row
- * to row, and accelerations those from one of these to the next, less what a rounding to thousandths makes of them. Jerk is not
- * looked at: playing smooths it.
+ * Holds a trajectory against the limits of joints, velocities and accelerations, without an arm: velocities are
+ * those from row to row, and accelerations those from one of these to the next, less what a rounding to thousandths
+ * makes of them. Jerk is not looked at: playing smooths it.
  * @param path as for KX_Stream_Play
  * @param model 36, 46 or 47; if `options` has an `arm`, that one's limits and tool hold
  * @param options whose limits hold; null: the defaults
@@ -203,8 +204,9 @@ KX_API int KX_Stream_Check(const char* path, int model, const KX_STREAM_OPTIONS*
                            KX_TRAJECTORY_FAULT* fault);
 
 /**
- * Sets the speed along the path, as an operator's dial does: time passes so much faster for the targets. The change is gradual,
- * within the limits, and so is what is faster than they allow. At 0 the stream pauses, and waits on the path.
+ * Sets the speed along the path, as an operator's dial does: time passes so much faster for the targets. The change
+ * is gradual, within the limits, and so is what is faster than they allow. At 0 the stream pauses, and waits on the
+ * path.
  * @param stream the handle
  * @param factor 0 to 1.5; 1 at opening. Above 1 the path can get ahead of targets that are still to come: then it waits for them
  * @return 0, KX_WRONG_TYPE for another factor, KX_ENDED, KX_BAD_DESCRIPTOR
@@ -265,7 +267,8 @@ KX_API int KX_Stream_State(int stream, KX_STREAM_CYCLE* cycle);
 KX_API int KX_Stream_Counters(int stream, KX_STREAM_COUNTERS* counters);
 
 /**
- * Brakes and closes a stream. The link stays open. No callback of it runs when this returns, but the one that calls it.
+ * Brakes and closes a stream. The link stays open. No callback of it runs when this returns, but the one that calls
+ * it.
  * @param stream the handle
  * @return 0, or KX_BAD_DESCRIPTOR
  */

@@ -177,7 +177,8 @@ TEST(Stream, WhateverComesTheLimitsHold)
     }
 }
 
-// Targets on a circle through the joints, 30 a second, some of them late by up to what is looked ahead; where it leads.
+// Targets on a circle through the joints, 30 a second, some of them late by up to what is looked ahead; where it
+// leads.
 struct Circle {
     double noise = 0, latest = 0, next = 100;
     std::vector<std::pair<double, double>> on_the_way = {}; // arrival, time

@@ -1,5 +1,5 @@
-// Profiles keep their limits and end where they shall, and nobody is faster: the judge is a linear program, which says how
-// far a joint can get in a given time.
+// Profiles keep their limits and end where they shall, and nobody is faster: the judge is a linear program, which
+// says how far a joint can get in a given time.
 #include "streaming/profile.h"
 
 #include <cmath>
@@ -47,15 +47,16 @@ Case random_case(double excess)
     return made;
 }
 
-// The furthest that a joint can be ahead (side 1) or back (-1) of where it is, in the target's frame, when it rests there after
-// a time, with a constant jerk in each of so many steps; not a number if it cannot rest by then.
+// The furthest that a joint can be ahead (side 1) or back (-1) of where it is, in the target's frame, when it rests
+// there after a time, with a constant jerk in each of so many steps; not a number if it cannot rest by then.
 double furthest(const Case& of, double time, int side)
 {
     constexpr int steps = 100;
     const double h = time / steps, a0 = of.from.acceleration, v0 = of.from.velocity - of.target_velocity;
     glp_prob* program = glp_create_prob();
     glp_set_obj_dir(program, side > 0 ? GLP_MAX : GLP_MIN);
-    // Columns: jerks, then accelerations and velocities at the ends of the steps. Rows: how these follow from what was before.
+    // Columns: jerks, then accelerations and velocities at the ends of the steps. Rows: how these follow from what
+    // was before.
     const int jerks = glp_add_cols(program, 3 * steps), accelerations = jerks + steps;
     const int velocities = accelerations + steps;
     glp_add_rows(program, 2 * steps);
@@ -106,7 +107,8 @@ TEST(Profile, NobodyIsFaster)
     }
 }
 
-// Everything that is true of a motion, by looking at it closely: where it begins and ends, and differences from look to look.
+// Everything that is true of a motion, by looking at it closely: where it begins and ends, and differences from
+// look to look.
 void expect_true(const Profile& way, const Case& c)
 {
     const State begin = way.at(0), end = way.at(way.duration()), later = way.at(way.duration() + 1);

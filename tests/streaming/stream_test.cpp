@@ -1,5 +1,5 @@
-// Streams as applications meet them: with a sender, over a link. Here is what only the whole can show; what a stream decides, and
-// when, is tested on simulated time.
+// Streams as applications meet them: with a sender, over a link. Here is what only the whole can show; what a
+// stream decides, and when, is tested on simulated time.
 #include "kx_base.h"
 #include "link/far_end.h"
 #include "support/controller.h"
