@@ -6,6 +6,7 @@
 
 #include "runtime/classic/pending.h"
 #include "support/application.h"
+#include "support/connection.h"
 #include "support/modbus_slave.h"
 
 using namespace std::chrono_literals;
@@ -18,37 +19,6 @@ bool eventually(const std::function<bool()>& condition)
         if (condition()) return true;
     return false;
 }
-
-// A client without the library.
-class Lines {
-  public:
-    explicit Lines(int port) : socket_(socket(AF_INET, SOCK_STREAM, 0)), in_(fdopen(socket_, "r"))
-    {
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    }
-    ~Lines() { fclose(in_); }
-
-    void send(const std::string& text)
-    {
-        EXPECT_EQ(::send(socket_, text.data(), text.size(), MSG_NOSIGNAL), static_cast<ssize_t>(text.size()));
-    }
-    void end() { shutdown(socket_, SHUT_WR); }
-
-    /** The next line, empty at the end of the stream. */
-    std::string line()
-    {
-        char text[400];
-        return fgets(text, sizeof text, in_) ? text : "";
-    }
-
-  private:
-    int socket_;
-    FILE* in_;
-};
 
 struct Models : testing::TestWithParam<int> {
     Application app{GetParam()};
@@ -119,24 +89,21 @@ struct LongMotion : testing::Test {
     int arm = app.arm;
     const float target[6] = {90, 0, 0, 0, 0, 0};
 
-    // Another client, as soon as the motion goes on.
-    std::unique_ptr<Lines> once_it_runs() const
+    // What another client sends as soon as the motion goes on.
+    void once_it_runs(const std::string& sent) const
     {
-        auto client = std::make_unique<Lines>(app.controller->port());
+        Connection client(app.controller->port());
         EXPECT_TRUE(eventually([&] {
-            client->send("{\"command\":\"get_arm_plan_num\"}\n");
-            return client->line().find(":1}") != std::string::npos;
+            client.send("{\"command\":\"get_arm_plan_num\"}\n");
+            return client.line().find(":1}") != std::string::npos;
         }));
-        return client;
+        client.send(sent);
     }
 };
 
 TEST_F(LongMotion, EndsABlockingCallWhenItIsStoppedElsewhere)
 {
-    std::thread stopper([this] {
-        const auto other = once_it_runs();
-        other->send("{\"command\":\"set_arm_stop\"}\n");
-    });
+    std::thread stopper([this] { once_it_runs("{\"command\":\"set_arm_stop\"}\n"); });
     EXPECT_EQ(Movej_Cmd(arm, target, 5, 0, true), 1);
     stopper.join();
     EXPECT_LT(app.joints()[0], 89);
@@ -145,7 +112,7 @@ TEST_F(LongMotion, EndsABlockingCallWhenItIsStoppedElsewhere)
 TEST_F(LongMotion, OutlivesTheConnectionThatAskedForIt)
 {
     ASSERT_EQ(Movej_Cmd(arm, target, 20, 0, false), 0);
-    once_it_runs();
+    once_it_runs("");
     Arm_Socket_Close(arm);
     arm = app.arm = app.connect();
     const float before = app.joints()[0];
@@ -156,7 +123,7 @@ TEST_F(LongMotion, EndsABlockingCallWhenTheControllerDies)
 {
     m_nOutTime = 500;
     std::thread killer([this] {
-        once_it_runs();
+        once_it_runs("");
         app.controller->end(SIGKILL);
     });
     EXPECT_EQ(Movej_Cmd(arm, target, 5, 0, true), 7) << "and no signal ends the application";
@@ -279,18 +246,16 @@ TEST(Modbus, ReachesARealSlaveAndOutlivesIt)
     EXPECT_EQ(Get_Read_Holding_Registers(arm, 1, 22, 1, &data), 1);
 }
 
-const std::string arrived = "{\"command\":\"current_trajectory_state\",\"trajectory_state\":true}\n";
-
 TEST(Server, LeavesAGapBetweenTwoLinesSoThatPollingClientsLoseNone)
 {
     Controller controller;
-    Lines client(controller.port());
+    Connection client(controller.port());
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < 6; ++i)
         client.send("{\"command\":\"get_arm_plan_num\"}\r\n");
     client.end();
     for (int i = 0; i < 6; ++i)
-        EXPECT_EQ(client.line(), "{\"command\":\"get_arm_plan_num\",\"plan_num\":0}\n");
+        EXPECT_EQ(client.line(), R"({"command":"get_arm_plan_num","plan_num":0})");
     EXPECT_GE(std::chrono::steady_clock::now() - start, 5 * 20ms);
     EXPECT_EQ(client.line(), "") << "all is said, and the client has ended: so does the connection";
 }
@@ -298,29 +263,16 @@ TEST(Server, LeavesAGapBetweenTwoLinesSoThatPollingClientsLoseNone)
 TEST(Server, ManyClientsShareOneArmAndTheAskerIsToldOfTheEnd)
 {
     Controller controller({"--model", "36", "--speed", "20"});
-    Lines asker(controller.port()), leaver(controller.port()), other(controller.port());
+    Connection asker(controller.port()), leaver(controller.port()), other(controller.port());
     for (int i = 0; i < 3; ++i)
         leaver.send(R"({"command":"movej","joint":[90000,0,0,0,0,0],"v":100})");
     asker.send("{\"command\":\"movej\",\"joint\":[0,0,0,0,0,0],\"v\":100}\r\n");
-    EXPECT_EQ(asker.line(), arrived);
+    EXPECT_EQ(asker.line(), R"({"command":"current_trajectory_state","trajectory_state":true})");
     other.send("{\"command\":\"set_joint_max_speed\",\"joint_max_speed\":[1,9000]}\r\n");
-    EXPECT_EQ(other.line(), "{\"command\":\"set_joint_max_speed\",\"joint_max_speed\":true}\n")
-        << "its first";
+    EXPECT_EQ(other.line(), R"({"command":"set_joint_max_speed","joint_max_speed":true})") << "its first";
     asker.send("{\"command\":\"get_joint_max_speed\"}\r\n");
     EXPECT_NE(asker.line().find("[9000,"), std::string::npos);
     EXPECT_EQ(controller.end(SIGTERM), 0);
-}
-
-TEST(Server, SaysWhyItCannotStart)
-{
-    Controller first;
-    for (const std::string& options :
-         {"--port " + std::to_string(first.port()), std::string("--host 192.0.2.1")}) {
-        Process second({"/bin/sh", "-c", "exec " KX_CONTROLLER " " + options + " 2>&1"});
-        EXPECT_GT(second.line().size(), 10u) << options;
-        EXPECT_GT(second.end(0), 0) << options;
-    }
-    EXPECT_EQ(first.end(SIGINT), 0);
 }
 
 } // namespace

@@ -78,7 +78,7 @@ struct FaultRow {
     const char* faults; // a script
     int (*call)(int arm);
     int status;
-    int time_out = 3000;         // of replies, ms
+    int time_out = 20000;        // of replies, ms
     unsigned int at_least = 0;   // ms that the call takes
     void (*after)(int arm) = {}; // what holds then
 };
@@ -89,10 +89,10 @@ void PrintTo(const FaultRow& row, std::ostream* out)
 }
 
 const FaultRow rows[] = {
-    {"ADelayIsWaitedFor", "0 delay 300 jitter 200", ask, 0, 3000, 300},
+    {"ADelayIsWaitedFor", "0 delay 300 jitter 200", ask, 0, 20000, 300},
     {"ADelayBeyondTheTimeOut", "0 delay 5000", ask, 7, 300, 300},
     {"ALostReply", "get_joint_degree drop 1", ask, 7, 300, 300},
-    {"Pieces", "0 pieces 9 pause 20", ask, 0, 3000, 160},
+    {"Pieces", "0 pieces 9 pause 20", ask, 0, 20000, 160},
     // The reply to the liveness probe at the begin waits for that to the query.
     {"AChunkIsReadAsItsFirstLine", "0 together 2 wait 60000", ask_speed, 0},
     {"AChunkHidesItsOtherLines", "0 together 2 wait 60000", ask, 7, 300},
@@ -102,18 +102,18 @@ const FaultRow rows[] = {
     {"SilenceDuringAMotion", "movej silence", move, 7, 300, 300},
     {"AResetDuringAMotion", "movej reset", move, 7, 3000, 0,
      [](int arm) { EXPECT_EQ(ask(arm), 6) << "the connection is gone for good"; }},
-    {"ARefusedMotion", "0 refuse movej movel", move, 1, 3000, 0, [](int arm) { EXPECT_EQ(ask(arm), 0); }},
+    {"ARefusedMotion", "0 refuse movej movel", move, 1, 20000, 0, [](int arm) { EXPECT_EQ(ask(arm), 0); }},
     {"ARefusedQuery", "0 refuse get_joint_degree", ask, 11},
-    {"RefusedOnlyForATime", "0 refuse movej\nget_joint_err_flag refuse off", move, 1, 3000, 0,
+    {"RefusedOnlyForATime", "0 refuse movej\nget_joint_err_flag refuse off", move, 1, 20000, 0,
      [](int arm) {
          unsigned short errors[7];
          EXPECT_EQ(Get_Joint_Err_Flag(arm, errors), 0);
          EXPECT_EQ(move(arm), 0);
      }},
-    {"AJointError", "movej+0.5 joint-error 2 code 32", move, 1, 3000, 0,
+    {"AJointError", "movej+0.5 joint-error 2 code 32", move, 1, 20000, 0,
      [](int arm) { expect_cleared(arm, 32, 0); }},
-    {"ACollision", "movej+0.5 collision", move, 1, 3000, 0, [](int arm) { expect_cleared(arm, 0, 3); }},
-    {"AnEmergencyStop", "movej+0.5 emergency-stop\nget_joint_err_flag emergency-stop off", move, 1, 3000, 0,
+    {"ACollision", "movej+0.5 collision", move, 1, 20000, 0, [](int arm) { expect_cleared(arm, 0, 3); }},
+    {"AnEmergencyStop", "movej+0.5 emergency-stop\nget_joint_err_flag emergency-stop off", move, 1, 20000, 0,
      [](int arm) { expect_cleared(arm, 0, 1); }},
 };
 

@@ -34,6 +34,8 @@ class Connection {
         return true;
     }
 
+    void end() { shutdown(socket_, SHUT_WR); }
+
     // The next line without its end, empty if there is none any more.
     std::string line()
     {

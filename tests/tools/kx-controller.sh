@@ -30,7 +30,9 @@ for _ in 1 2 3 4; do
 done
 read -r -u "${COPROC[0]}" answer
 [[ $answer == 'error: ai: VOLTS is missing' ]] || fail "$answer"
-kill "$COPROC_PID"
+pid=$COPROC_PID
+kill -INT "$pid"
+wait "$pid" || fail "interrupted: status $?"
 
 # The manual knows every option, and all that can happen; the completion takes them from the help.
 "$controller" --help >"$work/help"
