@@ -1,8 +1,9 @@
-// Inverse kinematics per target, on the same random joints: this library (nearest solution, limits checked)
-// beside the iterative solvers of Orocos KDL, which find one solution and check nothing, and the floor: the
+// Inverse kinematics per target, on the same random joints: the classic function and arm models, one by one and in
+// batches (nearest solution, limits checked), beside the iterative solvers of Orocos KDL, which find one solution and check nothing, and the floor: the
 // sines and cosines of the target's Euler angles and one arc tangent per joint, which no closed form can do
 // without. `far` starts from other random joints, `near` from joints about five degrees off.
 #include "kinematics/kdl_arms.h"
+#include "kx/arm_model.h"
 #include "kx/model.h"
 #include "kx_base.h"
 
@@ -72,6 +73,39 @@ void inverse_kx(benchmark::State& state, int model, Start start, unsigned char f
         i = i + 1 < targets ? i + 1 : 0;
     }
     state.counters["solved"] = static_cast<double>(solved) / static_cast<double>(state.iterations());
+}
+
+void inverse_model(benchmark::State& state, int model, Start start)
+{
+    ARM_MODEL arm;
+    Arm_Model_Init(&arm, model, 0);
+    const auto all = problems(model, start);
+    std::size_t i = 0, solved = 0;
+    for (auto _ : state) {
+        float joint[7];
+        solved += Arm_Model_Inverse(&arm, all[i].reference.data(), &all[i].target, 4, joint) == ARM_SOLVED;
+        benchmark::DoNotOptimize(joint);
+        i = i + 1 < targets ? i + 1 : 0;
+    }
+    state.counters["solved"] = static_cast<double>(solved) / static_cast<double>(state.iterations());
+}
+
+void inverse_batch(benchmark::State& state, int model, Start start)
+{
+    ARM_MODEL arm;
+    Arm_Model_Init(&arm, model, 0);
+    std::vector<KinPose> target;
+    std::vector<float> reference;
+    for (const Problem& p : problems(model, start)) {
+        target.push_back(p.target);
+        reference.insert(reference.end(), p.reference.begin(), p.reference.begin() + arm.joints);
+    }
+    std::vector<float> found(reference.size());
+    std::vector<int> codes(targets);
+    while (state.KeepRunningBatch(targets)) {
+        Arm_Model_Inverses(&arm, targets, reference.data(), target.data(), 4, found.data(), codes.data(), 1);
+        benchmark::ClobberMemory();
+    }
 }
 
 void inverse_floor(benchmark::State& state, int model)
@@ -147,6 +181,8 @@ const bool registered = [] {
             const std::string suffix = (start == Start::near ? "near/" : "far/") + std::to_string(model);
             for (int flag = 0; flag < (model == 47 ? 3 : 2); ++flag)
                 add("inverse_kx/flag" + std::to_string(flag) + "/" + suffix, inverse_kx, model, start, flag);
+            add("inverse_model/" + suffix, inverse_model, model, start);
+            add("inverse_batch/" + suffix, inverse_batch, model, start);
             add("inverse_kdl_lma/" + suffix, inverse_kdl_lma, model, start);
             add("inverse_kdl_nr/" + suffix, inverse_kdl_nr, model, start);
         }

@@ -1,0 +1,76 @@
+// The workspace in the plane in which the arm stands, coloured by how well the arm can move there: the best
+// manipulability of all ways in which it reaches a place. Writes a picture. Needs no controller.
+//
+//     11_workspace MODEL PICTURE.svg
+#include "kx/arm_model.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+constexpr double cell = 0.02; // m
+constexpr int shades = 10;
+
+int main(int argc, char** argv)
+{
+    ARM_MODEL arm;
+    if (argc < 3 || Arm_Model_Init(&arm, atoi(argv[1]), 0) != 0) {
+        fprintf(stderr, "usage: 11_workspace 36|46|47 PICTURE.svg\n");
+        return 2;
+    }
+    // Shoulder, elbow and wrist bend in the plane; the other joints stand.
+    const std::array<int, 3> bending = arm.joints == 6 ? std::array{1, 2, 4} : std::array{1, 3, 5};
+    constexpr float step = 5; // degrees
+    std::vector<float> joints;
+    float joint[7] = {arm.model == 36 ? 90.0f : 0}; // the plane is the world's x and z
+    const auto [a, b, c] = bending;
+    for (joint[a] = arm.lower[a]; joint[a] <= arm.upper[a]; joint[a] += step)
+        for (joint[b] = arm.lower[b]; joint[b] <= arm.upper[b]; joint[b] += step)
+            for (joint[c] = arm.lower[c]; joint[c] <= arm.upper[c]; joint[c] += step)
+                joints.insert(joints.end(), joint, joint + arm.joints);
+    const int count = static_cast<int>(joints.size()) / arm.joints;
+    std::vector<KinPose> poses(count);
+    Arm_Model_Poses(&arm, count, joints.data(), poses.data(), 4);
+
+    float reach = 0;
+    for (const KinPose& pose : poses)
+        reach = std::max({reach, std::fabs(pose.position.x), std::fabs(pose.position.z)});
+    const int cells = 2 * static_cast<int>(reach / cell + 1);
+    const auto at = [&](double metres) { return cells / 2 + static_cast<int>(std::floor(metres / cell)); };
+    std::vector<double> best(cells * cells);
+    double most = 0;
+    for (int n = 0; n < count; ++n) {
+        const float* const there = &joints[static_cast<std::size_t>(n) * arm.joints];
+        double& here = best[at(-poses[n].position.z) * cells + at(poses[n].position.x)];
+        if (Arm_Model_Clearance(&arm, there) > 0)
+            here = std::max(here, Arm_Model_Dexterity(&arm, there).manipulability);
+        most = std::max(most, here);
+    }
+
+    FILE* const picture = fopen(argv[2], "w");
+    if (!picture) {
+        perror(argv[2]);
+        return 1;
+    }
+    fprintf(
+        picture,
+        "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %d %d\" shape-rendering=\"crispEdges\">\n",
+        cells, cells);
+    for (int row = 0; row < cells; ++row)
+        for (int column = 0, end; column < cells; column = end) {
+            const auto shade = [&](int i) { return std::ceil(shades * best[row * cells + i] / most); };
+            const double t = shade(column) / shades;
+            for (end = column + 1; end < cells && shade(end) == shade(column);)
+                ++end;
+            if (t > 0) // from dark blue over green to yellow
+                fprintf(picture, "<path fill=\"hsl(%.0f 70%% %.0f%%)\" d=\"M%d %dh%dv1h-%dz\"/>\n",
+                        270 - 215 * t, 25 + 35 * t, column, row, end - column, end - column);
+        }
+    fprintf(picture, "</svg>\n");
+    fclose(picture);
+    printf("%d poses, manipulability up to %.4f\n", count, most);
+    return 0;
+}
