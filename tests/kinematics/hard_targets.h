@@ -267,54 +267,61 @@ class Problems {
 };
 
 struct Misses {
-    long targets = 0, misses = 0, wrong = 0; // wrong: not inside the limits, or another pose
+    long targets = 0, misses = 0, wrong = 0; // wrong: off the pose, or inside limits that do not hold
     double worst = 0;                        // rad^2
 };
 
 // A miss is by more than 0.05 rad^2; less is lost in the rounding of hard targets. Orientation may be off by what
-// counts as a straight wrist.
-template <typename Judge>
-Misses count(const ARM_MODEL& arm, long targets, bool is_hard, unsigned seed)
+// counts as a straight wrist. `solve` writes joints and tells whether it found any, and whether the pair of target
+// and result is none to judge.
+struct Answer {
+    bool found, inside = true, exempt = false;
+};
+
+template <typename Judge, typename Solve>
+Misses count(const ARM_MODEL& arm, const Judge& exhaustive, const Solve& solve, long targets, bool is_hard,
+             unsigned seed)
 {
-    Judge exhaustive(arm);
     Problems problems(arm, seed);
     Misses m;
-    for (; m.targets < targets; ++m.targets) {
+    for (long n = 0; n < targets; ++n) {
         const Joints joint = is_hard ? problems.hard() : problems.anywhere(),
                      reference = problems.near(joint);
         const KinPose target = Arm_Model_Pose(&arm, joint.data());
         const KDL::Frame flange = kdl_arms::exact_frame(target);
+        Joints result = reference;
+        const auto [found, inside, exempt] = solve(reference, target, result);
+        if (exempt) continue;
+        ++m.targets;
         std::vector<double> radians;
         for (int i = 0; i < arm.joints; ++i)
             radians.push_back(reference[i] * degree);
         const double best = exhaustive.nearest(flange, radians);
-
-        Joints found = reference;
-        double distance = 0;
-        if (Arm_Model_Inverse(&arm, reference.data(), &target, 4, found.data()) != ARM_SOLVED) {
-            distance = best < INFINITY ? 1000 : 0;
-        } else {
+        double distance = best < INFINITY ? 1000 : 0;
+        if (found) {
+            distance = 0;
             for (int i = 0; i < arm.joints; ++i)
-                distance += std::pow(found[i] * degree - radians[i], 2);
-            const KDL::Twist off = KDL::diff(kdl_arms::forward(arm.model, found.data()), flange);
-            if (!(off.vel.Norm() < 2e-5 && off.rot.Norm() < 6e-5) ||
-                Arm_Model_Beyond_Limits(&arm, found.data()))
-                ++m.wrong;
+                distance += std::pow(result[i] * degree - radians[i], 2);
+            const KDL::Twist off = KDL::diff(kdl_arms::forward(arm.model, result.data()), flange);
+            m.wrong += !(off.vel.Norm() < 2e-5 && off.rot.Norm() < 6e-5) ||
+                       (inside && Arm_Model_Beyond_Limits(&arm, result.data()) != 0);
         }
-        if (distance > best + 0.05) {
-            ++m.misses;
-            m.worst = std::max(m.worst, distance - best);
-        }
+        m.misses += distance > best + 0.05;
+        m.worst = std::max(m.worst, distance - best);
     }
     return m;
 }
 
+// Of Arm_Model_Inverse.
 inline Misses count(int model, long targets, bool is_hard, unsigned seed)
 {
     ARM_MODEL arm;
     Arm_Model_Init(&arm, model, 0);
-    return model == 47 ? count<SevenJudge>(arm, targets, is_hard, seed)
-                       : count<SixJudge>(arm, targets, is_hard, seed);
+    const auto solve = [&](const Joints& reference, const KinPose& target, Joints& result) {
+        return Answer{Arm_Model_Inverse(&arm, reference.data(), &target, 4, result.data()) == ARM_SOLVED};
+    };
+    return model == 47 ? count(arm, SevenJudge(arm), solve, targets, is_hard, seed)
+                       : count(arm, SixJudge(arm), solve, targets, is_hard, seed);
 }
 
 } // namespace hard
