@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <initializer_list>
 #include <vector>
 
 namespace kdl_arms {
@@ -33,56 +32,35 @@ double greatest_difference(const std::array<float, size>& a, const std::array<fl
     return greatest;
 }
 
-// RotX(alpha) TransX(a) RotZ(theta) TransZ(d) per link. KDL turns a joint first and then goes to the
+inline std::vector<Link> links(int model)
+{
+    return model == 36 ? std::vector<Link>{{0, 0, 0.172, -90},     {90, 0.086, 0, 90}, {0, 0.38, -0.0102, 90},
+                                           {90, -0.069, 0.405, 0}, {-90, 0, 0, 180},   {-90, 0, 0.115, 90}}
+           : model == 46
+               ? std::vector<Link>{{0, 0, 0.2405, 0}, {90, 0, 0, 90}, {0, 0.256, 0, 90},
+                                   {90, 0, 0.21, 0},  {-90, 0, 0, 0}, {90, 0, 0.144, 0}}
+               : std::vector<Link>{{-90, 0, 0.2405, 0}, {90, 0, 0, 0}, {-90, 0, 0.256, 0}, {90, 0, 0, 0},
+                                   {-90, 0, 0.21, 0},   {90, 0, 0, 0}, {0, 0, 0.144, 0}};
+}
+
+// Six joints: RotX(alpha) TransX(a) RotZ(theta) TransZ(d) per link. KDL turns a joint first and then goes to the
 // segment's tip, so a tip holds its own link's d and the next link's alpha and a: one segment per joint.
-inline KDL::Chain modified(std::initializer_list<Link> links)
+inline KDL::Chain arm(int model)
 {
     using KDL::Frame, KDL::Rotation, KDL::Vector;
     KDL::Chain chain;
-    for (const Link* link = links.begin(); link != links.end(); ++link) {
-        Frame tip = Frame(Rotation::RotZ(link->offset * degree)) * Frame(Vector(0, 0, link->d));
-        if (const Link* next = link + 1; next != links.end())
-            tip = tip * Frame(Rotation::RotX(next->alpha * degree)) * Frame(Vector(next->a, 0, 0));
+    const std::vector<Link> all = links(model);
+    for (auto link = all.begin(); link != all.end(); ++link) {
+        const auto& [alpha, a, d, offset] = *link;
+        Frame tip = Frame::DH(a, alpha * degree, d, offset * degree);
+        if (model != 47) {
+            tip = Frame(Rotation::RotZ(offset * degree), Vector(0, 0, d));
+            if (const auto next = link + 1; next != all.end())
+                tip = tip * Frame(Rotation::RotX(next->alpha * degree)) * Frame(Vector(next->a, 0, 0));
+        }
         chain.addSegment(KDL::Segment(KDL::Joint(KDL::Joint::RotZ), tip));
     }
     return chain;
-}
-
-inline KDL::Chain standard(std::initializer_list<Link> links)
-{
-    KDL::Chain chain;
-    for (const auto& [alpha, a, d, offset] : links)
-        chain.addSegment(KDL::Segment(KDL::Joint(KDL::Joint::RotZ),
-                                      KDL::Frame::DH(a, alpha * degree, d, offset * degree)));
-    return chain;
-}
-
-inline KDL::Chain arm(int model)
-{
-    switch (model) {
-    case 36:
-        return modified({{0, 0, 0.172, -90},
-                         {90, 0.086, 0, 90},
-                         {0, 0.38, -0.0102, 90},
-                         {90, -0.069, 0.405, 0},
-                         {-90, 0, 0, 180},
-                         {-90, 0, 0.115, 90}});
-    case 46:
-        return modified({{0, 0, 0.2405, 0},
-                         {90, 0, 0, 90},
-                         {0, 0.256, 0, 90},
-                         {90, 0, 0.21, 0},
-                         {-90, 0, 0, 0},
-                         {90, 0, 0.144, 0}});
-    default:
-        return standard({{-90, 0, 0.2405, 0},
-                         {90, 0, 0, 0},
-                         {-90, 0, 0.256, 0},
-                         {90, 0, 0, 0},
-                         {-90, 0, 0.21, 0},
-                         {90, 0, 0, 0},
-                         {0, 0, 0.144, 0}});
-    }
 }
 
 inline KDL::JntArray radians(int model, const float* degrees)
