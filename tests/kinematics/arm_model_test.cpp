@@ -64,35 +64,19 @@ class ArmModel : public ::testing::TestWithParam<int> {
 INSTANTIATE_TEST_SUITE_P(Models, ArmModel, ::testing::Values(36, 46, 47),
                          [](const auto& test) { return "Model" + std::to_string(test.param); });
 
-TEST_P(ArmModel, PoseAndInverseAreTheFlatFunctions)
+// Position and sign of the quaternion included; towards gimbal lock the classic function's angles lose digits.
+TEST_P(ArmModel, PoseIsTheClassicOne)
 {
-    int compared = 0;
     for (int round = 0; round < 3000; ++round) {
-        const Joints joint = random_joints(), reference = random_joints();
+        const Joints joint = random_joints();
         const KinPose pose = Arm_Model_Pose(&arm, joint.data()),
-                      target = Forward_Kinematics(model, joint.data());
-        ASSERT_EQ(std::memcmp(&pose.position, &target.position, sizeof pose.position), 0);
-        // Towards gimbal lock the classic function's angles lose digits.
-        ASSERT_TRUE(matches(pose, frame_by_euler(target), 1e-6 / std::cos(target.euler.ry)));
-        ASSERT_GT(pose.quaternion.w * target.quaternion.w + pose.quaternion.x * target.quaternion.x +
-                      pose.quaternion.y * target.quaternion.y + pose.quaternion.z * target.quaternion.z,
-                  0.99);
-
-        Joints flat = {}, found = {};
-        const int code =
-            inverse_kinematics(model, reference.data(), &target, flat.data(), model == 47 ? 2 : 0);
-        ASSERT_EQ(Arm_Model_Inverse(&arm, reference.data(), &target, 4, found.data()), ARM_SOLVED);
-        ASSERT_TRUE(reaches(found.data(), target));
-        ASSERT_EQ(Arm_Model_Beyond_Limits(&arm, found.data()), 0);
-        const bool shares = model != 47 && std::fabs(std::remainder(flat[4], 180.0f)) < 5.1f;
-        // What the classic function finds outside the limits, or beyond reach, is not wanted here.
-        if (code != 1 || shares ||
-            !matches(Arm_Model_Pose(&arm, flat.data()), frame_by_quaternion(target), 5e-6))
-            continue;
-        ++compared;
-        EXPECT_LT(greatest_difference(flat, found), 0.01);
+                      flat = Forward_Kinematics(model, joint.data());
+        ASSERT_EQ(std::memcmp(&pose.position, &flat.position, sizeof pose.position), 0);
+        const double tolerance = 1e-6 / std::cos(flat.euler.ry);
+        ASSERT_TRUE(matches(pose, frame_by_euler(flat), tolerance));
+        const Quaternion &a = pose.quaternion, &b = flat.quaternion;
+        ASSERT_NEAR(a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z, 1, tolerance);
     }
-    EXPECT_GT(compared, 2000);
 }
 
 // Angles and quaternion hold the turn about a tool that points along +-X, where rx and rz are about one axis.
@@ -207,22 +191,24 @@ TEST_P(ArmModel, AllSolutions)
         Joints nearest = {};
         ASSERT_EQ(Arm_Model_Inverse(&arm, reference.data(), &target, 4, nearest.data()), ARM_SOLVED);
 
-        double least_difference = 1e9;
-        const auto check = [&](int count, const float(*solutions)[7]) {
+        float solutions[8][7];
+        const auto least_difference = [&](int count) {
+            double least = 1e9;
             for (int n = 0; n < count; ++n) {
-                ASSERT_TRUE(reaches(solutions[n], target));
-                ASSERT_EQ(Arm_Model_Beyond_Limits(&arm, solutions[n]), 0);
+                EXPECT_TRUE(reaches(solutions[n], target));
+                EXPECT_EQ(Arm_Model_Beyond_Limits(&arm, solutions[n]), 0);
                 Joints solution = {}, turned = {};
                 std::copy_n(solutions[n], arm.joints, solution.begin());
                 for (int i = 0; i < arm.joints; ++i)
                     turned[i] = std::remainder(solution[i] - joint[i], 360.0f);
-                least_difference = std::min(least_difference, greatest_difference(turned, Joints{}));
-                ASSERT_LE(squared_distance(nearest, reference), squared_distance(solution, reference) + 1e-3);
+                least = std::min(least, greatest_difference(turned, Joints{}));
+                EXPECT_LE(squared_distance(nearest, reference), squared_distance(solution, reference) + 1e-3);
             }
+            return least;
         };
-        float solutions[8][7];
+        double least = 0;
         if (model != 47) {
-            check(Arm_Model_Solutions(&arm, &target, solutions), solutions);
+            least = least_difference(Arm_Model_Solutions(&arm, &target, solutions));
         } else {
             ARM_INTERVAL intervals[ARM_INTERVALS];
             const int intervals_found = Arm_Model_Angles(&arm, &target, intervals);
@@ -232,20 +218,20 @@ TEST_P(ArmModel, AllSolutions)
                 bool inside = false, at_end = false;
                 for (int i = 0; i < intervals_found; ++i)
                     for (double a : {angle, angle + 2 * M_PI}) {
-                        inside |= a >= intervals[i].from && a <= intervals[i].to;
-                        at_end |=
-                            std::min(std::fabs(a - intervals[i].from), std::fabs(a - intervals[i].to)) < 1e-3;
+                        const double past = a - intervals[i].from, left = intervals[i].to - a;
+                        inside |= past >= 0 && left >= 0;
+                        at_end |= std::min(std::fabs(past), std::fabs(left)) < 1e-3;
                     }
                 EXPECT_TRUE(at_end || inside == (count > 0)) << angle;
-                check(count, solutions);
+                least_difference(count);
             }
-            least_difference = 1e9;
-            check(Arm_Model_Solutions_At(&arm, &target, Arm_Model_Angle(&arm, joint.data()), solutions),
-                  solutions);
+            least = least_difference(
+                Arm_Model_Solutions_At(&arm, &target, Arm_Model_Angle(&arm, joint.data()), solutions));
         }
-        // Near a singular place the target's rounding moves them.
-        if (Arm_Model_Dexterity(&arm, joint.data()).distance > 0.005) {
-            EXPECT_LT(least_difference, 0.05);
+        // Near a singular place, or where joints of a ball turn about one axis, the target's rounding moves them.
+        const double bend = model == 47 ? std::min(std::fabs(joint[1]), std::fabs(joint[5])) : 90;
+        if (bend > 0.5 && Arm_Model_Dexterity(&arm, joint.data()).distance > 0.005) {
+            EXPECT_LT(least, 0.05);
         }
     }
 }
