@@ -146,9 +146,10 @@ void Pilot::approach(double elapsed)
     if (!is_dialled()) {
         if (!is_planned_) approach_ = fastest_together(limiter_.now(), goal_, limiter_.limits_here());
         is_planned_ = true;
-        return follow();
+        if (approached_ < approach_.duration) return follow();
+    } else if (!is_on_plan_) {
+        approached_ = elapsed;
     }
-    if (!is_on_plan_) approached_ = elapsed;
     go_to_goal();
     if (next_.empty() || !has_come_to_rest()) return;
     course_ = next_;

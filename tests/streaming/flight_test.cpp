@@ -277,6 +277,25 @@ TEST(Stream, AsSoonAsPossibleIsTheFastestWay)
     EXPECT_EQ(sim.flight->reason(), KX_STREAM_ARRIVED);
 }
 
+TEST(Stream, ArrivesAtAnySpeed)
+{
+    double took[3];
+    for (const double speed : {0.5, 1.0, 1.5}) {
+        Simulated sim;
+        const float there[] = {40, -20, -50, 10, -80, 5};
+        sim.flight->set_speed(speed, sim.time);
+        sim.flight->pass(there, 0, sim.time);
+        sim.flight->finish();
+        const double begin = sim.time;
+        sim.run(20);
+        EXPECT_EQ(sim.flight->reason(), KX_STREAM_ARRIVED) << speed;
+        EXPECT_NEAR(sim.position(0), 40, 1e-6) << speed;
+        took[int(2 * speed) - 1] = sim.time - begin;
+    }
+    EXPECT_GT(took[0], 1.5 * took[1]);
+    EXPECT_LT(took[2], 1.2 * took[1]) << "the limits allow no more";
+}
+
 // Each in the middle of a motion.
 TEST(Stream, EndsInTheStatedWay)
 {
