@@ -70,7 +70,7 @@ class Server : public Session::Host, public Answerer {
     std::string start_page(const ServerOptions& options);
     void look_on(const ServerOptions& options);
     void show_frame();
-    std::string act(const std::string& request);
+    std::string act(const std::string& request, const std::string& from);
 
     void set_up_faults(const ServerOptions& options);
     std::string make_happen(const std::string& text, double time);
@@ -249,6 +249,7 @@ std::string Server::start_page(const ServerOptions& options)
 {
     Json about = page_.about();
     about["port"] = listener_->endpoint().port();
+    about["source"] = proxy_ ? options.proxy : options.replay;
     for (const auto& [name, arguments, help] : Faults::forms())
         about["faults"].push_back({name, arguments, help});
     const std::string& host = options.web_host;
@@ -257,7 +258,8 @@ std::string Server::start_page(const ServerOptions& options)
     const std::string address = (host.find(':') == host.npos ? host : '[' + host + ']') + ':' +
                                 std::to_string(page_listener_->endpoint().port());
     web_ = std::make_shared<Web>(
-        address, std::move(about), [this](const std::string& request) { return act(request); }, log_line);
+        address, std::move(about),
+        [this](const std::string& request, const std::string& from) { return act(request, from); }, log_line);
     taps_.push_back(web_);
     taps_.emplace_back(std::shared_ptr<void>(), &page_);
     if (proxy_) look_on(options);
@@ -284,16 +286,16 @@ void Server::show_frame()
         const double now = clock_.now();
         controller_.advance(now);
         schedule();
-        Json state = page_.state(now);
+        Json state = page_.state();
         state["faults"] = faults_.in_force();
-        web_->publish(state);
+        web_->publish(now, state);
     }
     frame_.expires_after(frame_interval);
     frame_.async_wait([this](auto) { show_frame(); });
 }
 
-/** Does what a page asks for; returns why not. */
-std::string Server::act(const std::string& request)
+/** Does what a page on some machine asks for; returns why not. */
+std::string Server::act(const std::string& request, const std::string& from)
 {
     run_script();
     controller_.advance(clock_.now());
@@ -304,7 +306,7 @@ std::string Server::act(const std::string& request)
         if (wish.at("act") == "fault")
             refused = make_happen(wish.at("text"), clock_.now());
         else
-            page_.act(wish);
+            page_.act(wish, from);
     } catch (const std::exception& error) {
         refused = error.what();
     }

@@ -1,11 +1,13 @@
 // The arm in its room: light, floor and frames, the trail of the tool, the camera.
 import * as THREE from './three/build/three.module.js';
 import { OrbitControls } from './three/examples/jsm/controls/OrbitControls.js';
-import { buildArm, buildAxes, buildGripper, materials } from './bodies.js';
+import { buildArm, buildAxes, buildGripper, gripperLength, materials } from './bodies.js';
 import { followHand } from './hand.js';
 
-const trailLength = 1500; // points
+const trailLength = 1500; // pieces
 const trailStep = 0.002; // m between two of them
+const keyTurn = 0.1; // rad by which a key turns the view
+const slowFrame = 60; // ms; if frames take longer, shadows are left out
 const centre = new THREE.Vector3(0, 0, 0.42); // of what is looked at
 const views = { corner: [1.69, -1.5, 0.69], front: [2.38, 0, 0.13], side: [0, -2.38, 0.13], top: [0.001, 0, 2.5] };
 
@@ -19,12 +21,15 @@ export class ArmView {
   #size = 1; // of the arm, compared with what the views are made for
   #shown = '';
   #wanted = false;
+  #slow = 0; // frames in a row
 
   /** @param lead called with the place to which the operator's hand leads the tool, metres */
   constructor(element, lead) {
     this.element = element;
     this.canvas = this.#renderer.domElement;
     this.canvas.setAttribute('role', 'img');
+    this.canvas.tabIndex = 0;
+    this.canvas.addEventListener('keydown', (event) => this.#turn(event));
     element.prepend(this.canvas);
     this.#renderer.setPixelRatio(Math.min(devicePixelRatio, 2));
     this.#renderer.shadowMap.enabled = true;
@@ -33,6 +38,7 @@ export class ArmView {
     this.orbit = new OrbitControls(this.camera, this.canvas);
     this.orbit.minDistance = 0.4;
     this.orbit.maxDistance = 6;
+    this.orbit.enableKeys = false; // they would shift the arm out of sight
     this.orbit.addEventListener('change', () => this.#draw());
     followHand(this.canvas, this, lead);
     this.#furnish();
@@ -48,6 +54,27 @@ export class ArmView {
     this.#draw();
   }
 
+  /** The view, by key. */
+  #turn(event) {
+    const turns = { ArrowLeft: [-1, 0, 1], ArrowRight: [1, 0, 1], ArrowUp: [0, -1, 1], ArrowDown: [0, 1, 1],
+                    '+': [0, 0, 0.9], '-': [0, 0, 1 / 0.9] };
+    if (!turns[event.key]) return;
+    event.preventDefault();
+    const [around, over, nearer] = turns[event.key];
+    const away = this.camera.position.clone().sub(this.orbit.target);
+    const { radius, theta, phi } = new THREE.Spherical().setFromCartesianCoords(away.y, away.z, away.x);
+    const place = new THREE.Vector3().setFromSphericalCoords(
+      radius * nearer, Math.min(3.1, Math.max(0.01, phi + over * keyTurn)), theta + around * keyTurn);
+    this.camera.position.set(place.z, place.x, place.y).add(this.orbit.target);
+    this.orbit.update();
+    this.#draw();
+  }
+
+  /** What comes now does not continue what was seen last. */
+  breakTrail() {
+    this.trail.broken = true;
+  }
+
   clearTrail() {
     this.trail.count = 0;
     this.trail.line.geometry.setDrawRange(0, 0);
@@ -60,6 +87,7 @@ export class ArmView {
     this.flange = flange;
     this.gripper = buildGripper(flange);
     this.gripper.group.visible = about.simulated; // else nobody knows how it stands
+    this.canvas.setAttribute('aria-label', `Arm ${about.model}; arrow keys turn the view, plus and minus bring it nearer or farther`);
     this.tool = buildAxes(0.12);
     flange.add(this.tool);
     this.#size = new THREE.Vector3(...about.flange).length() / 0.85;
@@ -82,7 +110,7 @@ export class ArmView {
     place(this.tool, tool);
     place(this.work, work);
     this.work.visible = work.some((value, i) => i < 6 && value !== 0); // else it is the base
-    this.gripper.show(gripper.opening, object && object.width);
+    this.gripper.show(gripper.opening, object && object.width, tool[2] < gripperLength);
     this.table.visible = table !== null;
     this.table.position.z = table ?? 0;
     this.#arm.updateMatrixWorld(true);
@@ -90,7 +118,7 @@ export class ArmView {
     const flange = new THREE.Vector3().setFromMatrixPosition(this.flange.matrixWorld);
     const tip = new THREE.Vector3().setFromMatrixPosition(this.tool.matrixWorld);
     const spoken = flange.toArray().map((value) => value.toFixed(4));
-    this.canvas.setAttribute('aria-label', `Arm with its flange at ${spoken.join(' ')} m`);
+    this.canvas.dataset.flange = spoken.join(' ');
     this.#showPush(new THREE.Vector3(...push), flange);
     this.ledTool = teaching ? tip : null;
     this.handle.visible = teaching;
@@ -112,13 +140,18 @@ export class ArmView {
 
   #lengthenTrail(tip) {
     const { line, last } = this.trail;
-    if (this.trail.count && last.distanceTo(tip) < trailStep) return;
+    if (this.trail.broken) {
+      this.trail.broken = false;
+      last.copy(tip);
+    }
+    if (last.distanceTo(tip) < trailStep) return;
     const places = line.geometry.attributes.position;
-    if (this.trail.count === trailLength) places.array.copyWithin(0, 3);
+    if (this.trail.count === trailLength) places.array.copyWithin(0, 6);
     else this.trail.count++;
-    places.setXYZ(this.trail.count - 1, tip.x, tip.y, tip.z);
+    places.setXYZ(2 * this.trail.count - 2, last.x, last.y, last.z);
+    places.setXYZ(2 * this.trail.count - 1, tip.x, tip.y, tip.z);
     places.needsUpdate = true;
-    line.geometry.setDrawRange(0, this.trail.count);
+    line.geometry.setDrawRange(0, 2 * this.trail.count);
     last.copy(tip);
   }
 
@@ -152,11 +185,11 @@ export class ArmView {
     this.work.visible = this.handle.visible = this.push.visible = false;
 
     const geometry = new THREE.BufferGeometry();
-    geometry.setAttribute('position', new THREE.BufferAttribute(new Float32Array(trailLength * 3), 3));
+    geometry.setAttribute('position', new THREE.BufferAttribute(new Float32Array(trailLength * 6), 3));
     geometry.setDrawRange(0, 0);
-    const line = new THREE.Line(geometry, new THREE.LineBasicMaterial());
+    const line = new THREE.LineSegments(geometry, new THREE.LineBasicMaterial());
     line.frustumCulled = false;
-    this.trail = { line, count: 0, last: new THREE.Vector3() };
+    this.trail = { line, count: 0, last: new THREE.Vector3(), broken: true };
     this.#scene.add(this.sky, this.sun, this.floor, this.table, this.base, this.work, this.handle, this.push, line,
                     this.#arm);
   }
@@ -199,7 +232,17 @@ export class ArmView {
     this.#wanted = true;
     requestAnimationFrame(() => {
       this.#wanted = false;
+      const begun = performance.now();
       this.#renderer.render(this.#scene, this.camera);
+      this.#heedCost(performance.now() - begun);
     });
+  }
+
+  /** Shadows cost most, and say least. */
+  #heedCost(took) {
+    this.#slow = took > slowFrame ? this.#slow + 1 : 0;
+    if (this.#slow < 5 || !this.sun.castShadow) return;
+    this.sun.castShadow = false;
+    this.#draw();
   }
 }

@@ -9,7 +9,7 @@ namespace kx::sim {
 struct Asset {
     const char* path; ///< in the page's address, without the leading slash
     const char* type;
-    std::string_view content;
+    std::string_view content; ///< compressed, as gzip does it
 };
 
 extern const std::span<const Asset> assets;

@@ -9,6 +9,8 @@ const shortest = 0.02; // along an axis, for the arm to count as running along i
 export const materials = Object.fromEntries(
   ['shell', 'joint', 'seam', 'dark', 'object'].map((name) => [name, new THREE.MeshPhongMaterial({ shininess: 18 })]));
 
+const ghost = new THREE.MeshPhongMaterial({ transparent: true, opacity: 0.25, depthWrite: false });
+
 export function frameOf([x, y, z, qx, qy, qz, qw]) {
   const turn = new THREE.Quaternion(qx, qy, qz, qw);
   return new THREE.Matrix4().compose(new THREE.Vector3(x, y, z), turn, new THREE.Vector3(1, 1, 1));
@@ -16,6 +18,7 @@ export function frameOf([x, y, z, qx, qy, qz, qw]) {
 
 function body(parent, geometry, material) {
   const mesh = new THREE.Mesh(geometry, materials[material]);
+  mesh.name = material;
   mesh.castShadow = mesh.receiveShadow = true;
   parent.add(mesh);
   return mesh;
@@ -97,6 +100,9 @@ export function buildArm(parent, { hinges, flange }) {
   return { joints, flange: end };
 }
 
+/** From the flange to the tips of the fingers. */
+export const gripperLength = 0.108;
+
 /** Its fingers open along x; between them the object, as wide as it is scaled. */
 export function buildGripper(flange) {
   const group = new THREE.Group();
@@ -111,11 +117,14 @@ export function buildGripper(flange) {
   plate.position.z = 0.006;
   box(0.128, 0.036, 0.034, 0.029, 'dark');
   const fingers = [0, 1].map(() => box(0.012, 0.024, 0.062, 0.077, 'joint'));
+  const parts = group.children.slice();
   const object = box(1, 0.04, 0.05, 0.095, 'object');
   return {
     group,
-    /** Lengths in mm; no object is null. */
-    show(opening, width) {
+    /** Lengths in mm; no object is null.
+     * @param unreckoned the active tool is shorter, so that what the arm touches is found without the fingers */
+    show(opening, width, unreckoned) {
+      for (const mesh of parts) mesh.material = unreckoned ? ghost : materials[mesh.name];
       fingers.forEach((finger, i) => (finger.position.x = (i ? 1 : -1) * (opening / 2000 + 0.006)));
       object.visible = width !== null;
       object.scale.x = (width ?? 1) / 1000;

@@ -1,88 +1,123 @@
 // The connection to the controller: listens to its stream, asks it for actions, and comes back by itself.
+import { Stream } from './stream.js';
 
-const retry = 1000; // ms
+const look = 1000; // ms
 const silence = 3000; // ms without a word, after which the connection counts as lost
+const patience = 2000; // ms for an action
 const confirmHold = 200; // ms; the controller lets go of what is not confirmed
 
 export class Controller extends EventTarget {
-  #stream = null;
+  /** What this page calls itself when it holds something. */
+  name = Array.from(crypto.getRandomValues(new Uint32Array(2)), (part) => part.toString(16)).join('');
+
   #token = '';
-  #heard = 0;
-  #about = null;
+  #about = '';
+  #heard = -Infinity;
+  #holds = 0;
+  #watch;
 
   constructor() {
     super();
-    // A page that nobody sees needs no stream.
-    document.addEventListener('visibilitychange', () => (document.hidden ? this.#close() : this.#open()));
-    setInterval(() => this.#check(), retry);
-    if (!document.hidden) this.#open();
+    this.#watch = this.#begin();
+    // A page that nobody sees needs no stream, and whatever comes after that is no continuation.
+    const heed = () => {
+      if (document.hidden) this.dispatchEvent(new Event('gap'));
+      this.#watch(!document.hidden);
+    };
+    document.addEventListener('visibilitychange', heed);
+    addEventListener('pagehide', () => this.#watch(false));
+    addEventListener('pageshow', heed);
+    setInterval(() => this.#check(), look);
   }
 
-  /** Asks for an action; resolves to why it was refused, or to nothing. */
+  /** Asks for an action; resolves to why it was not done, or to nothing. */
   async act(request) {
+    if (!this.#token) return 'not done: there is no connection to the controller yet';
+    const end = new AbortController();
+    const timer = setTimeout(() => end.abort(), patience);
     try {
       const reply = await fetch('/act', {
         method: 'POST',
         headers: { 'Content-Type': 'application/json', 'X-Token': this.#token },
         body: JSON.stringify(request),
+        signal: end.signal,
       });
       if (reply.ok) return '';
-      return reply.status === 409 ? await reply.text() : `the controller answered ${reply.status}`;
+      return reply.status === 409 ? await reply.text() : `not done: the controller answered ${reply.status}`;
     } catch {
-      return 'the controller cannot be reached';
+      return 'not certain to be done: the controller does not answer';
+    } finally {
+      clearTimeout(timer);
     }
   }
 
   /** Holds something until the function that it returns is called. */
   hold(request, refused) {
+    const mine = { page: this.name, hold: ++this.#holds };
     let held = true;
-    const confirm = async () => {
-      const why = held ? await this.act(request) : '';
-      if (why) {
-        refused(why);
-        held = false;
-      }
-      if (held) setTimeout(confirm, confirmHold);
-      else this.act({ act: 'release' });
-    };
-    confirm();
-    return () => {
+    const begun = this.act({ ...request, ...mine });
+    const confirm = async (why) => {
+      if (!held) return;
+      if (!why) return void setTimeout(async () => held && confirm(await this.act({ act: 'confirm', ...mine })), confirmHold);
       held = false;
-      this.act({ act: 'release' });
+      refused(why);
+    };
+    begun.then(confirm);
+    return () => {
+      if (!held) return;
+      held = false;
+      begun.then(() => this.act({ act: 'release', ...mine })); // which must not overtake the begin
     };
   }
 
-  #open() {
-    this.#close();
-    const stream = (this.#stream = new EventSource('/events'));
-    this.#heard = performance.now();
-    const tell = (type, detail) => this.dispatchEvent(new CustomEvent(type, { detail }));
-    stream.addEventListener('about', (event) => {
-      const about = JSON.parse(event.data);
-      this.#token = about.token;
-      if (this.#about && this.#about.model !== about.model) return location.reload(); // another arm
-      tell('about', (this.#about = about));
-    });
-    stream.addEventListener('state', (event) => {
-      this.#heard = performance.now();
-      tell('state', JSON.parse(event.data));
-    });
-    stream.addEventListener('wire', (event) => tell('wire', JSON.parse(event.data)));
-    stream.addEventListener('error', () => this.#lost());
+  /** Returns what is to be called with whether this window is seen. */
+  #begin() {
+    const alone = () => {
+      const stream = new Stream((kind, data) => this.#take(kind, data));
+      return (watches) => (watches ? stream.open() : stream.close());
+    };
+    let watch;
+    try {
+      const worker = new SharedWorker('/worker.js', { type: 'module' });
+      worker.port.onmessage = ({ data: [kind, data] }) => this.#take(kind, data);
+      worker.onerror = () => {
+        this.#watch = alone();
+        this.#watch(!document.hidden);
+      };
+      watch = (watches) => worker.port.postMessage(watches);
+    } catch {
+      watch = alone();
+    }
+    watch(!document.hidden);
+    return watch;
   }
 
-  #close() {
-    this.#stream?.close();
-    this.#stream = null;
+  #take(kind, data) {
+    if (document.hidden) return;
+    if (kind === 'lost') return this.#lost();
+    const detail = JSON.parse(data);
+    this.#heard = kind === 'full' ? -Infinity : performance.now();
+    if (kind === 'about') {
+      const { token, ...about } = detail;
+      const known = JSON.stringify(about);
+      if (this.#about && this.#about !== known) return location.reload(); // another arm, or another one who answers
+      const fresh = this.#token !== token;
+      this.#about = known;
+      this.#token = token;
+      if (!fresh) return;
+    }
+    this.dispatchEvent(new CustomEvent(kind, { detail }));
   }
 
   #lost() {
-    this.#close();
+    this.#heard = -Infinity;
+    this.dispatchEvent(new Event('gap'));
     this.dispatchEvent(new Event('lost'));
   }
 
   #check() {
-    if (this.#stream && performance.now() - this.#heard > silence) this.#lost();
-    if (!this.#stream && !document.hidden) this.#open();
+    if (document.hidden || performance.now() - this.#heard < silence) return;
+    if (this.#heard > 0) this.#lost();
+    this.#watch(true);
   }
 }

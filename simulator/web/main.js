@@ -1,11 +1,13 @@
 // Puts the page together: what comes from the controller goes to its views, what is clicked goes to the controller.
-import { ArmView } from './arm.js';
+// Stops are at work before anything is drawn, and whatever becomes of the drawing.
 import { Controller } from './controller.js';
 import { Faults } from './faults.js';
 import { Panel, write } from './panel.js';
 import { Wire } from './wire.js';
 
 const get = (id) => document.getElementById(id);
+const controller = new Controller();
+let state = null;
 
 let forget = 0;
 function tell(refused) {
@@ -15,62 +17,119 @@ function tell(refused) {
   clearTimeout(forget);
   forget = setTimeout(() => get('message').classList.remove('shown'), 4000);
 }
-
-const controller = new Controller();
 const act = async (request) => tell(await controller.act(request));
-const arm = new ArmView(get('view'), (to) => act({ act: 'lead', to }));
-const panel = new Panel(controller, tell);
-const wire = new Wire();
-const faults = new Faults(act);
 
-let state = null;
-let built = false;
-controller.addEventListener('about', ({ detail: about }) => {
-  write(get('model'), `Arm ${about.model}`);
-  write(get('port'), `port ${about.port}`);
-  wire.restart();
-  if (built) return;
-  built = true;
-  document.body.classList.toggle('onlooker', !about.simulated);
-  faults.build(about);
-  arm.build(about);
-  panel.build(about);
-});
-controller.addEventListener('wire', ({ detail }) => wire.add(detail));
-controller.addEventListener('lost', () => {
-  state = null;
-  document.body.dataset.mode = 'lost';
-  write(get('mode'), 'no connection');
-  write(get('running'), '');
-  write(get('errors'), '');
-});
-controller.addEventListener('state', ({ detail }) => {
-  state = detail;
-  const { mode, running, errors, power, paused, teaching } = state;
+const click = (id, handle) => get(id).addEventListener('click', handle);
+click('emergency-stop', () => act({ act: 'emergency_stop' }));
+click('stop', () => act({ act: 'stop' }));
+addEventListener('keydown', ({ key }) => key === 'Escape' && act({ act: 'stop' }), true);
+click('pause', () => act({ act: state?.paused ? 'continue' : 'pause' }));
+click('clear-errors', () => act({ act: 'clear_errors' }));
+click('power', () => act({ act: 'power', on: !state?.power }));
+
+/** Of an arm that somebody else moves: what is known of it, and since when. */
+function showSource({ source }, about) {
+  const said = source.joints && source.joints !== about.hinges.length ? 'other-arm'
+    : source.age === null ? 'unheard' : source.age > 2 ? 'silent' : 'looking on';
+  document.body.dataset.mode = said;
+  const words = { 'other-arm': 'another arm', unheard: 'nothing heard yet', silent: 'silent' };
+  write(get('mode'), words[said] ?? said);
+  write(get('running'), said === 'other-arm'
+    ? `${about.source} has ${source.joints} joints; this page is told model ${about.model}`
+    : `${about.source}${source.age === null ? '' : `, last reply ${source.age < 2 ? 'now' : `${source.age} s ago`}`}`);
+}
+
+function showMode(about) {
+  const { mode, running, errors, power, paused, held } = state;
   document.body.dataset.mode = mode;
   write(get('mode'), mode);
+  const others = held && held.page !== controller.name ? `another page at ${held.from} holds ${held.what}` : '';
   const waiting = running?.waiting ? `, ${running.waiting} waiting` : '';
-  write(get('running'), running ? `${running.command} ${running.number}${waiting}` : '');
+  write(get('running'), others || (running
+    ? running.command === 'jog' ? '' : `${running.command}, motion ${running.number}${waiting}` : ''));
   write(get('errors'), errors.join(', '));
-  write(get('clock'), `${state.time.toFixed(1)} s`);
   write(get('pause'), paused ? 'Continue' : 'Pause');
   get('pause').disabled = !paused && !running;
   get('clear-errors').disabled = errors.length === 0;
-  for (const [id, on] of [['power', power], ['teach', teaching]]) get(id).setAttribute('aria-pressed', String(on));
-  get('hint').hidden = !teaching;
+  get('power').setAttribute('aria-pressed', String(power));
   write(get('power'), power ? 'Power on' : 'Power off');
-  arm.show(state);
+  if (!about.simulated) showSource(state, about);
+}
+
+let about = null;
+let time = 0;
+const lose = (why) => {
+  state = null;
+  document.body.dataset.mode = 'lost';
+  write(get('mode'), why);
+  write(get('running'), '');
+  write(get('errors'), '');
+};
+controller.addEventListener('about', ({ detail }) => {
+  about = detail;
+  document.body.classList.toggle('onlooker', !about.simulated);
+  write(get('model'), `Arm ${about.model}`);
+  write(get('port'), `port ${about.port}`);
+});
+controller.addEventListener('lost', () => lose('no connection'));
+controller.addEventListener('full', ({ detail }) => lose(detail));
+controller.addEventListener('time', ({ detail }) => {
+  time = detail;
+  const shown = `${Math.floor(time)} s`;
+  write(get('clock'), shown);
+});
+controller.addEventListener('state', ({ detail }) => {
+  state = detail;
+  if (about) showMode(about);
+});
+
+const panel = new Panel(controller, tell);
+const wire = new Wire();
+const faults = new Faults(act);
+let built = false;
+controller.addEventListener('about', () => {
+  wire.restart();
+  if (built) return;
+  built = true;
+  faults.build(about);
+  panel.build(about);
+});
+controller.addEventListener('wire', ({ detail }) => wire.add(detail));
+controller.addEventListener('state', () => {
   panel.show(state);
   faults.show(state);
 });
 
-const click = (id, handle) => get(id).addEventListener('click', handle);
-click('pause', () => act({ act: state?.paused ? 'continue' : 'pause' }));
-click('stop', () => act({ act: 'stop' }));
-click('emergency-stop', () => act({ act: 'emergency_stop' }));
-click('clear-errors', () => act({ act: 'clear_errors' }));
-click('power', () => act({ act: 'power', on: !state?.power }));
-click('teach', () => act({ act: 'teach', on: !state?.teaching }));
-click('clear-trail', () => arm.clearTrail());
-for (const button of document.querySelectorAll('[data-view]'))
-  button.addEventListener('click', () => arm.view(button.dataset.view));
+/** The drawing takes its time, and may not be possible in 3D. */
+async function draw() {
+  const element = get('view');
+  let view;
+  try {
+    const { ArmView } = await import('./arm.js');
+    view = new ArmView(element, (to) => act({ act: 'lead', to }));
+  } catch {
+    const { Drawing } = await import('./drawing.js');
+    view = new Drawing(element);
+    document.body.classList.add('plain');
+    get('hint').hidden = false;
+    write(get('hint'), 'no 3D in this browser: the arm is drawn flat');
+  }
+  let drawn = false;
+  const show = () => {
+    if (!state || !about) return;
+    if (!drawn) view.build(about);
+    drawn = true;
+    get('teach').setAttribute('aria-pressed', String(state.teaching));
+    if (!view.plain) get('hint').hidden = !state.teaching;
+    view.show(state);
+  };
+  controller.addEventListener('gap', () => view.breakTrail());
+  controller.addEventListener('state', show);
+  show();
+  click('teach', () => act({ act: 'teach', on: !state?.teaching }));
+  click('clear-trail', () => view.clearTrail());
+  for (const button of document.querySelectorAll('[data-view]'))
+    button.addEventListener('click', () => view.view(button.dataset.view));
+}
+
+draw();

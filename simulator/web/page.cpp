@@ -80,7 +80,7 @@ Json Page::about() const
             {"flange", array_of(model.flange(Joints(model.lower.size())))}};
 }
 
-Json Page::state(double time) const
+Json Page::state() const
 {
     const Motions& motions = arm().motions();
     const World& world = peripherals().world;
@@ -103,8 +103,12 @@ Json Page::state(double time) const
     Json object = nullptr;
     if (world.object) object = {{"width", world.object->width}, {"mass", world.object->mass}};
 
-    return {{"time", rounded(time)},
-            {"mode", mode()},
+    Json held = nullptr;
+    if (hold_) held = {{"page", hold_->page}, {"what", hold_->what}, {"from", hold_->from}};
+
+    return {{"mode", mode()},
+            {"source", source()},
+            {"held", held},
             {"running", running},
             {"power", arm().drives.powered()},
             {"paused", motions.paused()},
@@ -149,6 +153,15 @@ std::string Page::mode() const
     return peripherals().force.following() ? "force-position" : "ready";
 }
 
+/** Of what is shown about an arm that is not simulated here: the age of the last word of it, in seconds. */
+Json Page::source() const
+{
+    if (simulated_) return nullptr;
+    if (!heard_) return {{"age", nullptr}, {"joints", told_joints_}};
+    const auto age = std::chrono::duration_cast<std::chrono::seconds>(Real::now() - *heard_);
+    return {{"age", age.count()}, {"joints", told_joints_}};
+}
+
 Json Page::errors() const
 {
     Json errors = Json::array();
@@ -160,7 +173,7 @@ Json Page::errors() const
     return errors;
 }
 
-void Page::act(const Json& request)
+void Page::act(const Json& request, const std::string& from)
 {
     if (!simulated_) throw Refused("no arm is simulated here");
     const std::string& what = text(member(request, "act"));
@@ -176,12 +189,12 @@ void Page::act(const Json& request)
         peripherals().set_power(flag(request, "on"));
     else if (what == "clear_errors")
         clear_errors();
-    else if (what == "jog")
-        jog(request);
-    else if (what == "push")
-        push(request);
+    else if (what == "jog" || what == "push")
+        hold(request, from);
+    else if (what == "confirm")
+        confirm(request);
     else if (what == "release")
-        release();
+        confirm(request), release();
     else if (what == "teach")
         teach(request);
     else if (what == "lead")
@@ -202,7 +215,9 @@ void Page::passed(double, int, Direction direction, const std::string& line)
     const Json& state =
         json.contains("arm_state") && json["arm_state"].is_object() ? json["arm_state"] : json;
     const auto joints = state.find("joint");
-    if (joints == state.end() || !joints->is_array() || joints->size() != arm().joint_count()) return;
+    if (joints == state.end() || !joints->is_array() || joints->empty()) return;
+    told_joints_ = joints->size();
+    if (told_joints_ != arm().joint_count()) return;
     try {
         shows(from_thousandths(*joints, arm().joint_count()));
     } catch (const Refused&) { // no numbers; a reply that means something else
@@ -211,6 +226,8 @@ void Page::passed(double, int, Direction direction, const std::string& line)
 
 void Page::shows(const Joints& degrees)
 {
+    told_joints_ = degrees.size();
+    heard_ = Real::now();
     arm().lead_to(degrees);
 }
 
@@ -222,43 +239,54 @@ void Page::clear_errors()
         arm().drives.clear_error(i);
 }
 
-void Page::jog(const Json& request)
+void Page::hold(const Json& request, const std::string& from)
 {
-    if (held_ != request) {
-        const std::size_t joint = index(member(request, "joint"), "the joint", arm().joint_count());
-        const bool up = flag(request, "up");
-        const double percent = number(member(request, "percent"), "the speed", 1, 100);
-        release();
-        if (!arm().standing()) throw Refused("the arm is moving");
-        arm().check_ready();
-        arm().jog_joint(joint, up, percent);
-        held_ = request;
-    }
-    until_ = Real::now() + hold_time;
+    const std::string& page = text(member(request, "page"));
+    const double count = number(member(request, "hold"), "the hold", 0, 1e9);
+    if (hold_ && hold_->page != page)
+        throw Refused("another page holds " + hold_->what + ", at " + hold_->from);
+    release();
+    const std::string what = request["act"] == "jog" ? jog(request) : push(request);
+    hold_ = {page, count, what, from, Real::now() + hold_time};
 }
 
-void Page::push(const Json& request)
+/** A hold that has ended, by a stop or because its page was silent, is not begun again. */
+void Page::confirm(const Json& request)
 {
-    if (held_ != request) {
-        const KDL::Vector force = vector(member(request, "force"), max_push);
-        release();
-        peripherals().world.push = {force.x(), force.y(), force.z()};
-        held_ = request;
-    }
-    until_ = Real::now() + hold_time;
+    if (!hold_ || member(request, "page") != hold_->page || member(request, "hold") != hold_->number)
+        throw Refused("it was let go");
+    hold_->until = Real::now() + hold_time;
+}
+
+std::string Page::jog(const Json& request)
+{
+    const std::size_t joint = index(member(request, "joint"), "the joint", arm().joint_count());
+    const bool up = flag(request, "up");
+    const double percent = number(member(request, "percent"), "the speed", 1, 100);
+    if (!arm().standing()) throw Refused("the arm is moving");
+    arm().check_ready();
+    arm().jog_joint(joint, up, percent);
+    return "joint " + std::to_string(joint + 1);
+}
+
+std::string Page::push(const Json& request)
+{
+    const KDL::Vector force = vector(member(request, "force"), max_push);
+    peripherals().world.push = {force.x(), force.y(), force.z()};
+    return "the tool";
 }
 
 void Page::release()
 {
-    if (held_.is_null()) return;
-    held_ = nullptr;
+    if (!hold_) return;
+    hold_.reset();
     arm().stop_jogging();
     peripherals().world.push = {};
 }
 
 void Page::check_hold()
 {
-    if (Real::now() > until_) release();
+    if (hold_ && Real::now() > hold_->until) release();
 }
 
 /** The arm stays where it is until the hand leads it somewhere. */
@@ -298,11 +326,10 @@ void Page::set_input(const Json& request)
 void Page::set_object(const Json& request)
 {
     std::optional<Object>& object = peripherals().world.object;
-    if (request.contains("width"))
-        object = {number(request["width"], "the width", 1, 100),
-                  number(member(request, "mass"), "the mass", 0, 10)};
-    else
-        object.reset();
+    if (!request.contains("width")) return object.reset();
+    const double width = number(request["width"], "the width", 1, 100);
+    if (width * 10 > peripherals().gripper.opening()) throw Refused("the gripper is not open that far");
+    object = {width, number(member(request, "mass"), "the mass", 0, 10)};
 }
 
 } // namespace kx::sim

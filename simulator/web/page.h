@@ -18,11 +18,13 @@ class Page : public Tap {
     /** What does not change: the model and its geometry. Lengths are metres. */
     Json about() const;
 
-    /** Everything that does, but for `time`, which the controller must have reached (s). */
-    Json state(double time) const;
+    /** Everything that does, but for the time. */
+    Json state() const;
 
-    /** Does what somebody beside the arm asked for with the page. @throws std::exception saying why not */
-    void act(const Json& request);
+    /** Does what somebody beside the arm asked for with the page.
+     * @param from the address of the page's machine
+     * @throws std::exception saying why not */
+    void act(const Json& request, const std::string& from);
 
     /** If nothing is simulated, the arm is shown where replies say it is. */
     void passed(double time, int client, Direction direction, const std::string& line) override;
@@ -36,8 +38,19 @@ class Page : public Tap {
   private:
     using Real = std::chrono::steady_clock;
 
-    void jog(const Json& request);
-    void push(const Json& request);
+    /** What a button of some page does for as long as it is held. It belongs to that page: only that one can
+     * prolong it, and nobody can begin another one meanwhile. */
+    struct Hold {
+        std::string page; ///< what it calls itself
+        double number;    ///< its holds, counted
+        std::string what, from;
+        Real::time_point until; ///< when it is over unless the page confirms it
+    };
+
+    void hold(const Json& request, const std::string& from);
+    void confirm(const Json& request);
+    std::string jog(const Json& request);
+    std::string push(const Json& request);
     void teach(const Json& request);
     void lead(const Json& request);
     void set_input(const Json& request);
@@ -48,12 +61,16 @@ class Page : public Tap {
     Arm& arm() const { return controller_.arm(); }
     Peripherals& peripherals() const { return controller_.peripherals(); }
     std::string mode() const;
+    Json source() const;
     Json errors() const;
 
     Controller& controller_;
     const bool simulated_;
-    Json held_;              ///< the request that holds a joint's button, or pushes the tool
-    Real::time_point until_; ///< when the hold is over unless the page confirms it
+    std::optional<Hold> hold_;
+
+    // Of an arm that is not simulated here.
+    std::optional<Real::time_point> heard_; ///< when something told last where it is
+    std::size_t told_joints_ = 0;           ///< how many angles that had
 };
 
 } // namespace kx::sim

@@ -89,11 +89,11 @@ export class Panel {
       const name = `Joint ${i + 1}`;
       const row = element('div', 'joint');
       const parts = { row, low: element('span', 'limit number'), high: element('span', 'limit number'),
-                      value: element('output', 'number'), ...bar() };
+                      value: element('span', 'value number'), ...bar() };
       const down = holdButton('\u2212', `${name} down`, hold(i + 1, false));
       const up = holdButton('+', `${name} up`, hold(i + 1, true));
       row.append(element('span', 'name', `J${i + 1}`), down, parts.low, parts.track, parts.high, up, parts.value);
-      parts.value.setAttribute('aria-label', name);
+      parts.value.dataset.name = name;
       return parts;
     });
     get('joints').replaceChildren(...this.#joints.map(({ row }) => row));
@@ -102,8 +102,7 @@ export class Panel {
   #buildPose() {
     this.#pose = ['x', 'y', 'z', 'rx', 'ry', 'rz'].map((name, i) => {
       const cell = element('div');
-      const value = element('output', 'number');
-      value.setAttribute('aria-label', name);
+      const value = element('span', 'value number');
       cell.append(element('span', 'name', name), value, element('span', 'note', i < 3 ? 'mm' : '°'));
       get('pose').append(cell);
       return value;
@@ -113,7 +112,7 @@ export class Panel {
   #buildForce() {
     this.#force = ['Fx', 'Fy', 'Fz', 'Mx', 'My', 'Mz'].map((name) => {
       const row = element('div', 'force');
-      const value = element('output', 'number');
+      const value = element('span', 'value number');
       const parts = { value, ...bar() };
       row.append(element('span', 'name', name), parts.track, value);
       get('force').append(row);
@@ -121,7 +120,7 @@ export class Panel {
     });
     for (const [name, ...direction] of [['+x', 1, 0, 0], ['+y', 0, 1, 0], ['+z', 0, 0, 1], ['\u2212x', -1, 0, 0],
                                         ['\u2212y', 0, -1, 0], ['\u2212z', 0, 0, -1]])
-      get('push').append(holdButton(name, `Push towards ${name}`, () => this.#controller.hold(
+      get('push').append(holdButton(name, `Push towards ${name} of the base`, () => this.#controller.hold(
         { act: 'push', force: direction.map((value) => value * Number(get('push-force').value)) }, this.#refused)));
   }
 
@@ -146,14 +145,14 @@ export class Panel {
       range.setAttribute('aria-label', `Analogue input ${channel}`);
       range.addEventListener('input', () =>
         this.#act({ act: 'input', kind: 'analogue', channel, volts: Number(range.value) }));
-      cell.append(element('output', 'number'), range);
+      cell.append(element('span', 'number'), range);
       return cell;
     };
     row('digitalInputs', 'DI', channels.map(input('digital', 'Digital input')));
     row('digitalOutputs', 'DO', channels.map((channel) => element('span', 'channel output', String(channel))));
     row('tool', 'Tool', channels.map(input('tool', 'Tool channel')));
     row('analogueInputs', 'AI', channels.map(volts));
-    row('analogueOutputs', 'AO', channels.map(() => element('output', 'number')));
+    row('analogueOutputs', 'AO', channels.map(() => element('span', 'value number')));
   }
 
   show(state) {
@@ -179,7 +178,7 @@ export class Panel {
       set(state.force[i], -limit, limit);
       write(value, fixed(state.force[i], i < 3 ? 1 : 2));
     });
-    write(get('force-range'), `±${newtons} N, ±${metres} Nm`);
+    write(get('force-range'), `flange axes, ±${newtons} N, ±${metres} Nm`);
 
     const press = (button, on) => button.setAttribute('aria-pressed', String(on));
     state.digitalInputs.forEach((on, i) => press(this.#rows.digitalInputs[i], on));

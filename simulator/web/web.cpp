@@ -23,7 +23,8 @@ constexpr std::size_t max_connections = 96; // the oldest that is no page's stre
 constexpr std::size_t max_pages = 24;
 constexpr auto request_time = 5s;
 constexpr auto answer_time = 60s;
-constexpr auto goodbye_time = 1s; // in which a client may notice that the answer is complete
+constexpr auto time_interval = 1s; // between two tellings of the time, while nothing else is told
+constexpr auto goodbye_time = 1s;  // in which a client may notice that the answer is complete
 constexpr std::size_t kept_lines = 400;
 constexpr std::size_t lines_at_once = 40; // to one page
 constexpr std::size_t longest_line = 1000;
@@ -34,10 +35,23 @@ constexpr std::string_view headers =
     "X-Content-Type-Options: nosniff\r\n"
     "Referrer-Policy: no-referrer\r\n"
     "Cross-Origin-Resource-Policy: same-origin\r\n"
-    "Cache-Control: no-store\r\n"
     "Connection: close\r\n";
 
-constexpr std::string_view stream = "text/event-stream"; // the type of the answer that never ends
+constexpr std::string_view event_stream = "text/event-stream";
+
+/** Changes with the content (FNV-1a, Fowler, Noll and Vo, 1991). */
+std::string tag_of(std::string_view content)
+{
+    std::uint64_t hash = 0xcbf29ce484222325;
+    for (const unsigned char c : content)
+        hash = (hash ^ c) * 0x100000001b3;
+    return '"' + std::to_string(hash) + '"';
+}
+
+std::string event(const char* name, const std::string& data)
+{
+    return std::string("event: ") + name + "\ndata: " + data + "\n\n";
+}
 
 std::string random_token()
 {
@@ -58,6 +72,8 @@ const char* words_of(int status)
         return "OK";
     case 204:
         return "No Content";
+    case 304:
+        return "Not Modified";
     case 403:
         return "Forbidden";
     case 404:
@@ -70,8 +86,6 @@ const char* words_of(int status)
         return "Content Too Large";
     case HttpReader::large_head:
         return "Request Header Fields Too Large";
-    case 503:
-        return "Service Unavailable";
     default:
         return "Bad Request";
     }
@@ -93,7 +107,7 @@ class Web::Connection : public std::enable_shared_from_this<Connection> {
         read();
     }
 
-    bool is_stream() const { return answer_.type == stream; }
+    bool is_stream() const { return answer_.goes_on; }
 
     /** Sends what is new, if that is a stream and all before was sent. */
     void tell_news();
@@ -110,7 +124,7 @@ class Web::Connection : public std::enable_shared_from_this<Connection> {
     void answer(Answer answer);
     void write();
     void has_written();
-    void say_goodbye();
+    void await_end();
     void leave();
     void limit(std::chrono::seconds time);
 
@@ -122,7 +136,7 @@ class Web::Connection : public std::enable_shared_from_this<Connection> {
     Answer answer_;
     std::string head_;
     bool writing_ = false;
-    std::uint64_t seen_state_ = 0, seen_line_ = 0;
+    std::uint64_t seen_state_ = 0, seen_time_ = 0, seen_line_ = 0;
 };
 
 void Web::Connection::limit(std::chrono::seconds time)
@@ -145,8 +159,10 @@ void Web::Connection::read()
         if (error) return self->leave();
         const auto status = self->reader_.take({self->buffer_, length});
         if (status == HttpReader::unfinished) return self->read();
-        self->answer(status == HttpReader::complete ? self->web_.answer(self->reader_.request())
-                                                    : Answer{.status = status});
+        if (status != HttpReader::complete) return self->answer({.status = status});
+        asio::error_code gone;
+        const auto from = self->socket_.remote_endpoint(gone).address().to_string();
+        self->answer(self->web_.answer(self->reader_.request(), from));
     });
 }
 
@@ -158,9 +174,14 @@ void Web::Connection::answer(Answer answer)
     head_ = "HTTP/1.1 " + std::to_string(answer_.status) + ' ' + words_of(answer_.status) + "\r\n" +
             std::string(headers);
     if (!answer_.type.empty()) head_ += "Content-Type: " + std::string(answer_.type) + "\r\n";
-    if (is_stream())
-        seen_state_ = web_.states_; // the last state may be as old as the last page
-    else if (answer_.status != 204)
+    if (!answer_.content.empty()) head_ += "Content-Encoding: gzip\r\n";
+    head_ += answer_.tag.empty() ? "Cache-Control: no-store\r\n"
+                                 : "Cache-Control: no-cache\r\nETag: " + answer_.tag + "\r\n";
+    if (is_stream()) {
+        seen_state_ = web_.states_; // which may be as old as the last page
+        seen_time_ = web_.times_;
+        await_end();
+    } else if (answer_.status != 204 && answer_.status != 304)
         head_ += "Content-Length: " + std::to_string(answer_.content.size() + answer_.text.size()) + "\r\n";
     head_ += "\r\n";
     write();
@@ -187,31 +208,36 @@ void Web::Connection::has_written()
     asio::error_code ignored;
     socket_.shutdown(tcp::socket::shutdown_send, ignored);
     limit(goodbye_time);
-    say_goodbye();
+    await_end();
 }
 
-/** What is closed while something is unread may not reach the client. */
-void Web::Connection::say_goodbye()
+/** Of the client. What is closed while something is unread may not reach it; and a stream to nobody is in the way. */
+void Web::Connection::await_end()
 {
     socket_.async_read_some(asio::buffer(buffer_), [self = shared_from_this()](auto error, auto) {
         if (error) return self->leave();
-        self->say_goodbye();
+        self->await_end();
     });
 }
 
 void Web::Connection::tell_news()
 {
-    if (!is_stream() || writing_ || web_.states_ == seen_state_) return;
-    answer_.text = web_.state_ + web_.wire_since(seen_line_);
+    if (!is_stream() || writing_) return;
+    answer_.text = web_.wire_since(seen_line_);
+    if (seen_state_ != web_.states_)
+        answer_.text += web_.state_;
+    else if (seen_time_ != web_.times_)
+        answer_.text += web_.time_;
     seen_state_ = web_.states_;
+    seen_time_ = web_.times_;
     seen_line_ = web_.line_count_;
-    write();
+    if (!answer_.text.empty()) write();
 }
 
 Web::Web(std::string host, Json about, Act act, Log log)
     : host_(std::move(host)), token_(random_token()), greeting_([&] {
           about["token"] = token_;
-          return "event: about\ndata: " + about.dump() + "\n\n";
+          return event("about", about.dump());
       }()),
       act_(std::move(act)), log_(std::move(log))
 {
@@ -229,28 +255,38 @@ void Web::serve(tcp::socket socket)
     connections_.back()->begin();
 }
 
-Web::Answer Web::answer(const HttpRequest& request)
+Web::Answer Web::answer(const HttpRequest& request, const std::string& from)
 {
     const std::string_view host = request.header("host");
     if (!is_address(host) && host != host_) return {.status = 403};
-    if (request.method == "POST" && request.path == "/act") return take_action(request);
+    if (request.method == "POST" && request.path == "/act") return take_action(request, from);
     if (request.method != "GET") return {};
-    if (request.path == "/events") {
-        const auto pages = std::ranges::count_if(connections_, &Connection::is_stream);
-        if (static_cast<std::size_t>(pages) >= max_pages) return {.status = 503};
-        return {.status = 200, .type = stream, .text = greeting_};
-    }
+    if (request.path == "/events") return open_stream();
     const auto asset =
         std::ranges::find_if(assets, [&](const Asset& file) { return request.path.substr(1) == file.path; });
     if (asset == assets.end()) return {};
-    return {.status = 200, .type = asset->type, .content = asset->content};
+    const std::string tag = tag_of(asset->content);
+    if (request.header("if-none-match") == tag) return {.status = 304, .tag = tag};
+    return {.status = 200, .type = asset->type, .content = asset->content, .tag = tag};
 }
 
-Web::Answer Web::take_action(const HttpRequest& request)
+Web::Answer Web::open_stream()
+{
+    const auto pages = std::ranges::count_if(connections_, &Connection::is_stream);
+    if (static_cast<std::size_t>(pages) >= max_pages) {
+        const std::string why = std::to_string(pages) + " browsers are looking on already, and no more can";
+        log_("page: " + why);
+        return {.status = 200, .type = event_stream, .text = greeting_ + event("full", Json(why).dump())};
+    }
+    shown_.clear(); // so that the state is told again
+    return {.status = 200, .type = event_stream, .text = greeting_, .goes_on = true};
+}
+
+Web::Answer Web::take_action(const HttpRequest& request, const std::string& from)
 {
     const bool own_origin = request.header("origin") == "http://" + std::string(request.header("host"));
     if (!own_origin || request.header("x-token") != token_) return {.status = 403};
-    const std::string refused = act_(request.body);
+    const std::string refused = act_(request.body, from);
     if (refused.empty()) return {.status = 204};
     return {.status = 409, .type = "text/plain; charset=utf-8", .text = refused};
 }
@@ -260,10 +296,20 @@ bool Web::watched() const
     return std::ranges::any_of(connections_, &Connection::is_stream);
 }
 
-void Web::publish(const Json& state)
+void Web::publish(double time, const Json& state)
 {
-    state_ = "event: state\ndata: " + printed(state) + "\n\n";
-    ++states_;
+    const auto now = std::chrono::steady_clock::now();
+    const std::string told = event("time", Json(std::round(time * 1e3) / 1e3).dump());
+    if (std::string shown = printed(state); shown != shown_) {
+        shown_ = std::move(shown);
+        state_ = told + event("state", shown_);
+        ++states_;
+        told_time_ = now;
+    } else if (now - told_time_ >= time_interval) {
+        time_ = told;
+        ++times_;
+        told_time_ = now;
+    }
     for (const auto& connection : connections_)
         connection->tell_news();
 }
@@ -273,10 +319,10 @@ std::string Web::wire_since(std::uint64_t seen) const
     if (line_count_ == seen) return "";
     const std::size_t fresh =
         std::min<std::uint64_t>({line_count_ - seen, lines_.size(), seen ? lines_at_once : kept_lines});
-    std::string text = "event: wire\ndata: [";
+    std::string text = "[";
     for (std::size_t i = lines_.size() - fresh; i < lines_.size(); ++i)
-        text += lines_[i] + (i + 1 < lines_.size() ? "," : "]\n\n");
-    return text;
+        text += lines_[i] + (i + 1 < lines_.size() ? "," : "]");
+    return event("wire", text);
 }
 
 void Web::passed(double time, int client, Direction direction, const std::string& line)

@@ -7,6 +7,7 @@
 // must not keep others away: what a client may take of time, memory and connections is bounded.
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <list>
@@ -23,8 +24,9 @@ namespace kx::sim {
 
 class Web : public Tap {
   public:
-    /** Does what a page asks for. Returns why it could not be done, or nothing. */
-    using Act = std::function<std::string(const std::string& request)>;
+    /** Does what a page asks for. Returns why it could not be done, or nothing.
+     * @param from the address of the page's machine */
+    using Act = std::function<std::string(const std::string& request, const std::string& from)>;
 
     using Log = std::function<void(const std::string& text)>;
 
@@ -41,8 +43,10 @@ class Web : public Tap {
     /** Some page is open, which wants to be told the state. */
     bool watched() const;
 
-    /** Tells all pages; one that is slow gets the latest. */
-    void publish(const Json& state);
+    /** Tells all pages what is new: lines, the state if it is another one, and now and then the time. One
+     * that is slow gets the latest.
+     * @param time simulated seconds */
+    void publish(double time, const Json& state);
 
     /** The last lines are kept for pages that come later. */
     void passed(double time, int client, Direction direction, const std::string& line) override;
@@ -57,16 +61,20 @@ class Web : public Tap {
         std::string_view type = {};
         std::string_view content = {};
         std::string text = {}; ///< if it is not there already
+        std::string tag = {};  ///< of an asset
+        bool goes_on = false;  ///< is a page's stream
     };
-    Answer answer(const HttpRequest& request);
-    Answer take_action(const HttpRequest& request);
+    Answer answer(const HttpRequest& request, const std::string& from);
+    Answer open_stream();
+    Answer take_action(const HttpRequest& request, const std::string& from);
     std::string wire_since(std::uint64_t seen) const;
 
     const std::string host_, token_, greeting_;
     const Act act_;
     const Log log_;
-    std::string state_;
-    std::uint64_t states_ = 0; ///< counted
+    std::string shown_, state_, time_; ///< the last state, and what tells it and the time to a page
+    std::chrono::steady_clock::time_point told_time_{};
+    std::uint64_t states_ = 0, times_ = 0; ///< counted
     std::deque<std::string> lines_;
     std::uint64_t line_count_ = 0; ///< ever
     Connections connections_;      ///< the oldest first

@@ -32,7 +32,7 @@ export class Wire {
     setInterval(() => this.#fresh && !this.#heldLines && this.#draw(), interval);
   }
 
-  /** After a restart lines are counted from the beginning. */
+  /** Of a controller that counts its lines from the beginning. */
   restart() {
     this.#last = 0;
   }

@@ -195,13 +195,15 @@ TEST_F(Page, ActsOnTheController)
 
     EXPECT_EQ(act({{"act", "object"}, {"width", 40}, {"mass", 1}})->status, 204);
     EXPECT_EQ(Set_Gripper_Pick(app.arm, 500, 100, true), 0) << "now there is something to grip";
+    EXPECT_EQ(refused({{"act", "object"}, {"width", 80}, {"mass", 1}}), "the gripper is not open that far");
 
     EXPECT_EQ(act({{"act", "fault"}, {"text", "delay 5"}})->status, 204);
     EXPECT_EQ(act({{"act", "fault"}, {"text", "collision"}})->status, 204);
     EXPECT_EQ(state()["faults"], Json::array({"delay 5"}));
     EXPECT_EQ(state()["errors"], Json::array({"collision"}));
-    EXPECT_EQ(refused({{"act", "jog"}, {"joint", 1}, {"up", true}, {"percent", 1}}),
-              "the controller is in error");
+    EXPECT_EQ(
+        refused({{"act", "jog"}, {"page", "a"}, {"hold", 1}, {"joint", 1}, {"up", true}, {"percent", 1}}),
+        "the controller is in error");
     EXPECT_EQ(act({{"act", "clear_errors"}})->status, 204);
 
     EXPECT_EQ(act({{"act", "teach"}, {"on", true}})->status, 204);
@@ -218,16 +220,86 @@ TEST_F(Page, ActsOnTheController)
     EXPECT_NE(refused("stop"), "");
 }
 
+// What one page holds is its own, and what a stop has ended stays ended, whatever the page still sends.
+TEST_F(Page, HoldsForOnePage)
+{
+    const auto ask = [this](const char* what, const char* page, int hold) {
+        const auto result = act({{"act", what},
+                                 {"page", page},
+                                 {"hold", hold},
+                                 {"joint", 2},
+                                 {"up", true},
+                                 {"percent", 1},
+                                 {"force", {0, 0, 9}}});
+        return result && result->status == 409 ? result->body : "";
+    };
+    EXPECT_EQ(ask("jog", "a", 1), "");
+    for (const char* what : {"jog", "push"})
+        EXPECT_EQ(ask(what, "b", 1), "another page holds joint 2, at 127.0.0.1");
+    for (const char* what : {"confirm", "release"})
+        EXPECT_EQ(ask(what, "b", 1), "it was let go") << "not by another page";
+    EXPECT_EQ(ask("confirm", "a", 1), "");
+    const Json held = first("state")["held"];
+    EXPECT_EQ(held["page"], "a");
+    EXPECT_EQ(held["what"], "joint 2");
+    EXPECT_EQ(act({{"act", "stop"}})->status, 204);
+    EXPECT_EQ(ask("confirm", "a", 1), "it was let go");
+    const Json state = first("state", [](const Json& data) { return data["mode"] == "ready"; });
+    EXPECT_TRUE(state["held"].is_null());
+    EXPECT_EQ(ask("push", "b", 2), "");
+}
+
+TEST_F(Page, SaysNothingWhileNothingChanges)
+{
+    httplib::Client client("127.0.0.1", port);
+    std::map<std::string, int> events;
+    std::string text;
+    client.Get("/events", [&](const char* bytes, std::size_t length) {
+        text.append(bytes, length);
+        for (std::size_t end; (end = text.find("\n\n")) != text.npos; text.erase(0, end + 2))
+            ++events[text.substr(7, text.find('\n') - 7)];
+        return events["time"] < 4;
+    });
+    EXPECT_EQ(events["state"], 1);
+}
+
+TEST_F(Page, SendsItsFilesOnce)
+{
+    httplib::Client client("127.0.0.1", port);
+    client.set_decompress(false);
+    const auto file = client.Get("/three/build/three.module.js");
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->get_header_value("Content-Encoding"), "gzip");
+    EXPECT_LT(file->body.size(), 400000u);
+    const httplib::Headers known = {{"If-None-Match", file->get_header_value("ETag")}};
+    EXPECT_EQ(client.Get("/three/build/three.module.js", known)->status, 304);
+    EXPECT_EQ(client.Get("/style.css", known)->status, 200) << "another file";
+}
+
+// The browser that is one too many is told so, and can stop the arm all the same.
+TEST_F(Page, TellsWhoComesTooLate)
+{
+    std::list<Connection> pages;
+    for (int i = 0; i < 24; ++i) {
+        pages.emplace_back(port).send("GET /events HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+        pages.back().line();
+    }
+    EXPECT_EQ(first("full"), "24 browsers are looking on already, and no more can");
+    EXPECT_EQ(act({{"act", "emergency_stop"}})->status, 204);
+}
+
 // A page that is gone while it holds a button must not leave the arm running.
 TEST_F(Page, LetsGoOfWhatIsNotHeldOn)
 {
-    EXPECT_EQ(act({{"act", "jog"}, {"joint", 2}, {"up", true}, {"percent", 1}})->status, 204);
+    EXPECT_EQ(
+        act({{"act", "jog"}, {"page", "a"}, {"hold", 1}, {"joint", 2}, {"up", true}, {"percent", 1}})->status,
+        204);
     EXPECT_EQ(first("state")["mode"], "jogging");
     const Json state = first("state", [](const Json& data) { return data["mode"] == "ready"; });
     EXPECT_GT(state["joints"][1], 0.1);
     EXPECT_LT(state["joints"][1], 120) << "short of the limit";
 
-    EXPECT_EQ(act({{"act", "push"}, {"force", {0, 0, -50}}})->status, 204);
+    EXPECT_EQ(act({{"act", "push"}, {"page", "a"}, {"hold", 2}, {"force", {0, 0, -50}}})->status, 204);
     const auto force = [](const Json& data) { return data["force"][2].get<double>(); };
     const double pushed = force(first("state"));
     EXPECT_NEAR(

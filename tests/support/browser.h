@@ -14,7 +14,9 @@ class Browser {
   public:
     using Json = nlohmann::json;
 
-    Browser()
+    // @param drawing the switches that say how 3D is drawn: in software, unless given
+    explicit Browser(const std::vector<std::string>& drawing = {"--use-angle=swiftshader",
+                                                                "--enable-unsafe-swiftshader"})
     {
         while (port_ == 0) {
             const std::string line = driver_.line();
@@ -22,24 +24,41 @@ class Browser {
             port_ = number_behind("on port ", line.find("successfully") == line.npos ? "" : line);
         }
         // As root in a container there is no sandbox, and without a GPU the 3D view is drawn in software.
-        const Json arguments = {"--headless=new",
-                                "--no-sandbox",
-                                "--disable-dev-shm-usage",
-                                "--use-angle=swiftshader",
-                                "--enable-unsafe-swiftshader",
-                                "--window-size=1280,720",
-                                "--hide-scrollbars"};
+        Json arguments = {"--headless=new", "--no-sandbox", "--disable-dev-shm-usage",
+                          "--window-size=1280,720", "--hide-scrollbars"};
+        for (const std::string& argument : drawing)
+            arguments.push_back(argument);
         const Json wanted = {{"goog:chromeOptions", {{"args", arguments}}},
                              {"goog:loggingPrefs", {{"browser", "ALL"}}}};
         session_ = "/session/" +
                    post("/session", {{"capabilities", {{"alwaysMatch", wanted}}}}).value("sessionId", "");
-        protocol("Emulation.setDeviceMetricsOverride",
-                 {{"width", 1280}, {"height", 720}, {"deviceScaleFactor", 1}, {"mobile", false}});
+        resize(1280, 720);
     }
 
     ~Browser() { client().Delete(session_); }
 
     void open(const std::string& address) { post(session_ + "/url", {{"url", address}}); }
+
+    // Goes on in another window, which is beside the others and seen as they are; tells by what to come back.
+    std::string open_window()
+    {
+        const Json window = post(session_ + "/window/new", {{"type", "window"}});
+        go_to(window["handle"]);
+        return window["handle"];
+    }
+    void go_to(const std::string& window) { post(session_ + "/window", {{"handle", window}}); }
+
+    void resize(int width, int height)
+    {
+        protocol("Emulation.setDeviceMetricsOverride",
+                 {{"width", width}, {"height", height}, {"deviceScaleFactor", 1}, {"mobile", false}});
+    }
+
+    void press(const std::string& key)
+    {
+        const Json keys = {{{"type", "keyDown"}, {"value", key}}, {{"type", "keyUp"}, {"value", key}}};
+        post(session_ + "/actions", {{"actions", {{{"type", "key"}, {"id", "keys"}, {"actions", keys}}}}});
+    }
 
     // Clicks where a user would; fails if something else is in the way.
     void click(const std::string& selector)
@@ -84,10 +103,9 @@ class Browser {
         return messages;
     }
 
-    void prefer(const char* scheme)
+    void prefer(const char* feature, const char* value)
     {
-        protocol("Emulation.setEmulatedMedia",
-                 {{"features", {{{"name", "prefers-color-scheme"}, {"value", scheme}}}}});
+        protocol("Emulation.setEmulatedMedia", {{"features", {{{"name", feature}, {"value", value}}}}});
     }
 
     // A PNG file's bytes, in base 64.
