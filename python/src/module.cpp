@@ -164,23 +164,23 @@ class Source {
     // None when there is none in time, or will be none.
     std::optional<T> next(std::optional<double> timeout_s)
     {
-        using namespace std::chrono;
-        const auto until = timeout_s ? steady_clock::now() + milliseconds_of(*timeout_s) : Time::max();
+        constexpr Time::duration none{}, period = std::chrono::milliseconds(50);
+        const auto now = std::chrono::steady_clock::now;
+        const auto until = timeout_s ? now() + milliseconds(*timeout_s) : Time::max();
         std::optional<T> item;
         int why = KX_SUCCESS;
         Queue<T>& queue = here();
         {
             Waiting waiting;
             for (;;) {
-                const auto now = steady_clock::now();
-                const bool is_late = now >= until;
-                item = queue.next(is_late ? std::chrono::milliseconds(0)
-                                          : ceil<std::chrono::milliseconds>(std::min<Time::duration>(
-                                                until - now, std::chrono::milliseconds(50))));
-                if (item || is_late || queue.closed()) break;
+                const Time::duration left = until - now();
+                item =
+                    queue.next(std::chrono::ceil<std::chrono::milliseconds>(std::clamp(left, none, period)));
+                if (item || left <= none || queue.closed()) break;
                 if (waiting.look()) why = KX_CANCELLED;
-                if (KX_Link_State(link_) == KX_LINK_DOWN) why = KX_LOST;
-                if (why != KX_SUCCESS) break;
+                const KX_LINK_STATE state = KX_Link_State(link_);
+                if (state == KX_LINK_DOWN) why = KX_LOST;
+                if (why != KX_SUCCESS || state == KX_LINK_CLOSED) break;
             }
         }
         if (PyErr_Occurred()) throw py::error_already_set();
@@ -210,8 +210,6 @@ class Source {
     }
 
   private:
-    static std::chrono::milliseconds milliseconds_of(double seconds) { return milliseconds(seconds); }
-
     std::shared_ptr<Queue<T>> queue_;
     int link_;
     std::function<void()> end_;

@@ -6,8 +6,20 @@ namespace kx::python {
 
 namespace {
 
-int inside; // guarded by the interpreter
+std::atomic<int> inside;
 std::atomic<bool> is_ending;
+
+bool is_main()
+{
+    return gettid() == getpid();
+}
+
+// What becomes of a daemon thread when the interpreter has ended: it never comes back.
+[[noreturn]] void rest()
+{
+    for (;;)
+        pause();
+}
 
 int look_of(void* waiting)
 {
@@ -20,7 +32,7 @@ thread_local Token* Waiting::token;
 
 Waiting::Waiting()
 {
-    if (is_ending) raise("Py_Finalize", KX_CANCELLED, "the interpreter is ending");
+    if (is_ending && is_main()) raise("Py_Finalize", KX_CANCELLED, "the interpreter is ending");
     ++inside;
     KX_Link_Call_Check(look_of, this);
     state_ = PyEval_SaveThread();
@@ -28,6 +40,10 @@ Waiting::Waiting()
 
 Waiting::~Waiting()
 {
+    if (is_ending) {
+        --inside;
+        rest();
+    }
     PyEval_RestoreThread(state_);
     KX_Link_Call_Check(nullptr, nullptr);
     --inside;
@@ -36,7 +52,7 @@ Waiting::~Waiting()
 bool Waiting::look()
 {
     if (is_ending || (token && token->cancelled)) return true;
-    if (gettid() != getpid()) return false; // signals are the main thread's
+    if (!is_main()) return false; // signals are the main thread's
     PyEval_RestoreThread(state_);
     const bool has_error = PyErr_CheckSignals() != 0;
     state_ = PyEval_SaveThread();

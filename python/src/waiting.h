@@ -19,9 +19,9 @@ struct Token {
     std::atomic<bool> cancelled = false;
 };
 
-// Lets other Python threads run while this thread is in the library. What ends the calling thread inside (as the
-// interpreter does to whoever asks for it too late) would take the whole process along, so the interpreter waits at its
-// exit until nobody is inside, and then nobody comes in any more.
+// Lets other Python threads run while this thread is in the library. An interpreter that has ended ends whoever asks for
+// it again, and inside that would take the whole process along: so at its exit it waits until nobody is about to, and
+// those who are still inside then, which can only be daemon threads, never come back.
 class Waiting {
   public:
     Waiting();

@@ -122,6 +122,29 @@ def test_pushes_and_states(kx_arm: kx.Arm) -> None:
     assert states.closed and kx_arm.states(50).next(5).healthy
 
 
+@pytest.mark.kx(speed=1)
+def test_stream(kx_arm: kx.Arm) -> None:
+    target = [3.0, 0, 0, 0, 0, 0]
+    with kx_arm.stream(velocity_deg_s=20, look_ahead_s=0.2) as stream:
+        assert stream.joints(joints_rad=np.radians(target)) and stream.runs
+        with pytest.raises(kx.TimedOut):
+            stream.finish(0.01)
+    assert kx_arm.joints_deg()[0] == pytest.approx(3, abs=0.01)
+    with pytest.raises(kx.Lost):
+        stream.joints(joints_deg=target)
+    with pytest.raises(KeyError), kx_arm.stream() as stream:
+        stream.joints(joints_deg=[90, 0, 0, 0, 0, 0])
+        raise KeyError
+    assert kx_arm.joints_deg()[0] < 80  # it braked on the way
+    with kx_arm.stream() as stream:
+        assert not stream.joints(joints_deg=[1000, 0, 0, 0, 0, 0])
+        assert not stream.finish() and "limits" in stream.end_words and not stream.runs
+        assert stream.cycle().sent_deg.shape == (6,) and stream.counters().cycles == 0
+    for wrong in ({"rate_hz": 5000}, {"velocity_deg_s": [1, 2]}, {"jerk_deg_s3": "much"}):
+        with pytest.raises((kx.Error, TypeError, ValueError)):
+            kx_arm.stream(**wrong)
+
+
 @pytest.mark.parametrize("number", [36, 46, 47])
 def test_kinematics_on_arrays(number: int) -> None:
     model = kx.Model(number)
