@@ -29,8 +29,10 @@ int main(int argc, char** argv)
                 std::this_thread::sleep_for(20ms);
             }
             runs = runs && stream.joints(from, stream.now() + 300ms) && stream.finish();
-            expect(runs, stream.end_words().c_str());
-            expect(std::fabs(arm.joints()[0] - from[0]) < 0.1f, "the arm ends where the last target leads");
+            const kx::State state = arm.state();
+            printf("arm error %d, controller error %d\n", state.arm_error, state.controller_error);
+            expect(runs, stream.end_words());
+            expect(std::fabs(state.joints[0] - from[0]) < 0.1f, "the arm ends where the last target leads");
 
             const KX_STREAM_COUNTERS did = stream.counters();
             printf("%" PRIu64 " targets, %" PRIu64 " set-points, %" PRIu64 " of them late, %" PRIu64
