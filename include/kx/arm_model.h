@@ -37,7 +37,7 @@ typedef struct ARM_MODEL {
 /** What an inverse computation returns. */
 typedef enum ARM_INVERSE KX_INT32 {
     ARM_SOLVED = 0,        /**< solution written */
-    ARM_OUT_OF_REACH = 1,  /**< no joint angles at all reach the target, or it is no number */
+    ARM_OUT_OF_REACH = 1,  /**< no joint angles at all reach the target to within 4 micrometres, or it is no number */
     ARM_UNKNOWN = 2,       /**< the model's code is none of 36, 46 and 47 */
     ARM_OUTSIDE_LIMITS = 3 /**< only joint angles beyond the limits (or the arm angle's range) reach it */
 } ARM_INVERSE;
@@ -61,7 +61,8 @@ KX_API int Arm_Model_Init(ARM_MODEL* arm, int model, int variant);
 KX_API int Arm_Model_Limit(ARM_MODEL* arm, int number, float lower, float upper);
 
 /**
- * Tool pose: position as Forward_Kinematics, orientation within the last digit.
+ * Tool pose: position as Forward_Kinematics, orientation within the last digit. Where that loses digits, near gimbal
+ * lock (a tool along +-x), quaternion and angles here still are the tool's.
  * @param arm the arm, made by Arm_Model_Init
  * @param joint joint angles, degrees
  * @return the pose; Euler angles lie in [-3.13, pi], below that they are given plus 2 pi. Ten zeros for an
@@ -124,8 +125,8 @@ KX_API ARM_DEXTERITY Arm_Model_Dexterity(const ARM_MODEL* arm, const float* join
 
 /**
  * Of all joint angles within the limits that put the tool at a pose, those nearest to a reference: with the
- * least sum of squared differences. Singular places are no exception: where joints turn about one axis, they
- * share the turn so that the sum is least. Where inverse_kinematics returns 1, this finds the same, except
+ * least sum of squared differences. Singular places are no exception: where joints turn about one axis, to within
+ * 5e-5 rad, they share the turn so that the sum is least. Where inverse_kinematics returns 1, this finds the same, except
  * in a nearly straight wrist, where inverse_kinematics lets the flange lean and this does not.
  * @param arm the arm, made by Arm_Model_Init
  * @param reference joint angles to stay near, degrees; may lie outside the limits
