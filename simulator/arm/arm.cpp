@@ -85,13 +85,17 @@ void Arm::start_calibration()
     drives.start_calibration();
 }
 
+Joints Arm::velocity() const
+{
+    return follower_.moving() ? follower_.velocity() : motions_.velocity();
+}
+
 Joints Arm::currents() const
 {
     // Enough to look alive: the joints that carry the arm hold it against gravity.
-    const Joints velocity = follower_.moving() ? follower_.velocity() : motions_.velocity();
     const double reach = std::sin(position()[1] * 3.14159265358979 / 180);
     const double load = 1 + 0.1 * frames.tools.active().load.mass;
-    return drives.currents(velocity, 0.8 * load * std::abs(reach));
+    return drives.currents(velocity(), 0.8 * load * std::abs(reach));
 }
 
 void Arm::move_joints(const Joints& target, Manner manner, Ended ended)

@@ -4,7 +4,7 @@ import { Stream } from './stream.js';
 const look = 1000; // ms
 const silence = 3000; // ms without a word, after which the connection counts as lost
 const patience = 2000; // ms for an action
-const confirmHold = 200; // ms; the controller lets go of what is not confirmed
+const confirmHold = 100; // ms; the controller lets go of what is not confirmed
 
 export class Controller extends EventTarget {
   /** What this page calls itself when it holds something. */

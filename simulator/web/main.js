@@ -3,6 +3,7 @@
 import { Controller } from './controller.js';
 import { Faults } from './faults.js';
 import { Panel, write } from './panel.js';
+import { Plots } from './plots.js';
 import { Wire } from './wire.js';
 
 const get = (id) => document.getElementById(id);
@@ -57,7 +58,6 @@ function showMode(about) {
 }
 
 let about = null;
-let time = 0;
 const lose = (why) => {
   state = null;
   document.body.dataset.mode = 'lost';
@@ -73,10 +73,9 @@ controller.addEventListener('about', ({ detail }) => {
 });
 controller.addEventListener('lost', () => lose('no connection'));
 controller.addEventListener('full', ({ detail }) => lose(detail));
-controller.addEventListener('time', ({ detail }) => {
-  time = detail;
-  const shown = `${Math.floor(time)} s`;
-  write(get('clock'), shown);
+controller.addEventListener('time', ({ detail: time }) => {
+  write(get('clock'), `${Math.floor(time)} s`);
+  plots.tick(time);
 });
 controller.addEventListener('state', ({ detail }) => {
   state = detail;
@@ -86,16 +85,28 @@ controller.addEventListener('state', ({ detail }) => {
 const panel = new Panel(controller, tell);
 const wire = new Wire();
 const faults = new Faults(act);
+/** A past state in place of the present one, or the present one again. */
+let look = () => {};
+const plots = new Plots((past) => {
+  if (state) look(past ?? state);
+});
 let built = false;
 controller.addEventListener('about', () => {
   wire.restart();
+  plots.restart();
   if (built) return;
   built = true;
   faults.build(about);
   panel.build(about);
 });
-controller.addEventListener('wire', ({ detail }) => wire.add(detail));
+controller.addEventListener('wire', ({ detail }) => {
+  wire.add(detail);
+  for (const [, time, client, direction, text] of detail)
+    if (direction === '--') plots.mark(time, client ? `client ${client} ${text}` : text);
+});
+controller.addEventListener('gap', () => plots.gap());
 controller.addEventListener('state', () => {
+  plots.add(state);
   panel.show(state);
   faults.show(state);
 });
@@ -121,7 +132,11 @@ async function draw() {
     drawn = true;
     get('teach').setAttribute('aria-pressed', String(state.teaching));
     if (!view.plain) get('hint').hidden = !state.teaching;
-    view.show(state);
+    if (!plots.looksBack) view.show(state);
+  };
+  look = (shown) => {
+    view.breakTrail();
+    if (drawn) view.show(shown);
   };
   controller.addEventListener('gap', () => view.breakTrail());
   controller.addEventListener('state', show);

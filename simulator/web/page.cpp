@@ -10,8 +10,9 @@ namespace kx::sim {
 
 namespace {
 
-constexpr auto hold_time = std::chrono::milliseconds(600); // a page confirms a hold several times within it
-constexpr double max_push = 200;                           // N
+constexpr auto hold_time =
+    std::chrono::seconds(1);     // a page confirms a hold several times within it, on a busy machine, too
+constexpr double max_push = 200; // N
 constexpr const char* fault_names[] = {"", "emergency stop", "force overload", "collision"}; // of Fault
 
 /** Digits beyond those would only be sent, not read. */
@@ -114,6 +115,8 @@ Json Page::state() const
             {"paused", motions.paused()},
             {"errors", errors()},
             {"joints", rounded_array(arm().position())},
+            {"speeds", rounded_array(arm().velocity())},
+            {"currents", rounded_array(arm().currents())}, // A
             {"limits", limits},
             {"jointErrors", joint_errors},
             {"pose", rounded_array(std::array{pose.x, pose.y, pose.z, pose.rx, pose.ry, pose.rz}, 1e5)},

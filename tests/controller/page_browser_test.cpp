@@ -177,6 +177,32 @@ TEST(PageInABrowser, GoesOnAfterItWasHidden)
     EXPECT_EQ(lines_with("\"movej\""), 1);
 }
 
+// The past is seen as it was, and the present again when it is asked for.
+TEST(PageInABrowser, LooksBack)
+{
+    Application app{46, {"--web", "0", "--speed", "10"}};
+    Browser browser;
+    browser.open(address(app.controller->page()));
+    const auto drawn_at = [&] {
+        return browser.run("return document.querySelector('canvas').dataset.flange ?? ''");
+    };
+    ASSERT_TRUE(eventually([&] { return drawn_at() != ""; }));
+    const auto before = drawn_at();
+    float target[7] = {30, -20, 40, 0, 60, 0};
+    ASSERT_EQ(Movej_Cmd(app.arm, target, 50, 0, true), 0);
+    EXPECT_TRUE(shows(browser, "[data-name=\"Joint 3\"]", "40.000°"));
+    const auto after = drawn_at();
+    EXPECT_NE(after, before);
+    browser.run("document.querySelector('#plot').focus()");
+    EXPECT_TRUE(eventually([&] {
+        browser.press("\uE00E"); // page up
+        return drawn_at() == before;
+    }));
+    EXPECT_EQ(browser.text("[data-name=\"Joint 3\"]"), "40.000°") << "the readings are present";
+    browser.click("#plot-now");
+    EXPECT_TRUE(eventually([&] { return drawn_at() == after; }));
+}
+
 TEST(PageInABrowser, IsReadByEverybody)
 {
     Application app{46, {"--web", "0"}};
