@@ -2,7 +2,7 @@
 // manipulability of all ways in which it reaches a place. Writes a picture. Needs no controller.
 //
 //     11_workspace MODEL PICTURE.svg
-#include "kx/arm_model.h"
+#include "kx/arm.hpp"
 
 #include <algorithm>
 #include <array>
@@ -16,24 +16,25 @@ constexpr int shades = 10;
 
 int main(int argc, char** argv)
 {
-    ARM_MODEL arm;
-    if (argc < 3 || Arm_Model_Init(&arm, atoi(argv[1]), 0) != 0) {
+    const kx::Model arm(argc < 3 ? 0 : atoi(argv[1]));
+    if (!arm.known()) {
         fprintf(stderr, "usage: 11_workspace 36|46|47 PICTURE.svg\n");
         return 2;
     }
     // Shoulder, elbow and wrist bend in the plane; the other joints stand.
-    const std::array<int, 3> bending = arm.joints == 6 ? std::array{1, 2, 4} : std::array{1, 3, 5};
+    const std::array<int, 3> bending = arm.joint_count() == 6 ? std::array{1, 2, 4} : std::array{1, 3, 5};
     constexpr float step = 5; // degrees
-    std::vector<float> joints;
-    float joint[7] = {arm.model == 36 ? 90.0f : 0}; // the plane is the world's x and z
+    const kx::Degrees lower = arm.lower_limits(), upper = arm.upper_limits();
+    std::vector<float> joints; // of all postures, one after the other
+    kx::Degrees joint = lower;
+    std::ranges::fill(joint, 0.0f);
+    if (arm.c().model == 36) joint[0] = 90; // the plane is the world's x and z
     const auto [a, b, c] = bending;
-    for (joint[a] = arm.lower[a]; joint[a] <= arm.upper[a]; joint[a] += step)
-        for (joint[b] = arm.lower[b]; joint[b] <= arm.upper[b]; joint[b] += step)
-            for (joint[c] = arm.lower[c]; joint[c] <= arm.upper[c]; joint[c] += step)
-                joints.insert(joints.end(), joint, joint + arm.joints);
-    const int count = static_cast<int>(joints.size()) / arm.joints;
-    std::vector<KinPose> poses(count);
-    Arm_Model_Poses(&arm, count, joints.data(), poses.data(), 4);
+    for (joint[a] = lower[a]; joint[a] <= upper[a]; joint[a] += step)
+        for (joint[b] = lower[b]; joint[b] <= upper[b]; joint[b] += step)
+            for (joint[c] = lower[c]; joint[c] <= upper[c]; joint[c] += step)
+                joints.insert(joints.end(), joint.begin(), joint.end());
+    const std::vector<KinPose> poses = arm.poses(joints, 4);
 
     float reach = 0;
     for (const KinPose& pose : poses)
@@ -42,11 +43,11 @@ int main(int argc, char** argv)
     const auto at = [&](double metres) { return cells / 2 + static_cast<int>(std::floor(metres / cell)); };
     std::vector<double> best(cells * cells);
     double most = 0;
-    for (int n = 0; n < count; ++n) {
-        const float* const there = &joints[static_cast<std::size_t>(n) * arm.joints];
+    const auto count = static_cast<size_t>(arm.joint_count());
+    for (size_t n = 0; n < poses.size(); ++n) {
+        const kx::Degrees there = std::span(joints).subspan(n * count, count);
         double& here = best[at(-poses[n].position.z) * cells + at(poses[n].position.x)];
-        if (Arm_Model_Clearance(&arm, there) > 0)
-            here = std::max(here, Arm_Model_Dexterity(&arm, there).manipulability);
+        if (arm.clearance_m(there) > 0) here = std::max(here, arm.dexterity(there).manipulability);
         most = std::max(most, here);
     }
 
@@ -71,6 +72,6 @@ int main(int argc, char** argv)
         }
     fprintf(picture, "</svg>\n");
     fclose(picture);
-    printf("%d poses, manipulability up to %.4f\n", count, most);
+    printf("%zu poses, manipulability up to %.4f\n", poses.size(), most);
     return 0;
 }

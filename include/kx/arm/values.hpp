@@ -32,6 +32,9 @@ class PerJoint {
             values_[static_cast<size_t>(i)] = values[static_cast<size_t>(i)];
     }
 
+    /** The same of numbers that may change. */
+    constexpr PerJoint(std::span<T> values) : PerJoint(std::span<const T>(values)) {}
+
     /** The numbers as written. */
     constexpr PerJoint(std::initializer_list<T> values)
         : PerJoint(std::span<const T>(values.begin(), values.size()))
@@ -194,9 +197,9 @@ struct Pace {
 
 /** A named frame stored by the controller. */
 struct Frame {
-    std::string name{};                 /**< at most 9 characters */
-    Pose pose{};                        /**< relative to the flange (tool) or to the base (work) */
-    float payload_kg = 0;               /**< mass carried; of tool frames only */
+    std::string name{};   /**< at most 9 characters */
+    Pose pose{};          /**< relative to the flange (tool) or to the base (work) */
+    float payload_kg = 0; /**< mass carried, read back without its fraction; of tool frames only */
     std::array<float, 3> centre_m = {}; /**< its centre of mass; of tool frames only */
 };
 
