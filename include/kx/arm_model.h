@@ -36,8 +36,9 @@ typedef struct ARM_MODEL {
 
 /** What an inverse computation returns. */
 typedef enum ARM_INVERSE KX_INT32 {
-    ARM_SOLVED = 0,        /**< solution written */
-    ARM_OUT_OF_REACH = 1,  /**< no joint angles at all reach the target to within 4 micrometres, or it is no number */
+    ARM_SOLVED = 0, /**< solution written */
+    ARM_OUT_OF_REACH =
+        1, /**< no joint angles at all reach the target to within 4 micrometres, or it is no number */
     ARM_UNKNOWN = 2,       /**< the model's code is none of 36, 46 and 47 */
     ARM_OUTSIDE_LIMITS = 3 /**< only joint angles beyond the limits (or the arm angle's range) reach it */
 } ARM_INVERSE;

@@ -40,7 +40,7 @@ class Arm {
     const Joints& position() const { return motions_.position(); }
     const Motions& motions() const { return motions_; }
     KDL::Frame flange() const { return model.flange(position()); }
-    POSE tool_pose() const; ///< of the active tool in the active work frame
+    POSE tool_pose() const;  ///< of the active tool in the active work frame
     Joints velocity() const; ///< degrees/s
     Joints currents() const;
     bool standing() const { return motions_.idle() && !follower_.moving(); }
