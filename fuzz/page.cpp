@@ -24,10 +24,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         Controller controller(46, [](const std::string&) {});
         Page page(controller, true);
-        page.act(parsed(request.body));
+        page.act(parsed(request.body), "127.0.0.1");
         controller.advance(1);
         page.check_hold();
-        printed(page.state(1));
+        printed(page.state());
     } catch (const std::exception& refused) {
         require(*refused.what(), "a refusal says why");
     }
