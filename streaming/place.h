@@ -2,23 +2,13 @@
 #ifndef KX_STREAMING_PLACE_H
 #define KX_STREAMING_PLACE_H
 
+#include "runtime/guard.h"
 #include "streaming/flight.h"
 
 #include <pthread.h>
 #include <time.h>
 
 namespace kx::streaming {
-
-// A mutex that is held while in scope.
-class Guard {
-  public:
-    explicit Guard(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
-    Guard(const Guard&) = delete;
-    ~Guard() { pthread_mutex_unlock(&mutex_); }
-
-  private:
-    pthread_mutex_t& mutex_;
-};
 
 // What the arm told, on its way from the link's thread to the sender.
 struct Told {

@@ -2,6 +2,8 @@
 #ifndef KX_RUNTIME_LINK_WAIT_H
 #define KX_RUNTIME_LINK_WAIT_H
 
+#include "runtime/guard.h"
+
 #include <atomic>
 #include <errno.h>
 #include <limits.h>
@@ -40,17 +42,6 @@ inline void wake_all(const std::atomic<int>* word)
 {
     syscall(SYS_futex, word, FUTEX_WAKE | FUTEX_PRIVATE_FLAG, INT_MAX);
 }
-
-// A mutex that is held while in scope.
-class Guard {
-  public:
-    explicit Guard(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
-    Guard(const Guard&) = delete;
-    ~Guard() { pthread_mutex_unlock(&mutex_); }
-
-  private:
-    pthread_mutex_t& mutex_;
-};
 
 } // namespace kx::link
 
