@@ -8,6 +8,7 @@ from pathlib import Path
 
 copy, count, seed = Path(sys.argv[1]), int(sys.argv[2]), int(sys.argv[3])
 build = copy / "build"
+optimised = copy / "optimised"
 rooms = ["runtime", "commands"]
 tests = [room for room in ["runtime", "commands", "link"] if (copy / "tests" / room).exists()]
 random.seed(seed)
@@ -87,6 +88,12 @@ def builds():
     return run("ninja", "-C", build, *(f"tests/{room}/all" for room in tests), seconds=1200)
 
 
+def library():
+    """What a compiler that optimises makes of the library: the same bytes where a change changes nothing."""
+    run("ninja", "-C", optimised, "KX_Service", seconds=1200)
+    return next(optimised.rglob("libKX_Service.so.*.*")).read_bytes()
+
+
 def passes(*selection):
     return run("ctest", "--test-dir", build / "fast", "-j", "24", "--stop-on-failure", *selection,
                seconds=1200)
@@ -107,6 +114,7 @@ def nearby(path, text, begin):
 (build / "fast" / "CTestTestfile.cmake").write_text("".join(f'subdirs("../tests/{room}")\n' for room in tests))
 if not builds() or not passes():
     sys.exit("the tests fail without any change")
+unchanged = library()
 
 sites = []
 sources = sorted(path for room in rooms for path in (copy / room).rglob("*.[ch]*"))
@@ -126,7 +134,10 @@ for path, begin, end, replacement in sites:
     name = path.relative_to(copy)
     if builds():
         tried += 1
-        if passes("-R", nearby(name, text, begin)) and passes():
+        is_unnoticed = passes("-R", nearby(name, text, begin)) and passes()
+        if is_unnoticed and library() == unchanged:
+            tried -= 1
+        elif is_unnoticed:
             survived += 1
             line = text.count("\n", 0, begin) + 1
             start, stop = text.rfind("\n", 0, begin) + 1, text.find("\n", end)

@@ -7,6 +7,7 @@
 #include "runtime/classic/writer.h"
 #include "runtime/command.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -144,6 +145,18 @@ TEST(Connections, FillTheTableAndStopThere)
     EXPECT_EQ(joint_count(3000), 0);
     EXPECT_EQ(Arm_Socket_Start("127.0.0.1", peer.port(), 46, 0), 4);
     EXPECT_EQ(Arm_Socket_Start("127.0.0.1", peer.port(), 1, 0), 2);
+}
+
+TEST(ProgramRuntime, IsThatOfTheMonotonicClock)
+{
+    const auto milliseconds = [] {
+        return std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now())
+            .time_since_epoch()
+            .count();
+    };
+    const long before = milliseconds();
+    const unsigned int runtime = Get_Program_Runtime();
+    EXPECT_LE(runtime - static_cast<unsigned int>(before), milliseconds() - before);
 }
 
 TEST(LivenessProbe, SendsAQueryAndAwaitsNothing)
