@@ -32,7 +32,8 @@ namespace {
 using asio::ip::tcp;
 using namespace std::chrono_literals;
 
-constexpr auto frame_interval = 20ms; // of the page
+constexpr auto frame_interval = 20ms; // of the page, while the arm moves,
+constexpr auto rest_interval = 60ms;  // and while nothing changes
 
 void log_line(const std::string& text)
 {
@@ -281,6 +282,7 @@ void Server::look_on(const ServerOptions& options)
 void Server::show_frame()
 {
     page_.check_hold();
+    bool changes = false;
     if (web_->watched()) {
         run_script();
         const double now = clock_.now();
@@ -288,9 +290,9 @@ void Server::show_frame()
         schedule();
         Json state = page_.state();
         state["faults"] = faults_.in_force();
-        web_->publish(now, state);
+        changes = web_->publish(now, state);
     }
-    frame_.expires_after(frame_interval);
+    frame_.expires_after(changes ? frame_interval : rest_interval);
     frame_.async_wait([this](auto) { show_frame(); });
 }
 

@@ -3,6 +3,7 @@ import * as THREE from './three/build/three.module.js';
 import { OrbitControls } from './three/examples/jsm/controls/OrbitControls.js';
 import { buildArm, buildAxes, buildGripper, gripperLength, materials } from './bodies.js';
 import { followHand } from './hand.js';
+import { soon } from './soon.js';
 
 const trailLength = 1500; // pieces
 const trailStep = 0.002; // m between two of them
@@ -20,7 +21,7 @@ export class ArmView {
   #joints = [];
   #size = 1; // of the arm, compared with what the views are made for
   #shown = '';
-  #wanted = false;
+  #draw = soon(() => this.#render());
   #slow = 0; // frames in a row
 
   /** @param lead called with the place to which the operator's hand leads the tool, metres */
@@ -226,21 +227,11 @@ export class ArmView {
     this.#draw();
   }
 
-  /** At the next frame of the screen, however often it is asked for. */
-  #draw() {
-    if (this.#wanted) return;
-    this.#wanted = true;
-    requestAnimationFrame(() => {
-      this.#wanted = false;
-      const begun = performance.now();
-      this.#renderer.render(this.#scene, this.camera);
-      this.#heedCost(performance.now() - begun);
-    });
-  }
-
-  /** Shadows cost most, and say least. */
-  #heedCost(took) {
-    this.#slow = took > slowFrame ? this.#slow + 1 : 0;
+  #render() {
+    const begun = performance.now();
+    this.#renderer.render(this.#scene, this.camera);
+    // Shadows cost most, and say least.
+    this.#slow = performance.now() - begun > slowFrame ? this.#slow + 1 : 0;
     if (this.#slow < 5 || !this.sun.castShadow) return;
     this.sun.castShadow = false;
     this.#draw();

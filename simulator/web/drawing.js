@@ -1,6 +1,7 @@
 // The arm from the side and from above, where the browser has no 3D. Has the face of the 3D view.
 import { Vector3 } from './three/build/three.module.js';
 import { skeleton } from './skeleton.js';
+import { soon } from './soon.js';
 
 const margin = 40; // px
 
@@ -9,7 +10,7 @@ export class Drawing {
   #bones = [];
   #reach = 1; // m
   #state = null;
-  #wanted = false;
+  #draw = soon(() => this.#render());
 
   constructor(element) {
     this.element = element;
@@ -48,16 +49,8 @@ export class Drawing {
     return points;
   }
 
-  #draw() {
-    if (this.#wanted || !this.#state || !this.flange) return;
-    this.#wanted = true;
-    requestAnimationFrame(() => {
-      this.#wanted = false;
-      this.#render();
-    });
-  }
-
   #render() {
+    if (!this.#state || !this.flange) return;
     const { clientWidth: width, clientHeight: height } = this.element;
     const style = getComputedStyle(document.documentElement);
     const colour = (name) => style.getPropertyValue(name).trim();

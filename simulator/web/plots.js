@@ -1,6 +1,7 @@
 // Motion over time: what the arm did in the last minutes, as curves with the events among them. Pointing into the past
 // shows the arm as it stood then.
 import { write } from './panel.js';
+import { soon } from './soon.js';
 
 const span = 60; // s of the arm's time that are seen
 const kept = 6000; // states, of which a moving arm has 50 a second
@@ -28,11 +29,11 @@ export class Plots {
   #events = []; // { time, text }
   #now = 0;
   #at = null; // the moment in the past that is shown, s
-  #fresh = false;
   #last = ''; // what was told last about the state
   #canvas = document.getElementById('plot');
   #choice = document.getElementById('plot-of');
   #show;
+  #drawSoon = soon(() => this.#draw(), interval);
 
   /** @param show called with a past state, or with nothing for the present one */
   constructor(show) {
@@ -57,7 +58,6 @@ export class Plots {
     click('plot-png', () => this.#save('png', this.#canvas.toDataURL()));
     new ResizeObserver(() => this.#draw()).observe(this.#canvas.parentElement);
     matchMedia('(prefers-color-scheme: dark)').addEventListener('change', () => this.#draw());
-    setInterval(() => this.#fresh && this.#draw(), interval);
   }
 
   /** The present is not the one that is shown. */
@@ -79,7 +79,7 @@ export class Plots {
 
   tick(time) {
     this.#now = time;
-    this.#fresh = true;
+    this.#drawSoon();
   }
 
   add(state) {
@@ -88,7 +88,7 @@ export class Plots {
     const told = state.errors.join(', ') || state.mode;
     if (told !== this.#last) this.mark(this.#now, told);
     this.#last = told;
-    this.#fresh = true;
+    this.#drawSoon();
   }
 
   /** Something has happened. */
@@ -133,7 +133,6 @@ export class Plots {
   }
 
   #draw() {
-    this.#fresh = false;
     const { clientWidth: width, clientHeight: height } = this.#canvas;
     if (!width || document.hidden) return;
     const { unit, name } = quantities[this.#choice.value];

@@ -296,11 +296,13 @@ bool Web::watched() const
     return std::ranges::any_of(connections_, &Connection::is_stream);
 }
 
-void Web::publish(double time, const Json& state)
+bool Web::publish(double time, const Json& state)
 {
     const auto now = std::chrono::steady_clock::now();
     const std::string told = event("time", Json(std::round(time * 1e3) / 1e3).dump());
-    if (std::string shown = printed(state); shown != shown_) {
+    std::string shown = printed(state);
+    const bool changes = shown != shown_;
+    if (changes) {
         shown_ = std::move(shown);
         state_ = told + event("state", shown_);
         ++states_;
@@ -312,6 +314,7 @@ void Web::publish(double time, const Json& state)
     }
     for (const auto& connection : connections_)
         connection->tell_news();
+    return changes;
 }
 
 std::string Web::wire_since(std::uint64_t seen) const

@@ -45,8 +45,9 @@ class Web : public Tap {
 
     /** Tells all pages what is new: lines, the state if it is another one, and now and then the time. One
      * that is slow gets the latest.
-     * @param time simulated seconds */
-    void publish(double time, const Json& state);
+     * @param time simulated seconds
+     * @return the state is another one */
+    bool publish(double time, const Json& state);
 
     /** The last lines are kept for pages that come later. */
     void passed(double time, int client, Direction direction, const std::string& line) override;

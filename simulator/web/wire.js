@@ -1,9 +1,10 @@
 // The last lines on the wire: filtered, held still, copied.
 import { write } from './panel.js';
+import { soon } from './soon.js';
 
 const kept = 2000;
 const shown = 200;
-const interval = 100; // ms between two looks at what has come
+const interval = 100; // ms between two drawings
 const arrows = { '->': '→', '<-': '←', '--': '·' };
 const words = { '->': 'request', '<-': 'reply', '--': '' };
 
@@ -11,9 +12,9 @@ export class Wire {
   #lines = [];
   #heldLines = null;
   #last = 0;
-  #fresh = false;
   #list = document.getElementById('lines');
   #filter = document.getElementById('filter');
+  #drawSoon = soon(() => this.#draw(), interval);
 
   constructor() {
     const button = (id, click) => document.getElementById(id).addEventListener('click', click);
@@ -29,7 +30,6 @@ export class Wire {
       if (this.#heldLines) this.#heldLines = [];
       this.#draw();
     });
-    setInterval(() => this.#fresh && !this.#heldLines && this.#draw(), interval);
   }
 
   /** Of a controller that counts its lines from the beginning. */
@@ -46,7 +46,7 @@ export class Wire {
       this.#lines.push({ time, client, direction, text });
     }
     this.#lines.splice(0, this.#lines.length - kept);
-    this.#fresh = true;
+    if (!this.#heldLines) this.#drawSoon();
   }
 
   #chosen() {
@@ -57,7 +57,6 @@ export class Wire {
   }
 
   #draw() {
-    this.#fresh = false;
     const atEnd = this.#list.scrollTop + this.#list.clientHeight >= this.#list.scrollHeight - 4;
     const span = (className, text) => Object.assign(document.createElement('span'), { className, textContent: text });
     this.#list.replaceChildren(...this.#chosen().map(({ gap, time, client, direction, text }) => {
