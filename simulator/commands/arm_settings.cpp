@@ -10,10 +10,9 @@ namespace {
 
 constexpr int tool_version = 12;
 
-Json set_limit(Call& call, const char* key, double CartesianLimits::*limit)
+void set_limit(Call& call, const char* key, double CartesianLimits::*limit)
 {
     call.arm.set_cartesian_limit(limit, from_thousandths(call[key]));
-    return true;
 }
 
 Json limit(Call& call, double CartesianLimits::*limit)
@@ -28,13 +27,13 @@ bool servo(const Call& call, const char* key)
 
 constexpr Command commands[] = {
     {"set_arm_max_line_speed", "arm_line_speed",
-     [](Call& call) { return set_limit(call, "arm_line_speed", &CartesianLimits::speed); }},
+     [](Call& call) { set_limit(call, "arm_line_speed", &CartesianLimits::speed); }},
     {"set_arm_max_line_acc", "arm_line_acc",
-     [](Call& call) { return set_limit(call, "arm_line_acc", &CartesianLimits::acceleration); }},
+     [](Call& call) { set_limit(call, "arm_line_acc", &CartesianLimits::acceleration); }},
     {"set_arm_max_angular_speed", "arm_angular_speed",
-     [](Call& call) { return set_limit(call, "arm_angular_speed", &CartesianLimits::angular_speed); }},
+     [](Call& call) { set_limit(call, "arm_angular_speed", &CartesianLimits::angular_speed); }},
     {"set_arm_max_angular_acc", "arm_angular_acc",
-     [](Call& call) { return set_limit(call, "arm_angular_acc", &CartesianLimits::angular_acceleration); }},
+     [](Call& call) { set_limit(call, "arm_angular_acc", &CartesianLimits::angular_acceleration); }},
     {"get_arm_max_line_speed", "arm_line_speed",
      [](Call& call) { return limit(call, &CartesianLimits::speed); }},
     {"get_arm_max_line_acc", "arm_line_acc",
@@ -43,25 +42,21 @@ constexpr Command commands[] = {
      [](Call& call) { return limit(call, &CartesianLimits::angular_speed); }},
     {"get_arm_max_angular_acc", "arm_angular_acc",
      [](Call& call) { return limit(call, &CartesianLimits::angular_acceleration); }},
-    {"set_arm_init", "arm_init",
-     [](Call& call) -> Json {
-         call.arm.restore_cartesian_limits();
-         return true;
-     }},
-    {"set_collision_stage", "collision_state",
-     [](Call& call) -> Json {
-         call.arm.settings.collision_stage = integer(call["collision_stage"], "the stage", 0, 8);
-         return true;
-     },
-     "set_collision_state"},
+    {"set_arm_init", "arm_init", [](Call& call) { call.arm.restore_cartesian_limits(); }},
+    {.name = "set_collision_stage",
+     .key = "collision_state",
+     .handle =
+         [](Call& call) {
+             call.arm.settings.collision_stage = integer(call["collision_stage"], "the stage", 0, 8);
+         },
+     .recognised_by = "set_collision_state"},
     {"get_collision_stage", "collision_stage",
      [](Call& call) -> Json { return call.arm.settings.collision_stage; }},
     // The five lengths travel in tenths, alone among all lengths.
     {"set_DH_data", "set_state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          const std::vector<double> tenths = numbers(call["data"], 5);
          std::ranges::transform(tenths, call.arm.settings.lengths.begin(), [](double t) { return t / 10; });
-         return true;
      }},
     {"get_DH_data", "data",
      [](Call& call) {
@@ -71,31 +66,19 @@ constexpr Command commands[] = {
          return tenths;
      }},
     {"set_joint_zero_offset", "set_state",
-     [](Call& call) -> Json {
-         call.arm.set_zero_offset(call.joints("offset"));
-         return true;
-     }},
+     [](Call& call) { call.arm.set_zero_offset(call.joints("offset")); }},
     {"set_arm_dynamic_parm", "set_state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          call.arm.settings.dynamics = from_thousandths(call["parm"], 2 * call.arm.joint_count());
-         return true;
      }},
     {"get_tool_software_version", "version", [](Call&) -> Json { return tool_version; }},
-    {"set_arm_servo", "arm_servo",
-     [](Call& call) -> Json {
-         call.arm.drives.set_servo(servo(call, "arm_servo"));
-         return true;
-     }},
+    {"set_arm_servo", "arm_servo", [](Call& call) { call.arm.drives.set_servo(servo(call, "arm_servo")); }},
     {"set_system_state_servo", "servo_state",
-     [](Call& call) -> Json {
-         call.arm.drives.set_system_servo(servo(call, "servo_state"));
-         return true;
-     }},
+     [](Call& call) { call.arm.drives.set_system_servo(servo(call, "servo_state")); }},
     {"set_install_pose", "set_state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          const std::vector<double> angles = numbers(call["pose"], 2);
          call.arm.settings.installation = {angles[0], angles[1]};
-         return true;
      }},
 };
 

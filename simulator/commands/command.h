@@ -1,6 +1,7 @@
 // The form of a command: one row in the table of its family, with everything that belongs to it.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -21,7 +22,7 @@ struct Call {
     Arm& arm;
     Peripherals& peripherals;
     const ClientHandle& client;
-    const Answer& later; ///< may be copied, and called once, by a handler that returns answered_later
+    const Answer& later; ///< may be copied, and called once, by a handler that answers Later
     const Log& log;
 
     const Json& operator[](const char* key) const { return member(request, key); }
@@ -48,18 +49,49 @@ struct Call {
 /** As which clients recognise that a motion has ended, or was refused. */
 inline constexpr std::string_view end_of_motion = "current_trajectory_state";
 
-/** What a handler returns when the answer comes later. */
-inline const Json answered_later = nullptr;
+/** What a handler returns whose answer comes later, if it ever does. */
+inline constexpr struct Later {
+} answered_later;
+
+/** A value to answer with, or nothing: the answer comes later. */
+using MaybeLater = std::optional<Json>;
+
+/** What a command does, as a function without captures. It returns the value to answer with, nothing if all that can
+ *  be said is that it was done, or that the answer comes later. May throw Refused. */
+class Handler {
+  public:
+    template <typename Function>
+    constexpr Handler(Function) : run_(run<Function>)
+    {
+    }
+
+    MaybeLater operator()(Call& call) const { return run_(call); }
+
+  private:
+    template <typename Function>
+    static MaybeLater run(Call& call)
+    {
+        using Returned = std::invoke_result_t<Function, Call&>;
+        if constexpr (std::is_same_v<Returned, MaybeLater>)
+            return Function()(call);
+        else if constexpr (std::is_same_v<Returned, Json>)
+            return MaybeLater(std::in_place, Function()(call));
+        else
+            Function()(call);
+        return std::is_void_v<Returned> ? MaybeLater(true) : std::nullopt;
+    }
+
+    MaybeLater (*run_)(Call& call);
+};
 
 struct Command {
     std::string_view name;
 
     /** Under which the handler's value is answered. Without a key the value is an object whose members are
      * put into the reply. */
-    std::string_view key;
+    std::string_view key = {};
 
-    /** Acts and returns the value, true for a command that only had to be done. May throw Refused. */
-    Json (*handle)(Call& call);
+    Handler handle;
 
     /** The reply's "command": clients recognise the reply by it. Mostly the command's name. */
     std::string_view recognised_by = name;
@@ -70,6 +102,20 @@ struct Command {
     /** Under which false is answered if it was refused. */
     std::string_view refusal_key = key;
 };
+
+/** A motion: answered when it has ended. */
+template <typename Function>
+constexpr Command motion(std::string_view name, Function)
+{
+    return {.name = name,
+            .key = "trajectory_state",
+            .handle =
+                [](Call& call) {
+                    Function()(call);
+                    return answered_later;
+                },
+            .recognised_by = end_of_motion};
+}
 
 /** None if there is no command of that name. */
 const Command* find_command(std::string_view name);

@@ -10,20 +10,20 @@ namespace {
 
 // The simulated controller has its one interface. What it is told about others is logged, without passwords,
 // and never answered: a client does not wait, since a real controller may drop the connection.
-Json accept(const Call& call, std::string what)
+Later accept(const Call& call, std::string what)
 {
     call.log("network: " + what);
     return answered_later;
 }
 
-Json join_wifi(const Call& call, const char* role, const char* name)
+Later join_wifi(const Call& call, const char* role, const char* name)
 {
     const bool has_password = call.request.contains("password") && !text(call["password"]).empty();
     return accept(call, std::string(role) + ' ' + text(call[name]) +
                             (has_password ? " with a password" : " without a password"));
 }
 
-Json set_baud_rate(const Call& call, const char* port)
+Later set_baud_rate(const Call& call, const char* port)
 {
     const int rate = integer(call["baudrate"], "the baud rate", 1200, 4000000);
     return accept(call, std::string(port) + " at " + std::to_string(rate) + " baud");

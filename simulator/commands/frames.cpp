@@ -34,37 +34,30 @@ Json tool(const ToolFrame& frame)
     return {{"pose", pose_of(frame.pose)}, {"payload", frame.load.mass}, {"position", frame.load.centre}};
 }
 
-Json teach_tool(Call& call)
+void teach_tool(Call& call)
 {
     call.arm.frames.teach_tool(point(call), call.arm.flange());
-    return true;
 }
 
 constexpr Command commands[] = {
-    {"set_auto_tool_frame", "auto_tool_frame", teach_tool},
+    {"set_auto_tool_frame", "auto_tool_frame", [](Call& call) { teach_tool(call); }},
     // The blocking form of the client library sends its point under no name.
-    {"", "auto_tool_frame", teach_tool, "set_auto_tool_frame"},
-    {"generate_auto_tool_frame", "auto_tool_frame",
-     [](Call& call) -> Json {
-         call.arm.frames.generate_tool(tool_name(call), load(call));
-         return true;
-     },
-     "set_auto_tool_frame"},
+    {.name = "",
+     .key = "auto_tool_frame",
+     .handle = [](Call& call) { teach_tool(call); },
+     .recognised_by = "set_auto_tool_frame"},
+    {.name = "generate_auto_tool_frame",
+     .key = "auto_tool_frame",
+     .handle = [](Call& call) { call.arm.frames.generate_tool(tool_name(call), load(call)); },
+     .recognised_by = "set_auto_tool_frame"},
     {"set_manual_tool_frame", "manual_tool_frame",
-     [](Call& call) -> Json {
+     [](Call& call) {
          call.arm.frames.tools.set(tool_name(call), {pose_from(call["tool_pose"]), load(call)});
-         return true;
      }},
     {"set_change_tool_frame", "change_tool_frame",
-     [](Call& call) -> Json {
-         call.arm.frames.tools.activate(tool_name(call));
-         return true;
-     }},
+     [](Call& call) { call.arm.frames.tools.activate(tool_name(call)); }},
     {"set_delete_tool_frame", "delete_tool_frame",
-     [](Call& call) -> Json {
-         call.arm.frames.tools.erase(tool_name(call));
-         return true;
-     }},
+     [](Call& call) { call.arm.frames.tools.erase(tool_name(call)); }},
     {"get_current_tool_frame", "",
      [](Call& call) -> Json {
          const auto& tools = call.arm.frames.tools;
@@ -72,52 +65,37 @@ constexpr Command commands[] = {
          reply.update(tool(tools.active()));
          return reply;
      }},
-    {"get_tool_frame", "", [](Call& call) { return tool(call.arm.frames.tools[tool_name(call)]); },
-     "given_tool_frame"},
+    {.name = "get_tool_frame",
+     .handle = [](Call& call) { return tool(call.arm.frames.tools[tool_name(call)]); },
+     .recognised_by = "given_tool_frame"},
     {"get_total_tool_frame", "tool_names", [](Call& call) -> Json { return call.arm.frames.tools.names(); }},
 
     // The payload is that of the active tool.
-    {"set_payload", "set_state",
-     [](Call& call) -> Json {
-         call.arm.frames.tools.active().load = load(call);
-         return true;
-     }},
-    {"set_none_payload", "set_state",
-     [](Call& call) -> Json {
-         call.arm.frames.tools.active().load = {};
-         return true;
-     }},
+    {"set_payload", "set_state", [](Call& call) { call.arm.frames.tools.active().load = load(call); }},
+    {"set_none_payload", "set_state", [](Call& call) { call.arm.frames.tools.active().load = {}; }},
 
     {"set_auto_work_frame", "auto_work_frame",
-     [](Call& call) -> Json {
-         call.arm.frames.teach_work(frame_name(call), point(call), call.arm.flange());
-         return true;
-     }},
+     [](Call& call) { call.arm.frames.teach_work(frame_name(call), point(call), call.arm.flange()); }},
     // Clients wait for this spelling; and for this reply when they delete a work frame.
-    {"set_manual_work_frame", "manual_work_frame",
-     [](Call& call) -> Json {
-         call.arm.frames.works.set(frame_name(call), pose_from(call["frame_pose"]));
-         return true;
-     },
-     "set_maual_work_frame"},
-    {"set_delete_work_frame", "manual_work_frame",
-     [](Call& call) -> Json {
-         call.arm.frames.works.erase(frame_name(call));
-         return true;
-     },
-     "set_maual_work_frame"},
+    {.name = "set_manual_work_frame",
+     .key = "manual_work_frame",
+     .handle = [](Call& call) { call.arm.frames.works.set(frame_name(call), pose_from(call["frame_pose"])); },
+     .recognised_by = "set_maual_work_frame"},
+    {.name = "set_delete_work_frame",
+     .key = "manual_work_frame",
+     .handle = [](Call& call) { call.arm.frames.works.erase(frame_name(call)); },
+     .recognised_by = "set_maual_work_frame"},
     {"set_change_work_frame", "change_work_frame",
-     [](Call& call) -> Json {
-         call.arm.frames.works.activate(frame_name(call));
-         return true;
-     }},
+     [](Call& call) { call.arm.frames.works.activate(frame_name(call)); }},
     {"get_current_work_frame", "",
      [](Call& call) -> Json {
          const auto& works = call.arm.frames.works;
          return {{"frame_name", works.active_name()}, {"pose", pose_of(works.active())}};
      }},
-    {"get_work_frame", "pose", [](Call& call) { return pose_of(call.arm.frames.works[frame_name(call)]); },
-     "given_work_frame"},
+    {.name = "get_work_frame",
+     .key = "pose",
+     .handle = [](Call& call) { return pose_of(call.arm.frames.works[frame_name(call)]); },
+     .recognised_by = "given_work_frame"},
     {"get_total_work_frame", "frame_names", [](Call& call) -> Json { return call.arm.frames.works.names(); }},
 };
 

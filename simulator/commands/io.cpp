@@ -27,15 +27,11 @@ Json numbers(const Values& values)
 
 constexpr Command commands[] = {
     {"set_DO_state", "state",
-     [](Call& call) -> Json {
-         call.peripherals.io.digital_outputs[channel(call)] = state(call);
-         return true;
-     }},
+     [](Call& call) { call.peripherals.io.digital_outputs[channel(call)] = state(call); }},
     {"set_AO_state", "state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          call.peripherals.io.analogue_outputs[channel(call)] =
              integer(call["voltage"], "the voltage", 0, Io::top_voltage);
-         return true;
      }},
     {"get_DO_state", "IO_state",
      [](Call& call) -> Json { return int{call.peripherals.io.digital_outputs[channel(call)]}; }},
@@ -45,42 +41,39 @@ constexpr Command commands[] = {
      [](Call& call) -> Json { return call.peripherals.io.analogue_outputs[channel(call)]; }},
     {"get_AI_state", "voltage",
      [](Call& call) -> Json { return call.peripherals.io.analogue_inputs()[channel(call)]; }},
-    {"get_IO_input", "",
-     [](Call& call) -> Json {
+    {.name = "get_IO_input",
+     .handle = [](Call& call) -> Json {
          return {{"DI", numbers(call.peripherals.world.digital_inputs)},
                  {"AI", numbers(call.peripherals.io.analogue_inputs())}};
      },
-     "IO_input_state"},
-    {"get_IO_output", "",
-     [](Call& call) -> Json {
+     .recognised_by = "IO_input_state"},
+    {.name = "get_IO_output",
+     .handle = [](Call& call) -> Json {
          return {{"DO", numbers(call.peripherals.io.digital_outputs)},
                  {"AO", numbers(call.peripherals.io.analogue_outputs)}};
      },
-     "IO_output_state"},
+     .recognised_by = "IO_output_state"},
     // Clients take this reply for that of get_DO_state, whatever it says beside its name.
     {"set_tool_DO_state", "set_state",
-     [](Call& call) -> Json {
-         call.peripherals.io.set_tool_output(channel(call), state(call));
-         return true;
-     }},
-    {"set_tool_IO_mode", "set_state", // 1 output, 0 input
-     [](Call& call) -> Json {
-         call.peripherals.io.tool_is_output[channel(call)] = state(call);
-         return true;
-     }},
+     [](Call& call) { call.peripherals.io.set_tool_output(channel(call), state(call)); }},
+    {.name = "set_tool_IO_mode",
+     .key = "set_state",
+     .handle = // 1 output, .recognised_by = 0 input
+     [](Call& call) { call.peripherals.io.tool_is_output[channel(call)] = state(call); }},
     {"get_tool_IO_state", "",
      [](Call& call) -> Json {
          return {{"IO_Mode", numbers(call.peripherals.io.tool_is_output)},
                  {"IO_State", numbers(call.peripherals.io.tool_states())}};
      }},
     {"set_tool_voltage", "state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          call.peripherals.io.tool_supply_type =
              integer(call["voltage_type"], "the type", 0, static_cast<int>(std::size(Io::tool_supplies)) - 1);
-         return true;
      }},
-    {"get_tool_voltage", "voltage_type",
-     [](Call& call) -> Json { return call.peripherals.io.tool_supply_type; }, "tool_voltage_state"},
+    {.name = "get_tool_voltage",
+     .key = "voltage_type",
+     .handle = [](Call& call) -> Json { return call.peripherals.io.tool_supply_type; },
+     .recognised_by = "tool_voltage_state"},
 };
 
 } // namespace

@@ -24,57 +24,38 @@ Json integers_of(const Call& call, Value Drive::*value)
 
 constexpr Command commands[] = {
     {"set_joint_max_speed", "joint_max_speed",
-     [](Call& call) -> Json {
+     [](Call& call) {
          const auto [joint, speed] = call.joint_and_value("joint_max_speed");
          call.arm.drives.set_max_speed(joint, speed);
-         return true;
      }},
     {"set_joint_max_acc", "joint_max_acc",
-     [](Call& call) -> Json {
+     [](Call& call) {
          const auto [joint, acceleration] = call.joint_and_value("joint_max_acc");
          call.arm.drives.set_max_acceleration(joint, acceleration);
-         return true;
      }},
     {"set_joint_min_pos", "joint_min_pos",
-     [](Call& call) -> Json {
+     [](Call& call) {
          const auto [joint, position] = call.joint_and_value("joint_min_pos");
          call.arm.drives.set_min_position(joint, position);
-         return true;
      }},
     {"set_joint_max_pos", "joint_max_pos",
-     [](Call& call) -> Json {
+     [](Call& call) {
          const auto [joint, position] = call.joint_and_value("joint_max_pos");
          call.arm.drives.set_max_position(joint, position);
-         return true;
      }},
     {"set_joint_en_state", "joint_en_state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          const Json& pair = call["joint_en_state"];
          if (!pair.is_array() || pair.size() != 2) throw Refused("an array of joint and state was expected");
          const std::size_t joint = call.joint(pair[0]);
          call.arm.drives.set_enabled(joint, integer(pair[1], "the state", 0, 1) == 1);
-         return true;
      }},
     {"set_joint_zero_pos", "joint_zero_pos",
-     [](Call& call) -> Json {
-         call.arm.set_zero_position(call.joint(call["joint_zero_pos"]));
-         return true;
-     }},
+     [](Call& call) { call.arm.set_zero_position(call.joint(call["joint_zero_pos"])); }},
     {"set_joint_clear_err", "joint_clear_err",
-     [](Call& call) -> Json {
-         call.arm.drives.clear_error(call.joint(call["joint_clear_err"]));
-         return true;
-     }},
-    {"start_calibrate", "calibrate_state",
-     [](Call& call) -> Json {
-         call.arm.start_calibration();
-         return true;
-     }},
-    {"stop_calibrate", "calibrate_state",
-     [](Call& call) -> Json {
-         call.arm.drives.stop_calibration();
-         return true;
-     }},
+     [](Call& call) { call.arm.drives.clear_error(call.joint(call["joint_clear_err"])); }},
+    {"start_calibrate", "calibrate_state", [](Call& call) { call.arm.start_calibration(); }},
+    {"stop_calibrate", "calibrate_state", [](Call& call) { call.arm.drives.stop_calibration(); }},
     {"get_joint_max_speed", "joint_speed",
      [](Call& call) { return thousandths_of(call, &Drive::max_speed); }},
     {"get_joint_max_acc", "joint_acc",

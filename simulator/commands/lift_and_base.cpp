@@ -22,54 +22,40 @@ int station(const Call& call, const char* key)
     return integer(call[key], "the station", 1, Base::stations);
 }
 
-Json drive(const Call& call, const char* speed_key, const char* angular_key)
+void drive(const Call& call, const char* speed_key, const char* angular_key)
 {
     const int speed = integer(call[speed_key], "the speed", -Base::max_speed, Base::max_speed);
     call.peripherals.base.drive(speed, integer(call[angular_key], "the angular speed",
                                                -Base::max_angular_speed, Base::max_angular_speed));
-    return true;
 }
 
 constexpr Command commands[] = {
-    {"set_vehicle", "set_state", [](Call& call) { return drive(call, "speed", "angular"); }},
-    {"set_car_move", "set_state", [](Call& call) { return drive(call, "linear_speed", "angular_speed"); }},
+    {"set_vehicle", "set_state", [](Call& call) { drive(call, "speed", "angular"); }},
+    {"set_car_move", "set_state", [](Call& call) { drive(call, "linear_speed", "angular_speed"); }},
     {"set_lift ", "set_state", // with the blank
-     [](Call& call) -> Json {
-         call.peripherals.lift.go(height(call), lift_speed(call), {});
-         return true;
-     }},
+     [](Call& call) { call.peripherals.lift.go(height(call), lift_speed(call), {}); }},
     {"set_lift_speed", "set_state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          call.peripherals.lift.run(integer(call["speed"], "the speed", -Lift::max_speed, Lift::max_speed));
-         return true;
      }},
-    {"set_lift_height", "trajectory_state",
-     [](Call& call) -> Json {
-         call.peripherals.lift.go(height(call), lift_speed(call), call.completion());
-         return answered_later;
-     },
-     end_of_motion},
+    motion("set_lift_height",
+           [](Call& call) { call.peripherals.lift.go(height(call), lift_speed(call), call.completion()); }),
     {"get_lift_state", "",
      [](Call& call) -> Json {
          const Lift& lift = call.peripherals.lift;
          return {{"height", std::lround(lift.height())}, {"current", lift.current()}, {"err_flag", 0}};
      }},
     {"set_car_speed", "navigation_state", // goes to a station
-     [](Call& call) -> Json {
+     [](Call& call) {
          call.peripherals.base.go_to_station(station(call, "station"),
                                              integer(call["speed"], "the speed", 0, Base::max_speed));
-         return true;
      }},
     {"set_car_navigation_speed", "navigation_state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          call.peripherals.base.navigation_speed = integer(call["speed"], "the speed", 1, Base::max_speed);
-         return true;
      }},
     {"set_car_navigation_mode", "navigation_state",
-     [](Call& call) -> Json {
-         call.peripherals.base.navigation_mode = integer(call["mode"], "the mode", 0, 1);
-         return true;
-     }},
+     [](Call& call) { call.peripherals.base.navigation_mode = integer(call["mode"], "the mode", 0, 1); }},
     {"get_car_state", "",
      [](Call& call) -> Json {
          const Base& base = call.peripherals.base;
@@ -81,15 +67,11 @@ constexpr Command commands[] = {
                  {"station_num", base.station()}};
      }},
     {"set_car_charge", "navigation_state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          call.peripherals.base.set_charging(integer(call["charge_state"], "the state", 0, 1) == 1);
-         return true;
      }},
     {"set_car_station_num", "navigation_state",
-     [](Call& call) -> Json {
-         call.peripherals.base.set_station(station(call, "station_num"));
-         return true;
-     }},
+     [](Call& call) { call.peripherals.base.set_station(station(call, "station_num")); }},
 };
 
 } // namespace

@@ -21,7 +21,7 @@ ModbusTransaction transaction(const Call& call, ModbusFunction function, std::ve
 }
 
 /** Reads bits, which are answered as one number, the first one in its lowest bit, or one register. */
-Json read(const Call& call, ModbusFunction function, int count)
+Later read(const Call& call, ModbusFunction function, int count)
 {
     const auto done = [answer = call.later](const std::vector<int>& values, const std::string& error) {
         int packed = 0;
@@ -34,12 +34,12 @@ Json read(const Call& call, ModbusFunction function, int count)
     return answered_later;
 }
 
-Json read_bits(const Call& call, ModbusFunction function)
+Later read_bits(const Call& call, ModbusFunction function)
 {
     return read(call, function, integer(call["num"], "the number of coils", 1, coils_in_a_number));
 }
 
-Json write(const Call& call, ModbusFunction function, std::vector<int> values)
+Later write(const Call& call, ModbusFunction function, std::vector<int> values)
 {
     const auto done = [answer = call.later](const std::vector<int>&, const std::string& error) {
         answer(true, error);
@@ -77,27 +77,28 @@ std::vector<int> registers(const Call& call)
 
 constexpr Command commands[] = {
     {"set_modbus_mode", "set_state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          const double timeout = integer(call["timeout"], "the time-out", 1, 100) / 10.0; // comes in tenths
          call.peripherals.modbus.open(port(call), integer(call["baudrate"], "the baud rate", 0, INT_MAX),
                                       timeout);
-         return true;
      }},
-    {"close_modbus_mode", "set_state",
-     [](Call& call) -> Json {
-         call.peripherals.modbus.close(port(call));
-         return true;
-     }},
-    {"read_coils", "", [](Call& call) { return read_bits(call, ModbusFunction::read_coils); }, "coils_data",
-     false, "read_state"},
-    {"read_input_status", "", [](Call& call) { return read_bits(call, ModbusFunction::read_inputs); },
-     "input_status", false, "read_state"},
-    {"read_holding_registers", "",
-     [](Call& call) { return read(call, ModbusFunction::read_holding_registers, 1); }, "holding_registers",
-     false, "read_state"},
-    {"read_input_registers", "",
-     [](Call& call) { return read(call, ModbusFunction::read_input_registers, 1); }, "input_registers", false,
-     "read_state"},
+    {"close_modbus_mode", "set_state", [](Call& call) { call.peripherals.modbus.close(port(call)); }},
+    {.name = "read_coils",
+     .handle = [](Call& call) { return read_bits(call, ModbusFunction::read_coils); },
+     .recognised_by = "coils_data",
+     .refusal_key = "read_state"},
+    {.name = "read_input_status",
+     .handle = [](Call& call) { return read_bits(call, ModbusFunction::read_inputs); },
+     .recognised_by = "input_status",
+     .refusal_key = "read_state"},
+    {.name = "read_holding_registers",
+     .handle = [](Call& call) { return read(call, ModbusFunction::read_holding_registers, 1); },
+     .recognised_by = "holding_registers",
+     .refusal_key = "read_state"},
+    {.name = "read_input_registers",
+     .handle = [](Call& call) { return read(call, ModbusFunction::read_input_registers, 1); },
+     .recognised_by = "input_registers",
+     .refusal_key = "read_state"},
     {"write_single_coil", "write_state",
      [](Call& call) {
          return write(call, ModbusFunction::write_coil, {integer(call["data"], "the coil", 0, 1)});

@@ -24,61 +24,35 @@ Json target_of(const Motion& motion)
 }
 
 constexpr Command commands[] = {
-    {"movej", "trajectory_state",
-     [](Call& call) -> Json {
-         const Joints target = call.joints("joint");
-         call.arm.move_joints(target, manner(call), call.completion());
-         return answered_later;
-     },
-     end_of_motion},
-    {"movel", "trajectory_state",
-     [](Call& call) -> Json {
-         const POSE target = pose_from(call["pose"]);
-         call.arm.move_line(target, manner(call), call.completion());
-         return answered_later;
-     },
-     end_of_motion},
-    {"movec", "trajectory_state",
-     [](Call& call) -> Json {
-         const POSE via = pose_from(member(call["pose"], "pose_via"));
-         const POSE target = pose_from(member(call["pose"], "pose_to"));
-         const int loop = integer(call["loop"], "the number of repetitions", 0, 255);
-         call.arm.move_circle(via, target, loop, manner(call), call.completion());
-         return answered_later;
-     },
-     end_of_motion},
-    {"movej_p", "trajectory_state",
-     [](Call& call) -> Json {
-         const POSE target = pose_from(call["pose"]);
-         call.arm.move_joints_to(target, manner(call), call.completion());
-         return answered_later;
-     },
-     end_of_motion},
-    {"set_arm_stop", "arm_stop",
-     [](Call& call) -> Json {
-         call.arm.stop("the arm was stopped");
-         return true;
-     }},
-    {"set_arm_pause", "arm_pause",
-     [](Call& call) -> Json {
-         call.arm.pause();
-         return true;
-     }},
-    {"set_arm_continue", "arm_continue",
-     [](Call& call) -> Json {
-         call.arm.resume();
-         return true;
-     }},
+    motion("movej",
+           [](Call& call) {
+               const Joints target = call.joints("joint");
+               call.arm.move_joints(target, manner(call), call.completion());
+           }),
+    motion("movel",
+           [](Call& call) {
+               const POSE target = pose_from(call["pose"]);
+               call.arm.move_line(target, manner(call), call.completion());
+           }),
+    motion("movec",
+           [](Call& call) {
+               const POSE via = pose_from(member(call["pose"], "pose_via"));
+               const POSE target = pose_from(member(call["pose"], "pose_to"));
+               const int loop = integer(call["loop"], "the number of repetitions", 0, 255);
+               call.arm.move_circle(via, target, loop, manner(call), call.completion());
+           }),
+    motion("movej_p",
+           [](Call& call) {
+               const POSE target = pose_from(call["pose"]);
+               call.arm.move_joints_to(target, manner(call), call.completion());
+           }),
+    {"set_arm_stop", "arm_stop", [](Call& call) { call.arm.stop("the arm was stopped"); }},
+    {"set_arm_pause", "arm_pause", [](Call& call) { call.arm.pause(); }},
+    {"set_arm_continue", "arm_continue", [](Call& call) { call.arm.resume(); }},
     {"set_delete_current_trajectory", "delete_current_trajectory",
-     [](Call& call) -> Json {
-         call.arm.drop_current("the motion was deleted");
-         return true;
-     }},
+     [](Call& call) { call.arm.drop_current("the motion was deleted"); }},
     {"set_arm_delete_trajectory", "arm_delete_trajectory",
-     [](Call& call) -> Json {
-         call.arm.drop_all("all motions were deleted");
-         return true;
-     }},
+     [](Call& call) { call.arm.drop_all("all motions were deleted"); }},
     // The target of the motion that runs, or where the arm stands.
     {"get_arm_current_trajectory", "",
      [](Call& call) -> Json {

@@ -14,18 +14,22 @@ Json state(Call& call)
 }
 
 constexpr Command commands[] = {
-    {"movej_canfd", "",
-     [](Call& call) {
-         call.arm.pass_through(call.joints("joint"));
-         return state(call);
-     },
-     "joint_state", true},
-    {"movep_canfd", "",
-     [](Call& call) {
-         call.arm.pass_through(pose_from(call["pose"]));
-         return state(call);
-     },
-     "pose_state", true},
+    {.name = "movej_canfd",
+     .handle =
+         [](Call& call) {
+             call.arm.pass_through(call.joints("joint"));
+             return state(call);
+         },
+     .recognised_by = "joint_state",
+     .streamed = true},
+    {.name = "movep_canfd",
+     .handle =
+         [](Call& call) {
+             call.arm.pass_through(pose_from(call["pose"]));
+             return state(call);
+         },
+     .recognised_by = "pose_state",
+     .streamed = true},
 };
 
 } // namespace

@@ -37,11 +37,7 @@ constexpr Command commands[] = {
                  {"sys_err", system_error(call)}};
      }},
     {"get_arm_plan_num", "plan_num", [](Call& call) -> Json { return call.arm.motions().current_number(); }},
-    {"set_init_pose", "init_pose",
-     [](Call& call) -> Json {
-         call.arm.set_initial_pose(call.joints("init_pose"));
-         return true;
-     }},
+    {"set_init_pose", "init_pose", [](Call& call) { call.arm.set_initial_pose(call.joints("init_pose")); }},
     {"get_init_pose", "init_pose", [](Call& call) { return thousandths(call.arm.settings.initial_pose); }},
 };
 

@@ -39,82 +39,53 @@ KDL::Twist about(const KDL::Vector& turn)
     return {KDL::Vector::Zero(), turn};
 }
 
-Json jog_tool(Call& call, const KDL::Twist& axis)
+void jog_tool(Call& call, const KDL::Twist& axis)
 {
     call.arm.jog_tool(is_up(call) ? axis : -axis, call.percent());
-    return true;
 }
 
 /** @param unit of the step, in metres or radians */
-Json step_tool(Call& call, const KDL::Twist& axis, double unit)
+void step_tool(Call& call, const KDL::Twist& axis, double unit)
 {
     const double step = unit * number(call["step"], "the step", -max_step / unit, max_step / unit);
     call.arm.step_tool(axis * step, call.percent(), call.completion());
-    return answered_later;
 }
 
 constexpr Command commands[] = {
     {"set_joint_teach", "joint_teach",
-     [](Call& call) -> Json {
-         call.arm.jog_joint(call.joint(call["teach_joint"]), is_up(call), call.percent());
-         return true;
-     }},
+     [](Call& call) { call.arm.jog_joint(call.joint(call["teach_joint"]), is_up(call), call.percent()); }},
     {"set_pos_teach", "pos_teach",
      [](Call& call) {
-         return jog_tool(call, along(axis(call, "teach_type", {"x", "y", "z"})));
+         jog_tool(call, along(axis(call, "teach_type", {"x", "y", "z"})));
      }},
     {"set_ort_teach", "ort_teach",
      [](Call& call) {
-         return jog_tool(call, about(axis(call, "teach_type", {"rx", "ry", "rz"})));
+         jog_tool(call, about(axis(call, "teach_type", {"rx", "ry", "rz"})));
      }},
-    {"set_stop_teach", "stop_teach",
-     [](Call& call) -> Json {
-         call.arm.stop_jogging();
-         return true;
-     }},
-    {"set_joint_step", "trajectory_state",
-     [](Call& call) -> Json {
-         const auto [joint, degrees] = call.joint_and_value("joint_step");
-         call.arm.step_joint(joint, degrees, call.percent(), call.completion());
-         return answered_later;
-     },
-     end_of_motion},
-    {"set_pos_step", "trajectory_state",
-     [](Call& call) {
-         return step_tool(call, along(axis(call, "step_type", {"x_step", "y_step", "z_step"})), 1e-6);
-     },
-     end_of_motion},
-    {"set_ort_step", "trajectory_state",
-     [](Call& call) {
-         return step_tool(call, about(axis(call, "step_type", {"rx_step", "ry_step", "rz_step"})), 1e-3);
-     },
-     end_of_motion},
+    {"set_stop_teach", "stop_teach", [](Call& call) { call.arm.stop_jogging(); }},
+    motion("set_joint_step",
+           [](Call& call) {
+               const auto [joint, degrees] = call.joint_and_value("joint_step");
+               call.arm.step_joint(joint, degrees, call.percent(), call.completion());
+           }),
+    motion("set_pos_step",
+           [](Call& call) {
+               step_tool(call, along(axis(call, "step_type", {"x_step", "y_step", "z_step"})), 1e-6);
+           }),
+    motion("set_ort_step",
+           [](Call& call) {
+               step_tool(call, about(axis(call, "step_type", {"rx_step", "ry_step", "rz_step"})), 1e-3);
+           }),
 
-    {"add_waypoint", "waypoint_state",
-     [](Call& call) -> Json {
-         call.arm.add_waypoint(call.joints("joint"));
-         return true;
-     }},
-    {"clear_waypoint", "waypoint_state",
-     [](Call& call) -> Json {
-         call.arm.clear_waypoints();
-         return true;
-     }},
+    {"add_waypoint", "waypoint_state", [](Call& call) { call.arm.add_waypoint(call.joints("joint")); }},
+    {"clear_waypoint", "waypoint_state", [](Call& call) { call.arm.clear_waypoints(); }},
     {"start_waypoint", "waypoint_state",
-     [](Call& call) -> Json {
+     [](Call& call) {
          call.arm.play_waypoints(number(call["frequency"], "the frequency", 1, max_frequency));
-         return true;
      }},
-    {"stop_waypoint", "waypoint_state",
-     [](Call& call) -> Json {
-         call.arm.stop_waypoints();
-         return true;
-     }},
+    {"stop_waypoint", "waypoint_state", [](Call& call) { call.arm.stop_waypoints(); }},
     {"timer", "wait_time",
-     [](Call& call) -> Json {
-         call.arm.wait(integer(call["wait_time"], "the time", 1, max_wait) / 1000.0);
-         return true;
-     }},
+     [](Call& call) { call.arm.wait(integer(call["wait_time"], "the time", 1, max_wait) / 1000.0); }},
 };
 
 } // namespace

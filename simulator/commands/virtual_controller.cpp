@@ -76,8 +76,7 @@ void Controller::answer(const std::string& text, const ClientHandle& client)
         if (refused_.contains(name->get_ref<const std::string&>()))
             throw Refused("this command is refused on demand");
         Call call{request, arm_, peripherals_, asker, later, log_};
-        const Json value = command.handle(call);
-        if (value != answered_later) respond(command, value, "", *asker);
+        if (const auto value = command.handle(call)) respond(command, *value, "", *asker);
     } catch (const std::exception& refused) {
         respond(command, nullptr, refused.what(), *asker);
     }
