@@ -1,5 +1,5 @@
-// The arm's bodies, as kx-controller's page draws them: tubes along the bones and drums about the joints where
-// it bends, as capsules. Everything follows from the joints' axes while all joint angles are zero.
+// The arm's bodies: tubes along the bones and drums about the joints where it bends, as they are drawn, and as
+// capsules around that. Everything follows from the joints' axes while all joint angles are zero.
 #include "kinematics/arithmetic.h"
 #include "kx/arm_model.h"
 
@@ -12,9 +12,12 @@ constexpr double thickest = 0.058,
                  thinner = 0.026; // radius of the first joint, and by how much the last is less
 constexpr double straight = 0.02; // of an axis, for the arm to count as running along it
 constexpr double least_tube = 1e-4, parallel = 1e-4, neighbours = 0.05;
-constexpr double pedestal_width = 1.25, tube_width = 0.8;
-// A drum as wide as the joint and 1.24 of its radii to either side lies inside this capsule.
-constexpr double drum_length = 1.0, drum_width = 1.03, seam_width = 1.04;
+constexpr double foot_height = 0.018, half_seam = 0.007;
+// In radii of the joint.
+constexpr double foot_width = 1.7, pedestal_width = 1.25, pedestal_top = 1.02, tube_width = 0.8,
+                 seam_width = 1.04;
+constexpr double drum_half = 1.15, ring_end = 1.24, cap_end = 1.36, cap_from = 0.92, cap_to = 0.86;
+constexpr double capsule_half = 1.0, capsule_width = 1.03; // a drum up to its rings lies inside
 
 struct Axis {
     Vector point, direction;
@@ -65,7 +68,8 @@ void find_bones(const Matrix* frames, int joints, Bone* bones)
 
 class Bodies {
   public:
-    Bodies(const ARM_MODEL& arm, const float* joint, ARM_CAPSULE* capsules) : capsules_(capsules)
+    Bodies(const ARM_MODEL& arm, const float* joint, ARM_CAPSULE* capsules, ARM_BODY* bodies)
+        : capsules_(capsules), bodies_(bodies)
     {
         ARM_MODEL upright = arm;
         upright.installation = {0, 0, 0};
@@ -84,23 +88,47 @@ class Bodies {
         const auto radius = [&](int i) {
             return thickest - thinner * std::min(i, arm.joints - 1) / (arm.joints - 1);
         };
-        add(0, bones[0].enter, bones[0].middle(), pedestal_width * radius(0));
+        pedestal(bones[0], radius(0));
         for (int i = 0; i < arm.joints; ++i) {
             const Bone& bone = bones[i];
-            const double r_i = radius(i), reach = bone.is_straight() ? 0 : drum_length * r_i;
-            const Vector& d = bone.axis.direction;
-            add(i + 1, bone.heart() - reach * d, bone.heart() + reach * d,
-                r_i * (bone.is_straight() ? seam_width : drum_width));
+            bone.is_straight() ? seam(i + 1, bone, radius(i)) : drum(i + 1, bone, radius(i));
             Vector way[4] = {bone.heart(), bone.leave};
             int points = 2;
             if (i + 1 < arm.joints) way[2] = bones[i + 1].enter, way[3] = bones[i + 1].heart(), points = 4;
-            tube(i + 1, way, points, tube_width * r_i, tube_width * radius(i + 1));
+            tube(i + 1, way, points, tube_width * radius(i), tube_width * radius(i + 1));
         }
     }
-    int count() const { return count_; }
+    int capsules() const { return capsule_count_; }
+    int bodies() const { return body_count_; }
 
   private:
-    // Through some points; it grows thinner on its way, and each piece is as wide as where it is thickest.
+    void pedestal(const Bone& bone, double r)
+    {
+        const Vector foot = bone.enter + foot_height * bone.axis.direction;
+        draw(0, ARM_FOOT, bone.enter, foot, foot_width * r, foot_width * r);
+        draw(0, ARM_SHELL, foot, bone.middle(), pedestal_width * r, pedestal_top * r);
+        collide(0, bone.enter, bone.middle(), pedestal_width * r);
+    }
+    // Around the arm, where it turns about itself.
+    void seam(int link, const Bone& bone, double r)
+    {
+        const Vector half = half_seam * bone.axis.direction;
+        draw(link, ARM_SEAM, bone.heart() - half, bone.heart() + half, seam_width * r, seam_width * r);
+        collide(link, bone.heart(), bone.heart(), seam_width * r);
+    }
+    // About the axis where the arm bends, with a ring and a cap at either side.
+    void drum(int link, const Bone& bone, double r)
+    {
+        const auto at = [&](double radii) { return bone.heart() + radii * r * bone.axis.direction; };
+        draw(link, ARM_DRUM, at(-drum_half), at(drum_half), r, r);
+        for (const int side : {-1, 1}) {
+            draw(link, ARM_SEAM, at(side * drum_half), at(side * ring_end), r, r);
+            draw(link, ARM_SHELL, at(side * ring_end), at(side * cap_end), cap_from * r, cap_to * r);
+        }
+        collide(link, at(-capsule_half), at(capsule_half), capsule_width * r);
+    }
+    // Through some points, with a ball at each bend; it grows thinner on its way, and its capsules are as wide
+    // as where they are thickest.
     void tube(int link, const Vector* points, int count, double from, double to)
     {
         double total = 0, done = 0;
@@ -108,14 +136,32 @@ class Bodies {
             total += Bone::length(points[i] - points[i - 1]);
         for (int i = 1; i < count; ++i) {
             const double way = Bone::length(points[i] - points[i - 1]);
-            if (way >= least_tube) add(link, points[i - 1], points[i], from + (to - from) * done / total);
+            const auto radius = [&](double s) { return from + (to - from) * s / total; };
+            if (way >= least_tube) {
+                collide(link, points[i - 1], points[i], radius(done));
+                draw(link, ARM_SHELL, points[i - 1], points[i], radius(done), radius(done + way));
+                draw(link, ARM_SHELL, points[i], points[i], radius(done + way), radius(done + way));
+            }
             done += way;
         }
     }
-    // Given where it is while all joints are at zero.
-    void add(int link, const Vector& from, const Vector& to, double radius)
+    // Given where they are while all joints are at zero.
+    void collide(int link, const Vector& from, const Vector& to, double radius)
     {
-        capsules_[count_++] = {link, moved(link, from), moved(link, to), static_cast<float>(radius)};
+        if (capsules_)
+            capsules_[capsule_count_++] = {link, moved(link, from), moved(link, to),
+                                           static_cast<float>(radius)};
+    }
+    void draw(int link, ARM_SURFACE surface, const Vector& from, const Vector& to, double from_radius,
+              double to_radius)
+    {
+        if (bodies_)
+            bodies_[body_count_++] = {link,
+                                      surface,
+                                      moved(link, from),
+                                      moved(link, to),
+                                      static_cast<float>(from_radius),
+                                      static_cast<float>(to_radius)};
     }
     Position moved(int link, const Vector& p) const
     {
@@ -131,7 +177,8 @@ class Bodies {
     }
 
     ARM_CAPSULE* const capsules_;
-    int count_ = 0;
+    ARM_BODY* const bodies_;
+    int capsule_count_ = 0, body_count_ = 0;
     Matrix rest_[7], now_[7], base_[2];
 };
 
@@ -168,7 +215,17 @@ using namespace kx;
 
 int Arm_Model_Capsules(const ARM_MODEL* arm, const float* joint, ARM_CAPSULE capsules[ARM_CAPSULES])
 {
-    return arm->joints > 0 ? Bodies(*arm, joint, capsules).count() : 0;
+    return arm->joints > 0 ? Bodies(*arm, joint, capsules, nullptr).capsules() : 0;
+}
+
+int Arm_Model_Bodies(const ARM_MODEL* arm, const float* joint, ARM_BODY bodies[ARM_BODIES])
+{
+    return arm->joints > 0 ? Bodies(*arm, joint, nullptr, bodies).bodies() : 0;
+}
+
+double Arm_Capsule_Distance(const ARM_CAPSULE* a, const ARM_CAPSULE* b)
+{
+    return distance(*a, *b);
 }
 
 double Arm_Model_Clearance(const ARM_MODEL* arm, const float* joint)

@@ -224,7 +224,38 @@ KX_API int Arm_Model_Inverses(const ARM_MODEL* arm, int count, const float* refe
  */
 KX_API int Arm_Model_Beyond_Limits(const ARM_MODEL* arm, const float* joint);
 
-/** A body of the arm: all points within a radius of a line segment. */
+/** What a drawn body is part of; they differ in colour. */
+typedef enum ARM_SURFACE KX_INT32 {
+    ARM_SHELL = 0, /**< tubes, and the caps of drums */
+    ARM_DRUM = 1,  /**< around a joint at which the arm bends */
+    ARM_SEAM = 2,  /**< rings between parts that turn */
+    ARM_FOOT = 3   /**< what the pedestal stands on */
+} ARM_SURFACE;
+
+/** A drawn body of the arm: a cylinder that may grow thinner; a ball where both its ends are one point. */
+typedef struct ARM_BODY {
+    int32_t link;        /**< the joint that moves it; 0 for the pedestal */
+    ARM_SURFACE surface; /**< what it is part of */
+    Position from;       /**< the middle of one end, in the world, m */
+    Position to;         /**< of the other end */
+    float from_radius;   /**< at the one end, m */
+    float to_radius;     /**< at the other */
+} ARM_BODY;
+
+/** The most drawn bodies of an arm. */
+enum { ARM_BODIES = 96 };
+
+/**
+ * The arm as kx-controller's page draws it: tubes along the links, drums about the joints at which the arm
+ * bends, the pedestal. Not the tool.
+ * @param arm the arm, made by Arm_Model_Init
+ * @param joint joint angles, degrees
+ * @param bodies receives them
+ * @return how many; 0 for an unknown model
+ */
+KX_API int Arm_Model_Bodies(const ARM_MODEL* arm, const float* joint, ARM_BODY bodies[ARM_BODIES]);
+
+/** A body of the arm for collisions: all points within a radius of a line segment. */
 typedef struct ARM_CAPSULE {
     int32_t link;  /**< the joint that moves it; 0 for the pedestal */
     Position from; /**< one end of the segment, in the world, m */
@@ -236,14 +267,20 @@ typedef struct ARM_CAPSULE {
 enum { ARM_CAPSULES = 32 };
 
 /**
- * The arm's bodies, as kx-controller's page draws them: tubes along the links, drums about the joints at
- * which the arm bends, the pedestal. Not the tool.
+ * Capsules around the arm's drawn bodies, but for the rim of the foot and the caps of drums. Not the tool.
  * @param arm the arm, made by Arm_Model_Init
  * @param joint joint angles, degrees
  * @param capsules receives them
  * @return how many; 0 for an unknown model
  */
 KX_API int Arm_Model_Capsules(const ARM_MODEL* arm, const float* joint, ARM_CAPSULE capsules[ARM_CAPSULES]);
+
+/**
+ * How far two capsules are apart: of an arm, of two arms, or of an arm and what stands around it.
+ * @param a, b capsules; their `link` is not heeded
+ * @return metres; negative if they overlap: how deep
+ */
+KX_API double Arm_Capsule_Distance(const ARM_CAPSULE* a, const ARM_CAPSULE* b);
 
 /**
  * The least distance between two bodies of the arm that are not neighbours. Neighbours are bodies that touch,
