@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "description/description.h"
+
 namespace kx::bridge {
 
 namespace {
@@ -38,15 +40,28 @@ Header header(kx::Time time, const std::string& frame = "")
     return {{static_cast<int32_t>(seconds.count()), static_cast<uint32_t>(rest.count())}, text(frame)};
 }
 
+void write(const Writer<Transforms>& writer, std::vector<TransformStamped> transforms)
+{
+    writer.write({sequence_of<dds_sequence_geometry_msgs_msg_dds__TransformStamped_>(transforms)});
+}
+
 } // namespace
 
 BridgedArm::BridgedArm(const Domain& domain, const Address& address, const Options& options)
-    : address_(address), options_(options), joints_(joint_names(address)), flange_(address.prefix + "tool0"),
-      hardware_(address.host + ":" + std::to_string(address.port)),
+    : address_(address), options_(options), joints_(joint_names(address)),
+      description_(description::urdf({address.model, address.prefix, {}})), frames_(description_, joints_),
+      flange_(address.prefix + "tool0"), hardware_(address.host + ":" + std::to_string(address.port)),
       name_("kx-bridge: " + address.prefix + "arm"), speaker_(name_),
       joint_states_(domain, topic(options, "joint_states"), Delivery::stream),
-      diagnostics_(domain, topic(options, "diagnostics"), Delivery::stream)
+      diagnostics_(domain, topic(options, "diagnostics"), Delivery::stream),
+      robot_description_(domain, own_topic("robot_description"), Delivery::for_late)
 {
+    robot_description_.write({text(description_)});
+    if (options.has_tf) {
+        tf_.emplace(domain, topic(options, "tf"), Delivery::stream);
+        tf_static_.emplace(domain, topic(options, "tf_static"), Delivery::for_late);
+        write(*tf_static_, frames_.fixed(header(Clock::now()).stamp));
+    }
     if (options.wrench > 0) wrench_.emplace(domain, own_topic("wrench"), Delivery::stream);
     if (options.obeys) {
         joint_commands_.emplace(domain, own_topic("robot_joint_commands"), Delivery::newest, bell_);
@@ -146,6 +161,7 @@ void BridgedArm::publish(const State& state)
     message.name = sequence_of<dds_sequence_string>({names.data(), joints_.size()});
     message.position = sequence_of<dds_sequence_double>({positions.data(), joints_.size()});
     joint_states_.write(message);
+    if (tf_) write(*tf_, frames_.moved(message.header.stamp, state.joints));
 }
 
 bool BridgedArm::publish_wrench(const Arm& arm)

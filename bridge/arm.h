@@ -13,6 +13,7 @@
 
 #include "commands.h"
 #include "dds.h"
+#include "frames.h"
 
 namespace kx::bridge {
 
@@ -57,12 +58,16 @@ class BridgedArm {
     const Address address_;
     const Options options_;
     const std::vector<std::string> joints_; ///< their names
-    const std::string flange_;              ///< its frame
-    const std::string hardware_, name_;     ///< in diagnostics
+    const std::string description_;
+    const Frames frames_;
+    const std::string flange_;          ///< its frame
+    const std::string hardware_, name_; ///< in diagnostics
     Speaker speaker_;
     Bell bell_; ///< rings for commands, for news of health, and at the end
     const Writer<JointState> joint_states_;
     const Writer<Diagnostics> diagnostics_;
+    const Writer<Text> robot_description_;
+    std::optional<const Writer<Transforms>> tf_, tf_static_;
     std::optional<const Writer<WrenchStamped>> wrench_;
     std::optional<const Reader<JointState>> joint_commands_;
     std::optional<const Reader<JointTrajectory>> trajectories_;
