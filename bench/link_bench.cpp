@@ -3,9 +3,9 @@
 // processor time; and what a streamed target costs on both kinds of connection when the system's send does nothing, beside
 // building and printing the same object with cJSON.
 #include "kx_base.h"
+#include "support/bound.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <atomic>
 #include <benchmark/benchmark.h>
 #include <cjson/cJSON.h>
@@ -16,7 +16,6 @@
 #include <sys/epoll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <time.h>
@@ -55,19 +54,14 @@ class Echo {
   private:
     Echo()
     {
-        const int listener = socket(AF_INET, SOCK_STREAM, 0);
-        address_.sin_family = AF_INET;
-        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address_;
-        if (bind(listener, reinterpret_cast<sockaddr*>(&address_), size) != 0 || listen(listener, 8) != 0)
-            abort();
-        getsockname(listener, reinterpret_cast<sockaddr*>(&address_), &size);
+        const Bound listener(8);
+        address_ = listener.address;
         if (fork() == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
             for (;;)
-                std::thread(serve, accept(listener, nullptr, nullptr)).detach();
+                std::thread(serve, accept(listener.socket, nullptr, nullptr)).detach();
         }
-        close(listener);
+        close(listener.socket);
     }
 
     static void serve(int client)

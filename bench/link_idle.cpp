@@ -1,13 +1,12 @@
 // How often the library wakes up while nothing happens: link_idle [links] [seconds]. Counts, over all threads of the process,
 // how often they gave the processor up; a thread that sleeps on does not.
 #include "kx_base.h"
+#include "support/bound.h"
 
-#include <arpa/inet.h>
 #include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
 #include <string>
-#include <sys/socket.h>
 #include <unistd.h>
 #include <vector>
 
@@ -33,18 +32,11 @@ int main(int argc, char** argv)
     const int links = argc > 1 ? atoi(argv[1]) : 64;
     const int seconds = argc > 2 ? atoi(argv[2]) : 60;
 
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    if (bind(listener, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(listener, 1024) != 0)
-        return 1;
-    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
+    const Bound listener(1024);
 
     std::vector<int> open;
     for (int i = 0; i < links; ++i) {
-        open.push_back(KX_Link_Open("127.0.0.1", ntohs(address.sin_port), 46, nullptr));
+        open.push_back(KX_Link_Open("127.0.0.1", listener.port(), 46, nullptr));
         if (open.back() < 0) return 1;
     }
     sleep(1);

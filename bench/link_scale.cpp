@@ -3,6 +3,7 @@
 // every reply carries the number that its question asked for. The peer is a process of its own. Ends with 1 if a reply was
 // wrong or missing, a push was lost, memory grew by more than that, or descriptors did.
 #include "kx_base.h"
+#include "support/bound.h"
 
 #include <arpa/inet.h>
 #include <atomic>
@@ -124,16 +125,9 @@ int main(int argc, char** argv)
     const int run_s = argument(1, 600), links = argument(2, 300), streamed = argument(3, 16),
               thread_count = argument(4, 64), may_grow_kib = argument(5, 1024);
 
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    if (bind(listener, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(listener, 1024) != 0)
-        return 2;
-    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-    if (fork() == 0) serve(listener);
-    close(listener);
+    const Bound listener(1024);
+    if (fork() == 0) serve(listener.socket);
+    close(listener.socket);
 
     std::vector<std::unique_ptr<Stream>> streams;
     std::vector<int> asked_links;
@@ -148,7 +142,7 @@ int main(int argc, char** argv)
             options.on_push = take_push;
             options.user = stream.get();
         }
-        const int link = KX_Link_Open("127.0.0.1", ntohs(address.sin_port), 46, &options);
+        const int link = KX_Link_Open("127.0.0.1", listener.port(), 46, &options);
         if (link < 0) return 2;
         if (!stream) {
             asked_links.push_back(link);

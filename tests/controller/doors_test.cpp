@@ -1,4 +1,5 @@
 // What an attacker tries on the virtual controller, from a web page or beside it.
+#include "support/bound.h"
 #include "support/connection.h"
 #include "support/controller.h"
 
@@ -33,22 +34,13 @@ struct Recording {
 };
 
 /** A port that nobody else is given, on which a program of ours may listen. */
-struct Reserved {
+struct Reserved : Bound {
     Reserved()
     {
         const int yes = 1;
         setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        EXPECT_EQ(bind(socket, reinterpret_cast<sockaddr*>(&address), size), 0);
-        getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
-        port = ntohs(address.sin_port);
     }
     ~Reserved() { close(socket); }
-
-    int socket = ::socket(AF_INET, SOCK_STREAM, 0), port = 0;
 };
 
 // What does not begin with a request has none of its requests done, the ones behind a proxy included.
@@ -165,10 +157,10 @@ TEST(Door, OfAProxyBehindItselfIsShut)
     for (const Reserved* behind : {&one, &other}) {
         const Recording recording;
         Controller first(
-            {"--port", std::to_string(one.port), "--proxy", here(behind->port), "--record", recording.path});
-        Controller second({"--port", std::to_string(other.port), "--proxy", here(one.port)});
+            {"--port", std::to_string(one.port()), "--proxy", here(behind->port()), "--record", recording.path});
+        Controller second({"--port", std::to_string(other.port()), "--proxy", here(one.port())});
         {
-            Connection client(one.port);
+            Connection client(one.port());
             client.send(ask + "\r\n");
             EXPECT_EQ(client.rest().find("\"joint\""), std::string::npos);
         }

@@ -2,7 +2,8 @@
 // whatever bytes, so that each test causes the order of events.
 #pragma once
 
-#include <arpa/inet.h>
+#include "support/bound.h"
+
 #include <chrono>
 #include <gtest/gtest.h>
 #include <string>
@@ -60,37 +61,29 @@ class FarEnd {
     std::string taken_;
 };
 
-class Door {
+class Door : public Bound {
   public:
-    explicit Door(int backlog = 128, int receive_buffer = 0) : socket_(::socket(AF_INET, SOCK_STREAM, 0))
+    explicit Door(int backlog = 128, int receive_buffer = 0) : Bound(backlog)
     {
-        address_.sin_family = AF_INET;
-        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address_;
         if (receive_buffer > 0)
-            setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
-        const timeval patience = {60, 0};
-        setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        EXPECT_EQ(bind(socket_, reinterpret_cast<sockaddr*>(&address_), size), 0);
-        EXPECT_EQ(listen(socket_, backlog), 0);
-        getsockname(socket_, reinterpret_cast<sockaddr*>(&address_), &size);
+            setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
+        be_patient(socket);
     }
     Door(const Door&) = delete;
-    ~Door() { close(socket_); }
-
-    int port() const { return ntohs(address_.sin_port); }
-    const sockaddr* address() const { return reinterpret_cast<const sockaddr*>(&address_); }
+    ~Door() { close(socket); }
 
     FarEnd accept()
     {
-        const int end = ::accept(socket_, nullptr, nullptr);
+        const int end = ::accept(socket, nullptr, nullptr);
         EXPECT_GE(end, 0) << "nobody connected";
-        const timeval patience = {60, 0};
-        setsockopt(end, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        be_patient(end);
         return FarEnd(end);
     }
 
   private:
-    int socket_;
-    sockaddr_in address_ = {};
+    static void be_patient(int socket)
+    {
+        const timeval patience = {60, 0};
+        setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    }
 };

@@ -893,7 +893,7 @@ TEST(Opening, FailsWithAReason)
     std::vector<int> queued;
     for (int i = 0; i < 4; ++i) {
         queued.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
-        connect(queued.back(), full.address(), sizeof(sockaddr_in));
+        connect(queued.back(), reinterpret_cast<const sockaddr*>(&full.address), sizeof full.address);
     }
     const struct {
         const char* host;

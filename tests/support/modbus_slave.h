@@ -1,12 +1,12 @@
 // A Modbus slave over TCP on a free port of its own, with a few coils and registers.
 #pragma once
 
-#include <arpa/inet.h>
+#include "bound.h"
+
 #include <atomic>
 #include <gtest/gtest.h>
 #include <modbus/modbus.h>
 #include <string>
-#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 
@@ -16,15 +16,9 @@ class ModbusSlave {
 
     ModbusSlave()
     {
-        sockaddr_in address = {};
-        socklen_t length = sizeof address;
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        listener_ = socket(AF_INET, SOCK_STREAM, 0);
-        EXPECT_EQ(bind(listener_, reinterpret_cast<sockaddr*>(&address), length), 0);
-        EXPECT_EQ(listen(listener_, 1), 0);
-        EXPECT_EQ(getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length), 0);
-        where = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+        const Bound bound(1);
+        listener_ = bound.socket;
+        where = "127.0.0.1:" + std::to_string(bound.port());
         memory = modbus_mapping_new(size, size, size, size);
         thread_ = std::thread(&ModbusSlave::serve, this);
     }

@@ -1,12 +1,13 @@
 #include "peer.h"
 
+#include "bound.h"
+
 #include "kx/link.h"
 #include "kx_base.h"
 #include "runtime/classic/connection.h"
 #include "runtime/classic/pending.h"
 #include "runtime/classic/state.h"
 
-#include <arpa/inet.h>
 #include <cjson/cJSON.h>
 #include <functional>
 #include <gtest/gtest.h>
@@ -17,15 +18,9 @@ using namespace std::chrono_literals;
 
 Peer::Peer()
 {
-    listener_ = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    if (bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(listener_, 4) != 0 ||
-        getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-        throw std::runtime_error("no loopback port");
-    port_ = ntohs(address.sin_port);
+    const Bound bound(4);
+    listener_ = bound.socket;
+    port_ = bound.port();
     thread_ = std::thread(&Peer::serve, this);
 }
 

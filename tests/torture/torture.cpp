@@ -3,8 +3,8 @@
 // fails, every command ends with a status, and afterwards the link works again or was never opened; nothing crashes, hangs or
 // leaks. Only calls of the library and of its cJSON fail.
 #include "list/command.h"
+#include "support/bound.h"
 
-#include <arpa/inet.h>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -254,21 +254,14 @@ static void live(int port, int listener, const Replies& replies, const std::vect
 static const char* run_case(int number, bool& was_reached, const Replies& replies,
                             const std::vector<list::Command>& rows)
 {
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    if (bind(listener, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(listener, 16) != 0)
-        return "no listener";
-    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
+    const Bound listener(16);
     const pid_t child = fork();
     if (child == 0) {
         calls_left = number;
         alarm(90);
-        live(ntohs(address.sin_port), listener, replies, rows);
+        live(listener.port(), listener.socket, replies, rows);
     }
-    close(listener);
+    close(listener.socket);
     int status;
     waitpid(child, &status, 0);
     if (WIFSIGNALED(status)) return WTERMSIG(status) == SIGALRM ? "hangs" : strsignal(WTERMSIG(status));
