@@ -281,8 +281,8 @@ void Server::look_on(const ServerOptions& options)
 
 void Server::show_frame()
 {
-    page_.check_hold();
-    bool changes = false;
+    page_.look(clock_.now());
+    bool changes = page_.holds();
     if (web_->watched()) {
         run_script();
         const double now = clock_.now();
@@ -290,7 +290,7 @@ void Server::show_frame()
         schedule();
         Json state = page_.state();
         state["faults"] = faults_.in_force();
-        changes = web_->publish(now, state);
+        changes |= web_->publish(now, state);
     }
     frame_.expires_after(changes ? frame_interval : rest_interval);
     frame_.async_wait([this](auto) { show_frame(); });

@@ -49,6 +49,7 @@ export class ArmView {
   }
 
   view(name) {
+    if (!views[name]) return;
     this.orbit.target.copy(centre).multiplyScalar(this.#size);
     this.camera.position.set(...views[name]).multiplyScalar(this.#size).add(this.orbit.target);
     this.orbit.update();

@@ -2,11 +2,15 @@
 // Stops are at work before anything is drawn, and whatever becomes of the drawing.
 import { Controller } from './controller.js';
 import { Faults } from './faults.js';
-import { Panel, write } from './panel.js';
+import { Jog } from './jog.js';
+import { keep, link, wished } from './links.js';
+import { Panel } from './panel.js';
+import { get, write } from './parts.js';
 import { Plots } from './plots.js';
+import { buildTabs } from './tabs.js';
+import { Waypoints } from './waypoints.js';
 import { Wire } from './wire.js';
 
-const get = (id) => document.getElementById(id);
 const controller = new Controller();
 let state = null;
 
@@ -77,12 +81,19 @@ controller.addEventListener('time', ({ detail: time }) => {
   write(get('clock'), `${Math.floor(time)} s`);
   plots.tick(time);
 });
+let noticed = null;
 controller.addEventListener('state', ({ detail }) => {
   state = detail;
+  const { number, text } = state.notice ?? { number: 0 };
+  if (noticed !== null && number > noticed) tell(text);
+  noticed = number;
   if (about) showMode(about);
 });
 
-const panel = new Panel(controller, tell);
+buildTabs();
+const jog = new Jog(controller, tell);
+const waypoints = new Waypoints(jog);
+const panel = new Panel(controller, tell, jog);
 const wire = new Wire();
 const faults = new Faults(act);
 /** A past state in place of the present one, or the present one again. */
@@ -98,6 +109,7 @@ controller.addEventListener('about', () => {
   built = true;
   faults.build(about);
   panel.build(about);
+  waypoints.build(about);
 });
 controller.addEventListener('wire', ({ detail }) => {
   wire.add(detail);
@@ -108,6 +120,8 @@ controller.addEventListener('gap', () => plots.gap());
 controller.addEventListener('state', () => {
   plots.add(state);
   panel.show(state);
+  jog.show(state);
+  waypoints.show(state);
   faults.show(state);
 });
 
@@ -128,7 +142,10 @@ async function draw() {
   let drawn = false;
   const show = () => {
     if (!state || !about) return;
-    if (!drawn) view.build(about);
+    if (!drawn) {
+      view.build(about);
+      if (wished('view')) view.view(wished('view'));
+    }
     drawn = true;
     get('teach').setAttribute('aria-pressed', String(state.teaching));
     if (!view.plain) get('hint').hidden = !state.teaching;
@@ -144,7 +161,12 @@ async function draw() {
   click('teach', () => act({ act: 'teach', on: !state?.teaching }));
   click('clear-trail', () => view.clearTrail());
   for (const button of document.querySelectorAll('[data-view]'))
-    button.addEventListener('click', () => view.view(button.dataset.view));
+    button.addEventListener('click', () => {
+      view.view(button.dataset.view);
+      keep('view', button.dataset.view);
+    });
 }
 
+link(get('filter'), 'filter');
+link(get('plot-of'), 'plot');
 draw();

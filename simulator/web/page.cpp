@@ -110,6 +110,7 @@ Json Page::state() const
     return {{"mode", mode()},
             {"source", source()},
             {"held", held},
+            {"notice", operator_.notice()},
             {"running", running},
             {"power", arm().drives.powered()},
             {"paused", motions.paused()},
@@ -150,7 +151,7 @@ std::string Page::mode() const
     for (std::size_t i = 0; i < arm().joint_count(); ++i)
         if (arm().drives.calibration(i) == Calibration::running) return "calibrating";
     if (motions.paused()) return "paused";
-    if (motions.jogging()) return "jogging";
+    if (motions.jogging() || operator_.slides()) return "jogging";
     if (!motions.idle()) return "moving";
     if (!arm().standing()) return "following targets";
     return peripherals().force.following() ? "force-position" : "ready";
@@ -194,6 +195,10 @@ void Page::act(const Json& request, const std::string& from)
         clear_errors();
     else if (what == "jog" || what == "push")
         hold(request, from);
+    else if (what == "step")
+        operator_.step(request);
+    else if (what == "go")
+        operator_.go(request);
     else if (what == "confirm")
         confirm(request);
     else if (what == "release")
@@ -249,7 +254,7 @@ void Page::hold(const Json& request, const std::string& from)
     if (hold_ && hold_->page != page)
         throw Refused("another page holds " + hold_->what + ", at " + hold_->from);
     release();
-    const std::string what = request["act"] == "jog" ? jog(request) : push(request);
+    const std::string what = request["act"] == "jog" ? operator_.jog(request) : push(request);
     hold_ = {page, count, what, from, Real::now() + hold_time};
 }
 
@@ -259,17 +264,6 @@ void Page::confirm(const Json& request)
     if (!hold_ || member(request, "page") != hold_->page || member(request, "hold") != hold_->number)
         throw Refused("it was let go");
     hold_->until = Real::now() + hold_time;
-}
-
-std::string Page::jog(const Json& request)
-{
-    const std::size_t joint = index(member(request, "joint"), "the joint", arm().joint_count());
-    const bool up = flag(request, "up");
-    const double percent = number(member(request, "percent"), "the speed", 1, 100);
-    if (!arm().standing()) throw Refused("the arm is moving");
-    arm().check_ready();
-    arm().jog_joint(joint, up, percent);
-    return "joint " + std::to_string(joint + 1);
 }
 
 std::string Page::push(const Json& request)
@@ -283,13 +277,14 @@ void Page::release()
 {
     if (!hold_) return;
     hold_.reset();
-    arm().stop_jogging();
+    operator_.let_go();
     peripherals().world.push = {};
 }
 
-void Page::check_hold()
+void Page::look(double time)
 {
     if (hold_ && Real::now() > hold_->until) release();
+    operator_.look(time);
 }
 
 /** The arm stays where it is until the hand leads it somewhere. */

@@ -7,13 +7,17 @@
 
 #include "commands/tap.h"
 #include "commands/virtual_controller.h"
+#include "web/operator.h"
 
 namespace kx::sim {
 
 class Page : public Tap {
   public:
     /** @param simulated if not, another controller or a recording answers, and the page only looks on */
-    Page(Controller& controller, bool simulated) : controller_(controller), simulated_(simulated) {}
+    Page(Controller& controller, bool simulated)
+        : controller_(controller), simulated_(simulated), operator_(controller.arm())
+    {
+    }
 
     /** What does not change: the model and its geometry. Lengths are metres. */
     Json about() const;
@@ -32,8 +36,10 @@ class Page : public Tap {
     /** The same, for a state of the arm that the page asked for itself. */
     void shows(const Joints& degrees);
 
-    /** Lets go of whatever the page holds and has not confirmed for a while: it may be gone. */
-    void check_hold();
+    /** Time has gone on (s). Lets go of whatever the page holds and has not confirmed for a while: it may be gone. */
+    void look(double time);
+
+    bool holds() const { return hold_.has_value(); }
 
   private:
     using Real = std::chrono::steady_clock;
@@ -49,7 +55,6 @@ class Page : public Tap {
 
     void hold(const Json& request, const std::string& from);
     void confirm(const Json& request);
-    std::string jog(const Json& request);
     std::string push(const Json& request);
     void teach(const Json& request);
     void lead(const Json& request);
@@ -67,6 +72,7 @@ class Page : public Tap {
     Controller& controller_;
     const bool simulated_;
     std::optional<Hold> hold_;
+    Operator operator_;
 
     // Of an arm that is not simulated here.
     std::optional<Real::time_point> heard_; ///< when something told last where it is

@@ -1,58 +1,5 @@
 // The readings beside the arm, and the switches among them.
-
-const element = (tag, className = '', textContent = '') =>
-  Object.assign(document.createElement(tag), { className, textContent });
-const get = (id) => document.getElementById(id);
-const minus = (text) => text.replace('-', '\u2212');
-const fixed = (value, digits) => minus((Math.abs(value) < 0.5 * 10 ** -digits ? 0 : value).toFixed(digits));
-const degrees = (radians) => (radians * 180) / Math.PI;
-
-/** Sets a text, but not what it is already. */
-export function write(node, text) {
-  if (node.textContent !== text) node.textContent = text;
-}
-
-/** A button that acts as long as it is held, by pointer or by key. */
-function holdButton(text, label, hold) {
-  const button = element('button', 'key', text);
-  button.setAttribute('aria-label', label);
-  let release = null;
-  const begin = (event) => {
-    event.preventDefault();
-    if (event.pointerId !== undefined) button.setPointerCapture(event.pointerId);
-    release ??= hold();
-    button.classList.add('held');
-  };
-  const end = () => {
-    release?.();
-    release = null;
-    button.classList.remove('held');
-  };
-  button.addEventListener('pointerdown', (event) => event.button === 0 && begin(event));
-  for (const type of ['pointerup', 'pointercancel', 'lostpointercapture', 'blur']) button.addEventListener(type, end);
-  button.addEventListener('keydown', (event) => [' ', 'Enter'].includes(event.key) && !event.repeat && begin(event));
-  button.addEventListener('keyup', end);
-  button.addEventListener('contextmenu', (event) => event.preventDefault());
-  return button;
-}
-
-/** A bar with its value marked, filled from zero; returns what moves it. */
-function bar() {
-  const track = element('div', 'bar');
-  const zero = element('b');
-  const fill = element('i');
-  track.append(zero, fill);
-  const place = (value, low, high) => Math.max(0, Math.min(1, (value - low) / (high - low))) * 100;
-  const set = (value, low, high) => {
-    const from = place(0, low, high);
-    const to = place(value, low, high);
-    zero.style.left = `${from}%`;
-    fill.style.left = `${Math.min(from, to)}%`;
-    fill.style.width = `${Math.abs(to - from)}%`;
-    fill.classList.toggle('negative', to < from);
-  };
-  return { track, set };
-}
+import { bar, degrees, element, fixed, get, holdButton, write } from './parts.js';
 
 export class Panel {
   #controller;
@@ -63,17 +10,19 @@ export class Panel {
   #rows = {};
   #state = null;
 
-  constructor(controller, refused) {
+  #jog;
+
+  /** @param jog makes the buttons that move joints */
+  constructor(controller, refused, jog) {
     this.#controller = controller;
     this.#refused = refused;
+    this.#jog = jog;
     this.#buildPose();
     this.#buildForce();
     this.#buildIo();
-    for (const [id, unit] of [['jog-speed', '\u2009%'], ['push-force', '\u2009N']]) {
-      const show = () => write(get(id + '-value'), get(id).value + unit);
-      get(id).addEventListener('input', show);
-      show();
-    }
+    const tellForce = () => write(get('push-force-value'), `${get('push-force').value}\u2009N`);
+    get('push-force').addEventListener('input', tellForce);
+    tellForce();
     get('object').addEventListener('click', () => this.#act(this.#state?.object
       ? { act: 'object' } : { act: 'object', width: Number(get('object-width').value), mass: 0.5 }));
   }
@@ -83,15 +32,13 @@ export class Panel {
   }
 
   build({ hinges }) {
-    const hold = (joint, up) => () => this.#controller.hold(
-      { act: 'jog', joint, up, percent: Number(get('jog-speed').value) }, this.#refused);
     this.#joints = hinges.map((_, i) => {
       const name = `Joint ${i + 1}`;
       const row = element('div', 'joint');
       const parts = { row, low: element('span', 'limit number'), high: element('span', 'limit number'),
                       value: element('span', 'value number'), ...bar() };
-      const down = holdButton('\u2212', `${name} down`, hold(i + 1, false));
-      const up = holdButton('+', `${name} up`, hold(i + 1, true));
+      const down = this.#jog.key('\u2212', `${name} down`, false, () => ({ joint: i + 1 }));
+      const up = this.#jog.key('+', `${name} up`, true, () => ({ joint: i + 1 }));
       row.append(element('span', 'name', `J${i + 1}`), down, parts.low, parts.track, parts.high, up, parts.value);
       parts.value.dataset.name = name;
       return parts;

@@ -1,6 +1,6 @@
 // Motion over time: what the arm did in the last minutes, as curves with the events among them. Pointing into the past
 // shows the arm as it stood then.
-import { write } from './panel.js';
+import { write } from './parts.js';
 import { soon } from './soon.js';
 
 const span = 60; // s of the arm's time that are seen

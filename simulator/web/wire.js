@@ -1,5 +1,5 @@
 // The last lines on the wire: filtered, held still, copied.
-import { write } from './panel.js';
+import { write } from './parts.js';
 import { soon } from './soon.js';
 
 const kept = 2000;

@@ -103,7 +103,7 @@ TEST(PageInABrowser, ManyWindowsShareOneStream)
     Browser browser;
     for (int window = 1; window <= 8; ++window) {
         if (window > 1) browser.open_window();
-        browser.open(address(app.controller->page()));
+        browser.open(address(app.controller->page()) + "#tab=surroundings");
         ASSERT_TRUE(shows(browser, "#mode", "ready")) << "window " << window;
         const std::string input =
             "[aria-label=\"Digital input " + std::to_string((window - 1) % 4 + 1) + "\"]";
@@ -124,7 +124,7 @@ TEST(PageInABrowser, TellsWhoseArmItShows)
     auto shown = std::make_unique<Controller>(std::vector<std::string>{"--web", "0", "--model", "46"});
     const int port = shown->page();
     Browser browser;
-    browser.open(address(port));
+    browser.open(address(port) + "#tab=surroundings");
     ASSERT_TRUE(shows(browser, "#mode", "ready"));
     const std::string count_buttons =
         "return ['#stop', '#emergency-stop', '#power', '#teach', '#object', "
@@ -182,7 +182,7 @@ TEST(PageInABrowser, LooksBack)
 {
     Application app{46, {"--web", "0", "--speed", "10"}};
     Browser browser;
-    browser.open(address(app.controller->page()));
+    browser.open(address(app.controller->page()) + "#tab=curves");
     const auto drawn_at = [&] {
         return browser.run("return document.querySelector('canvas').dataset.flange ?? ''");
     };
@@ -201,6 +201,39 @@ TEST(PageInABrowser, LooksBack)
     EXPECT_EQ(browser.text("[data-name=\"Joint 3\"]"), "40.000°") << "the readings are present";
     browser.click("#plot-now");
     EXPECT_TRUE(eventually([&] { return drawn_at() == after; }));
+}
+
+// Waypoints taken on the page become programs that run, and lead the arm where the page's own Play leads it.
+TEST(PageInABrowser, MakesProgramsOfWaypoints)
+{
+    Application app{46, {"--web", "0", "--speed", "10"}};
+    Browser browser;
+    browser.open(address(app.controller->page()));
+    ASSERT_TRUE(shows(browser, "#mode", "ready"));
+    const float end[7] = {30, 20, 40, 0, 60, 0}, away[7] = {10, 10, 60, 0, 50, 0};
+    ASSERT_EQ(Movej_Cmd(app.arm, away, 100, 0, true), 0);
+    ASSERT_TRUE(shows(browser, "[data-name=\"Joint 3\"]", "60.000°"));
+    browser.click("#place-take");
+    ASSERT_EQ(Movej_Cmd(app.arm, end, 100, 0, true), 0);
+    ASSERT_TRUE(shows(browser, "[data-name=\"Joint 3\"]", "40.000°"));
+    browser.run("document.querySelector('#target-kind').value = 'line'");
+    browser.click("#place-take");
+    const std::string program =
+        browser.run("HTMLAnchorElement.prototype.click = () => {};"
+                    "return new Promise((done) => {"
+                    "URL.createObjectURL = (blob) => (blob.text().then(done), 'about:blank');"
+                    "document.querySelector('#place-cpp').click(); })");
+    std::ofstream("waypoints.cpp") << program;
+    ASSERT_EQ(std::system(COMPILE " -o waypoints waypoints.cpp -lKX_Service"), 0) << program;
+
+    const std::function<bool()> ways[] = {[] { return std::system("./waypoints") == 0; },
+                                          [&] { return browser.click("#place-play"), true; }};
+    for (const auto& way : ways) {
+        ASSERT_EQ(Movej_Cmd(app.arm, away, 100, 0, true), 0);
+        EXPECT_TRUE(way());
+        EXPECT_TRUE(eventually(
+            [&] { return std::abs(atof(browser.text("[data-name=\"Joint 3\"]").c_str()) - 40) < 0.05; }));
+    }
 }
 
 TEST(PageInABrowser, IsReadByEverybody)
@@ -248,7 +281,8 @@ TEST(PageInABrowser, ShowsTheArmAndWorksIt)
     Application app{46, {"--web", "0"}};
     const int arm = app.arm, port = app.controller->page();
     Browser browser;
-    browser.open("http://127.0.0.1:" + std::to_string(port) + "/");
+    browser.open(address(port));
+    browser.click("#tab-surroundings");
     const auto shows = [&](const char* id, const char* text) {
         return eventually([&] { return browser.text(id) == text; });
     };

@@ -7,6 +7,7 @@
 #include <list>
 
 #include <httplib.h>
+#include <kdl/frames.hpp>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -33,6 +34,11 @@ Json first_of(int port, const std::string& kind, const std::function<bool(const 
     });
     EXPECT_FALSE(found.is_null()) << "no such event: " << kind;
     return found;
+}
+
+KDL::Frame frame_of(const Json& pose)
+{
+    return {KDL::Rotation::RPY(pose[3], pose[4], pose[5]), {pose[0], pose[1], pose[2]}};
 }
 
 struct Page : testing::Test {
@@ -306,6 +312,89 @@ TEST_F(Page, LetsGoOfWhatIsNotHeldOn)
     hold_until({{"act", "push"}, {"page", "a"}, {"hold", 2}, {"force", {0, 0, -50}}},
                shows("push", {0, 0, -50}));
     first("state", shows("push", {0, 0, 0}));
+}
+
+// What somebody at the page asks for is what the arm does, and what it cannot do is told.
+TEST_F(Page, MovesTheArmByHand)
+{
+    const std::vector<double> start = {20, 20, 70, 0, 60, 10};
+    const auto near = [](const Json& values, const std::vector<double>& wanted) {
+        for (std::size_t i = 0; i < wanted.size(); ++i)
+            if (std::abs(values[i].get<double>() - wanted[i]) > 2e-4) return false;
+        return true;
+    };
+    const auto begin = [&] {
+        EXPECT_EQ(act({{"act", "go"}, {"joints", start}, {"percent", 100}})->status, 204);
+        return first("state", [&](const Json& state) {
+            return state["mode"] == "ready" && near(state["joints"], start);
+        });
+    };
+    const KDL::Frame tool = frame_of(begin()["pose"]);
+    const auto moved = [&](const KDL::Vector& in_base, const KDL::Rotation& turn = {}) {
+        return KDL::Frame(turn * tool.M, tool.p + in_base);
+    };
+    const struct {
+        const char* name;
+        Json request;
+        KDL::Frame target;
+    } rows[] = {
+        {"base", {{"act", "step"}, {"frame", "base"}, {"axis", 1}, {"by", -10}}, moved({0, -0.01, 0})},
+        {"tool",
+         {{"act", "step"}, {"frame", "tool"}, {"axis", 0}, {"by", 10}},
+         moved(tool.M * KDL::Vector(0.01, 0, 0))},
+        {"about the base's z",
+         {{"act", "step"}, {"frame", "base"}, {"axis", 5}, {"by", 10}},
+         moved({}, KDL::Rotation::RotZ(10 * M_PI / 180))},
+        {"about the tool's x",
+         {{"act", "step"}, {"frame", "tool"}, {"axis", 3}, {"by", 10}},
+         {tool.M * KDL::Rotation::RotX(10 * M_PI / 180), tool.p}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Json request = row.request;
+        request["percent"] = 100;
+        EXPECT_EQ(act(request)->status, 204);
+        first("state", [&](const Json& state) {
+            return state["mode"] == "ready" && KDL::Equal(frame_of(state["pose"]), row.target, 1e-4);
+        });
+        begin();
+    }
+
+    // The second step adds to the first, which is under way; what has failed ends what waits behind it.
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(act({{"act", "step"}, {"joint", 1}, {"by", 10}, {"percent", 100}})->status, 204);
+    first("state", [&](const Json& state) { return near(state["joints"], {40, 20, 70}); });
+    act({{"act", "go"}, {"pose", {900, 0, 300, 0, 0, 0}}, {"line", true}, {"percent", 100}});
+    act({{"act", "step"}, {"joint", 1}, {"by", 10}, {"percent", 10}});
+    first("state", [](const Json& state) { return !state["notice"].is_null() && state["mode"] == "ready"; });
+    EXPECT_EQ(act({{"act", "go"}, {"joints", {0, 0, 999, 0, 0, 0}}, {"percent", 100}})->status, 409);
+}
+
+// Where the tool can go no farther straight ahead, it goes on along the end of its reach.
+TEST_F(Page, SlidesAlongTheEndOfItsReach)
+{
+    act({{"act", "go"}, {"joints", {45, 20, 70, 0, 60, 0}}, {"percent", 100}});
+    const Json from = first(
+        "state", [](const Json& state) { return state["mode"] == "ready" && state["joints"][2] == 70; });
+    auto slid = std::async(std::launch::async, [&] {
+        return first("state", [&](const Json& state) {
+            const auto aside = [&](int i) {
+                return state["pose"][i].get<double>() - from["pose"][i].get<double>();
+            };
+            return std::hypot(aside(1), aside(2)) > 0.01;
+        });
+    });
+    const Json request = {{"act", "jog"}, {"page", "a"}, {"hold", 1},     {"frame", "base"},
+                          {"axis", 0},    {"up", true},  {"percent", 100}};
+    EXPECT_EQ(act(request)->status, 204);
+    while (slid.wait_for(std::chrono::milliseconds(50)) != std::future_status::ready)
+        act({{"act", "confirm"}, {"page", "a"}, {"hold", 1}});
+    const Json to = slid.get();
+    EXPECT_GT(to["pose"][0], from["pose"][0]);
+    EXPECT_EQ(to["mode"], "jogging");
+    EXPECT_LT(KDL::diff(frame_of(from["pose"]).M, frame_of(to["pose"]).M).Norm(), 0.05) << "turned as before";
+    EXPECT_EQ(act({{"act", "release"}, {"page", "a"}, {"hold", 1}})->status, 204);
+    first("state", [](const Json& state) { return state["mode"] == "ready"; });
 }
 
 // A proxy's page shows the arm behind it: it asks itself, and sees what replies to others tell.

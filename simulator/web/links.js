@@ -1,0 +1,18 @@
+// The address says what is shown, so that it can be kept, and sent to somebody: #tab=curves&view=side
+const told = new URLSearchParams(location.hash.slice(1));
+addEventListener('hashchange', () => location.reload());
+
+export const wished = (name) => told.get(name);
+
+/** From now on the address says so. */
+export function keep(name, value) {
+  if (value) told.set(name, value);
+  else told.delete(name);
+  history.replaceState(null, '', `#${told}`);
+}
+
+/** A field whose value stands in the address. */
+export function link(field, name) {
+  if (told.has(name)) field.value = told.get(name);
+  field.addEventListener('input', () => keep(name, field.value));
+}
