@@ -1,6 +1,7 @@
 #include "arm.h"
 
 #include <array>
+#include <tuple>
 
 #include "description/description.h"
 
@@ -112,7 +113,7 @@ void BridgedArm::serve()
     } subscription{arm};
 
     Clock::time_point diagnosis = {}, wrench = {};
-    Health told;
+    std::tuple<Health, std::string, int> told;
     while (!is_ending_) {
         if (arm.connection() != KX_LINK_READY) throw Lost("connection", KX_LOST, "");
         const auto obey = [&](const auto& message, auto sender) { commander.take(message, sender); };
@@ -125,9 +126,10 @@ void BridgedArm::serve()
             wrench =
                 now + (has_come ? std::chrono::duration_cast<Clock::duration>(1s / options_.wrench) : 1s);
         }
-        if (const Health health = this->health(); now >= diagnosis || !(health == told)) {
-            told = health;
+        const std::tuple news(health(), commander.doing(), commander.refused());
+        if (now >= diagnosis || (news != told && now >= diagnosis - 900ms)) {
             diagnose(&commander);
+            told = news;
             diagnosis = now + 1s;
         }
         bell_.wait_until(std::min(now + 50ms, wrench_ ? wrench : diagnosis));

@@ -133,6 +133,7 @@ int main(int argc, char** argv)
         app.parse(argc, argv);
         const std::vector<Address> addresses = parse_all(arms);
         options.renamed = parse_names(renamed);
+        options.stream.silence = std::max(options.stream.silence, options.stream.watchdog);
         std::ranges::fill(options.stream.velocity, velocity);
         std::ranges::fill(options.stream.acceleration, acceleration);
         const Domain domain(domain_number, reaches_out);

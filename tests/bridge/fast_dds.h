@@ -179,9 +179,9 @@ class Type : public dds::TopicDataType {
 // A domain that no other test uses meanwhile, with this process as a participant.
 class Domain {
   public:
-    Domain()
+    explicit Domain(int another = 0) : number(another) // a further participant, if that is given
     {
-        for (int any = getpid(); lock_ < 0; ++any) {
+        for (int any = getpid(); another == 0 && lock_ < 0; ++any) {
             number = 1 + any % 100; // whose ports are none that the system gives to others
             const int file = open(("/tmp/kx-test-domain-" + std::to_string(number)).c_str(),
                                   O_CREAT | O_RDWR | O_CLOEXEC, 0666);
@@ -219,7 +219,7 @@ class Domain {
     dds::Publisher* publisher() { return publisher_; }
     dds::Subscriber* subscriber() { return subscriber_; }
 
-    int number = 0;
+    int number;
 
   private:
     int lock_ = -1;
@@ -261,6 +261,13 @@ class Reader : public dds::DataReaderListener {
             }
             if (!come_.wait_until(lock, until, [this] { return !messages_.empty(); })) return {};
         }
+    }
+
+    // Forgets what has come.
+    void drop()
+    {
+        const std::lock_guard lock(mutex_);
+        messages_.clear();
     }
 
     // How many messages of the only writer went missing after the first one.
