@@ -166,9 +166,11 @@ inline double arc_tangent(double y, double x)
     return arc_tangent(pair(y), pair(x))[0];
 }
 
-struct Vector {
-    double x, y, z;
+template <typename V>
+struct VectorOf {
+    V x, y, z;
 };
+using Vector = VectorOf<double>;
 
 inline Vector operator+(const Vector& a, const Vector& b)
 {
@@ -191,7 +193,9 @@ inline Vector cross(const Vector& a, const Vector& b)
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-using Rotation = std::array<std::array<double, 3>, 3>; // rows
+template <typename V>
+using RotationOf = std::array<std::array<V, 3>, 3>; // rows
+using Rotation = RotationOf<double>;
 
 inline Rotation rotation_of(const Euler& e)
 {

@@ -1,5 +1,7 @@
 // Many poses and many inverses in one call, shared out among threads if asked.
-#include "kinematics/batch_poses.h"
+#include "kinematics/batch.h"
+#include "kinematics/batch_six.h"
+#include "kx/kinematics.h"
 
 #include <algorithm>
 #include <atomic>
@@ -12,9 +14,40 @@ SineCosine<double> lone_sine_cosine(double x)
     return sine_cosine<double>(x);
 }
 
-void poses_by_two(const Batch& batch, int count, const float* joints, KinPose* result)
+// Two poses side by side take longer than one after the other.
+const SideBySide by_two = {2,
+                           [](const PoseBatch& batch, int count, const float* joints, KinPose* result) {
+                               for (int n = 0; n < count; ++n)
+                                   result[n] = Arm_Model_Pose(&batch.arm, joints + n * batch.arm.joints);
+                           },
+                           inverses_of_six<2>};
+int most_lanes = 8;
+
+const SideBySide& widest()
 {
-    poses<2>(batch, count, joints, result);
+#ifdef KX_AVX
+    if (most_lanes >= 8 && __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
+        return by_eight;
+    if (most_lanes >= 4 && __builtin_cpu_supports("avx2")) return by_four;
+#endif
+    return by_two;
+}
+
+SixBatch::SixBatch(const ARM_MODEL& model)
+    : arm(six_joint_arm(model)), chain(chain_limits(model)), has_tool(!is_identity(model.tool))
+{
+    for (int i = 0; i < 6; ++i) {
+        degrees[i] = {model.lower[i], model.upper[i]};
+        radians[i] = {model.lower[i] * radians_per_degree, model.upper[i] * radians_per_degree};
+        const double lower = radians[i].lower - inside_slack, upper = radians[i].upper + inside_slack;
+        inside[i] = {static_cast<float>(lower), static_cast<float>(upper)};
+        if (inside[i].lower < lower) inside[i].lower = std::nextafter(inside[i].lower, INFINITY);
+        if (inside[i].upper > upper) inside[i].upper = std::nextafter(inside[i].upper, -INFINITY);
+    }
+    const auto& [rx, ry, rz] = model.installation;
+    is_turned = rx != 0 || ry != 0 || rz != 0;
+    if (has_tool) tool_inverse = matrix_inv(model.tool);
+    if (is_turned) base = rotation_of(model.installation);
 }
 
 namespace {
@@ -71,15 +104,10 @@ void Arm_Model_Poses(const ARM_MODEL* arm, int count, const float* joints, KinPo
         std::fill_n(poses, std::max(count, 0), KinPose{});
         return;
     }
-    const Batch batch = {*arm, *g, base_of(arm->installation), !is_identity(arm->tool)};
-    auto* side_by_side = poses_by_two;
-#ifdef KX_AVX
-    if (__builtin_cpu_supports("avx2")) side_by_side = poses_by_four;
-    if (__builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
-        side_by_side = poses_by_eight;
-#endif
+    const PoseBatch batch = {*arm, *g, base_of(arm->installation), !is_identity(arm->tool)};
+    const SideBySide& width = widest();
     share_out(count, threads, [&](int first, int number) {
-        side_by_side(batch, number, joints + static_cast<std::ptrdiff_t>(first) * g->joints, poses + first);
+        width.poses(batch, number, joints + static_cast<std::ptrdiff_t>(first) * g->joints, poses + first);
     });
 }
 
@@ -87,12 +115,24 @@ int Arm_Model_Inverses(const ARM_MODEL* arm, int count, const float* references,
                        float range, float* results, int* codes, int threads)
 {
     std::atomic<int> solved{0};
-    share_out(count, threads, [&](int first, int number) {
+    const auto solve = [&](int first, int number, const SixBatch* six) {
+        const auto at = [&](auto* joints, int n) {
+            return joints + static_cast<std::ptrdiff_t>(n) * arm->joints;
+        };
+        if (six)
+            widest().inverses_of_six(*six, number, at(references, first), targets + first, at(results, first),
+                                     codes + first);
         for (int n = first; n < first + number; ++n) {
-            const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(n) * arm->joints;
-            codes[n] = Arm_Model_Inverse(arm, references + at, &targets[n], range, results + at);
+            if (!six || codes[n] == left_to_single_call)
+                codes[n] = Arm_Model_Inverse(arm, at(references, n), &targets[n], range, at(results, n));
             if (codes[n] == ARM_SOLVED) solved.fetch_add(1, std::memory_order_relaxed);
         }
-    });
+    };
+    if (arm->model == 36 || arm->model == 46) {
+        const SixBatch six(*arm);
+        share_out(count, threads, [&](int first, int number) { solve(first, number, &six); });
+    } else {
+        share_out(count, threads, [&](int first, int number) { solve(first, number, nullptr); });
+    }
     return solved;
 }

@@ -1,24 +1,46 @@
-// Poses of many joint angles, several side by side; once for any processor, once each for those with 256-bit and with
+// Many poses or inverses, several side by side: once for any processor, once each for those with 256-bit and with
 // 512-bit vectors.
 #pragma once
 
 #include "kinematics/chain.h"
+#include "kinematics/six_joints.h"
 
 namespace kx {
 
 // What all poses of an arm share.
-struct Batch {
+struct PoseBatch {
     const ARM_MODEL& arm;
     const Geometry& geometry;
     Rigid<Column> base;
     bool has_tool;
 };
 
-// The poses of `count` joint vectors, a multiple of the lanes or not.
-void poses_by_two(const Batch& batch, int count, const float* joints, KinPose* poses);
-#ifdef KX_AVX
-void poses_by_four(const Batch& batch, int count, const float* joints, KinPose* poses);
-void poses_by_eight(const Batch& batch, int count, const float* joints, KinPose* poses);
-#endif
+// What all targets of a six-joint arm share.
+struct SixBatch {
+    SixJointArm arm;
+    Range degrees[6], radians[6]; // the limits
+    Range inside[6];              // the same, as far as rounding stretches them
+    std::array<Range, 7> chain;
+    bool has_tool, is_turned;
+    Matrix tool_inverse;
+    Rotation base;
+
+    explicit SixBatch(const ARM_MODEL& arm);
+};
+
+// The code of a target that the single call has to solve.
+inline constexpr int left_to_single_call = -1;
+
+struct SideBySide {
+    int lanes;
+    void (*poses)(const PoseBatch& batch, int count, const float* joints, KinPose* poses);
+    void (*inverses_of_six)(const SixBatch& batch, int count, const float* references, const KinPose* targets,
+                            float* results, int* codes);
+};
+extern const SideBySide by_two, by_four, by_eight;
+
+// The widest that the processor can and `most_lanes` allows, which only tests lower.
+const SideBySide& widest();
+extern int most_lanes;
 
 } // namespace kx

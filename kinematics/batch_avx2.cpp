@@ -1,9 +1,7 @@
 // Compiled for processors with 256-bit vectors (AVX2), and called on those only.
 #ifdef KX_AVX
 #include "kinematics/batch_poses.h"
+#include "kinematics/batch_six.h"
 
-void kx::poses_by_four(const Batch& batch, int count, const float* joints, KinPose* result)
-{
-    poses<4>(batch, count, joints, result);
-}
+const kx::SideBySide kx::by_four = {4, poses<4>, inverses_of_six<4>};
 #endif

@@ -58,7 +58,7 @@ void append_tool(Rigid<WideColumn<lanes>>& m, const Matrix& tool)
 }
 
 template <int lanes>
-void poses_of(const Batch& batch, const float* const (&joint)[lanes], KinPose* const (&pose)[lanes])
+void poses_of(const PoseBatch& batch, const float* const (&joint)[lanes], KinPose* const (&pose)[lanes])
 {
     using Double = typename Lanes<lanes>::Double;
     using Float = typename Lanes<lanes>::Float;
@@ -66,14 +66,12 @@ void poses_of(const Batch& batch, const float* const (&joint)[lanes], KinPose* c
     Double radians[7], sine[7], cosine[7];
     auto far = Double{} != Double{};
     for (int i = 0; i < batch.arm.joints; ++i) {
-        Float degrees;
-        for (int lane = 0; lane < lanes; ++lane)
-            degrees[lane] = joint[lane][i];
+        const Float degrees = side_by_side<lanes>([&](int lane) { return joint[lane][i]; });
         radians[i] = widened((degrees + batch.geometry.offset[i]) * radians_per_degree);
         reduced_sine_cosine<lanes>(radians[i], sine[i], cosine[i]);
         far |= !(abs(radians[i]) < reducible);
     }
-    if (any<lanes>(far))
+    if (any(far))
         for (int i = 0; i < batch.arm.joints; ++i)
             for (int lane = 0; lane < lanes; ++lane) {
                 const auto [s, c] = lone_sine_cosine(radians[i][lane]);
@@ -95,7 +93,7 @@ void poses_of(const Batch& batch, const float* const (&joint)[lanes], KinPose* c
 }
 
 template <int lanes>
-void poses(const Batch& batch, int count, const float* joints, KinPose* result)
+void poses(const PoseBatch& batch, int count, const float* joints, KinPose* result)
 {
     for (int done = 0; done < count; done += lanes) {
         const float* joint[lanes];

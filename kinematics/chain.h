@@ -66,7 +66,7 @@ struct Rigid {
         return *this;
     }
 
-    Rigid& shift_xz(float a, float d)
+    [[gnu::always_inline]] Rigid& shift_xz(float a, float d) // a call costs an eighth of a pose
     {
         origin = sum_in_double(x * a, z * d, origin);
         return *this;

@@ -1,83 +1,20 @@
-// Inverse kinematics of the six-joint arms (models 36 and 46) in closed form.
-//
-// Both are the same machine: an arm whose joints 2 and 3 are parallel, and a spherical wrist. The wrist
-// centre hangs on joints 1 to 3 alone, which gives two shoulders of two elbows each; the wrist then takes the
-// rest of the rotation in two ways, which makes eight candidates. Geometry and symbols are those of the Puma
-// 560 in Craig, "Introduction to Robotics" (1986), chapters 3 and 4; Brandstoetter, Angerer and Hofbaur
-// (2014) treat the whole family. Model 46 is the case a2 = a4 = d3 = 0.
-//
-// Seen from the base, turned by theta1 so that x points along the arm, the wrist centre stands at
-//     x = a2 + a3 cos(theta2) + a4 cos(theta23) + d4 sin(theta23)        theta23 = theta2 + theta3
-//     y = -d3
-//     z = d1 + a3 sin(theta2) + a4 sin(theta23) - d4 cos(theta23)
-// and the rotation left for the wrist is, with theta6 counted from another zero where the models differ,
-//     Rz(theta4) Ry(theta5) Rz(theta6).
-//
-// Angles below are joint angles q in radians, that is theta less the model's offset. Since every joint but
-// the sixth has its limits within half a turn of q = 0, each angle has one value to consider. Arc tangents
-// keep the conventions of my_atan2f, but not its way through the acos of a float, which loses half the digits
-// near 0 and pi.
+// Inverse kinematics of the six-joint arms (models 36 and 46) for one target: the search among the candidates of
+// the closed form, and what becomes of them in singular places. Angles are joint angles in radians.
 #include "kinematics/arm_angle_search.h"
 #include "kinematics/inverse.h"
 #include "kinematics/shared_turn.h"
+#include "kinematics/six_joints.h"
 
 #include <algorithm>
 
 namespace kx {
 namespace {
 
-// Cosines up to this pass for rounding of 1: of the classic function, which then leaves the wrist up to 39
-// micrometres from its place, and of arm models, 4 at most.
-constexpr double classic_bound = 1.0002f, rounding_bound = 1.00002;
-// A sine below this counts as zero; and one that even a target's rounding may make of zero.
-constexpr double vanishing = 5e-5f, coaxial = 3e-6;
-// A wrist centre this near to axis 1 (metres), or an elbow this near to stretched (radians): there a pose of
-// single precision leaves theta1 open to more than 1e-5 radians, theta3 to more than 1e-4. The reference's
-// own angle will do, too, if it misses the wrist centre by no more than the pose's rounding (`unnoticed`, metres;
-// a stretched elbow does), so that an arm at rest stays at rest.
-constexpr double near_axis = 0.03, near_stretched = 3e-3, unnoticed = 5e-7;
-// By how much, in radians, rounding alone may take an angle over a limit of its chain, or over the seam at
-// half a turn.
-constexpr double limit_slack = 2e-5, seam_slack = 1.5e-5, inside_slack = 1.4e-5;
-
-struct Arm {
-    double d1, a2, a3, d3, a4, d4, lwt; // metres, see above
-    double offset[6];                   // theta - q; theta6 as the wrist's rotation counts it
-    float straight_wrist;               // |q5| below which joints 4 and 6 share their turn, radians
-    bool folds;                         // joint 5 reaches +-180 degrees, where they share it as well
-    double forearm = std::sqrt(a4 * a4 + d4 * d4); // from elbow to wrist centre
-};
-
-Arm arm_of(const ARM_MODEL& m)
-{
-    constexpr double right = pi / 2;
-    const auto& [d1, a2, a3, d3, a4, d4] = geometry(m.model)->lengths;
-    // Between joints 5 and 6 model 36 turns by -90 degrees where model 46 turns by +90:
-    // Ry(theta5) Rx(180) Rz(theta6) = Ry(theta5 - 180) Rz(theta6 + 180).
-    if (m.model == 36)
-        return {d1,
-                a2,
-                a3,
-                d3,
-                a4,
-                d4,
-                m.flange,
-                {-right, right, right, 0, 0, -right},
-                0.3f / degrees_per_radian,
-                true};
-    return {d1, a2, a3, d3, a4, d4, m.flange, {0, right, right, 0, 0, 0}, 0.087f, false};
-}
-
-// The turn of an angle that is nearest to the reference.
-double nearest_turn(double angle, double reference)
-{
-    return angle + two_pi * rounded((reference - angle) * (1 / two_pi));
-}
-
-float squared(float x)
-{
-    return x * x;
-}
+// A sine that even a target's rounding may make of zero.
+constexpr double coaxial = 3e-6;
+// Near axis 1 and near a stretched elbow the reference's own angle will do, too, if it misses the wrist centre by
+// no more than the pose's rounding (metres; a stretched elbow does), so that an arm at rest stays at rest.
+constexpr double unnoticed = 5e-7;
 
 // Of a few places, by one of their angles.
 template <typename Place>
@@ -85,13 +22,9 @@ void put_nearest_first(Place* places, int count, float Place::*angle, float refe
 {
     for (int i = 1; i < count; ++i)
         for (int j = i;
-             j > 0 && squared(places[j].*angle - reference) < squared(places[j - 1].*angle - reference); --j)
+             j > 0 && square(places[j].*angle - reference) < square(places[j - 1].*angle - reference); --j)
             std::swap(places[j], places[j - 1]);
 }
-
-struct Direction {
-    double cosine, sine;
-};
 
 class SixJoints {
   public:
@@ -99,7 +32,7 @@ class SixJoints {
 
     SixJoints(const ARM_MODEL& model, const float* reference_degrees, const Transform& flange_in_base,
               Wanted what)
-        : arm(arm_of(model)), flange(flange_in_base), chain(chain_limits(model)), wanted(what)
+        : arm(six_joint_arm(model)), flange(flange_in_base), chain(chain_limits(model)), wanted(what)
     {
         for (int i = 0; i < 6; ++i) {
             best[i] = reference[i] = reference_degrees[i] * radians_per_degree;
@@ -127,22 +60,20 @@ class SixJoints {
   private:
     struct Shoulder {
         float q1;
-        Direction theta1;
+        Direction<double> theta1;
         double x; // of the wrist centre
     };
     struct Elbow {
         float q3;
-        Direction theta3;
-    };
-    struct UpperArm {
-        float q2;
-        double c23, s23;
+        Direction<double> theta3;
     };
 
     int shoulders(Shoulder found[4]);
     int elbows(const Shoulder&, Elbow found[3]);
-    UpperArm upper_arm(const Shoulder&, const Elbow&) const;
-    Rotation wrist(const Direction& theta1, const UpperArm&) const;
+    UpperArm<double> upper_arm(const Shoulder& shoulder, const Elbow& elbow) const
+    {
+        return upper_arm_of<double>(arm, shoulder.x - arm.a2, centre[2] - arm.d1, elbow.theta3, side(1));
+    }
     void try_elbow(const Shoulder&, const Elbow&, float distance);
     void try_wrist(const float arm_joints[3], const Rotation& wrist, float distance);
     void try_straight_wrist(const float arm_joints[3], const Rotation& wrist, float distance);
@@ -169,32 +100,19 @@ class SixJoints {
         const float limit = std::clamp(q, low[joint], high[joint]);
         return std::fabs(q - limit) < slack ? limit : q;
     }
-    // Which end of its turn a joint takes on the seam, where both are the same place: the reference's, unless the
-    // limits leave only the other.
     double side(int joint) const
     {
-        if (wanted != Wanted::nearest && high[joint] < pi - seam_slack) return -1;
-        if (wanted != Wanted::nearest && low[joint] > seam_slack - pi) return 1;
-        return reference[joint];
+        return wanted == Wanted::nearest ? reference[joint]
+                                         : side_within<double>(low[joint], high[joint], reference[joint]);
     }
-    // An angle as q, within half a turn of 0.
-    float as_joint(int joint, double angle) const
-    {
-        if (angle > pi) angle -= two_pi;
-        if (angle < -pi) angle += two_pi;
-        if (std::fabs(angle) > pi - seam_slack && angle * side(joint) < 0)
-            angle -= std::copysign(two_pi, angle);
-        return static_cast<float>(angle);
-    }
-    // The turn of joint 6 that is nearest to the reference; inside the limits, if others do not count.
+    float at_joint(int joint, double angle) const { return as_joint<double>(angle, side(joint)); }
     float sixth(double angle) const
     {
-        if (wanted == Wanted::nearest) return static_cast<float>(nearest_turn(angle, reference[5]));
-        const double q = nearest_turn(angle, std::clamp(reference[5], low[5], high[5]));
-        return static_cast<float>(inside(5, q) ? q : q > high[5] ? q - two_pi : q + two_pi);
+        return wanted == Wanted::nearest ? static_cast<float>(nearest_turn<double>(angle, reference[5]))
+                                         : turn_inside<double>(angle, reference[5], low[5], high[5]);
     }
 
-    const Arm arm;
+    const SixJointArm arm;
     const Transform flange;
     const std::array<Range, 7> chain;
     const Wanted wanted;
@@ -208,53 +126,45 @@ class SixJoints {
     Rotation best_wrist; // the rotation that joints 4 to 6 make
 };
 
-// theta1 turns (x, -d3) onto the wrist centre, with x to either side.
 int SixJoints::shoulders(Shoulder found[4])
 {
-    const double cx = centre[0], cy = centre[1], d = arm.d3;
-    const double r2 = cx * cx + cy * cy;
-    if (d * d > cosine_bound * cosine_bound * r2) return 0;
-    const double x = r2 > d * d ? std::sqrt(r2 - d * d) : 0;
-    const double scale = 1 / (x > 0 ? r2 : std::sqrt(r2) * std::fabs(d));
+    const Shoulders<double> both(arm, centre[0], centre[1]);
+    const auto [cx, cy, r2, x, scale] = both;
+    if (arm.d3 * arm.d3 > cosine_bound * cosine_bound * r2) return 0;
 
     int n = 0;
-    const auto add = [&](double angle, Direction theta1, double along) {
-        const float q1 = as_joint(0, angle - arm.offset[0]);
+    const auto add = [&](double angle, Direction<double> theta1, double along) {
+        const float q1 = at_joint(0, angle - arm.offset[0]);
         if (admits(0, q1)) found[n++] = {q1, theta1, along};
     };
     if (x < near_axis && wanted != Wanted::all_inside) {
         const double theta = reference[0] + arm.offset[0], c = std::cos(theta), s = std::sin(theta);
         const double along = c * cx + s * cy, across = c * cy - s * cx;
-        if (std::fabs(across + d) < unnoticed) add(std::remainder(theta, two_pi), {c, s}, along);
-        if (std::fabs(across - d) < unnoticed) add(std::remainder(theta + pi, two_pi), {-c, -s}, -along);
+        if (std::fabs(across + arm.d3) < unnoticed) add(std::remainder(theta, two_pi), {c, s}, along);
+        if (std::fabs(across - arm.d3) < unnoticed) add(std::remainder(theta + pi, two_pi), {-c, -s}, -along);
     }
     for (double side : {x, -x}) {
-        const double c = cx * side - cy * d, s = cy * side + cx * d;
+        const auto [c, s] = both.theta1(arm, side);
         add(arc_tangent(s, c), {c * scale, s * scale}, side);
     }
     put_nearest_first(found, n, &Shoulder::q1, reference[0]);
     return n;
 }
 
-// The elbow's turn e from the upper arm (a3) to the line from elbow to wrist centre, by the law of cosines.
 int SixJoints::elbows(const Shoulder& shoulder, Elbow found[3])
 {
-    const double x = shoulder.x - arm.a2, z = centre[2] - arm.d1, L = arm.forearm;
-    const double c = (x * x + z * z - arm.a3 * arm.a3 - L * L) / (2 * arm.a3 * L);
+    const double c = elbow_cosine<double>(arm, shoulder.x - arm.a2, centre[2] - arm.d1);
     if (!(std::fabs(c) < cosine_bound)) return 0;
 
     int n = 0;
     const auto add = [&](double cosine, double sine) {
-        const Direction theta3 = {(arm.a4 * cosine - arm.d4 * sine) / L,
-                                  (arm.a4 * sine + arm.d4 * cosine) / L};
-        const float q3 = as_joint(2, arc_tangent(theta3.sine, theta3.cosine) - arm.offset[2]);
+        const Direction theta3 = theta3_of<double>(arm, {cosine, sine});
+        const float q3 = at_joint(2, arc_tangent(theta3.sine, theta3.cosine) - arm.offset[2]);
         if (admits(2, q3)) found[n++] = {q3, theta3};
     };
-    if (c > 1 - near_stretched * near_stretched / 2 && wanted != Wanted::all_inside) {
+    if (c > nearly_stretched_cosine && wanted != Wanted::all_inside) {
         const double e = reference[2] + arm.offset[2] + arc_tangent(-arm.d4, arm.a4);
-        if (std::fabs(e) < near_stretched) {
-            add(std::cos(e), std::sin(e));
-        }
+        if (std::fabs(e) < near_stretched) add(std::cos(e), std::sin(e));
     }
     const double cosine = std::clamp(c, -1.0, 1.0), sine = std::sqrt(1 - cosine * cosine);
     add(cosine, sine);
@@ -263,57 +173,24 @@ int SixJoints::elbows(const Shoulder& shoulder, Elbow found[3])
     return n;
 }
 
-// theta2 turns the vector from joint 2 to the wrist centre, as theta3 leaves it, onto (x, z).
-SixJoints::UpperArm SixJoints::upper_arm(const Shoulder& shoulder, const Elbow& elbow) const
-{
-    const auto [c3, s3] = elbow.theta3;
-    const double along = arm.a3 + arm.a4 * c3 + arm.d4 * s3, across = arm.a4 * s3 - arm.d4 * c3;
-    const double x = shoulder.x - arm.a2, z = centre[2] - arm.d1;
-    const double scale = 1 / std::sqrt((x * x + z * z) * (along * along + across * across));
-    const double c2 = (x * along + z * across) * scale, s2 = (z * along - x * across) * scale;
-    const float q2 = as_joint(1, arc_tangent(s2, c2) - arm.offset[1]);
-    return {q2, c2 * c3 - s2 * s3, s2 * c3 + c2 * s3};
-}
-
-Rotation SixJoints::wrist(const Direction& theta1, const UpperArm& upper) const
-{
-    const auto [c1, s1] = theta1;
-    const auto [q2, c23, s23] = upper;
-    Rotation r;
-    for (int j = 0; j < 3; ++j) {
-        const double x1 = c1 * flange.r[0][j] + s1 * flange.r[1][j];
-        const double y1 = c1 * flange.r[1][j] - s1 * flange.r[0][j];
-        const double z1 = flange.r[2][j];
-        r[0][j] = c23 * x1 + s23 * z1;
-        r[1][j] = -y1;
-        r[2][j] = s23 * x1 - c23 * z1;
-    }
-    return r;
-}
-
 void SixJoints::try_elbow(const Shoulder& shoulder, const Elbow& elbow, float distance)
 {
-    const UpperArm upper = upper_arm(shoulder, elbow);
-    distance += squared(upper.q2 - reference[1]);
+    const UpperArm<double> upper = upper_arm(shoulder, elbow);
+    distance += square(upper.q2 - reference[1]);
     if (!(distance < best_distance)) return;
     const float arm_joints[3] = {shoulder.q1, upper.q2, elbow.q3};
-    try_wrist(arm_joints, wrist(shoulder.theta1, upper), distance);
+    try_wrist(arm_joints, wrist_of(flange.r, shoulder.theta1, upper), distance);
 }
 
-// The wrist's rotation Rz(theta4) Ry(theta5) Rz(theta6) holds, with c and s for cosine and sine,
-//     column 2: c4 s5, s4 s5, c5      row 2: -s5 c6, s5 s6, c5.
 void SixJoints::try_wrist(const float arm_joints[3], const Rotation& wrist, float distance)
 {
-    const double x = wrist[0][2], y = wrist[1][2], s5 = std::sqrt(x * x + y * y);
-    if (s5 < vanishing) return try_straight_wrist(arm_joints, wrist, distance);
+    if (wrist_sine<double>(wrist) < vanishing) return try_straight_wrist(arm_joints, wrist, distance);
     float joint[6] = {arm_joints[0], arm_joints[1], arm_joints[2]};
-    const double theta5 = arc_tangent(s5, wrist[2][2]);
-    const double theta4 = arc_tangent(y, x);
-    const double theta6 = arc_tangent(wrist[2][1], -wrist[2][0]);
+    const WristAngles<double> at(wrist);
     for (double half_turn : {0.0, pi}) {
-        joint[3] = as_joint(3, theta4 + half_turn);
-        joint[4] = as_joint(4, half_turn == 0 ? theta5 : -theta5);
-        joint[5] = sixth(theta6 + half_turn - arm.offset[5]);
+        joint[3] = at_joint(3, at.theta4 + half_turn);
+        joint[4] = at_joint(4, half_turn == 0 ? at.theta5 : -at.theta5);
+        joint[5] = sixth(at.theta6 + half_turn - arm.offset[5]);
         consider(joint, wrist, distance);
     }
 }
@@ -328,13 +205,16 @@ void SixJoints::try_straight_wrist(const float arm_joints[3], const Rotation& wr
         turn.add(reference[3], low[3], high[3]);
         turn.add(folded ? -reference[5] : reference[5], folded ? -high[5] : low[5],
                  folded ? -low[5] : high[5]);
-        turn.share(folded ? joint[3] - joint[5] : joint[3] + joint[5]);
+        if (turn.share(folded ? joint[3] - joint[5] : joint[3] + joint[5]) == INFINITY) {
+            left_out = true;
+            return;
+        }
         joint[3] = static_cast<float>(turn.angle[0]);
         joint[5] = static_cast<float>(folded ? -turn.angle[1] : turn.angle[1]);
     }
     const double bend = wrist[0][2] * std::cos(joint[3]) + wrist[1][2] * std::sin(joint[3]);
     const bool other_end = folded && bend * side(4) < 0; // folded back on itself is one place with both ends
-    joint[4] = as_joint(4, other_end ? pi : arc_tangent(bend, wrist[2][2]));
+    joint[4] = at_joint(4, other_end ? pi : arc_tangent(bend, wrist[2][2]));
     if (wanted != Wanted::nearest && !folded) joint[4] = on_limit(4, joint[4], vanishing);
     consider(joint, wrist, distance);
 }
@@ -352,7 +232,7 @@ void SixJoints::consider(const float joint[6], const Rotation& wrist, float dist
         return;
     }
     for (int i = 3; i < 6; ++i)
-        distance += squared(joint[i] - reference[i]);
+        distance += square(joint[i] - reference[i]);
     if (!(distance < best_distance)) return;
     best_distance = distance;
     std::copy_n(joint, 6, best);
@@ -373,9 +253,9 @@ void SixJoints::turn_about_axis_1()
 
 void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
 {
-    const UpperArm upper = upper_arm({0, {}, 0}, elbow);
+    const UpperArm<double> upper = upper_arm({0, {}, 0}, elbow);
     const auto& [q2, c23, s23] = upper;
-    const Rotation ahead_of_it = wrist({1, 0}, upper);
+    const Rotation ahead_of_it = wrist_of(flange.r, {1, 0}, upper);
     float near[6]; // the reference, but not more turns away than matter
     for (int i = 0; i < 6; ++i)
         near[i] = within_reason(reference[i] * degrees_per_radian) * radians_per_degree;
@@ -383,9 +263,9 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
     const auto offer = [&](bool only_if_straight = false) {
         float distance = 0;
         for (int i = 0; i < 3; ++i)
-            distance += squared(joint[i] - reference[i]);
+            distance += square(joint[i] - reference[i]);
         const auto [s1, c1] = sine_cosine<double>(joint[0]);
-        const Rotation turned = wrist({c1, s1}, upper);
+        const Rotation turned = wrist_of(flange.r, {c1, s1}, upper);
         if (square(turned[0][2]) + square(turned[1][2]) < square(vanishing))
             try_straight_wrist(joint, turned, distance);
         if (!only_if_straight) consider(joint, turned, distance);
@@ -431,7 +311,7 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
         return;
     }
     // Where the wrist is straight, joints 4 and 6 share their turn, which the search passes on one side only.
-    const double straight = nearest_turn(balls.nearest()[1], std::clamp(near[0], low[0], high[0]));
+    const double straight = nearest_turn<double>(balls.nearest()[1], std::clamp(near[0], low[0], high[0]));
     joint[0] = on_limit(0, static_cast<float>(straight), coaxial);
     if (inside(0, joint[0])) offer(true);
     const Deviations off = nearest_branch(balls, goals, theta1);
@@ -453,7 +333,7 @@ void SixJoints::share_turn(const Rotation& wrist, float joint[6]) const
     const double sign = wrist[2][2] < 0 ? -1 : 1;
     const double q4 = reference[3], q6 = reference[5];
     const double angle = arc_tangent(sign * wrist[1][0] - wrist[0][1], wrist[1][1] + sign * wrist[0][0]);
-    const double turn = nearest_turn(angle - sign * arm.offset[5], q4 + sign * q6);
+    const double turn = nearest_turn<double>(angle - sign * arm.offset[5], q4 + sign * q6);
     joint[3] = static_cast<float>((q4 + turn - sign * q6) * 0.5);
     joint[5] = static_cast<float>((q6 + sign * (turn - q4)) * 0.5);
 }
@@ -467,12 +347,12 @@ void SixJoints::solve()
     Shoulder shoulder[4];
     const int shoulder_count = shoulders(shoulder);
     for (int i = 0; i < shoulder_count; ++i) {
-        const float to_shoulder = squared(shoulder[i].q1 - reference[0]);
+        const float to_shoulder = square(shoulder[i].q1 - reference[0]);
         if (!(to_shoulder < best_distance)) break;
         Elbow elbow[3];
         const int elbow_count = elbows(shoulder[i], elbow);
         for (int j = 0; j < elbow_count; ++j) {
-            const float to_elbow = to_shoulder + squared(elbow[j].q3 - reference[2]);
+            const float to_elbow = to_shoulder + square(elbow[j].q3 - reference[2]);
             if (!(to_elbow < best_distance)) break;
             try_elbow(shoulder[i], elbow[j], to_elbow);
         }
@@ -489,6 +369,24 @@ void SixJoints::straighten_wrist()
 }
 
 } // namespace
+
+SixJointArm six_joint_arm(const ARM_MODEL& model)
+{
+    constexpr double right = pi / 2;
+    const auto& [d1, a2, a3, d3, a4, d4] = geometry(model.model)->lengths;
+    SixJointArm arm = {d1, a2, a3, d3, a4, d4, model.flange, {}, 0, false, 0};
+    arm.forearm = std::sqrt(arm.a4 * arm.a4 + arm.d4 * arm.d4);
+    arm.offset[1] = arm.offset[2] = right;
+    arm.straight_wrist = 0.087f;
+    if (model.model == 36) {
+        arm.straight_wrist = 0.3f / degrees_per_radian;
+        arm.folds = true;
+        // Between joints 5 and 6 model 36 turns by -90 degrees where model 46 turns by +90:
+        // Ry(theta5) Rx(180) Rz(theta6) = Ry(theta5 - 180) Rz(theta6 + 180).
+        arm.offset[0] = arm.offset[5] = -right;
+    }
+    return arm;
+}
 
 Found nearest_six(const ARM_MODEL& arm, const float* reference, const Transform& flange, bool inside_only,
                   float* result)

@@ -6,6 +6,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #ifdef __AVX__
 #include <immintrin.h>
 #endif
@@ -17,8 +18,19 @@ template <int lanes>
 struct Lanes {
     typedef double Double __attribute__((vector_size(8 * lanes)));
     typedef float Float __attribute__((vector_size(4 * lanes)));
-    typedef std::int64_t Integer __attribute__((vector_size(8 * lanes)));
+    typedef std::int64_t Integer __attribute__((vector_size(8 * lanes))); // what comparing doubles gives
+    typedef std::int32_t Narrow __attribute__((vector_size(4 * lanes)));  // and floats
 };
+
+// One number for each lane.
+template <int lanes, typename Number>
+inline typename Lanes<lanes>::Float side_by_side(const Number& number)
+{
+    typename Lanes<lanes>::Float all = {};
+    for (int lane = 0; lane < lanes; ++lane)
+        all[lane] = number(lane);
+    return all;
+}
 
 template <typename Float>
 inline auto widened(const Float& a)
@@ -29,6 +41,16 @@ template <typename Double>
 inline auto rounded_off(const Double& a)
 {
     return __builtin_convertvector(a, typename Lanes<sizeof(Double) / 8>::Float);
+}
+
+// So that steps can be written for one number and for several.
+inline double widened(float a)
+{
+    return a;
+}
+inline float rounded_off(double a)
+{
+    return static_cast<float>(a);
 }
 
 #ifdef __AVX512F__ // without a mask, g++ 12 takes its own header to read what is not initialised
@@ -59,6 +81,10 @@ inline Lanes<4>::Double square_root(const Lanes<4>::Double& a)
 }
 #endif
 
+// What rounding off makes of a double or of doubles side by side.
+template <typename V>
+using FloatOf = decltype(rounded_off(V{}));
+
 // The steps of sine_cosine<T>, for angles below `reducible`.
 template <int lanes, typename V = typename Lanes<lanes>::Double>
 inline void reduced_sine_cosine(const V& x, V& sine, V& cosine)
@@ -71,21 +97,37 @@ inline void reduced_sine_cosine(const V& x, V& sine, V& cosine)
     const V even = alternating(r2, [&](int k) { return f[2 * k]; });
     const Integer quarter = std::bit_cast<Integer>(shifted);
     const V s = (quarter & 1) != 0 ? even : odd, c = (quarter & 1) != 0 ? odd : even;
-    sine = (quarter & 2) != 0 ? -s : s;
-    cosine = ((quarter + 1) & 2) != 0 ? -c : c;
+    const auto negated = [](const V& v,
+                            const Integer& odd_pairs) { // by the second bit, which becomes the sign
+        return std::bit_cast<V>(std::bit_cast<Integer>(v) ^ ((odd_pairs << 62) & INT64_MIN));
+    };
+    sine = negated(s, quarter), cosine = negated(c, quarter + 1);
 }
 
 // Of any angle, out of line: a file for newer processors must not emit a function that others share.
 SineCosine<double> lone_sine_cosine(double x);
 
-// Whether a comparison holds for any.
-template <int lanes>
-inline bool any(const typename Lanes<lanes>::Integer& holds)
+// What a comparison of doubles says, for floats; and the other way round.
+template <typename Integer>
+inline auto narrowed(const Integer& holds)
 {
-    std::int64_t bits = 0;
-    for (int i = 0; i < lanes; ++i)
-        bits |= holds[i];
-    return bits != 0;
+    return __builtin_convertvector(holds, typename Lanes<sizeof(Integer) / 8>::Narrow);
+}
+template <typename Narrow>
+inline auto broadened(const Narrow& holds)
+{
+    return __builtin_convertvector(holds, typename Lanes<sizeof(Narrow) / 4>::Integer);
+}
+
+// Whether a comparison holds for any.
+template <typename Holds>
+inline bool any(const Holds& holds)
+{
+    std::int64_t bits[sizeof(Holds) / 8], all = 0;
+    std::memcpy(bits, &holds, sizeof holds);
+    for (std::int64_t part : bits)
+        all |= part;
+    return all != 0;
 }
 
 } // namespace kx
