@@ -21,7 +21,10 @@ constexpr std::size_t longest_line = 1000;
 template <typename In>
 class Talk : public std::enable_shared_from_this<Talk<In>> {
   public:
-    Talk(In in, Control::Act act) : in_(std::move(in)), act_(std::move(act)) {}
+    Talk(In in, Control::Act act, std::function<void()> ended)
+        : in_(std::move(in)), act_(std::move(act)), ended_(std::move(ended))
+    {
+    }
 
     void read()
     {
@@ -31,6 +34,8 @@ class Talk : public std::enable_shared_from_this<Talk<In>> {
                                        self->answer("the line is too long", false);
                                    else if (!error)
                                        self->hear(length);
+                                   else
+                                       self->ended_();
                                });
     }
 
@@ -62,6 +67,7 @@ class Talk : public std::enable_shared_from_this<Talk<In>> {
 
     In in_;
     const Control::Act act_;
+    const std::function<void()> ended_;
     std::string said_, answer_;
     bool understood_ = false;
 };
@@ -77,7 +83,8 @@ unsigned short port_of(const std::string& text)
 
 } // namespace
 
-Control::Control(asio::io_context& loop, const std::string& where, Log log, Act act)
+Control::Control(asio::io_context& loop, const std::string& where, Log log, Act act,
+                 std::function<void()> ended)
 {
     using asio::ip::tcp;
     using asio::posix::stream_descriptor;
@@ -85,12 +92,13 @@ Control::Control(asio::io_context& loop, const std::string& where, Log log, Act 
     if (where == "-" && fstat(STDIN_FILENO, &input) == 0 && S_ISREG(input.st_mode))
         throw std::invalid_argument("--control - takes a pipe or a terminal; for a file there is --script");
     if (where == "-")
-        std::make_shared<Talk<stream_descriptor>>(stream_descriptor(loop, dup(STDIN_FILENO)), std::move(act))
+        std::make_shared<Talk<stream_descriptor>>(stream_descriptor(loop, dup(STDIN_FILENO)), std::move(act),
+                                                  std::move(ended))
             ->read();
     else
         listener_.emplace(loop, "127.0.0.1", port_of(where), std::move(log),
                           [act = std::move(act)](tcp::socket socket) {
-                              std::make_shared<Talk<tcp::socket>>(std::move(socket), act)->read();
+                              std::make_shared<Talk<tcp::socket>>(std::move(socket), act, [] {})->read();
                           });
 }
 

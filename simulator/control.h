@@ -16,8 +16,9 @@ class Control {
     using Act = std::function<std::string(const std::string& line)>;
 
     /** @param where a port, 0 for a free one, or "-" for the standard input
+     *  @param ended is called when the standard input has ended
      *  @throws std::exception if nothing can be heard there */
-    Control(asio::io_context& loop, const std::string& where, Log log, Act act);
+    Control(asio::io_context& loop, const std::string& where, Log log, Act act, std::function<void()> ended);
 
     /** None if it is the standard input. */
     std::optional<asio::ip::tcp::endpoint> endpoint() const;

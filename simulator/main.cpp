@@ -104,6 +104,8 @@ void add_testing_options(CLI::App& app, ServerOptions& options)
                    "port of this machine on which the same is heard line by line, 0 picks a free one; -: the "
                    "standard input")
         ->type_name("PORT|-");
+    app.add_flag("--until-eof", options.until_eof,
+                 "end when the standard input does: with the program at the other end of a pipe");
     app.add_option("--seed", options.seed, "of the faults that strike by chance")->capture_default_str();
     app.add_option("--record", options.record, "file into which all traffic is recorded, without passwords")
         ->type_name("FILE");

@@ -1,14 +1,17 @@
 #include "server.h"
 
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <memory>
 
 #include <asio/io_context.hpp>
+#include <asio/posix/stream_descriptor.hpp>
 #include <asio/post.hpp>
 #include <asio/signal_set.hpp>
 #include <asio/steady_timer.hpp>
+#include <unistd.h>
 
 #include "arm/clock.h"
 #include "control.h"
@@ -78,6 +81,7 @@ class Server : public Session::Host, public Answerer {
     std::string hear(const std::string& line);
     void run_script();
     void heed_outputs();
+    void await_end_of_input();
 
     asio::io_context loop_{1};
     asio::signal_set signals_{loop_, SIGINT, SIGTERM};
@@ -101,6 +105,8 @@ class Server : public Session::Host, public Answerer {
     asio::steady_timer script_timer_{loop_};
     decltype(Io::digital_outputs) outputs_{}; ///< as the script knows them
     std::optional<Control> control_;
+    asio::posix::stream_descriptor input_{loop_}; ///< if nobody is heard there, but its end
+    std::array<char, 64> unheard_;
 
     Page page_;
     asio::steady_timer frame_{loop_};
@@ -145,8 +151,15 @@ Server::Server(const ServerOptions& options)
     if (!options.record.empty()) taps_.push_back(std::make_shared<Recorder>(options.record));
     const std::string page = options.web_port ? start_page(options) : "";
     if (!options.control.empty())
-        control_.emplace(loop_, options.control, log_line,
-                         [this](const std::string& line) { return hear(line); });
+        control_.emplace(
+            loop_, options.control, log_line, [this](const std::string& line) { return hear(line); },
+            [this, until_eof = options.until_eof] {
+                if (until_eof) loop_.stop();
+            });
+    if (options.until_eof && options.control != "-") {
+        input_.assign(dup(STDIN_FILENO));
+        await_end_of_input();
+    }
     signals_.async_wait([this](auto, int) { loop_.stop(); });
     std::cout << "kx-controller: " << answering << " listening on " << listener_->endpoint() << std::endl;
     if (web_) std::cout << "kx-controller: page at " << page << std::endl;
@@ -343,6 +356,14 @@ std::string Server::make_happen(const std::string& text, double time)
     schedule();
     run_script(); // the clock may run at another speed now
     return "";
+}
+
+void Server::await_end_of_input()
+{
+    input_.async_read_some(asio::buffer(unheard_), [this](asio::error_code error, std::size_t) {
+        if (error) return loop_.stop();
+        await_end_of_input();
+    });
 }
 
 /** A line of the control: what happens now, or when something is to happen. */

@@ -25,13 +25,14 @@ struct ServerOptions {
     std::vector<std::string> faults; ///< from the start; see faults.h
     std::string script;              ///< file; see script.h
     std::string control;             ///< port, or - for the standard input; see control.h
+    bool until_eof = false;          ///< serve only until the standard input ends
     unsigned seed = 1;               ///< of faults that strike by chance
     std::string record;              ///< file into which all traffic is recorded
     std::string replay;              ///< file of a recording that answers instead of the arm
     std::string proxy;               ///< HOST:PORT of a controller that answers instead of the arm
 };
 
-/** Serves until SIGINT or SIGTERM. @throws std::exception if it cannot listen */
+/** Serves until SIGINT or SIGTERM, or as the options say. @throws std::exception if it cannot listen */
 void serve(const ServerOptions& options);
 
 } // namespace kx::sim

@@ -10,7 +10,7 @@ from kx._kx import Arm
 
 
 class Controller:
-    """A kx-controller on a free port of this machine, best as a context.
+    """A kx-controller on a free port of this machine, best as a context. It ends with the program at the latest.
 
     The program is the one that the environment variable KX_CONTROLLER names, or else the kx-controller in the PATH.
     """
@@ -23,10 +23,11 @@ class Controller:
         """Starts it. Its time runs `speed` times as fast; `options` are further ones of kx-controller."""
         program = os.environ.get("KX_CONTROLLER", "kx-controller")
         command = [program, "--host", self.host, "--port", "0", "--spacing", "0", "--model", str(model),
-                   "--speed", str(speed), *options]
+                   "--speed", str(speed), "--until-eof", *options]
         try:
-            self._process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True,
-                                             process_group=0)  # a Ctrl-C is the program's, not the controller's
+            # A Ctrl-C is the program's, not the controller's; and the pipe ends with the program, however that ends.
+            self._process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
+                                             process_group=0)
         except FileNotFoundError as error:
             raise FileNotFoundError(f"there is no {program}: install the package kx-controller, or name the program "
                                     "in KX_CONTROLLER") from error
@@ -42,10 +43,8 @@ class Controller:
 
     def close(self) -> None:
         """Ends it."""
-        self._process.kill()
-        self._process.wait()
-        if self._process.stdout:
-            self._process.stdout.close()
+        with self._process:
+            self._process.kill()
 
     def __enter__(self) -> Controller:
         return self

@@ -9,7 +9,7 @@ namespace {
 struct LeaveToParent {
     void operator()(Arm* arm) const
     {
-        if (arm->owner == getpid()) delete arm;
+        if (arm->owner == getpid()) LetGo()(arm);
     }
 };
 
@@ -198,7 +198,8 @@ void bind_arm(py::module_& m)
             [](const Arm& arm, ModbusPort port, int bits_per_s, double timeout_s) {
                 const auto timeout = milliseconds(timeout_s);
                 return waiting([&] {
-                    return std::make_unique<Modbus<Throwing>>(arm.modbus(port, bits_per_s, timeout));
+                    return std::unique_ptr<Modbus<Throwing>, LetGo>(
+                        new Modbus<Throwing>(arm.modbus(port, bits_per_s, timeout)));
                 });
             },
             "port"_a, "bits_per_s"_a = 115200, "timeout_s"_a = 1.0, py::keep_alive<0, 1>(),

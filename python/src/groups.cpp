@@ -292,7 +292,7 @@ void bind_peripherals(py::module_& m)
         .def("stop_following", waits(&Force::stop_following), "Ends following.");
 
     using Modbus = kx::Modbus<Throwing>;
-    Class<Modbus>(
+    Class<Modbus, std::unique_ptr<Modbus, LetGo>>(
         m, "Modbus",
         "A port of the controller that is open for Modbus. Devices are 1 to 247, addresses 0 to 65535.")
         .def(

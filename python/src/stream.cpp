@@ -37,35 +37,33 @@ std::optional<Time> time_of(std::optional<double> time_s)
     return Time(std::chrono::duration_cast<Time::duration>(std::chrono::duration<double>(*time_s)));
 }
 
-// Waits in short steps, since what a thread looks at while it waits on a link, it does not look at here.
-bool finish(const Stream& stream, std::optional<double> timeout_s)
+// Waits until a stream has ended, for the last target or after a stop; returns what KX_Stream_Wait does. In short steps,
+// since what a thread looks at while it waits on a link, it does not look at here.
+int wait_for_end(const Stream& stream, std::optional<double> timeout_s)
 {
     using Duration = Time::duration;
     constexpr Duration none{}, period = std::chrono::milliseconds(50);
     const auto until = timeout_s ? Stream::now() + milliseconds(*timeout_s) : Time::max();
-    std::optional<Error> error;
-    bool has_arrived = false;
+    int status = KX_TIMED_OUT;
     {
         Waiting waiting;
-        for (;;) {
+        while (status == KX_TIMED_OUT) {
             const Duration left = until - Stream::now();
-            try {
-                has_arrived = stream.finish(
-                    std::chrono::ceil<std::chrono::milliseconds>(std::clamp(left, none, period)));
-                break;
-            } catch (const TimedOut& late) {
-                if (left > none && !waiting.look()) continue;
-                error.emplace(late);
-                break;
-            } catch (const Error& other) {
-                error.emplace(other);
-                break;
-            }
+            const auto step = std::chrono::ceil<std::chrono::milliseconds>(std::clamp(left, none, period));
+            status = KX_Stream_Wait(stream.handle(), static_cast<int>(step.count()));
+            if (left <= none) break;
+            if (status == KX_TIMED_OUT && waiting.look()) status = KX_CANCELLED;
         }
     }
     if (PyErr_Occurred()) throw py::error_already_set();
-    if (error) raise(error->command(), error->status().code(), error->reason());
-    return has_arrived;
+    return status;
+}
+
+bool finish(const Stream& stream, std::optional<double> timeout_s)
+{
+    const int status = wait_for_end(stream, timeout_s);
+    if (status != KX_SUCCESS && status != KX_ENDED) raise("KX_Stream_Wait", status, "");
+    return status == KX_SUCCESS;
 }
 
 py::object cycle_of(const KX_STREAM_CYCLE& cycle, int joints)
@@ -98,19 +96,23 @@ struct Open {
         return *stream;
     }
 
+    // A wait that is cancelled leaves it braking.
     void close()
     {
+        if (!stream) return;
+        stream->stop();
+        const int status = wait_for_end(*stream, std::nullopt);
+        if (status == KX_CANCELLED) raise("KX_Stream_Close", status, "");
         waiting([&] { stream.reset(); });
     }
 };
 
-std::unique_ptr<Open> open(const Arm& arm, std::optional<double> rate_hz, std::optional<double> look_ahead_s,
-                           std::optional<double> watchdog_s, std::optional<double> silence_s,
-                           const PerJointOrAll& velocity, const PerJointOrAll& acceleration,
-                           const PerJointOrAll& jerk, std::optional<double> tool_velocity,
-                           std::optional<double> tool_acceleration, std::optional<double> tool_jerk,
-                           std::optional<double> following_error, std::optional<int> priority,
-                           const Model* model)
+std::unique_ptr<Open, LetGo>
+open(const Arm& arm, std::optional<double> rate_hz, std::optional<double> look_ahead_s,
+     std::optional<double> watchdog_s, std::optional<double> silence_s, const PerJointOrAll& velocity,
+     const PerJointOrAll& acceleration, const PerJointOrAll& jerk, std::optional<double> tool_velocity,
+     std::optional<double> tool_acceleration, std::optional<double> tool_jerk,
+     std::optional<double> following_error, std::optional<int> priority, const Model* model)
 {
     KX_STREAM_OPTIONS options = stream_options();
     set(options.rate, rate_hz);
@@ -126,17 +128,20 @@ std::unique_ptr<Open> open(const Arm& arm, std::optional<double> rate_hz, std::o
     set(options.following_error, following_error);
     if (priority) options.priority = *priority;
     options.arm = model ? &model->c() : nullptr;
-    return waiting([&] { return std::unique_ptr<Open>(new Open{arm.stream(options), arm.joint_count()}); });
+    return waiting([&] {
+        return std::unique_ptr<Open, LetGo>(new Open{arm.stream(options), arm.joint_count()});
+    });
 }
 
 } // namespace
 
 void bind_stream(py::module_& m, py::object arm)
 {
-    Class<Open>(m, "Stream",
-                "A stream of targets to an arm, with a sender of its own that interpolates and keeps the "
-                "limits. Best as a "
-                "context: leaving it waits until the arm stands, leaving it by an exception brakes.")
+    Class<Open, std::unique_ptr<Open, LetGo>>(
+        m, "Stream",
+        "A stream of targets to an arm, with a sender of its own that interpolates and keeps the "
+        "limits. Best as a "
+        "context: leaving it waits until the arm stands, leaving it by an exception brakes.")
         .def(
             "joints",
             [](const Open& open, const Degs& deg, const Rads& rad, std::optional<double> time_s) {

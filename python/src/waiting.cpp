@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <memory>
+
 namespace kx::python {
 
 namespace {
@@ -26,15 +28,27 @@ int look_of(void* waiting)
     return static_cast<Waiting*>(waiting)->look();
 }
 
+struct PythonError {
+    PyObject *type, *value, *traceback;
+};
+
+int raise_later(void* pending)
+{
+    const std::unique_ptr<PythonError> error(static_cast<PythonError*>(pending));
+    PyErr_Restore(error->type, error->value, error->traceback);
+    return -1;
+}
+
 } // namespace
 
 thread_local Token* Waiting::token;
+thread_local Waiting* Waiting::innermost;
 
 Waiting::Waiting()
 {
-    if (is_ending && is_main()) raise("Py_Finalize", KX_CANCELLED, "the interpreter is ending");
+    if (is_over()) raise("Py_Finalize", KX_CANCELLED, "the interpreter is ending");
     ++inside;
-    KX_Link_Call_Check(look_of, this);
+    look_here(this);
     state_ = PyEval_SaveThread();
 }
 
@@ -45,8 +59,14 @@ Waiting::~Waiting()
         rest();
     }
     PyEval_RestoreThread(state_);
-    KX_Link_Call_Check(nullptr, nullptr);
+    look_here(outer_);
     --inside;
+}
+
+void Waiting::look_here(Waiting* waiting)
+{
+    innermost = waiting;
+    KX_Link_Call_Check(waiting ? look_of : nullptr, waiting);
 }
 
 bool Waiting::look()
@@ -57,6 +77,11 @@ bool Waiting::look()
     const bool has_error = PyErr_CheckSignals() != 0;
     state_ = PyEval_SaveThread();
     return has_error;
+}
+
+bool Waiting::is_over()
+{
+    return is_ending && is_main();
 }
 
 void Waiting::end_all()
@@ -73,6 +98,19 @@ void Waiting::forget_others()
 {
     inside = 0;
     token = nullptr;
+}
+
+void LetGo::run(void (*end)(void*), void* object)
+{
+    if (Waiting::is_over()) return end(object);
+    {
+        const Waiting waiting;
+        end(object);
+    }
+    if (!PyErr_Occurred()) return;
+    auto error = std::make_unique<PythonError>();
+    PyErr_Fetch(&error->type, &error->value, &error->traceback);
+    Py_AddPendingCall(raise_later, error.release());
 }
 
 } // namespace kx::python

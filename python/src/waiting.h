@@ -31,6 +31,9 @@ class Waiting {
     // True when the wait shall end; then perhaps with a Python error.
     bool look();
 
+    // Whether there is no interpreter to give away any more.
+    static bool is_over();
+
     // What comes at the exit of the interpreter, and in a forked child.
     static void end_all();
     static void forget_others();
@@ -39,6 +42,11 @@ class Waiting {
     static thread_local Token* token;
 
   private:
+    void look_here(Waiting* waiting);
+
+    static thread_local Waiting* innermost;
+
+    Waiting* const outer_ = innermost; // when a signal's handler waits
     PyThreadState* state_;
 };
 
@@ -65,6 +73,19 @@ auto waiting(const Function& function)
     if (error) raise(error->command(), error->status().code(), error->reason());
     if constexpr (!std::is_void_v<Outcome>) return std::move(*outcome);
 }
+
+// How Python lets go of what was not closed: that may wait as well, and has nobody to raise an error to. What a signal
+// raises meanwhile comes afterwards.
+struct LetGo {
+    template <class T>
+    void operator()(T* object) const
+    {
+        run([](void* it) { delete static_cast<T*>(it); }, object);
+    }
+
+  private:
+    static void run(void (*end)(void*), void* object);
+};
 
 // A method that may wait, for pybind11; `Self` is what Python has, if it is not the method's own class.
 template <class Self = void, class Class, class Outcome, class... Arguments>

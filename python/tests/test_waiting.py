@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import asyncio
 import os
+import select
 import signal
 import socket
 import subprocess
@@ -70,6 +71,13 @@ def test_ctrl_c_ends_every_wait(silent: int, full: int, kx_arm: kx.Arm) -> None:
     waits = {"open": lambda: kx.Arm("127.0.0.1", full, 46), "question": mute.state, "motion": motion.wait,
              "pushes": mute.pushes().next, "iteration": lambda: list(mute.pushes()),
              "states": lambda: list(kx_arm.states(0.01))}
+
+    def after_a_signal_whose_handler_waits() -> object:
+        threading.Timer(0.1, os.kill, [os.getpid(), signal.SIGUSR1]).start()
+        return motion.wait()
+
+    signal.signal(signal.SIGUSR1, lambda *_: kx_arm.state())
+    waits["handler"] = after_a_signal_whose_handler_waits
     # The shorter of two, since others may keep the processor.
     late = {name: after for name, wait in waits.items() if (after := min(interrupted_after(wait) for _ in range(2)))
             > PROMPT}
@@ -77,10 +85,10 @@ def test_ctrl_c_ends_every_wait(silent: int, full: int, kx_arm: kx.Arm) -> None:
     assert not motion.done()  # waiting was ended, not the motion
     motion.stop()
     has_braked(kx_arm)
-    with kx_arm.stream(velocity_deg_s=1) as stream:
+    with kx_arm.stream(acceleration_deg_s2=20, jerk_deg_s3=20) as stream:
         stream.joints(joints_deg=AWAY)
         assert interrupted_after(stream.finish) <= PROMPT
-        stream.stop()
+        assert interrupted_after(stream.close) <= PROMPT  # which brakes for longer
 
 
 @pytest.mark.parametrize("leave", ["exception", "ctrl-c in the block", "ctrl-c at its end"])
@@ -127,7 +135,9 @@ def test_a_cancelled_task_ends_its_wait(kx_controller: kx.Controller) -> None:
     asyncio.run(main())
 
 
-def test_other_threads_run_while_one_waits(kx_controller: kx.Controller) -> None:
+@pytest.mark.kx(options=["--fault", "delay 500"])
+@pytest.mark.parametrize("wait", ["motion", "port let go"])
+def test_other_threads_run_while_one_waits(kx_arm: kx.Arm, wait: str) -> None:
     """Not how fast, but that they run: a wait that kept the interpreter would stop the counting for its 0.5 s."""
     counts = 0
     done = threading.Event()
@@ -138,16 +148,18 @@ def test_other_threads_run_while_one_waits(kx_controller: kx.Controller) -> None
             counts += 1
             time.sleep(0.001)
 
-    with kx_controller.connect() as arm:
-        motion = arm.move_joints(joints_deg=AWAY, speed_percent=2)
-        thread = threading.Thread(target=count)
-        thread.start()
-        before = counts
+    motion, port = kx_arm.move_joints(joints_deg=AWAY, speed_percent=2), kx_arm.modbus("controller")
+    thread = threading.Thread(target=count)
+    thread.start()
+    before = counts
+    if wait == "motion":
         assert not motion.wait(0.5)
-        during = counts - before
-        done.set()
-        thread.join()
-    assert during >= 20
+    else:
+        del port  # which closes it
+    during = counts - before
+    done.set()
+    thread.join()
+    assert during >= 5
 
 
 def test_a_closed_arm_ends_waits_and_iterations(kx_arm: kx.Arm) -> None:
@@ -223,6 +235,21 @@ def start(wait):
     ended = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True, timeout=60)
     assert ended.returncode == (1 if how == "an unhandled error" else 0), ended.stderr
     assert how == "an unhandled error" or not ended.stderr
+
+
+@pytest.mark.parametrize("end", [signal.SIGTERM, signal.SIGKILL])
+def test_a_controller_ends_with_its_program(end: signal.Signals) -> None:
+    program = """
+import kx, os, signal
+controllers = [kx.Controller(), kx.Controller(options=["--control", "-"]), kx.Controller(options=["--control", "0"])]
+print(*(controller._process.pid for controller in controllers), flush=True)
+signal.pause()
+"""
+    with subprocess.Popen([sys.executable, "-c", program], stdout=subprocess.PIPE, text=True) as running:
+        controllers = [os.pidfd_open(int(pid)) for pid in running.stdout.readline().split()]
+        assert len(controllers) == 3 and not select.select(controllers, [], [], 0)[0]
+        running.send_signal(end)
+    assert all(select.select([controller], [], [], 30)[0] for controller in controllers)
 
 
 def test_opens_and_closes(kx_controller: kx.Controller) -> None:
