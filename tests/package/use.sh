@@ -14,10 +14,7 @@ build() { # source, targets...
     cmake --build "build-${1##*/}" --target "${@:2}" >cmake.log || { cat cmake.log && return 1; }
 }
 build "$consumer" move_c move_cpp
-examples=$prefix/share/doc/libkx-service-dev/examples
-if [ "$prefix" != /usr ] || [ -d "$examples" ]; then # small systems install packages without their documentation
-  build "$examples" 7_stream
-fi
+build "$prefix/share/doc/libkx-service-dev/examples" 7_stream
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix"/lib* -name kx-service.pc)")
 export PKG_CONFIG_PATH
