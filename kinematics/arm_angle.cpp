@@ -1,5 +1,7 @@
 #include "kinematics/arm_angle.h"
 
+#include "kinematics/lanes.h"
+
 #include <algorithm>
 
 namespace kx {
@@ -120,6 +122,21 @@ void BallJoints::evaluate(const ArmAngle& arm, BallAngles& b) const
     b.difference.value = 2 * arc_tangent(-q.x, q.y);
     b.difference.rate = difference_rate_ * inverse_sin2 / 2;
     b.difference_gain = -b.difference.rate * inverse_sin2 * root;
+}
+
+// The product with the other quaternion, the cosine of half the angle between them, has the form
+// cos(psi/2)*at_0 + sin(psi/2)*at_pi.
+std::array<Pair, 2> BallJoints::least_turned(Pair outer, Pair middle, Pair inner) const
+{
+    SineCosine<Pair> sum, difference, half;
+    reduced_sine_cosine<2>((outer + inner) / 2, sum.sine, sum.cosine);
+    reduced_sine_cosine<2>((outer - inner) / 2, difference.sine, difference.cosine);
+    reduced_sine_cosine<2>(middle / 2, half.sine, half.cosine);
+    const Pair w = half.cosine * sum.cosine, z = half.cosine * sum.sine;
+    const Pair y = half.sine * difference.cosine, x = -half.sine * difference.sine;
+    const auto as_it_is = [&](const Quaternions& q) { return w * q.w + x * q.x + y * q.y + z * q.z; };
+    const auto other_way = [&](const Quaternions& q) { return z * q.w - w * q.z + x * q.y - y * q.x; };
+    return {2 * arc_tangent(as_it_is(v_), as_it_is(u_)), 2 * arc_tangent(other_way(v_), other_way(u_))};
 }
 
 Pair BallJoints::reach(Pair limit) const

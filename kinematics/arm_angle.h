@@ -78,6 +78,10 @@ class BallJoints {
     // Whether shoulder and wrist come straight, as far as a rounded target tells, at the arm angle nearest().
     std::array<bool, 2> straight() const { return {straight_[0], straight_[1]}; }
 
+    // The arm angles at which the balls are turned least from where given joint angles take them; with the elbow as it
+    // is, and bent the other way.
+    std::array<Pair, 2> least_turned(Pair outer, Pair middle, Pair inner) const;
+
     Pair nearest() const { return nearest_; } // the arm angle of the smallest middle angle
     Pair mean() const { return mean_; }
     Pair steepest() const { return steepest_; } // the largest |middle'| of all arm angles

@@ -48,11 +48,12 @@ class Search {
   public:
     Search(const BallJoints& balls, const JointGoals& goals) : balls_(balls), goals_(goals) {}
 
-    void consider(const Point& p)
+    double squared_distance(const Point& p) const // of the nearest branch
     {
         const Branches branches = goals_.narrow ? p.feasible(goals_) : all_branches;
-        offer(p.angles.psi, squared_distances(p, goals_).least(goals_, branches));
+        return squared_distances(p, goals_).least(goals_, branches);
     }
+    void consider(const Point& p) { offer(p.angles.psi, squared_distance(p)); }
     // Between two points, where the same branches are feasible all the way.
     void refine(const Point& a, const Point& b, Branches feasible);
 
@@ -138,19 +139,19 @@ class Feasible {
 };
 
 // Arm angles, at most 3 + 8 + 8, in ascending order; and where limits are narrow 4 + 16 more.
-struct ArmAngles {
+struct Ends {
     static constexpr int most = 39;
     int count = 0;
-    ArmAngle at[most];
+    double psi[most];
 };
 
 // The feasible ones among those from psi - range to psi + range between which nothing but a smooth, monotone
 // course happens and no limit is passed, with psi itself.
-ArmAngles ends_of_pieces(const BallJoints& balls, const JointGoals& goals, const Feasible& feasible,
-                         double psi, double range)
+Ends ends_of_pieces(const BallJoints& balls, const JointGoals& goals, const Feasible& feasible, double psi,
+                    double range)
 {
-    double found[ArmAngles::most + 1];
-    ArmAngles ends;
+    double found[Ends::most + 1];
+    Ends ends;
     const auto add = [&](double angle) { // without a branch: half of them would be mispredicted
         found[ends.count] = angle;
         ends.count += (angle >= psi - range) & (angle <= psi + range) & feasible.contains(angle);
@@ -183,7 +184,7 @@ ArmAngles ends_of_pieces(const BallJoints& balls, const JointGoals& goals, const
         int smaller = 0;
         for (int j = 0; j < ends.count; ++j)
             smaller += (found[j] < found[i]) | ((found[j] == found[i]) & (j < i));
-        ends.at[smaller] = ArmAngle(found[i]);
+        ends.psi[smaller] = found[i];
     }
     return ends;
 }
@@ -220,31 +221,86 @@ Deviations nearest_branch(const BallJoints& balls, const JointGoals& goals, doub
             goals.inner.deviation(inner)};
 }
 
+// A lower bound of the squared distance that needs no joint angles. Joints of a ball that move by a squared distance of
+// s turn it by sqrt(2*s) at most, which they do if outer and inner joint turn about one axis. And it is turned from the
+// reference at least by as much as the arm angle is from where it is turned least.
+class TurnedFar {
+  public:
+    // Unless a small one is known already, it rules out too little to be worth it.
+    TurnedFar(const BallJoints& balls, const JointGoals& goals, double known)
+        : goals_(goals), used_(known < 3)
+    {
+        if (used_)
+            least_at_ = balls.least_turned(goals.outer.start + goals.outer.reference, goals.middle_reference,
+                                           goals.inner.start + goals.inner.reference);
+    }
+    // At any arm angle between these; NaN if it says nothing.
+    double lower_bound(double from, double to) const
+    {
+        if (!used_) return NAN;
+        double bound[2];
+        for (int e = 0; e < 2; ++e) {
+            const Pair off = (from + to) / 2 - least_at_[e];
+            const Pair beside = abs(off - two_pi * rounded(off * (1 / two_pi))) - (to - from) / 2;
+            const Pair turn = max(beside, pair(0));
+            bound[e] = (square(turn[0]) + square(turn[1])) / 2 + goals_.elbow_cost[e];
+        }
+        constexpr double rounding = 1e-5;
+        return std::min(bound[0], bound[1]) - rounding;
+    }
+
+  private:
+    const JointGoals& goals_;
+    const bool used_;
+    std::array<Pair, 2> least_at_ = {};
+};
+
 double nearest_arm_angle(const BallJoints& balls, const JointGoals& goals, double psi, double range)
 {
     const Feasible feasible(balls, goals);
-    const ArmAngles ends = ends_of_pieces(balls, goals, feasible, psi, range);
-    constexpr int most = ArmAngles::most;
+    const Ends ends = ends_of_pieces(balls, goals, feasible, psi, range);
+    constexpr int most = Ends::most;
 
     Search search(balls, goals);
     Point point[most];
+    double at_psi = INFINITY;
+    const int own = static_cast<int>(std::find(ends.psi, ends.psi + ends.count, psi) - ends.psi);
+    if (own < ends.count) {
+        point[own].move_to(ArmAngle(psi), balls, goals);
+        at_psi = search.squared_distance(point[own]);
+    }
+    const TurnedFar turned(balls, goals, at_psi);
+    bool possible[most], needed[most] = {}; // pieces, and their ends
+    for (int i = 0; i + 1 < ends.count; ++i) {
+        possible[i] = !(turned.lower_bound(ends.psi[i], ends.psi[i + 1]) > at_psi);
+        needed[i] |= possible[i];
+        needed[i + 1] = possible[i];
+    }
+    int number[most], count = 0;
+    for (int i = 0; i < ends.count; ++i) {
+        number[count] = i;
+        count += needed[i] & (i != own);
+    }
+    ArmAngle arm[most]; // one loop after the other, since within each nothing waits
+    for (int k = 0; k < count; ++k)
+        arm[k] = ArmAngle(ends.psi[number[k]]);
+    for (int k = 0; k < count; ++k)
+        point[number[k]].move_to(arm[k], balls, goals);
     for (int i = 0; i < ends.count; ++i)
-        point[i].move_to(ends.at[i], balls, goals);
-    for (int i = 0; i < ends.count; ++i)
-        search.consider(point[i]);
+        if (needed[i] | (i == own)) search.consider(point[i]);
 
     struct Start {
         double lower_bound;
         const Point* point;
         Branches feasible;
     } starts[most];
-    int count = 0;
+    count = 0;
     for (int i = 0; i + 1 < ends.count; ++i) {
+        if (!possible[i]) continue;
         const double lower_bound =
             Piece(balls, goals, point[i], point[i + 1]).lower_bounds().least(goals, all_branches);
         if (!search.can_win(lower_bound)) continue;
-        const Branches branches =
-            feasible_between(ends.at[i].psi, ends.at[i + 1].psi, balls, goals, feasible);
+        const Branches branches = feasible_between(ends.psi[i], ends.psi[i + 1], balls, goals, feasible);
         starts[count] = {lower_bound, &point[i], branches};
         count += branches != 0;
     }
@@ -259,10 +315,10 @@ int feasible_arm_angles(const BallJoints& balls, const JointGoals& goals,
                         ARM_INTERVAL intervals[ARM_INTERVALS])
 {
     const Feasible feasible(balls, goals);
-    const ArmAngles ends = ends_of_pieces(balls, goals, feasible, 0, pi);
+    const Ends ends = ends_of_pieces(balls, goals, feasible, 0, pi);
     int count = 0;
     for (int i = 0; i + 1 < ends.count; ++i) {
-        const double from = ends.at[i].psi, to = ends.at[i + 1].psi;
+        const double from = ends.psi[i], to = ends.psi[i + 1];
         if (feasible_between(from, to, balls, goals, feasible) == 0) continue;
         if (count > 0 && intervals[count - 1].to == from)
             intervals[count - 1].to = to;

@@ -63,19 +63,26 @@ struct Elbow {
     }
 };
 
-struct Target {
-    Rotor rotation;
+struct WristCentre {
     Vector wrist; // from the shoulder, metres
     double elbow_cosine;
 
-    Target(const ARM_MODEL& arm, const Lengths& lengths, const Transform& flange)
-        : rotation(rotor_of(flange.r)), wrist{flange.p.x - arm.flange * flange.r[0][2],
-                                              flange.p.y - arm.flange * flange.r[1][2],
-                                              flange.p.z - arm.flange * flange.r[2][2] - lengths.d1}
+    WristCentre(const ARM_MODEL& arm, const Lengths& lengths, const Transform& flange)
+        : wrist{flange.p.x - arm.flange * flange.r[0][2], flange.p.y - arm.flange * flange.r[1][2],
+                flange.p.z - arm.flange * flange.r[2][2] - lengths.d1}
     {
         const double upper_arm = lengths.a3, forearm = lengths.d4;
         elbow_cosine =
             (dot(wrist, wrist) - upper_arm * upper_arm - forearm * forearm) / (2 * upper_arm * forearm);
+    }
+};
+
+struct Target : WristCentre {
+    Rotor rotation;
+
+    Target(const ARM_MODEL& arm, const Lengths& lengths, const Transform& flange)
+        : WristCentre(arm, lengths, flange), rotation(rotor_of(flange.r))
+    {
     }
     double bend() const // theta4, at least 0
     {
@@ -456,7 +463,7 @@ Solution SevenJoints::for_elbow(double theta4, const Limits& limits) const
 
 Reach reach_of_seven(const ARM_MODEL& arm, const Transform& flange, bool classic)
 {
-    const double cosine = Target(arm, geometry(arm.model)->lengths, flange).elbow_cosine;
+    const double cosine = WristCentre(arm, geometry(arm.model)->lengths, flange).elbow_cosine;
     if (std::fabs(static_cast<float>(cosine)) > (classic ? classic_bound : rounding_bound))
         return Reach::too_far;
     return std::isnan(cosine) ? Reach::unknown : Reach::reached;
