@@ -133,6 +133,34 @@ std::vector<Link> links_of(int model)
     return links;
 }
 
+std::vector<Posture> postures_of(int model)
+{
+    const std::size_t joints = model == 47 ? 7 : 6;
+    Posture ready{"ready", model == 36 ? std::vector<double>{90, -30, -60, 0, -90, 0}
+                           : model == 46
+                               ? std::vector<double>{0, -30, -60, 0, -90, 0}
+                               : std::vector<double>{0, 30, 0, 60, 0, 90, 0}}; // before the base, tool down
+    for (double& angle : ready.joints)
+        angle *= radians;
+    return {{"home", std::vector<double>(joints)}, ready};
+}
+
+bool is_prefix(const std::string& text)
+{
+    const auto is_letter = [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+    };
+    const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+    for (const char& c : text)
+        if (!is_letter(c) && (!is_digit(c) || &c == text.data())) return false;
+    return true;
+}
+
+std::string robot_name(const Options& options)
+{
+    return options.prefix + "kx_" + std::to_string(options.model);
+}
+
 std::string joint_name(std::size_t number)
 {
     return "joint_" + std::to_string(number);

@@ -1,6 +1,7 @@
 // What all descriptions of an arm say, each in its own words: a chain of links, each with the joint that moves it.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +9,8 @@
 #include <kdl/frames.hpp>
 #include <kdl/rotationalinertia.hpp>
 #include <kx_base.h>
+
+#include "description/description.h"
 
 namespace kx::description {
 
@@ -46,6 +49,29 @@ struct Link {
 /** The pedestal and a link for every joint; none for an unknown model. */
 std::vector<Link> links_of(int model);
 
+/** Worth having a name. */
+struct Posture {
+    std::string name;
+    std::vector<double> joints;
+};
+
+/** The first one has all joints at zero. */
+std::vector<Posture> postures_of(int model);
+
+struct Material {
+    const char *name, *rgba;
+};
+
+/** By ARM_SURFACE: the colours that the page of kx-controller has in daylight. */
+inline constexpr std::array<Material, 4> materials = {{{"shell", "0.788 0.8 0.804 1"},
+                                                       {"drum", "0.553 0.576 0.588 1"},
+                                                       {"seam", "0.302 0.325 0.337 1"},
+                                                       {"foot", "0.357 0.38 0.392 1"}}};
+
+inline constexpr const char* estimates =
+    "Masses, inertias and efforts are estimates from the size of the bodies; nobody has measured them.";
+
+std::string robot_name(const Options& options);
 std::string joint_name(std::size_t number);
 
 /** The turn that takes the z axis into a direction. */

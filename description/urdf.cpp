@@ -1,23 +1,12 @@
 // URDF. The base's link has no inertia, as solvers of chains want it; the pedestal, which has, is a link of its own.
 #include "description/arm.h"
 #include "description/description.h"
+#include "description/mesh.h"
 #include "description/xml.h"
-
-#include <array>
 
 namespace kx::description {
 
 namespace {
-
-struct Material {
-    const char* name;
-    const char* rgba;
-};
-
-constexpr std::array<Material, 4> materials = {{{"shell", "0.93 0.94 0.95 1"},
-                                                {"drum", "0.20 0.42 0.65 1"},
-                                                {"seam", "0.24 0.28 0.33 1"},
-                                                {"foot", "0.16 0.18 0.21 1"}}}; // by ARM_SURFACE
 
 class Writer {
   public:
@@ -27,12 +16,11 @@ class Writer {
     {
         if (links_.empty()) return {};
         {
-            const auto robot = xml_.open("robot", {{"name", named("kx_" + std::to_string(options_.model))}});
-            xml_.comment("Masses, inertias and efforts are estimates from the size of the bodies; nobody has "
-                         "measured them.");
-            for (std::size_t i = 0; i < materials.size(); ++i) {
-                const auto material = xml_.open("material", {{"name", material_name(i)}});
-                xml_.empty("color", {{"rgba", materials[i].rgba}});
+            const auto robot = xml_.open("robot", {{"name", robot_name(options_)}});
+            xml_.comment(estimates);
+            for (const auto& [name, rgba] : materials) {
+                const auto material = xml_.open("material", {{"name", named(name)}});
+                xml_.empty("color", {{"rgba", rgba}});
             }
             xml_.empty("link", {{"name", named("base_link")}});
             frame("base", "base_link");
@@ -51,13 +39,12 @@ class Writer {
 
   private:
     std::string named(const std::string& name) const { return options_.prefix + name; }
-    std::string material_name(std::size_t surface) const { return named(materials[surface].name); }
 
     void origin(const KDL::Frame& frame)
     {
         double roll, pitch, yaw;
         frame.M.GetRPY(roll, pitch, yaw);
-        xml_.empty("origin", {{"xyz", text(frame.p)}, {"rpy", text({roll, pitch, yaw})}});
+        xml_.empty("origin", {{"xyz", text(frame.p)}, {"rpy", texts({roll, pitch, yaw})}});
     }
 
     void between(const std::string& parent, const std::string& child)
@@ -95,14 +82,7 @@ class Writer {
     {
         const auto element = xml_.open("link", {{"name", named(link.name)}});
         inertial(link);
-        for (const Body& body : link.bodies) {
-            const auto visual = xml_.open("visual");
-            if (body.is_ball())
-                sphere(body.from, body.radius());
-            else
-                cylinder(body.from, body.to, body.radius());
-            xml_.empty("material", {{"name", material_name(static_cast<std::size_t>(body.surface))}});
-        }
+        visuals(link);
         for (const Capsule& capsule : link.capsules) {
             const bool is_ball = capsule.from == capsule.to;
             collision([&] { sphere(capsule.from, capsule.radius); });
@@ -110,6 +90,30 @@ class Writer {
             collision([&] { sphere(capsule.to, capsule.radius); });
             collision([&] { cylinder(capsule.from, capsule.to, capsule.radius); });
         }
+    }
+
+    void visuals(const Link& link)
+    {
+        if (!options_.meshes.empty())
+            for (const ARM_SURFACE surface : surfaces_of(link))
+                visual(surface, [&] {
+                    const auto geometry = xml_.open("geometry");
+                    xml_.empty("mesh", {{"filename",
+                                         options_.meshes + "/" + mesh_path(options_.model, link, surface)}});
+                });
+        else
+            for (const Body& body : link.bodies)
+                visual(body.surface, [&] {
+                    body.is_ball() ? sphere(body.from, body.radius())
+                                   : cylinder(body.from, body.to, body.radius());
+                });
+    }
+
+    void visual(ARM_SURFACE surface, const auto& shape)
+    {
+        const auto visual = xml_.open("visual");
+        shape();
+        xml_.empty("material", {{"name", named(materials[static_cast<std::size_t>(surface)].name)}});
     }
 
     void collision(const auto& shape)
@@ -153,17 +157,6 @@ class Writer {
 };
 
 } // namespace
-
-bool is_prefix(const std::string& text)
-{
-    const auto is_letter = [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-    };
-    const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
-    for (const char& c : text)
-        if (!is_letter(c) && (!is_digit(c) || &c == text.data())) return false;
-    return true;
-}
 
 std::string urdf(const Options& options)
 {

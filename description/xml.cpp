@@ -36,7 +36,7 @@ std::string text(double number)
     return {digits, std::to_chars(digits, digits + sizeof digits, rounded).ptr};
 }
 
-std::string text(std::initializer_list<double> numbers)
+std::string texts(const std::vector<double>& numbers)
 {
     std::string result;
     for (const double number : numbers) {
@@ -48,7 +48,7 @@ std::string text(std::initializer_list<double> numbers)
 
 std::string text(const KDL::Vector& v)
 {
-    return text({v.x(), v.y(), v.z()});
+    return texts({v.x(), v.y(), v.z()});
 }
 
 Xml::Element Xml::open(std::string_view name, const Attributes& attributes)

@@ -1,10 +1,10 @@
 // Writes XML: indented, with numbers that need no more digits than they have.
 #pragma once
 
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <kdl/frames.hpp>
 
@@ -12,12 +12,12 @@ namespace kx::description {
 
 /** Of at most nine decimals; no negative zero. */
 std::string text(double number);
-std::string text(std::initializer_list<double> numbers);
+std::string texts(const std::vector<double>& numbers);
 std::string text(const KDL::Vector& v);
 
 class Xml {
   public:
-    using Attributes = std::initializer_list<std::pair<std::string_view, std::string>>;
+    using Attributes = std::vector<std::pair<std::string, std::string>>;
 
     /** An element that holds what is written until it is closed. */
     class Element {

@@ -20,6 +20,7 @@ struct Answer {
     int status = 0; ///< of the library, and of the program
     std::vector<Row> rows;
     std::string why = KX_Status_Words(status); ///< it is not 0
+    bool is_printed = false;                   ///< already, in a form of its own
 };
 
 /** Prints the rows to standard output, as a table or as one line of JSON with the status. */

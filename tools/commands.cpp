@@ -283,7 +283,9 @@ Answer raw(const Given& given)
     } catch (const Failed& failed) {
         if (failed.status != KX_TIMED_OUT) throw;
     }
-    return {};
+    Answer printed;
+    printed.is_printed = true;
+    return printed;
 }
 
 } // namespace kx::tool

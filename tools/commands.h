@@ -25,8 +25,10 @@ struct Given {
     std::string action;          ///< of the gripper
     std::optional<int> position; ///< of the gripper, its units
     int finger_speed = 500, force = 200;
-    std::string line;  ///< for the controller as it is
-    double listen = 0; ///< seconds
+    std::optional<int> described;       ///< model
+    std::string prefix, meshes, output; ///< of a description
+    std::string line;                   ///< for the controller as it is
+    double listen = 0;                  ///< seconds
 };
 
 /*
@@ -42,5 +44,11 @@ Answer gripper(const Given& given);
 Answer forward(const Given& given);
 Answer inverse(const Given& given);
 Answer raw(const Given& given);
+
+// In describe.cpp: they print a description, or write it where the output shall be.
+Answer urdf(const Given& given);
+Answer srdf(const Given& given);
+Answer mjcf(const Given& given);
+Answer meshes(const Given& given);
 
 } // namespace kx::tool

@@ -7,6 +7,7 @@
 
 #include "arm.h"
 #include "commands.h"
+#include "description/description.h"
 
 namespace {
 
@@ -18,6 +19,11 @@ constexpr int wrong_use = 64; ///< beyond all status codes of the library
 std::string is_finite(const std::string& text)
 {
     return std::isfinite(std::strtof(text.c_str(), nullptr)) ? "" : text + " is no number to send";
+}
+
+std::string is_prefix(const std::string& text)
+{
+    return kx::description::is_prefix(text) ? "" : text + " is no prefix: letters, digits, _; first no digit";
 }
 
 constexpr const char* footer = R"(
@@ -100,6 +106,21 @@ class CommandLine {
             ->capture_default_str();
     }
 
+    CLI::App* add_model(CLI::App* command)
+    {
+        command->add_option("model", given_.described, "36, 46 or 47; else that of --model")
+            ->check(CLI::IsMember({36, 46, 47}));
+        return command;
+    }
+
+    CLI::App* add_description(const char* name, Answer (*command)(const Given&), const char* help)
+    {
+        CLI::App* sub = add_model(add(name, command, help, false));
+        sub->add_option("--prefix", given_.prefix, "what all names begin with, e.g. left_")->check(is_prefix);
+        sub->add_option("--output", given_.output, "the file to write, instead of standard output");
+        return sub;
+    }
+
     void add_commands()
     {
         CLI::App* sub = add("state", state, "Read joint angles, tool pose and errors");
@@ -139,6 +160,17 @@ class CommandLine {
                         "of several solutions the nearest to these angles, degrees; usually all 0")
             ->check(is_finite);
 
+        add_description("urdf", urdf,
+                        "Describe a model in URDF, as ROS and many others read it; needs no arm")
+            ->add_option("--meshes", given_.meshes,
+                         "draw it with the files of `kx meshes` in this directory, e.g. "
+                         "package://kx_description/meshes; else of cylinders and balls");
+        add_description("srdf", srdf, "Describe what motion planners need beside; needs no arm");
+        add_description("mjcf", mjcf, "Describe it in the language of MuJoCo; needs no arm");
+        add_model(add("meshes", meshes, "Write a model's shapes as STL; needs no arm", false))
+            ->add_option("--output", given_.output, "the directory to write to")
+            ->required();
+
         sub = add("raw", raw, "Send one JSON object, print what comes back");
         sub->add_option("object", given_.line, R"(e.g. '{"command":"get_joint_degree"}')")->required();
         sub->add_option("--listen", given_.listen, "print what comes for so many seconds more")
@@ -149,7 +181,7 @@ class CommandLine {
     /** Prints what there is; status and its words too if something went wrong. */
     int finish(const Answer& answer) const
     {
-        if (given_.json ? name_ != "raw" : answer.status == KX_SUCCESS) print(answer, given_.json);
+        if (given_.json ? !answer.is_printed : answer.status == KX_SUCCESS) print(answer, given_.json);
         if (answer.status != KX_SUCCESS)
             std::fprintf(stderr, "kx: %s: status %d: %s\n", name_.c_str(), answer.status, answer.why.c_str());
         return answer.status;

@@ -1,9 +1,7 @@
-// The bodies of the arm, drawn around the axes of its joints, and the axes of frames. Lengths are metres.
+// The bodies of the arm and of its gripper, and the axes of frames. Lengths are metres.
 import * as THREE from './three/build/three.module.js';
-import { skeleton } from './skeleton.js';
 
 const up = new THREE.Vector3(0, 1, 0); // the axis of three.js's cylinders and cones
-const shortest = 0.02; // along an axis, for the arm to count as running along it
 
 /** By what they are for; the view gives them their colours. */
 export const materials = Object.fromEntries(
@@ -24,79 +22,39 @@ function body(parent, geometry, material) {
   return mesh;
 }
 
-function cylinder(parent, from, to, r1, r2, material) {
+function cylinder(parent, from, to, [r1, r2], material) {
   const way = to.clone().sub(from);
   const mesh = body(parent, new THREE.CylinderBufferGeometry(r2, r1, way.length(), 48), material);
   mesh.position.copy(from).addScaledVector(way, 0.5);
   mesh.quaternion.setFromUnitVectors(up, way.normalize());
 }
 
-function pedestal(parent, bone, r) {
-  const at = (z) => bone.enter.clone().addScaledVector(bone.axis.direction, z);
-  cylinder(parent, at(0), at(0.018), r * 1.7, r * 1.7, 'dark');
-  cylinder(parent, at(0.018), bone.middle, r * 1.25, r * 1.02, 'shell');
-}
-
-const isStraight = (bone) => bone.enter.distanceTo(bone.leave) > shortest;
-
-/** A drum about the axis where the arm bends, or a seam around the arm where it turns about itself. */
-function housing(parent, bone, r) {
-  const at = (s) => (isStraight(bone) ? bone.middle : bone.leave).clone().addScaledVector(bone.axis.direction, s);
-  if (isStraight(bone)) return cylinder(parent, at(-0.007), at(0.007), r * 1.04, r * 1.04, 'seam');
-  cylinder(parent, at(-r * 1.15), at(r * 1.15), r, r, 'joint');
-  for (const side of [-1, 1]) {
-    cylinder(parent, at(side * r * 1.15), at(side * r * 1.24), r, r, 'seam');
-    cylinder(parent, at(side * r * 1.24), at(side * r * 1.36), r * 0.92, r * 0.86, 'shell');
-  }
-}
-
-/** A tube through some points that grows thinner or thicker on its way. */
-function tube(parent, points, from, to) {
-  const lengths = points.slice(1).map((point, i) => point.distanceTo(points[i]));
-  const total = lengths.reduce((sum, length) => sum + length, 0);
-  const radius = (s) => from + ((to - from) * s) / total;
-  let done = 0;
-  lengths.forEach((length, i) => {
-    if (length < 1e-4) return;
-    const end = radius(done + length);
-    cylinder(parent, points[i], points[i + 1], radius(done), end, 'shell');
-    body(parent, new THREE.SphereBufferGeometry(end, 32, 24), 'shell').position.copy(points[i + 1]);
-    done += length;
-  });
-}
-
 /**
  * Builds the arm into a group.
  * @returns the joints, each with its axis and the group that turns about it, and the flange
  */
-export function buildArm(parent, { hinges, flange }) {
-  const rest = frameOf(flange);
-  const bones = skeleton(hinges, new THREE.Vector3().setFromMatrixPosition(rest));
-  const radius = (i) => 0.058 - (0.026 * Math.min(i, bones.length - 1)) / (bones.length - 1);
-  pedestal(parent, bones[0], radius(0));
-
+export function buildArm(parent, { hinges, flange, bodies }) {
   // Every link hangs in a group that turns about the joint's axis; inside, all is where it is at zero angles.
-  let link = parent;
-  const joints = bones.map((bone, i) => {
+  const links = [parent];
+  const joints = hinges.map(({ point, direction }) => {
     const turning = new THREE.Group();
     const inside = new THREE.Group();
-    turning.position.copy(bone.axis.point);
-    inside.position.copy(bone.axis.point).negate();
+    turning.position.set(...point);
+    inside.position.set(...point).negate();
     turning.add(inside);
-    link.add(turning);
-    link = inside;
-
-    housing(inside, bone, radius(i));
-    const next = bones[i + 1];
-    const way = [isStraight(bone) ? bone.middle : bone.leave, bone.leave];
-    if (next) way.push(next.enter, isStraight(next) ? next.middle : next.enter);
-    tube(inside, way, radius(i) * 0.8, radius(i + 1) * 0.8);
-    return { axis: bone.axis.direction, turning };
+    links[links.length - 1].add(turning);
+    links.push(inside);
+    return { axis: new THREE.Vector3(...direction), turning };
   });
+  for (const { link, surface, ends, radii } of bodies) {
+    const [from, to] = ends.map((end) => new THREE.Vector3(...end));
+    if (from.distanceTo(to) > 0) cylinder(links[link], from, to, radii, surface);
+    else body(links[link], new THREE.SphereBufferGeometry(radii[0], 32, 24), surface).position.copy(from);
+  }
 
   const end = new THREE.Group();
-  end.applyMatrix(rest);
-  link.add(end);
+  end.applyMatrix(frameOf(flange));
+  links[links.length - 1].add(end);
   return { joints, flange: end };
 }
 

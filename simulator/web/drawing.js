@@ -1,13 +1,13 @@
 // The arm from the side and from above, where the browser has no 3D. Has the face of the 3D view.
 import { Vector3 } from './three/build/three.module.js';
-import { skeleton } from './skeleton.js';
 import { soon } from './soon.js';
 
 const margin = 40; // px
 
 export class Drawing {
   plain = true;
-  #bones = [];
+  #hinges = [];
+  #bodies = [];
   #reach = 1; // m
   #state = null;
   #draw = soon(() => this.#render());
@@ -24,9 +24,10 @@ export class Drawing {
   clearTrail() {}
   breakTrail() {}
 
-  build({ model, hinges, flange }) {
+  build({ model, hinges, bodies, flange }) {
     this.flange = new Vector3(...flange);
-    this.#bones = skeleton(hinges, this.flange);
+    this.#hinges = hinges.map(({ point, direction }) => [new Vector3(...point), new Vector3(...direction)]);
+    this.#bodies = bodies.filter(({ surface }) => surface !== 'dark'); // of the foot a line's round end is no picture
     this.#reach = this.flange.length() * 1.15;
     this.canvas.setAttribute('role', 'img');
     this.canvas.setAttribute('aria-label', `Arm ${model} from the side and from above`);
@@ -37,16 +38,14 @@ export class Drawing {
     this.#draw();
   }
 
-  /** The middle line of the arm, from its base to its flange. */
-  #line({ joints }) {
-    const points = [new Vector3(), ...this.#bones.flatMap(({ middle, leave }) => [middle, leave]), this.flange]
-      .map((point) => point.clone());
-    for (let i = joints.length - 1; i >= 0; i--) {
-      const { point, direction } = this.#bones[i].axis;
-      for (const moved of points.slice(1 + 2 * i))
-        moved.sub(point).applyAxisAngle(direction, (joints[i] * Math.PI) / 180).add(point);
+  /** Where a point of a link is that is given for joints at zero. */
+  #moved(place, link, { joints }) {
+    const moved = new Vector3(...place);
+    for (let i = link - 1; i >= 0; i--) {
+      const [point, direction] = this.#hinges[i];
+      moved.sub(point).applyAxisAngle(direction, (joints[i] * Math.PI) / 180).add(point);
     }
-    return points;
+    return moved;
   }
 
   #render() {
@@ -61,7 +60,9 @@ export class Drawing {
     paper.font = '11px B612, sans-serif';
     paper.lineCap = paper.lineJoin = 'round';
 
-    const points = this.#line(this.#state);
+    const bodies = this.#bodies.map(({ link, surface, ends, radii }) =>
+      [ends.map((end) => this.#moved(end, link, this.#state)), '--3d-' + surface, radii[0] + radii[1]]);
+    const flange = this.#moved(this.flange.toArray(), this.#hinges.length, this.#state);
     const top = margin + 20;
     const scale = Math.max(1, Math.min((width - 3 * margin) / 2, height - top - margin) / (2 * this.#reach));
     const y = top + (height - top - margin) / 2;
@@ -79,16 +80,15 @@ export class Drawing {
       stroke([from(-this.#reach, 0, 0), from(this.#reach, 0, 0)], '--line', 1);
       const { table } = this.#state;
       if (up === 'z' && table !== null) stroke([from(-this.#reach, 0, table), from(this.#reach, 0, table)], '--amber', 2);
-      stroke(points, '--3d-shell', 12);
-      stroke(points, '--ink', 2);
+      for (const [ends, name, width] of bodies) stroke(ends, name, width * scale);
       paper.fillStyle = colour('--blue');
       paper.beginPath();
-      paper.arc(...at(points[points.length - 1]), 5, 0, 7);
+      paper.arc(...at(flange), 5, 0, 7);
       paper.fill();
       paper.fillStyle = colour('--soft');
       paper.fillText(name, x - this.#reach * scale, height - 14);
     }
-    const spoken = points[points.length - 1].toArray().map((value) => value.toFixed(4));
+    const spoken = flange.toArray().map((value) => value.toFixed(4));
     this.canvas.dataset.flange = spoken.join(' ');
   }
 }

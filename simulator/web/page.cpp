@@ -5,6 +5,7 @@
 
 #include "arm/refused.h"
 #include "commands/request.h"
+#include "kx/arm_model.h"
 
 namespace kx::sim {
 
@@ -14,6 +15,8 @@ constexpr auto hold_time =
     std::chrono::seconds(1);     // a page confirms a hold several times within it, on a busy machine, too
 constexpr double max_push = 200; // N
 constexpr const char* fault_names[] = {"", "emergency stop", "force overload", "collision"}; // of Fault
+
+constexpr const char* surfaces[] = {"shell", "joint", "seam", "dark"}; // what the style sheet calls them
 
 /** Digits beyond those would only be sent, not read. */
 double rounded(double value, double steps_in_unit = 1e3)
@@ -41,6 +44,29 @@ Json array_of(const KDL::Frame& frame)
     double x, y, z, w;
     frame.M.GetQuaternion(x, y, z, w);
     return {frame.p.x(), frame.p.y(), frame.p.z(), x, y, z, w};
+}
+
+Json array_of(const Position& p)
+{
+    return rounded_array(std::array{p.x, p.y, p.z}, 1e6);
+}
+
+/** Where they are while all joints are at zero; a body with both ends at one point is a ball. */
+Json bodies_of(int model)
+{
+    ARM_MODEL arm;
+    ARM_BODY bodies[ARM_BODIES];
+    const float zero[7] = {};
+    Arm_Model_Init(&arm, model, 0);
+    Json array = Json::array();
+    for (int i = 0, count = Arm_Model_Bodies(&arm, zero, bodies); i < count; ++i) {
+        const auto& [link, surface, from, to, from_radius, to_radius] = bodies[i];
+        array.push_back({{"link", link},
+                         {"surface", surfaces[surface]},
+                         {"ends", {array_of(from), array_of(to)}},
+                         {"radii", rounded_array(std::array{from_radius, to_radius}, 1e6)}});
+    }
+    return array;
 }
 
 std::size_t index(const Json& value, const char* what, std::size_t count)
@@ -78,6 +104,7 @@ Json Page::about() const
     return {{"model", model.code},
             {"simulated", simulated_},
             {"hinges", hinges},
+            {"bodies", bodies_of(model.code)},
             {"flange", array_of(model.flange(Joints(model.lower.size())))}};
 }
 

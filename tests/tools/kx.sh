@@ -66,6 +66,19 @@ check 64 '' '*not one JSON object*' raw '[1]'
 check 64 '' '*HOST:PORT*' --arm 127.0.0.1 state
 check 64 '' '*there is no foo, only state movej * raw*' foo
 check 64 '' '*a command is needed: state movej * raw*' --json
+# Descriptions; other programs judge what they say.
+check 0 '<?xml *<robot name="kx_46">*' '' --json urdf
+check 0 '*<robot name="left_kx_36">*"file:///here/36/link_0_shell.stl"*"left_joint_6"*' '' urdf 36 --prefix left_ --meshes file:///here
+check 0 '*<mujoco *' '' mjcf 47
+check 0 '' '' srdf --output "$work/46.srdf"
+check 0 '{"status":0}' '' --json meshes 47 --output "$work/new"
+[[ $(<"$work/46.srdf") == *'<group_state name="home"'* && -s $work/new/47/link_7_shell.stl ]] || { echo "nothing written" && failures=1; }
+check 64 '' '*model: 45 not in*' urdf 45
+check 64 '' '*2left is no prefix*' mjcf 36 --prefix 2left
+check 64 '' "*cannot write $work/none/46.srdf*" srdf --output "$work/none/46.srdf"
+check 64 '' '*cannot write*' meshes 46 --output /dev/null
+check 64 '' '*--output is required*' meshes 46
+KX_MODEL='' check 64 '' '*the model is needed*' urdf
 # What fails beside the arm; nothing listens on port 1.
 check 5 '' 'kx: state: status 5: the controller cannot be reached' --arm 127.0.0.1:1 state
 check 11 '' '*the arm has 6 joints, model 47 has not' --model 47 state
