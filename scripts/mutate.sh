@@ -20,7 +20,8 @@ if [ -n "$commit" ]; then git archive "$commit"; else git ls-files -co --exclude
   | tar -x -C "$copy"
 
 cmake -S "$copy" -B "$copy/build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DKX_SIMULATOR=OFF \
-  -DKX_TOOLS=OFF -DKX_EXAMPLES=OFF -DCMAKE_LINK_DEPENDS_NO_SHARED=ON -DKX_TEST_TIMEOUT=15 >"$copy/log"
+  -DKX_TOOLS=OFF -DKX_EXAMPLES=OFF -DCMAKE_LINK_DEPENDS_NO_SHARED=ON -DKX_TEST_TIMEOUT=15 \
+  -DKX_SANITIZE=address,undefined >"$copy/log"
 cmake -S "$copy" -B "$copy/optimised" -G Ninja -DCMAKE_BUILD_TYPE=Release -DKX_SIMULATOR=OFF -DKX_TOOLS=OFF \
   -DKX_EXAMPLES=OFF -DKX_TESTS=OFF >>"$copy/log"
 python3 scripts/mutate.py "$copy" "$count" "$seed"

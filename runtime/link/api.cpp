@@ -175,7 +175,7 @@ int KX_Link_Reason(int handle, char* text, int room)
     if (!link) return KX_BAD_DESCRIPTOR;
     if (!text || room < 1) return KX_SUCCESS;
     const char* own = own_reason(handle);
-    strncpy(text, own[0] ? own : link->reason, static_cast<size_t>(room));
+    strncpy(text, own ? own : link->reason, static_cast<size_t>(room));
     text[room - 1] = '\0';
     return KX_SUCCESS;
 }

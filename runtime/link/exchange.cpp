@@ -33,7 +33,7 @@ int model(int handle)
 
 const char* own_reason(int link)
 {
-    return link == refused_link ? refused_reason : "";
+    return link == refused_link ? refused_reason : nullptr;
 }
 
 int set_call_timeout(int milliseconds)

@@ -24,8 +24,8 @@ uint64_t ticket(int link);
 // Waits until a queued request has ended. A status.
 int await_queued(int link, uint64_t ticket, int timeout_ms, int (*is_alive)(int link));
 
-// What the controller said to the last request of this thread that it refused, while the thread waited for it; empty if
-// there is none.
+// What the controller said to the last request of this thread that it refused, while the thread waited for it; null if
+// there is no such request.
 const char* own_reason(int link);
 
 int set_call_timeout(int milliseconds); // of this thread; gives what was set before

@@ -38,6 +38,12 @@ class FarEnd {
         return request;
     }
 
+    bool is_told_of_the_end() // and of nothing before
+    {
+        char byte;
+        return recv(socket_, &byte, 1, 0) == 0;
+    }
+
     void send(const std::string& bytes)
     {
         ASSERT_EQ(::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL),

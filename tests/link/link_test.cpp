@@ -463,6 +463,13 @@ TEST(Replies, OfACancelledMotionEndNoOtherMotion)
     EXPECT_EQ(second.get(), 0);
 }
 
+std::string reason(int link)
+{
+    std::string text(100, 'x');
+    EXPECT_EQ(KX_Link_Reason(link, text.data(), 100), 0);
+    return text.c_str();
+}
+
 TEST(Replies, ThatRefuseAreKept)
 {
     Linked arm;
@@ -472,17 +479,24 @@ TEST(Replies, ThatRefuseAreKept)
                  "joint 5 would leave its limits on the way"},
                 {"", ""}};
     for (const auto& row : rows) {
-        auto reason = started([&] {
+        std::promise<void> others_are_refused;
+        auto told = started([&] {
             EXPECT_EQ(Set_Payload(arm.link, 1, 0, 0, 0, true), KX_REFUSED);
-            std::string text(100, 'x');
-            EXPECT_EQ(KX_Link_Reason(arm.link, text.data(), 100), 0);
-            return std::string(text.c_str());
+            EXPECT_EQ(reason(arm.link), row.reason);
+            others_are_refused.get_future().wait();
+            return reason(arm.link);
         });
         arm.end.request();
         arm.end.send(std::string(R"({"command":"set_payload","set_state":false)") + row.error + "}\n");
-        EXPECT_EQ(reason.get(), row.reason);
+        auto other = started([&] { return Set_None_Payload(arm.link, true); });
+        arm.end.request();
+        arm.end.send(R"({"command":"set_none_payload","set_state":false,"error":"not now"})"
+                     "\n");
+        EXPECT_EQ(other.get(), KX_REFUSED);
+        others_are_refused.set_value();
+        EXPECT_EQ(told.get(), row.reason) << "each thread is told of its own call";
     }
-    EXPECT_EQ(arm.counters().refused, 2u);
+    EXPECT_EQ(arm.counters().refused, 4u);
 }
 
 // --- queued requests, by their tickets
@@ -836,7 +850,8 @@ TEST(Callbacks, OfTheLogTellLinesAndChangesAndNoPassword)
         const std::lock_guard lock(mutex);
         return log[event].find(text) != std::string::npos;
     };
-    EXPECT_TRUE(eventually([&] { return has(KX_LINK_CHANGED, "closed"); }));
+    EXPECT_TRUE(
+        eventually([&] { return has(KX_LINK_CHANGED, "down: the controller closed the connection;"); }));
     EXPECT_TRUE(has(KX_LINK_LINE_OUT, "get_arm_plan_num"));
     EXPECT_FALSE(has(KX_LINK_LINE_OUT, "sesame"));
     EXPECT_TRUE(has(KX_LINK_LINE_IN, "plan_num"));
@@ -996,8 +1011,11 @@ TEST(Opening, FromManyThreadsAtOnce)
 TEST(Fork, LeavesTheChildWithoutItsParentsLinksAndFreeToOpenItsOwn)
 {
     Linked arm;
+    int gate[2];
+    ASSERT_EQ(pipe(gate), 0);
     const pid_t child = fork();
     if (child == 0) {
+        close(gate[1]);
         if (ask(arm.link).status != KX_BAD_DESCRIPTOR) _exit(1);
         if (KX_Link_Close(arm.link) != KX_BAD_DESCRIPTOR) _exit(2);
         const int own = KX_Link_Open("127.0.0.1", arm.door.port(), 46, nullptr);
@@ -1006,14 +1024,20 @@ TEST(Fork, LeavesTheChildWithoutItsParentsLinksAndFreeToOpenItsOwn)
         auto answer = asking(own);
         end.request();
         end.send(reply(5));
-        _exit(answer.get() == Answer{0, 5} && KX_Link_Close(own) == 0 ? 0 : 4);
+        const bool is_right = answer.get() == Answer{0, 5} && KX_Link_Close(own) == 0;
+        char until_the_parent_has_looked;
+        _exit(read(gate[0], &until_the_parent_has_looked, 1) == 0 && is_right ? 0 : 4);
     }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
     auto answer = asking(arm.link);
     EXPECT_EQ(named(arm.end.request()), "get_arm_plan_num");
     arm.end.send(reply(6));
     EXPECT_EQ(answer.get(), (Answer{0, 6})) << "the parent's link is as it was";
+    KX_Link_Close(arm.link);
+    EXPECT_TRUE(arm.end.is_told_of_the_end()) << "the child keeps none of its parent's connections open";
+    close(gate[0]);
+    close(gate[1]);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
 }
 #endif
