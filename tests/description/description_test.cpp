@@ -3,10 +3,68 @@
 #include "kinematics/kinematics_support.h"
 
 #include <kdl_parser/kdl_parser.hpp>
+#include <mujoco/mujoco.h>
+#include <sdf/Collision.hh>
+#include <sdf/Joint.hh>
+#include <sdf/JointAxis.hh>
+#include <sdf/Link.hh>
+#include <sdf/Model.hh>
+#include <sdf/Root.hh>
+
+#include <fstream>
+#include <memory>
+#include <regex>
+#include <set>
 
 namespace {
 
 namespace description = kx::description;
+
+using Names = std::pair<std::string, std::string>;
+
+struct Apart {
+    double off = 0, turned = 0; // m, rad; the most that was seen
+
+    void see(const KDL::Frame& a, const KDL::Frame& b)
+    {
+        const KDL::Twist twist = KDL::diff(a, b);
+        off = std::max(off, twist.vel.Norm()), turned = std::max(turned, twist.rot.Norm());
+    }
+    ~Apart() // what single precision and the library's shorter pi leave
+    {
+        EXPECT_LT(off, 5e-6);
+        EXPECT_LT(turned, 2e-5);
+    }
+};
+
+class Simulation {
+  public:
+    explicit Simulation(const std::string& text, const char* name = "arm.xml")
+    {
+        mju_user_warning = [](const char* words) { ADD_FAILURE() << words; };
+        const std::string path = testing::TempDir() + std::to_string(getpid()) + name;
+        std::ofstream(path) << text;
+        char error[1000] = "";
+        model.reset(mj_loadXML(path.c_str(), nullptr, error, sizeof error));
+        EXPECT_STREQ(error, "");
+        std::remove(path.c_str());
+        if (model) data.reset(mj_makeData(model.get()));
+    }
+    void place(const Joints& degrees) const
+    {
+        for (int i = 0; i < model->nq; ++i)
+            data->qpos[i] = degrees[static_cast<std::size_t>(i)] * kdl_arms::degree;
+        mj_kinematics(model.get(), data.get());
+    }
+    KDL::Frame frame(int body) const
+    {
+        const mjtNum *p = data->xpos + 3 * body, *q = data->xquat + 4 * body;
+        return {KDL::Rotation::Quaternion(q[1], q[2], q[3], q[0]), {p[0], p[1], p[2]}};
+    }
+
+    std::unique_ptr<mjModel, decltype(&mj_deleteModel)> model{nullptr, mj_deleteModel};
+    std::unique_ptr<mjData, decltype(&mj_deleteData)> data{nullptr, mj_deleteData};
+};
 
 struct Description : testing::TestWithParam<int> {
     void SetUp() override { Arm_Model_Init(&arm, GetParam(), 0); }
@@ -24,17 +82,30 @@ struct Description : testing::TestWithParam<int> {
     std::mt19937 random{1};
 };
 
-// The frames of a tool and of all links, and the limits.
+TEST_P(Description, CheckUrdfFindsNoFault)
+{
+    for (const char* meshes : {"", "package://kx_description/meshes"}) {
+        const std::string path = testing::TempDir() + std::to_string(getpid()) + ".urdf";
+        std::ofstream(path) << description::urdf({GetParam(), "", meshes});
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(std::system(("check_urdf " + path + " >/dev/null").c_str()), 0);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        std::remove(path.c_str());
+    }
+}
+
 TEST_P(Description, KdlComputesTheSamePoses)
 {
     KDL::Tree tree;
+    testing::internal::CaptureStderr();
     ASSERT_TRUE(kdl_parser::treeFromString(description::urdf(options("left_")), tree));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     std::vector<KDL::Chain> chains(static_cast<std::size_t>(arm.joints) + 1);
     for (int i = 0; i < arm.joints; ++i)
         ASSERT_TRUE(tree.getChain("left_base", "left_link_" + std::to_string(i + 1), chains[i]));
     ASSERT_TRUE(tree.getChain("left_base", "left_tool0", chains.back()));
 
-    double off = 0, turned = 0;
+    Apart apart;
     for (int round = 0; round < 10000; ++round) {
         const Joints joint = random_joints();
         Matrix links[7];
@@ -45,15 +116,113 @@ TEST_P(Description, KdlComputesTheSamePoses)
                 angles(j) = joint[j] * kdl_arms::degree;
             KDL::Frame found;
             KDL::ChainFkSolverPos_recursive(chains[i]).JntToCart(angles, found);
-            const KDL::Frame expected = i + 1 < chains.size()
-                                            ? frame_of(links[i])
-                                            : kdl_arms::exact_frame(Arm_Model_Flange(&arm, joint.data()));
-            const KDL::Twist apart = KDL::diff(expected, found);
-            off = std::max(off, apart.vel.Norm()), turned = std::max(turned, apart.rot.Norm());
+            apart.see(found, i + 1 < chains.size()
+                                 ? frame_of(links[i])
+                                 : kdl_arms::exact_frame(Arm_Model_Flange(&arm, joint.data())));
         }
     }
-    EXPECT_LT(off, 5e-6);
-    EXPECT_LT(turned, 2e-5);
+}
+
+TEST_P(Description, SdformatReadsAllOfIt)
+{
+    testing::internal::CaptureStderr();
+    sdf::Root root;
+    for (const sdf::Error& error : root.LoadSdfString(description::urdf(options())))
+        ADD_FAILURE() << error.Message();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    const sdf::Model* model = root.Model();
+    ASSERT_TRUE(model);
+    for (int i = 0; i < arm.joints; ++i) {
+        const std::string number = std::to_string(i + 1);
+        const sdf::Joint* joint = model->JointByName("joint_" + number);
+        const sdf::Link* link = model->LinkByName("link_" + number);
+        ASSERT_TRUE(joint && link) << number;
+        const sdf::JointAxis& axis = *joint->Axis();
+        EXPECT_NEAR(axis.Lower(), arm.lower[i] * kdl_arms::degree, 1e-6);
+        EXPECT_NEAR(axis.Upper(), arm.upper[i] * kdl_arms::degree, 1e-6);
+        EXPECT_GT(axis.MaxVelocity(), 1);
+        EXPECT_GT(axis.Effort(), 5);
+        EXPECT_TRUE(link->Inertial().MassMatrix().IsValid());
+        EXPECT_GT(link->CollisionCount(), 0);
+        EXPECT_GT(link->VisualCount(), 0);
+    }
+}
+
+TEST_P(Description, MuJoCoComputesTheSamePoses)
+{
+    const Simulation of_mjcf(description::mjcf(options("right_"))),
+        of_urdf(description::urdf(options()), "arm.urdf");
+    ASSERT_TRUE(of_mjcf.model && of_urdf.model);
+    ASSERT_EQ(of_mjcf.model->nq, arm.joints);
+    ASSERT_EQ(of_urdf.model->nq, arm.joints);
+    Apart apart;
+    for (int round = 0; round < 10000; ++round) {
+        const Joints joint = random_joints();
+        Matrix links[7];
+        Arm_Model_Links(&arm, joint.data(), links);
+        for (const auto& [simulation, prefix] : {std::pair(&of_mjcf, "right_"), {&of_urdf, ""}}) {
+            simulation->place(joint);
+            for (int i = 0; i < arm.joints; ++i) {
+                const std::string name = prefix + ("link_" + std::to_string(i + 1));
+                apart.see(simulation->frame(mj_name2id(simulation->model.get(), mjOBJ_BODY, name.c_str())),
+                          frame_of(links[i]));
+            }
+        }
+    }
+}
+
+// In every named state the drives hold the arm for three seconds, against gravity, and it does not touch itself.
+TEST_P(Description, MuJoCoHoldsItsPostures)
+{
+    const Simulation arms(description::mjcf(options()));
+    ASSERT_TRUE(arms.model);
+    ASSERT_EQ(arms.model->nkey, 2);
+    for (int key = 0; key < 2; ++key) {
+        mj_resetDataKeyframe(arms.model.get(), arms.data.get(), key);
+        while (arms.data->time < 3)
+            mj_step(arms.model.get(), arms.data.get());
+        EXPECT_EQ(arms.data->ncon, 0);
+        for (int i = 0; i < arm.joints; ++i)
+            EXPECT_NEAR(arms.data->qpos[i], arms.model->key_qpos[key * arm.joints + i], 0.005);
+    }
+}
+
+// Pairs of links that planners shall not check: MuJoCo, made to check them all, finds that they touch always, or never.
+TEST_P(Description, DisabledCollisionsAreWhatTheySay)
+{
+    std::map<Names, std::string> reasons;
+    const std::string srdf = description::srdf(options());
+    const std::regex row(R"re(link1="(\w+)" link2="(\w+)" reason="(\w+)")re");
+    for (std::sregex_iterator match(srdf.begin(), srdf.end(), row), end; match != end; ++match)
+        reasons[{(*match)[1], (*match)[2]}] = (*match)[3];
+    const Simulation all(std::regex_replace(description::mjcf(options()), std::regex("<exclude[^>]*>"), ""));
+    ASSERT_TRUE(all.model);
+    std::map<Names, int> touching;
+    constexpr int rounds = 3000;
+    for (int round = 0; round < rounds; ++round) {
+        all.place(random_joints());
+        mj_comPos(all.model.get(), all.data.get());
+        mj_collision(all.model.get(), all.data.get());
+        std::set<Names> now;
+        for (int i = 0; i < all.data->ncon; ++i) {
+            const auto name = [&](int geom) {
+                return mj_id2name(all.model.get(), mjOBJ_BODY, all.model->geom_bodyid[geom]);
+            };
+            now.insert(
+                std::minmax<std::string>(name(all.data->contact[i].geom1), name(all.data->contact[i].geom2)));
+        }
+        for (const Names& pair : now)
+            ++touching[pair];
+    }
+    for (const auto& [pair, reason] : reasons) {
+        if (reason == "Adjacent") continue;
+        EXPECT_EQ(touching[pair], reason == "Always" ? rounds : 0) << pair.first << ' ' << pair.second;
+    }
+    for (const auto& [pair, count] : touching) {
+        if (count == 0 || count == rounds) continue;
+        EXPECT_EQ(reasons.count(pair), 0u) << pair.first << ' ' << pair.second;
+    }
+    EXPECT_GT(reasons.size(), static_cast<std::size_t>(arm.joints));
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, Description, testing::Values(36, 46, 47), testing::PrintToStringParamName());
