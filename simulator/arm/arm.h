@@ -43,6 +43,7 @@ class Arm {
     POSE tool_pose() const;  ///< of the active tool in the active work frame
     Joints velocity() const; ///< degrees/s
     Joints currents() const;
+    Joints followed() const { return follower_.target(); } ///< of a stream of targets, while the arm moves
     bool standing() const { return motions_.idle() && !follower_.moving(); }
     void check_ready() const; ///< @throws Refused unless the arm may move
 

@@ -113,6 +113,14 @@ Joints Follower::position() const
     return position;
 }
 
+Joints Follower::target() const
+{
+    Joints target;
+    for (const Joint& joint : joints_)
+        target.push_back(joint.target);
+    return target;
+}
+
 Joints Follower::velocity() const
 {
     Joints velocity;

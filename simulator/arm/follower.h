@@ -39,6 +39,7 @@ class Follower {
     bool playing() const { return !waypoints_.empty(); }
     Joints position() const;
     Joints velocity() const;
+    Joints target() const;
 
   private:
     struct Joint {

@@ -122,6 +122,9 @@ class Motions {
     const Motion* current() const { return running_ ? &running_->motion : nullptr; }
     int current_number() const { return running_ ? running_->number : 0; }
 
+    /** The way of the motion that runs, if one does. */
+    const Path* path() const { return running_ ? &running_->travel.path() : nullptr; }
+
   private:
     struct Queued {
         Motion motion;

@@ -3,10 +3,10 @@ import * as THREE from './three/build/three.module.js';
 import { OrbitControls } from './three/examples/jsm/controls/OrbitControls.js';
 import { buildArm, buildAxes, buildGripper, gripperLength, materials } from './bodies.js';
 import { followHand } from './hand.js';
+import { buildScale, Ghost, nameAxes, tint, tints, turn } from './marks.js';
 import { soon } from './soon.js';
+import { Trail } from './trail.js';
 
-const trailLength = 1500; // pieces
-const trailStep = 0.002; // m between two of them
 const keyTurn = 0.1; // rad by which a key turns the view
 const slowFrame = 60; // ms; if frames take longer, shadows are left out
 const centre = new THREE.Vector3(0, 0, 0.42); // of what is looked at
@@ -19,6 +19,7 @@ export class ArmView {
   #renderer = new THREE.WebGLRenderer({ antialias: true });
   #arm = new THREE.Group();
   #joints = [];
+  #ghost = null;
   #size = 1; // of the arm, compared with what the views are made for
   #shown = '';
   #draw = soon(() => this.#render());
@@ -74,12 +75,11 @@ export class ArmView {
 
   /** What comes now does not continue what was seen last. */
   breakTrail() {
-    this.trail.broken = true;
+    this.trail.break();
   }
 
   clearTrail() {
-    this.trail.count = 0;
-    this.trail.line.geometry.setDrawRange(0, 0);
+    this.trail.clear();
     this.#draw();
   }
 
@@ -91,20 +91,26 @@ export class ArmView {
     this.gripper.group.visible = about.simulated; // else nobody knows how it stands
     this.canvas.setAttribute('aria-label', `Arm ${about.model}; arrow keys turn the view, plus and minus bring it nearer or farther`);
     this.tool = buildAxes(0.12);
+    nameAxes(this.tool, 0.12, 'tool');
     flange.add(this.tool);
+    this.#ghost = new Ghost(about);
+    this.#scene.add(this.#ghost.group);
     this.#size = new THREE.Vector3(...about.flange).length() / 0.85;
     this.view('corner');
     this.#paint();
   }
 
-  show(state) {
-    const { joints, tool, work, gripper, object, push, table, teaching } = state;
-    const shown = JSON.stringify([joints, tool, work, gripper.opening, object, push, table, teaching]);
+  /** @param time s, of the arm */
+  show(state, time) {
+    const { joints, tool, work, gripper, object, push, table, teaching, planned, jointErrors, limits, power } = state;
+    const shown = JSON.stringify([joints, tool, work, gripper.opening, object, push, table, teaching, planned, jointErrors,
+                                  limits, power]);
     if (shown === this.#shown || !this.flange) return; // all stands as it is drawn
     this.#shown = shown;
 
-    joints.forEach((angle, i) =>
-      this.#joints[i].turning.quaternion.setFromAxisAngle(this.#joints[i].axis, THREE.Math.degToRad(angle)));
+    turn(this.#joints, joints);
+    tint(this.#joints, state, materials);
+    this.#ghost.show(state);
     const place = (node, [x, y, z, ...turn]) => {
       node.position.set(x, y, z);
       node.quaternion.set(...turn);
@@ -125,7 +131,7 @@ export class ArmView {
     this.ledTool = teaching ? tip : null;
     this.handle.visible = teaching;
     this.handle.position.copy(tip);
-    this.#lengthenTrail(tip);
+    this.trail.lengthen(tip, time);
     this.#draw();
   }
 
@@ -138,23 +144,6 @@ export class ArmView {
     this.push.setDirection(force);
     this.push.setLength(length, 0.06, 0.035);
     this.push.position.copy(at).addScaledVector(force, -length);
-  }
-
-  #lengthenTrail(tip) {
-    const { line, last } = this.trail;
-    if (this.trail.broken) {
-      this.trail.broken = false;
-      last.copy(tip);
-    }
-    if (last.distanceTo(tip) < trailStep) return;
-    const places = line.geometry.attributes.position;
-    if (this.trail.count === trailLength) places.array.copyWithin(0, 6);
-    else this.trail.count++;
-    places.setXYZ(2 * this.trail.count - 2, last.x, last.y, last.z);
-    places.setXYZ(2 * this.trail.count - 1, tip.x, tip.y, tip.z);
-    places.needsUpdate = true;
-    line.geometry.setDrawRange(0, 2 * this.trail.count);
-    last.copy(tip);
   }
 
   #furnish() {
@@ -176,6 +165,9 @@ export class ArmView {
 
     this.base = buildAxes(0.2);
     this.work = buildAxes(0.15);
+    nameAxes(this.base, 0.2, 'base');
+    nameAxes(this.work, 0.15, 'work');
+    this.trail = new Trail();
     const through = { transparent: true, depthTest: false };
     this.handle = new THREE.Mesh(new THREE.SphereBufferGeometry(0.022, 32, 24),
                                  new THREE.MeshBasicMaterial({ ...through, opacity: 0.7 }));
@@ -186,14 +178,8 @@ export class ArmView {
     }
     this.work.visible = this.handle.visible = this.push.visible = false;
 
-    const geometry = new THREE.BufferGeometry();
-    geometry.setAttribute('position', new THREE.BufferAttribute(new Float32Array(trailLength * 6), 3));
-    geometry.setDrawRange(0, 0);
-    const line = new THREE.LineSegments(geometry, new THREE.LineBasicMaterial());
-    line.frustumCulled = false;
-    this.trail = { line, count: 0, last: new THREE.Vector3(), broken: true };
-    this.#scene.add(this.sky, this.sun, this.floor, this.table, this.base, this.work, this.handle, this.push, line,
-                    this.#arm);
+    this.#scene.add(this.sky, this.sun, this.floor, this.table, this.base, this.work, this.handle, this.push,
+                    this.trail.line, this.#arm, buildScale());
   }
 
   /** The colours stand in the style sheet. */
@@ -201,15 +187,16 @@ export class ArmView {
     const style = getComputedStyle(document.documentElement);
     const colour = (name) => new THREE.Color(style.getPropertyValue('--3d-' + name).trim());
     this.#scene.background = colour('background');
-    for (const [name, material] of Object.entries(materials)) material.color = colour(name);
+    for (const [name, material] of Object.entries({ ...materials, ...tints })) material.color = colour(name);
     this.sky.color = colour('sky');
     this.sky.groundColor = colour('ground');
     this.floor.material.opacity = Number(style.getPropertyValue('--3d-shadow'));
     this.table.material.color = colour('joint');
-    this.trail.line.material.color = this.handle.material.color = colour('accent');
+    this.handle.material.color = colour('accent');
+    this.trail.paint(colour('accent'), colour('warning'), colour('background'));
     this.push.setColor(colour('accent'));
     this.#scene.traverse(({ material }) => {
-      if (material?.name?.startsWith('axis')) material.color = colour(material.name);
+      if (material?.name) material.color = colour(material.name);
     });
     this.#scene.remove(this.grid);
     this.grid = new THREE.GridHelper(3, 30, colour('axis'), colour('grid'));

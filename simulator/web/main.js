@@ -13,6 +13,7 @@ import { Wire } from './wire.js';
 
 const controller = new Controller();
 let state = null;
+let now = 0; // s, of the arm
 
 let forget = 0;
 function tell(refused) {
@@ -78,6 +79,7 @@ controller.addEventListener('about', ({ detail }) => {
 controller.addEventListener('lost', () => lose('no connection'));
 controller.addEventListener('full', ({ detail }) => lose(detail));
 controller.addEventListener('time', ({ detail: time }) => {
+  now = time;
   write(get('clock'), `${Math.floor(time)} s`);
   plots.tick(time);
 });
@@ -149,11 +151,11 @@ async function draw() {
     drawn = true;
     get('teach').setAttribute('aria-pressed', String(state.teaching));
     if (!view.plain) get('hint').hidden = !state.teaching;
-    if (!plots.looksBack) view.show(state);
+    if (!plots.looksBack) view.show(state, now);
   };
   look = (shown) => {
     view.breakTrail();
-    if (drawn) view.show(shown);
+    if (drawn) view.show(shown, now);
   };
   controller.addEventListener('gap', () => view.breakTrail());
   controller.addEventListener('state', show);
@@ -167,6 +169,5 @@ async function draw() {
     });
 }
 
-link(get('filter'), 'filter');
 link(get('plot-of'), 'plot');
 draw();

@@ -142,6 +142,8 @@ Json Page::state() const
             {"power", arm().drives.powered()},
             {"paused", motions.paused()},
             {"errors", errors()},
+            {"planned", planned()},
+            {"dexterity", rounded(dexterity())},
             {"joints", rounded_array(arm().position())},
             {"speeds", rounded_array(arm().velocity())},
             {"currents", rounded_array(arm().currents())}, // A
@@ -182,6 +184,31 @@ std::string Page::mode() const
     if (!motions.idle()) return "moving";
     if (!arm().standing()) return "following targets";
     return peripherals().force.following() ? "force-position" : "ready";
+}
+
+/** Where the arm goes, and the places of the tool on the way; null if it stays. */
+Json Page::planned() const
+{
+    constexpr int places = 24;
+    if (arm().standing() || !simulated_) return nullptr;
+    const Path* path = arm().motions().path();
+    if (!path) return {{"joints", rounded_array(arm().followed())}, {"path", Json::array()}};
+    const Frames frames = arm().frames.active();
+    Json way = Json::array();
+    for (int i = 0; i <= places; ++i)
+        way.push_back(array_of(frames.tool_of(arm().model.flange(path->at(double(i) / places))).p));
+    for (Json& place : way)
+        for (Json& value : place)
+            value = rounded(value);
+    return {{"joints", rounded_array(path->at(1))}, {"path", way}};
+}
+
+/** 0 at a singularity; an arm has some 0.3 at most. */
+double Page::dexterity() const
+{
+    float joints[7] = {};
+    std::ranges::copy(arm().position(), joints);
+    return Arm_Model_Dexterity(&model_, joints).condition;
 }
 
 /** Of what is shown about an arm that is not simulated here: the age of the last word of it, in seconds. */

@@ -7,6 +7,7 @@
 
 #include "commands/tap.h"
 #include "commands/virtual_controller.h"
+#include "kx/arm_model.h"
 #include "web/operator.h"
 
 namespace kx::sim {
@@ -17,6 +18,7 @@ class Page : public Tap {
     Page(Controller& controller, bool simulated)
         : controller_(controller), simulated_(simulated), operator_(controller.arm())
     {
+        Arm_Model_Init(&model_, arm().model.code, 0);
     }
 
     /** What does not change: the model and its geometry. Lengths are metres. */
@@ -66,6 +68,8 @@ class Page : public Tap {
     Arm& arm() const { return controller_.arm(); }
     Peripherals& peripherals() const { return controller_.peripherals(); }
     std::string mode() const;
+    Json planned() const;
+    double dexterity() const;
     Json source() const;
     Json errors() const;
 
@@ -73,6 +77,7 @@ class Page : public Tap {
     const bool simulated_;
     std::optional<Hold> hold_;
     Operator operator_;
+    ARM_MODEL model_; ///< for what the library knows of arms
 
     // Of an arm that is not simulated here.
     std::optional<Real::time_point> heard_; ///< when something told last where it is

@@ -1,5 +1,7 @@
-// The last lines on the wire: filtered, held still, copied.
-import { write } from './parts.js';
+// The last lines on the wire: each request with its reply and how long that took, filtered, held still, copied, kept.
+import { link } from './links.js';
+import { Pairs } from './pairs.js';
+import { element, get, write } from './parts.js';
 import { soon } from './soon.js';
 
 const kept = 2000;
@@ -10,31 +12,46 @@ const words = { '->': 'request', '<-': 'reply', '--': '' };
 
 export class Wire {
   #lines = [];
-  #heldLines = null;
+  #pairs = new Pairs();
+  #held = false;
   #last = 0;
-  #list = document.getElementById('lines');
-  #filter = document.getElementById('filter');
+  #chosen = null; // the number of a line
+  #list = get('lines');
+  #filter = get('filter');
+  #client = get('wire-client');
   #drawSoon = soon(() => this.#draw(), interval);
 
   constructor() {
-    const button = (id, click) => document.getElementById(id).addEventListener('click', click);
-    this.#filter.addEventListener('input', () => this.#draw());
+    const button = (id, click) => get(id).addEventListener('click', click);
+    link(this.#filter, 'filter');
+    this.#filter.addEventListener('input', () => this.#draw(true));
+    this.#client.addEventListener('input', () => this.#draw(true));
     button('wire-pause', ({ target }) => {
-      this.#heldLines = this.#heldLines ? null : this.#lines.slice();
-      target.setAttribute('aria-pressed', String(this.#heldLines !== null));
+      this.#held = !this.#held;
+      target.setAttribute('aria-pressed', String(this.#held));
       this.#draw();
     });
     button('wire-copy', () => this.#copy());
+    button('wire-save', () => Object.assign(element('a'), {
+      download: 'wire.txt', href: URL.createObjectURL(new Blob([this.#text()], { type: 'text/plain' })) }).click());
     button('wire-clear', () => {
       this.#lines = [];
-      if (this.#heldLines) this.#heldLines = [];
-      this.#draw();
+      this.#draw(true);
+    });
+    this.#list.addEventListener('click', ({ target }) => this.#choose(target.closest('li')?.line));
+    this.#list.addEventListener('keydown', (event) => {
+      const way = { ArrowUp: 'previousSibling', ArrowDown: 'nextSibling' }[event.key];
+      if (!way) return;
+      event.preventDefault();
+      const here = [...this.#list.children].find(({ line }) => line.number === this.#chosen);
+      this.#choose((here ? here[way] : this.#list.lastChild)?.line);
     });
   }
 
   /** Of a controller that counts its lines from the beginning. */
   restart() {
     this.#last = 0;
+    this.#pairs = new Pairs();
   }
 
   add(lines) {
@@ -43,43 +60,80 @@ export class Wire {
       if (this.#last && number > this.#last + 1)
         this.#lines.push({ gap: true, text: `${number - this.#last - 1} lines not shown` });
       this.#last = number;
-      this.#lines.push({ time, client, direction, text });
+      const line = { number, time, client, direction, text };
+      this.#pairs.add(line);
+      this.#lines.push(line);
+      if (client && ![...this.#client.options].some(({ value }) => value === String(client)))
+        this.#client.append(new Option(`client ${client}`, client));
     }
     this.#lines.splice(0, this.#lines.length - kept);
-    if (!this.#heldLines) this.#drawSoon();
+    if (!this.#held) this.#drawSoon();
   }
 
-  #chosen() {
+  #matching() {
     const wanted = this.#filter.value.toLowerCase().split(/\s+/).filter(Boolean);
-    const matches = ({ gap, direction, text }) =>
-      !wanted.length || (!gap && wanted.every((word) => `${words[direction]} ${text}`.toLowerCase().includes(word)));
-    return (this.#heldLines ?? this.#lines).filter(matches).slice(-shown);
+    const client = this.#client.value;
+    return this.#lines.filter((line) => line.gap ? !wanted.length && !client
+      : (!client || String(line.client) === client)
+        && wanted.every((word) => `${words[line.direction]} ${line.text}`.toLowerCase().includes(word)));
   }
 
-  #draw() {
-    const atEnd = this.#list.scrollTop + this.#list.clientHeight >= this.#list.scrollHeight - 4;
-    const span = (className, text) => Object.assign(document.createElement('span'), { className, textContent: text });
-    this.#list.replaceChildren(...this.#chosen().map(({ gap, time, client, direction, text }) => {
-      const item = document.createElement('li');
-      if (gap) {
-        item.className = 'gap';
-        item.textContent = text;
-        return item;
-      }
-      item.classList.toggle('refusal', direction === '<-' && /:\s*false|"error"/.test(text));
-      item.append(span('time', time.toFixed(3)), span('client', String(client)), span('direction', arrows[direction]),
-                  span(direction === '->' ? 'request' : 'reply', text));
-      return item;
-    }));
-    if (atEnd) this.#list.scrollTop = this.#list.scrollHeight;
-    write(document.getElementById('wire-count'), this.#heldLines ? 'held' : '');
+  /** What is there stays as it is, so that a place and a selection last. @param anew other lines are wanted */
+  #draw(anew = false) {
+    const { scrollTop, clientHeight, scrollHeight } = this.#list;
+    const atEnd = scrollTop + clientHeight >= scrollHeight - 4;
+    const selected = getSelection();
+    const marked = !selected.isCollapsed && this.#list.contains(selected.anchorNode);
+    if (!this.#held || anew) {
+      const wanted = this.#matching().slice(-shown);
+      const there = new Set(wanted);
+      for (const item of [...this.#list.children])
+        if (anew || (atEnd && !marked && !there.has(item.line))) item.remove();
+      const after = this.#list.lastChild?.line;
+      this.#list.append(...wanted.slice(wanted.indexOf(after) + 1).map((line) => this.#item(line)));
+      if (atEnd && !marked) this.#list.scrollTop = this.#list.scrollHeight;
+    }
+    for (const item of this.#list.children) this.#update(item);
+    write(get('wire-count'), this.#held ? 'held' : '');
+  }
+
+  #item(line) {
+    const { gap, time, client, direction, text } = line;
+    const item = Object.assign(element('li', gap ? 'gap' : '', gap ? text : ''), { line });
+    if (gap) return item;
+    item.classList.toggle('refusal', direction === '<-' && /:\s*false|"error"/.test(text));
+    item.append(element('span', 'time', time.toFixed(3)), element('span', 'client', String(client)),
+                element('span', 'direction', arrows[direction]), element('span', 'took'),
+                element('span', direction === '->' ? 'request' : 'reply', text));
+    return item;
+  }
+
+  #update(item) {
+    const { line } = item;
+    if (line.took !== undefined) write(item.querySelector('.took'), `${line.took.toFixed(0)} ms`);
+    const chosen = this.#chosen !== null && [line.number, line.partner].includes(this.#chosen);
+    item.classList.toggle('chosen', chosen);
+  }
+
+  /** Marks a line, and its request or reply. */
+  #choose(line) {
+    if (!line || line.gap || !getSelection().isCollapsed) return;
+    this.#chosen = line.number;
+    for (const item of this.#list.children) {
+      this.#update(item);
+      if (item.line === line) item.scrollIntoView({ block: 'nearest' });
+    }
+  }
+
+  #text() {
+    return this.#matching().map(({ gap, time, client, direction, took, text: line }) => gap ? `(${line})`
+      : [time.toFixed(3), `client ${client}`, direction, took === undefined ? '' : `${took.toFixed(1)} ms`, line].join('\t'))
+      .join('\n') + '\n';
   }
 
   #copy() {
-    const text = this.#chosen().map(({ gap, time, client, direction, text: line }) =>
-      gap ? `(${line})` : `${time.toFixed(3)}\tclient ${client}\t${direction}\t${line}`).join('\n') + '\n';
-    const note = (done) => write(document.getElementById('wire-count'), done ? 'copied' : 'cannot copy');
-    if (navigator.clipboard) return navigator.clipboard.writeText(text).then(() => note(true), () => note(false));
+    const note = (done) => write(get('wire-count'), done ? 'copied' : 'cannot copy');
+    if (navigator.clipboard) return navigator.clipboard.writeText(this.#text()).then(() => note(true), () => note(false));
     getSelection().selectAllChildren(this.#list); // a page from another machine may use no clipboard by itself
     note(document.execCommand('copy'));
   }

@@ -203,6 +203,51 @@ TEST(PageInABrowser, LooksBack)
     EXPECT_TRUE(eventually([&] { return drawn_at() == after; }));
 }
 
+// A reply stands with what it answers, whatever came between; and who reads back is not carried along.
+TEST(PageInABrowser, PairsTheLinesOnTheWire)
+{
+    Application app{46, {"--web", "0"}};
+    Browser browser;
+    browser.open(address(app.controller->page()));
+    ASSERT_TRUE(shows(browser, "#mode", "ready"));
+    float target[7] = {30, -20, 40, 0, 60, 0};
+    auto status = std::async(std::launch::async, [&] { return Movej_Cmd(app.arm, target, 50, 0, true); });
+    EXPECT_TRUE(shows(browser, "#mode", "moving"));
+    unsigned char on;
+    EXPECT_EQ(Get_DI_State(app.arm, 1, &on), 0);
+    EXPECT_EQ(status.get(), 0);
+    const auto pairs = [&] {
+        return browser.run(
+            "const lines = [...document.querySelectorAll('#lines li')].map(({ line }) => line);"
+            "return lines.filter(({ direction, partner }) => direction === '->' && partner)"
+            ".map(({ text, partner }) => [text, lines.find(({ number }) => number === partner).text]"
+            ".map((text) => JSON.parse(text).command));");
+    };
+    for (const char* command : {"movej", "get_DI_state"}) {
+        const auto pair = Browser::Json::array(
+            {command, command == std::string("movej") ? "current_trajectory_state" : command});
+        EXPECT_TRUE(eventually([&] {
+            const auto found = pairs();
+            return std::find(found.begin(), found.end(), pair) != found.end();
+        })) << pair;
+    }
+
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(Get_DI_State(app.arm, 1, &on), 0);
+    const std::string place = "const list = document.querySelector('#lines');"
+                              "return [list.scrollTop, getSelection().toString(), list.children.length]";
+    EXPECT_TRUE(eventually([&] { return browser.run(place)[2] > 40; }));
+    browser.run("const list = document.querySelector('#lines'); list.scrollTop = 16;"
+                "getSelection().selectAllChildren(list.children[2])");
+    const auto before = browser.run(place);
+    EXPECT_NE(before[1], "");
+    EXPECT_EQ(Get_DI_State(app.arm, 1, &on), 0);
+    EXPECT_TRUE(eventually([&] { return browser.run(place)[2] > before[2]; }));
+    const auto after = browser.run(place);
+    EXPECT_EQ(after[0], before[0]);
+    EXPECT_EQ(after[1], before[1]);
+}
+
 // Waypoints taken on the page become programs that run, and lead the arm where the page's own Play leads it.
 TEST(PageInABrowser, MakesProgramsOfWaypoints)
 {

@@ -314,6 +314,31 @@ TEST_F(Page, LetsGoOfWhatIsNotHeldOn)
     first("state", shows("push", {0, 0, 0}));
 }
 
+// What the arm is about to do is told while it does it: the tool's way, and how the arm will stand.
+TEST_F(Page, TellsWhereTheArmGoes)
+{
+    EXPECT_EQ(first("state")["dexterity"], 0) << "stretched";
+    act({{"act", "go"}, {"joints", {20, 20, 70, 0, 60, 10}}, {"percent", 100}});
+    const Json from = first(
+        "state", [](const Json& state) { return state["mode"] == "ready" && state["joints"][2] == 70; });
+    EXPECT_TRUE(from["planned"].is_null());
+    EXPECT_GT(from["dexterity"], 0.01);
+    act({{"act", "step"}, {"frame", "base"}, {"axis", 2}, {"by", -100}, {"percent", 20}});
+    const Json planned =
+        first("state", [](const Json& state) { return state["mode"] == "moving"; })["planned"];
+    const Json to = first("state", [](const Json& state) { return state["mode"] == "ready"; });
+    const Json& way = planned["path"];
+    for (int i = 0; i < 6; ++i)
+        EXPECT_NEAR(planned["joints"][i], to["joints"][i], 0.01) << i;
+    for (std::size_t i = 0; i < way.size(); ++i)
+        for (int axis = 0; axis < 3; ++axis)
+            EXPECT_NEAR(way[i][axis],
+                        from["pose"][axis].get<double>() -
+                            (axis == 2) * 0.1 * double(i) / double(way.size() - 1),
+                        2e-3)
+                << i << axis;
+}
+
 // What somebody at the page asks for is what the arm does, and what it cannot do is told.
 TEST_F(Page, MovesTheArmByHand)
 {
