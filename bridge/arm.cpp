@@ -85,11 +85,13 @@ std::string BridgedArm::own_topic(const std::string& name) const
 
 void BridgedArm::run()
 {
+    std::string said;
     while (!is_ending_) {
         try {
             serve();
         } catch (const Error& error) {
-            if (health().status != error.status().code()) speaker_.say(error.what());
+            if (error.what() != said) speaker_.say(error.what());
+            said = error.what();
             note({.status = error.status().code()});
         }
         diagnose(nullptr);
@@ -102,6 +104,7 @@ void BridgedArm::run()
 void BridgedArm::serve()
 {
     const Arm arm(address_.host, address_.port, address_.model);
+    speaker_.say("connected to " + hardware_);
     Commander commander(arm, joints_, options_.stream, speaker_);
     const auto drop = [](const auto&, auto) {}; // what was meant for an arm that was not there
     if (joint_commands_) joint_commands_->take(drop);

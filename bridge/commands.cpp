@@ -26,22 +26,13 @@ struct Refusal : std::runtime_error {
     return text;
 }
 
-/** What somebody sent, fit to be shown on a terminal. */
-std::string shown(const char* name)
-{
-    std::string text = std::string(name).substr(0, 40);
-    std::ranges::replace_if(
-        text, [](unsigned char c) { return c < ' ' || c > '~'; }, '?');
-    return text;
-}
-
 /** Where among the names each joint of the arm stands. */
 std::vector<uint32_t> places(const dds_sequence_string& names, const std::vector<std::string>& joints)
 {
     std::vector<uint32_t> places(joints.size(), names._length);
     for (uint32_t i = 0; i < names._length; ++i) {
         const auto joint = std::ranges::find(joints, names._buffer[i]);
-        if (joint == joints.end()) throw Refusal("there is no joint " + shown(names._buffer[i]));
+        if (joint == joints.end()) throw Refusal("there is no joint " + printable(names._buffer[i]));
         uint32_t& place = places[static_cast<size_t>(joint - joints.begin())];
         if (place != names._length) throw Refusal(*joint + " stands there twice");
         place = i;
@@ -106,19 +97,6 @@ class File {
 };
 
 } // namespace
-
-void Speaker::say(const std::string& what)
-{
-    const auto now = std::chrono::steady_clock::now();
-    if (now < next_) {
-        ++unsaid_;
-        return;
-    }
-    const std::string more = unsaid_ > 0 ? " (and " + std::to_string(unsaid_) + " more before)" : "";
-    std::fprintf(stderr, "%s: %s%s\n", name_.c_str(), what.c_str(), more.c_str());
-    next_ = now + std::chrono::seconds(1);
-    unsaid_ = 0;
-}
 
 template <class Function>
 void Commander::judge(const char* what, Function function)

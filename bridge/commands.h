@@ -9,20 +9,9 @@
 #include <kx/arm.hpp>
 
 #include "dds.h"
+#include "speaker.h"
 
 namespace kx::bridge {
-
-/** Says on standard error what happens to an arm, one line a second at most. */
-class Speaker {
-  public:
-    explicit Speaker(std::string name) : name_(std::move(name)) {}
-    void say(const std::string& what);
-
-  private:
-    const std::string name_;
-    kx::Time next_ = {};
-    int unsaid_ = 0;
-};
 
 /** Carries out what one sender at a time tells. Nothing moves for a message that is refused. */
 class Commander {

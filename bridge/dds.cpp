@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "speaker.h"
+
 namespace kx::bridge {
 
 namespace {
@@ -48,8 +50,22 @@ dds_entity_t make_topic(const Domain& domain, const dds_topic_descriptor_t* type
 
 } // namespace
 
+// What DDS complains of, messages that cannot be read among it.
+static Speaker complaints("kx-bridge: DDS");
+
+static dds_entity_t make_domain(unsigned number, bool reaches_out)
+{
+    const dds_entity_t domain = dds_create_domain(number, reaches_out ? configured() : this_machine);
+    dds_set_log_sink( // now, as a new domain sets its own
+        [](void*, const dds_log_data_t* line) {
+            complaints.say(printable({line->message, line->size}));
+        },
+        nullptr);
+    return domain;
+}
+
 Domain::Domain(unsigned number, bool reaches_out)
-    : domain_(dds_create_domain(number, reaches_out ? configured() : this_machine), "DDS"),
+    : domain_(make_domain(number, reaches_out), "DDS"),
       participant_(dds_create_participant(number, nullptr, nullptr), "DDS")
 {
 }

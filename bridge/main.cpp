@@ -1,5 +1,6 @@
 // kx-bridge: robot arms as topics of ROS 2, without ROS.
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -8,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "arm.h"
+#include "description/description.h"
 
 namespace {
 
@@ -24,12 +26,18 @@ constexpr std::string_view topics[] = {"joint_states",
                                        "robot_joint_commands",
                                        "joint_trajectory"};
 
-bool is_name(const std::string& text)
+std::string is_finite(const std::string& text)
 {
-    return !text.empty() &&
-           text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") ==
-               text.npos &&
-           !std::isdigit(static_cast<unsigned char>(text[0]));
+    return std::isfinite(std::strtod(text.c_str(), nullptr)) ? "" : text + " is no number";
+}
+
+/** Names with slashes between them. */
+bool is_topic(std::string text)
+{
+    if (text.empty() || text.front() == '/' || text.back() == '/' || text.find("//") != text.npos)
+        return false;
+    std::ranges::replace(text, '/', '_');
+    return kx::description::is_prefix(text);
 }
 
 Address parse(const std::string& text)
@@ -47,8 +55,8 @@ Address parse(const std::string& text)
         throw CLI::ValidationError("--arm", wrong);
     address.prefix = text.substr(0, begin ? begin - 1 : 0);
     address.host = text.substr(begin, colon - begin);
-    if (begin > 0 && !is_name(address.prefix))
-        throw CLI::ValidationError("--arm", "a prefix has letters, digits and _ only: " + text);
+    if (begin > 0 && (address.prefix.empty() || !kx::description::is_prefix(address.prefix)))
+        throw CLI::ValidationError("--arm", "a prefix is a name of letters, digits and _: " + text);
     return address;
 }
 
@@ -70,7 +78,8 @@ std::map<std::string, std::string> parse_names(const std::vector<std::string>& t
     for (const std::string& text : texts) {
         const size_t equals = std::min(text.find('='), text.size());
         const std::string from = text.substr(0, equals);
-        if (std::ranges::find(topics, from) == std::end(topics) || equals + 1 >= text.size())
+        if (std::ranges::find(topics, from) == std::end(topics) || equals == text.size() ||
+            !is_topic(text.substr(equals + 1)))
             throw CLI::ValidationError("--rename", text + " is not of the form TOPIC=NAME");
         names[from] = text.substr(equals + 1);
     }
@@ -103,9 +112,11 @@ int main(int argc, char** argv)
     app.add_flag("--network", reaches_out,
                  "reach beyond this machine, as CYCLONEDDS_URI says or by all interfaces");
     app.add_option("--rate", options.rate, "joint states a second")
+        ->check(is_finite)
         ->check(CLI::Range(0.1, 1000.0))
         ->capture_default_str();
     app.add_option("--wrench", options.wrench, "readings of the force sensor a second; 0: none")
+        ->check(is_finite)
         ->check(CLI::Range(0.0, 200.0))
         ->capture_default_str();
     app.add_flag("!--no-tf", options.has_tf, "leave tf and tf_static to another program");
@@ -114,12 +125,15 @@ int main(int argc, char** argv)
         ->type_name("TOPIC=NAME");
     app.add_flag("--command", options.obeys, "take commands: whoever reaches the domain can move the arms");
     app.add_option("--watchdog", options.stream.watchdog, "s without a command after which an arm brakes")
+        ->check(is_finite)
         ->check(CLI::Range(0.01, 10.0))
         ->capture_default_str();
     app.add_option("--velocity", velocity, "limit of the joints, degrees/s")
+        ->check(is_finite)
         ->check(CLI::Range(0.1, 1000.0))
         ->capture_default_str();
     app.add_option("--acceleration", acceleration, "limit of the joints, degrees/s^2")
+        ->check(is_finite)
         ->check(CLI::Range(1.0, 10000.0))
         ->capture_default_str();
     app.footer(footer);

@@ -109,7 +109,6 @@ TEST(Bridge, DescribesItsArmAndItsFramesToWhoComesLate)
     EXPECT_GT(std::hypot(wrench->fx, wrench->fy, wrench->fz), 10) << "2 kg weigh something";
 }
 
-
 TEST(Bridge, SaysHowItsArmsAreAndNothingOfThoseThatAreLost)
 {
     auto well = std::make_unique<Controller>();
@@ -270,16 +269,15 @@ TEST(Bridge, RefusesWhatIsNoCommand)
 TEST(Bridge, SurvivesWhatIsNoMessage)
 {
     Commanded arm;
-    const std::vector<char> head = {0, 1, 0, 0};
-    for (std::string body :
-         {std::string(), std::string(3, '\0'), std::string(64, '\xff'), std::string(8, '\0') + "\x05",
-          std::string(8, '\0') + std::string("\x01\0\0\0x\0\0\0\xff\xff\xff\x7f", 12)}) {
-        std::vector<char> bytes = head;
-        bytes.insert(bytes.end(), body.begin(), body.end());
-        ros::Domain other(arm.domain.number); // where the type may mean other bytes
-        ros::Writer<ros::JointState> commands(other, "robot_joint_commands", bytes);
-        ros::Writer<ros::JointTrajectory> trajectories(other, "joint_trajectory", bytes);
-        ASSERT_TRUE(commands.is_heard() && trajectories.is_heard());
+    ros::Domain other(arm.domain.number);
+    ros::Writer<ros::JointState> commands(other, "robot_joint_commands");
+    ros::Writer<ros::JointTrajectory> trajectories(other, "joint_trajectory");
+    ASSERT_TRUE(commands.is_heard() && trajectories.is_heard());
+    const std::string head("\0\1\0\0", 4), no_time(8, '\0');
+    for (const std::string& bytes : {head, head + '\0', head + std::string(64, '\xff'), head + no_time + '\5',
+                                     std::string("\0\7\0\0", 4) + no_time,
+                                     head + no_time + std::string("\1\0\0\0x\0\0\0\xff\xff\xff\x7f", 12)}) {
+        other.bytes.assign(bytes.begin(), bytes.end());
         commands.write({});
         trajectories.write({});
     }

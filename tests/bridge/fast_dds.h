@@ -131,11 +131,11 @@ struct Passage {
     }
 };
 
-// `bytes` are what goes out in place of a message, if there are any.
+// `bytes` are what goes out in place of messages, while there are any.
 template <class Message>
 class Type : public dds::TopicDataType {
   public:
-    explicit Type(std::vector<char> bytes = {}) : bytes_(std::move(bytes))
+    explicit Type(const std::vector<char>& bytes) : bytes_(bytes)
     {
         setName(Message::type);
         m_typeSize = 1 << 20;
@@ -173,7 +173,7 @@ class Type : public dds::TopicDataType {
     bool getKey(void*, eprosima::fastrtps::rtps::InstanceHandle_t*, bool) override { return false; }
 
   private:
-    const std::vector<char> bytes_;
+    const std::vector<char>& bytes_;
 };
 
 // A domain that no other test uses meanwhile, with this process as a participant.
@@ -209,9 +209,9 @@ class Domain {
     }
 
     template <class Message>
-    dds::Topic* topic(const std::string& name, std::vector<char> bytes = {})
+    dds::Topic* topic(const std::string& name)
     {
-        dds::TypeSupport(new Type<Message>(std::move(bytes))).register_type(participant_);
+        dds::TypeSupport(new Type<Message>(bytes)).register_type(participant_);
         if (dds::TopicDescription* known = participant_->lookup_topicdescription("rt/" + name))
             return static_cast<dds::Topic*>(known);
         return participant_->create_topic("rt/" + name, Message::type, dds::TOPIC_QOS_DEFAULT);
@@ -220,6 +220,7 @@ class Domain {
     dds::Subscriber* subscriber() { return subscriber_; }
 
     int number;
+    std::vector<char> bytes; // what this participant writes, whatever the message, if there are any
 
   private:
     int lock_ = -1;
@@ -311,13 +312,12 @@ class Reader : public dds::DataReaderListener {
 template <class Message>
 class Writer {
   public:
-    // With bytes it writes these, whatever the message.
-    Writer(Domain& domain, const std::string& name, std::vector<char> bytes = {})
+    Writer(Domain& domain, const std::string& name)
     {
         dds::DataWriterQos qos;
         qos.reliability().kind = dds::RELIABLE_RELIABILITY_QOS;
         qos.endpoint().history_memory_policy = eprosima::fastrtps::rtps::DYNAMIC_RESERVE_MEMORY_MODE;
-        writer_ = domain.publisher()->create_datawriter(domain.topic<Message>(name, std::move(bytes)), qos);
+        writer_ = domain.publisher()->create_datawriter(domain.topic<Message>(name), qos);
     }
     bool write(Message message) { return writer_->write(&message); }
 

@@ -6,7 +6,7 @@ set -euo pipefail
 prefix=$1
 consumer=$(cd "$(dirname "$0")" && pwd)/consumer
 work=$(mktemp -d)
-trap 'kill "${controller_pid:-}" 2>/dev/null || true; rm -rf "$work"' EXIT
+trap 'kill "${controller_pid:-}" "${bridge_pid:-}" 2>/dev/null || true; rm -rf "$work"' EXIT
 cd "$work"
 
 build() { # source, targets...
@@ -40,6 +40,12 @@ for program in build-consumer/move_c build-consumer/move_cpp ./move_c ./move_cpp
 done
 "$prefix/bin/kx" --arm "127.0.0.1:$port" --model 46 state >kx.log
 [ "$("$prefix/bin/kx" --version)" = "kx $(pkg-config --modversion kx-service)" ] # of the library, and of the package
+
+# The bridge publishes; another implementation of DDS reads that in other tests.
+exec {bridge}< <(exec "$prefix/bin/kx-bridge" --domain 101 --arm "127.0.0.1:$port,46" 2>&1)
+bridge_pid=$!
+grep -qm 1 connected <&"$bridge"
+kill -INT $bridge_pid
 
 # Python programs, and the fixtures of their tests. The interpreter's own directories are below /usr.
 if [ "$prefix" != /usr ]; then export PYTHONPATH=$prefix/lib/python3/dist-packages; fi
