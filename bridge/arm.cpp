@@ -125,11 +125,11 @@ void BridgedArm::serve()
         commander.look();
         const auto now = Clock::now();
         if (wrench_ && now >= wrench) {
-            const bool has_come = publish_wrench(arm);
-            wrench =
-                now + (has_come ? std::chrono::duration_cast<Clock::duration>(1s / options_.wrench) : 1s);
+            const auto period = std::chrono::duration_cast<Clock::duration>(1s / options_.wrench);
+            wrench = publish_wrench(arm) ? std::max(wrench + period, now) : now + 1s;
         }
         const std::tuple news(health(), commander.doing(), commander.refused());
+        // Each second, and when something changes, though at most ten times as often.
         if (now >= diagnosis || (news != told && now >= diagnosis - 900ms)) {
             diagnose(&commander);
             told = news;

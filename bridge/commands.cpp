@@ -74,7 +74,10 @@ double wall_clock()
 /** A trajectory as a stream plays it: a file, though of memory only. */
 class File {
   public:
-    File() : file_(fdopen(memfd_create("trajectory", MFD_CLOEXEC), "w")) {}
+    File() : file_(fdopen(memfd_create("trajectory", MFD_CLOEXEC), "w"))
+    {
+        if (!file_) throw Refusal("the system has no room for it");
+    }
     File(const File&) = delete;
     ~File() { fclose(file_); }
 
@@ -131,6 +134,8 @@ void Commander::begin(const char* doing, dds_instance_handle_t sender)
 void Commander::follow(const JointState& told, dds_instance_handle_t sender)
 {
     const Degrees target = angles(told.position, {&told.velocity, &told.effort}, places(told.name, joints_));
+    if (const int joint = Arm_Model_Beyond_Limits(&model_, target.data()))
+        throw Refusal(joints_[static_cast<size_t>(joint - 1)] + " would leave its limits");
     const double stamp = seconds(told.header.stamp);
     if (is_running()) {
         if (is_playing_) throw Refusal("a trajectory is being played");
@@ -172,7 +177,9 @@ void Commander::play(const JointTrajectory& told, dds_instance_handle_t sender)
         for (int i = 0; i < joints.size() && !begins_here && &point == &points.front(); ++i)
             if (std::abs(joints[i] - here[i]) > near)
                 throw Refusal("it begins elsewhere than where the arm stands");
-        file.add(seconds(point.time_from_start), joints);
+        const double time = seconds(point.time_from_start);
+        if (time < 0) throw Refusal("it begins before its beginning");
+        file.add(time, joints);
     }
     begin("playing a trajectory", sender);
     is_playing_ = true;

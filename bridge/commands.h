@@ -22,6 +22,7 @@ class Commander {
               Speaker& speaker)
         : arm_(arm), joints_(joints), options_(options), speaker_(speaker)
     {
+        Arm_Model_Init(&model_, arm.model(), 0);
     }
 
     /** Goes there: with a stamp, along the way of those before and after it; without one so as to rest there. */
@@ -50,6 +51,7 @@ class Commander {
     const std::vector<std::string>& joints_;
     const KX_STREAM_OPTIONS& options_;
     Speaker& speaker_;
+    ARM_MODEL model_;
     std::optional<Stream<Throwing>> stream_; ///< while something is carried out
     dds_instance_handle_t sender_ = 0;       ///< of that
     bool is_playing_ = false;                ///< a trajectory

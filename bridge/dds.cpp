@@ -1,8 +1,27 @@
 #include "dds.h"
 
+#include <atomic>
 #include <cstdlib>
+#include <netinet/in.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "speaker.h"
+
+// Whatever interface it is to use, DDS would hear what comes to any address of the machine.
+static std::atomic<bool> hears_this_machine_only = false;
+
+/** Takes the place of the system's own in this program. */
+extern "C" int bind(int socket, const sockaddr* address, socklen_t size) noexcept
+{
+    sockaddr_in here = {};
+    if (hears_this_machine_only && address->sa_family == AF_INET) {
+        here = *reinterpret_cast<const sockaddr_in*>(address);
+        here.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address = reinterpret_cast<const sockaddr*>(&here);
+    }
+    return static_cast<int>(syscall(SYS_bind, socket, address, size));
+}
 
 namespace kx::bridge {
 
@@ -55,6 +74,7 @@ static Speaker complaints("kx-bridge: DDS");
 
 static dds_entity_t make_domain(unsigned number, bool reaches_out)
 {
+    hears_this_machine_only = !reaches_out;
     const dds_entity_t domain = dds_create_domain(number, reaches_out ? configured() : this_machine);
     dds_set_log_sink( // now, as a new domain sets its own
         [](void*, const dds_log_data_t* line) {

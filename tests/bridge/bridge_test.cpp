@@ -219,6 +219,7 @@ TEST(Bridge, RefusesWhatIsNoCommand)
         {"speeds for some", [](Told& told) { told.velocity.resize(5); }},
         {"efforts for some", [](Told& told) { told.effort.resize(7); }},
         {"no number", [](Told& told) { told.position[4] = NAN; }},
+        {"beyond the joint's limit", [](Told& told) { told.position[5] = 10; }},
         {"beyond all numbers", [](Told& told) { told.position[4] = 1e300; }},
         {"no time",
          [](Told& told) {

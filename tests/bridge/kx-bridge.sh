@@ -17,6 +17,15 @@ for wrong in '' '--arm 127.0.0.1,46' '--arm 127.0.0.1:8080' '--arm 127.0.0.1:808
   [ $? = 64 ] && [ -s "$work/err" ] && [ ! -s "$work/out" ] || fail "kx-bridge $wrong: $(<"$work/err")"
 done
 
+# Nobody but this machine is heard.
+exec {output}< <(exec "$bridge" --arm 127.0.0.1:1,46 --domain 102 2>&1)
+pid=$!
+read -r -u "$output" _
+sockets=$(find /proc/$pid/fd -lname 'socket:*' -printf '%l\n' | tr -dc '0-9\n')
+addresses=$(awk 'NR == FNR {is[$1]; next} $10 in is {print $2}' <(echo "$sockets") /proc/net/udp)
+[ "$addresses" ] && ! grep -v '^0100007F:' <<<"$addresses" || fail "it hears on $addresses"
+kill -INT $pid
+
 # Manual and completion know every option.
 "$bridge" --help >"$work/help"
 sed 's/\\-/-/g' "$2/kx-bridge.1.in" >"$work/manual"
