@@ -62,7 +62,7 @@ with kx.Controller(model=47, speed=20) as controller, controller.connect() as ar
     assert kx.Model(47).poses(joints_deg=[arm.joints_deg()]).position_m.shape == (1, 3)
 '
 for file in doc/libkx-service-dev/{README.md,docs/guide.md,examples/cell/cell.cpp} doc/libkx-service-doc/html/index.html \
-  man/man1/kx{,-controller}.1 bash-completion/completions/kx{,-controller}; do
+  man/man1/kx{,-controller,-bridge}.1 bash-completion/completions/kx{,-controller,-bridge}; do
   [ -e "$root/usr/share/$file" ] || [ -e "$root/usr/share/$file.gz" ] || { echo "no package has $file" && exit 1; }
 done
 within dpkg --purge "${ours[@]}" >"$root/log" 2>&1 || { cat "$root/log" && exit 1; }
