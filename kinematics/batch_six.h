@@ -173,8 +173,9 @@ template <int lanes>
 void SixSideBySide<lanes>::try_wrist(const Float (&arm_joints)[3], const RotationOf<Double>& wrist,
                                      const Float& distance)
 {
-    leave(broadened(distance < best_distance) & (wrist_sine<Double>(wrist) < vanishing));
-    const WristAngles<Double> at(wrist);
+    const Double sine = wrist_sine<Double>(wrist);
+    leave(broadened(distance < best_distance) & (sine < vanishing));
+    const WristAngles<Double> at(wrist, sine);
     const auto [low, high] = batch.radians[5];
     for (double half_turn : {0.0, pi}) {
         const Float joint[6] = {

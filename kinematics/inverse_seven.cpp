@@ -115,20 +115,20 @@ struct BallRotors {
 struct Reference {
     Joints joints;
     Elbow elbow;
-    Rotor shoulder, rotation;
+    Rotor shoulder;
 
     Reference(const Lengths& lengths, const Joints& r)
-        : joints(r), elbow(lengths, r[3]), shoulder(ball(r[0], r[1], r[2])),
-          rotation(shoulder * turn_y(r[3]) * ball(r[4], r[5], r[6]))
+        : joints(r), elbow(lengths, r[3]), shoulder(ball(r[0], r[1], r[2]))
     {
     }
 
     bool reaches(const Target& target) const
     {
-        const Rotor off = conjugate(rotation) * target.rotation;
         const Vector apart = turned(shoulder, elbow.forward, elbow.along) - target.wrist;
-        return dot(apart, apart) < square(wrist_rounding) &&
-               square(off.x) + square(off.y) + square(off.z) < square(turn_rounding);
+        if (!(dot(apart, apart) < square(wrist_rounding))) return false;
+        const Rotor rotation = shoulder * turn_y(joints[3]) * ball(joints[4], joints[5], joints[6]);
+        const Rotor off = conjugate(rotation) * target.rotation;
+        return square(off.x) + square(off.y) + square(off.z) < square(turn_rounding);
     }
 
     // Turns z onto the reference's own line from shoulder to wrist; its xz plane holds the elbow, at x < 0.
@@ -152,12 +152,15 @@ struct Reference {
         const double step = 4 * (square(off.x) + square(off.y)); // from line to line, squared
         if (to_vertical < square(upright) || (step < square(next) && step > square(quickly) * to_vertical))
             return 2 * std::atan2(off.z, off.w);
-        return arm_angle_from_vertical();
+        return from_vertical(own);
     }
-    double arm_angle_from_vertical() const
+    double arm_angle_from_vertical() const { return from_vertical(line()); }
+
+  private:
+    static double from_vertical(const Rotor& own)
     {
-        const Rotor own = line();
-        return arc_tangent(own.z, own.w) - arc_tangent(-own.x, own.y);
+        const Pair angles = arc_tangent(Pair{own.z, -own.x}, Pair{own.w, own.y});
+        return angles[0] - angles[1];
     }
 };
 
@@ -179,6 +182,14 @@ Limits limits_of(const ARM_MODEL& arm, bool joints_own)
         limits.upper[i] = std::max<double>(limits.upper[i], arm.upper[i] * radians_per_degree);
     }
     return limits;
+}
+
+bool keeps(const Limits& limits, const Joints& joints)
+{
+    for (int i = 0; i < 7; ++i)
+        if (!(joints[i] >= limits.lower[i] - joint_rounding && joints[i] <= limits.upper[i] + joint_rounding))
+            return false;
+    return true;
 }
 
 // Joint 4 bent so costs this much; infinite beyond its limits, if they count.
@@ -486,12 +497,7 @@ Found nearest_seven(const ARM_MODEL& arm, const float* reference, const Transfor
     // Near a singularity rounding would also drive the joints about; so an arm at rest stays at rest.
     const auto nearly = [](double a, double b) { return std::fabs(a - b) < regular_change; };
     const bool regular = std::equal(r.begin(), r.end(), best.theta.begin(), nearly);
-    const Limits limits = limits_of(arm, false);
-    const auto kept = [&](int i) {
-        return r[i] >= limits.lower[i] - joint_rounding && r[i] <= limits.upper[i] + joint_rounding;
-    };
-    const bool inside = kept(0) && kept(1) && kept(2) && kept(3) && kept(4) && kept(5) && kept(6);
-    if (!regular && inside && present.reaches(target)) {
+    if (!regular && present.reaches(target) && keeps(limits_of(arm, false), r)) {
         std::copy(degrees, degrees + 7, result);
         return Found::inside;
     }

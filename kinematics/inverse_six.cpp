@@ -37,6 +37,8 @@ class SixJoints {
         for (int i = 0; i < 6; ++i) {
             best[i] = reference[i] = reference_degrees[i] * radians_per_degree;
             low[i] = model.lower[i] * radians_per_degree, high[i] = model.upper[i] * radians_per_degree;
+            side[i] =
+                wanted == Wanted::nearest ? reference[i] : side_within<double>(low[i], high[i], reference[i]);
         }
         const double origin[] = {flange.p.x, flange.p.y, flange.p.z};
         for (int i = 0; i < 3; ++i)
@@ -72,7 +74,7 @@ class SixJoints {
     int elbows(const Shoulder&, Elbow found[3]);
     UpperArm<double> upper_arm(const Shoulder& shoulder, const Elbow& elbow) const
     {
-        return upper_arm_of<double>(arm, shoulder.x - arm.a2, centre[2] - arm.d1, elbow.theta3, side(1));
+        return upper_arm_of<double>(arm, shoulder.x - arm.a2, centre[2] - arm.d1, elbow.theta3, side[1]);
     }
     void try_elbow(const Shoulder&, const Elbow&, float distance);
     void try_wrist(const float arm_joints[3], const Rotation& wrist, float distance);
@@ -100,12 +102,7 @@ class SixJoints {
         const float limit = std::clamp(q, low[joint], high[joint]);
         return std::fabs(q - limit) < slack ? limit : q;
     }
-    double side(int joint) const
-    {
-        return wanted == Wanted::nearest ? reference[joint]
-                                         : side_within<double>(low[joint], high[joint], reference[joint]);
-    }
-    float at_joint(int joint, double angle) const { return as_joint<double>(angle, side(joint)); }
+    float at_joint(int joint, double angle) const { return as_joint<double>(angle, side[joint]); }
     float sixth(double angle) const
     {
         return wanted == Wanted::nearest ? static_cast<float>(nearest_turn<double>(angle, reference[5]))
@@ -118,6 +115,7 @@ class SixJoints {
     const Wanted wanted;
     const double cosine_bound = wanted == Wanted::nearest ? classic_bound : rounding_bound;
     float reference[6], low[6], high[6]; // limits
+    double side[6];                      // where a joint stands on the seam
     double centre[3];                    // of the wrist
 
     bool left_out = false;                                              // a solution, for a limit
@@ -143,9 +141,9 @@ int SixJoints::shoulders(Shoulder found[4])
         if (std::fabs(across + arm.d3) < unnoticed) add(std::remainder(theta, two_pi), {c, s}, along);
         if (std::fabs(across - arm.d3) < unnoticed) add(std::remainder(theta + pi, two_pi), {-c, -s}, -along);
     }
-    for (double side : {x, -x}) {
-        const auto [c, s] = both.theta1(arm, side);
-        add(arc_tangent(s, c), {c * scale, s * scale}, side);
+    for (double along : {x, -x}) {
+        const auto [c, s] = both.theta1(arm, along);
+        add(arc_tangent(s, c), {c * scale, s * scale}, along);
     }
     put_nearest_first(found, n, &Shoulder::q1, reference[0]);
     return n;
@@ -184,9 +182,10 @@ void SixJoints::try_elbow(const Shoulder& shoulder, const Elbow& elbow, float di
 
 void SixJoints::try_wrist(const float arm_joints[3], const Rotation& wrist, float distance)
 {
-    if (wrist_sine<double>(wrist) < vanishing) return try_straight_wrist(arm_joints, wrist, distance);
+    const double sine = wrist_sine<double>(wrist);
+    if (sine < vanishing) return try_straight_wrist(arm_joints, wrist, distance);
     float joint[6] = {arm_joints[0], arm_joints[1], arm_joints[2]};
-    const WristAngles<double> at(wrist);
+    const WristAngles<double> at(wrist, sine);
     for (double half_turn : {0.0, pi}) {
         joint[3] = at_joint(3, at.theta4 + half_turn);
         joint[4] = at_joint(4, half_turn == 0 ? at.theta5 : -at.theta5);
@@ -213,7 +212,7 @@ void SixJoints::try_straight_wrist(const float arm_joints[3], const Rotation& wr
         joint[5] = static_cast<float>(folded ? -turn.angle[1] : turn.angle[1]);
     }
     const double bend = wrist[0][2] * std::cos(joint[3]) + wrist[1][2] * std::sin(joint[3]);
-    const bool other_end = folded && bend * side(4) < 0; // folded back on itself is one place with both ends
+    const bool other_end = folded && bend * side[4] < 0; // folded back on itself is one place with both ends
     joint[4] = at_joint(4, other_end ? pi : arc_tangent(bend, wrist[2][2]));
     if (wanted != Wanted::nearest && !folded) joint[4] = on_limit(4, joint[4], vanishing);
     consider(joint, wrist, distance);

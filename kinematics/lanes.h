@@ -129,5 +129,9 @@ inline bool any(const Holds& holds)
         all |= part;
     return all != 0;
 }
+inline bool any(bool holds)
+{
+    return holds;
+}
 
 } // namespace kx

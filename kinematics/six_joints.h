@@ -62,10 +62,13 @@ struct Direction {
 template <typename V>
 FloatOf<V> as_joint(V angle, const V& side)
 {
-    angle = angle > pi ? angle - two_pi : angle;
-    angle = angle < -pi ? angle + two_pi : angle;
-    const auto other_end = (abs(angle) > pi - seam_slack) & (angle * side < 0);
-    return rounded_off(other_end ? (angle < 0 ? angle + two_pi : angle - two_pi) : angle);
+    if (any(abs(angle) > pi - seam_slack)) {
+        angle = angle > pi ? angle - two_pi : angle;
+        angle = angle < -pi ? angle + two_pi : angle;
+        const auto other_end = (abs(angle) > pi - seam_slack) & (angle * side < 0);
+        angle = other_end ? (angle < 0 ? angle + two_pi : angle - two_pi) : angle;
+    }
+    return rounded_off(angle);
 }
 
 // Which end that is: the reference's, unless the limits leave only the other.
@@ -174,9 +177,8 @@ template <typename V>
 struct WristAngles {
     V theta4, theta5, theta6;
 
-    explicit WristAngles(const RotationOf<V>& wrist)
-        : theta4(arc_tangent(wrist[1][2], wrist[0][2])),
-          theta5(arc_tangent(wrist_sine<V>(wrist), wrist[2][2])),
+    WristAngles(const RotationOf<V>& wrist, const V& sine)
+        : theta4(arc_tangent(wrist[1][2], wrist[0][2])), theta5(arc_tangent(sine, wrist[2][2])),
           theta6(arc_tangent(wrist[2][1], -wrist[2][0]))
     {
     }
