@@ -28,7 +28,6 @@
 #include "kx/arm/stream.hpp"
 #include "kx/arm/teaching.hpp"
 
-#include <climits>
 #include <memory>
 #include <string>
 
@@ -339,11 +338,9 @@ class BasicArm : public Moving<Errors> {
     /** @} */
 
   private:
-    static constexpr int no_link = INT_MAX; // never a handle, and closed
-
     BasicArm(int opened, const std::string& where, int model, std::unique_ptr<detail::Callbacks>&& callbacks)
-        : Base({opened < 0 ? no_link : opened, model}), connected_(opened < 0 ? -opened : int(KX_SUCCESS)),
-          callbacks_(std::move(callbacks))
+        : Base({opened < 0 ? Bond::no_link : opened, model}),
+          connected_(opened < 0 ? -opened : int(KX_SUCCESS)), callbacks_(std::move(callbacks))
     {
         if constexpr (!std::is_same_v<Done<Errors>, Status>)
             Errors::done(this->link(), "KX_Link_Open", connected_.code(), where.c_str());

@@ -90,7 +90,7 @@ def test_groups(kx_arm: kx.Arm) -> None:
         assert modbus.read_input_register(1, 7) == 42
         modbus.write_coils(1, 3, [True, False, True])
         assert modbus.read_coils(1, 3, 3) == [True, False, True]
-    with pytest.raises(kx.Error):
+    with pytest.raises(kx.Lost):
         modbus.read_coils(1, 3, 3)
     arm.teaching.step_joint(1, 5).wait()
     assert arm.joints_deg()[0] == pytest.approx(5, abs=0.01)
@@ -178,6 +178,13 @@ def test_pose() -> None:
         np.testing.assert_allclose(other.matrix, pose.matrix, atol=1e-6)
     assert same[3] == same[4] == pose != pose.inverse() and len({*same[3:], pose}) == 1
     np.testing.assert_allclose((pose @ pose.inverse()).matrix, np.eye(4), atol=1e-6)
+
+
+@pytest.mark.kx(options=["--trace"])
+def test_what_a_controller_prints_is_seen(kx_arm: kx.Arm, capfd: pytest.CaptureFixture[str]) -> None:
+    for _ in range(500):  # more than a pipe holds
+        kx_arm.state()
+    assert '"get_current_arm_state"' in capfd.readouterr().err
 
 
 def test_notebook(kx_controller: kx.Controller) -> None:

@@ -489,7 +489,7 @@ TEST(Arm, ReadsBackWhatItHasSet)
     const auto names = arm.frames.tools();
     EXPECT_NE(std::ranges::find(names, "gripper"), names.end());
     {
-        const auto bus = arm.modbus(flange);
+        auto bus = arm.modbus(flange);
         bus.write_coils(1, 8, {true, false, true, true});
         bus.write_coil(1, 9, true);
         EXPECT_EQ(bus.read_coils(1, 8, 5), std::vector<bool>({true, true, true, true, false}));
@@ -499,6 +499,8 @@ TEST(Arm, ReadsBackWhatItHasSet)
         EXPECT_EQ(bus.read_inputs(1, 0, 3).size(), 3u);
         EXPECT_NO_THROW(bus.read_input_register(1, 0));
         EXPECT_THROW(bus.read_coils(1, 0, 32), kx::BadArgument);
+        bus.close();
+        EXPECT_THROW(bus.read_register(1, 21), kx::Lost);
     }
     EXPECT_EQ(Close_Modbus_Mode(arm.handle(), 1, true), KX_REFUSED); // it is closed
 

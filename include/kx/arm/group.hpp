@@ -9,6 +9,7 @@
 #include "kx/arm/errors.hpp"
 #include "kx/arm/values.hpp"
 
+#include <climits>
 #include <concepts>
 #include <tuple>
 #include <type_traits>
@@ -21,6 +22,8 @@ namespace kx {
 
 /** An arm that is connected. */
 struct Bond {
+    static constexpr int no_link = INT_MAX; /**< never a handle: commands end with KX_BAD_DESCRIPTOR */
+
     int link;  /**< the handle of its link */
     int model; /**< 36, 46 or 47 */
 

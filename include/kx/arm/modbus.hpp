@@ -40,18 +40,19 @@ class Modbus : public Group<Errors> {
 
     /** What was another's; that one no longer closes it. */
     Modbus(Modbus&& other) noexcept
-        : Base(other), port_(std::exchange(other.port_, closed)), opened_(other.opened_)
+        : Base(std::exchange(static_cast<Base&>(other), other.none())), port_(other.port_),
+          opened_(other.opened_)
     {
     }
     Modbus& operator=(Modbus&&) = delete;
 
     ~Modbus() { close(); }
 
-    /** Closes the port now. */
+    /** Closes the port now. From then on every command ends with KX_BAD_DESCRIPTOR. */
     void close()
     {
-        if (port_ != closed && opened_) Close_Modbus_Mode(this->link(), port_, true);
-        port_ = closed;
+        if (opened_) Close_Modbus_Mode(this->link(), port_, true);
+        Base::operator=(none());
     }
 
     /** Whether it was opened, with kx::nothrow::Arm. */
@@ -110,7 +111,7 @@ class Modbus : public Group<Errors> {
     }
 
   private:
-    static constexpr int closed = -1;
+    Base none() const { return Base({Bond::no_link, this->bond().model}); }
 
     Value<Errors, std::vector<bool>> bits(const char* command, int (*read)(int, int, int, int, int, int*),
                                           int device, int address, int count) const
