@@ -469,9 +469,8 @@ TEST_P(Inverse, FlagChoosesTheOrientation)
     }
 }
 
-// A quaternion that is not of unit length means what quaternion2euler makes of it; one of unit length holds the turn
-// of a tool along +-X, which is gimbal lock for Euler angles.
-TEST_P(InverseSix, Quaternions)
+// What quaternion2euler makes of it; how one of unit length holds a tool along +-X is seen with arm models.
+TEST_P(InverseSix, QuaternionNotOfUnitLength)
 {
     const Joints reference = {0, 30, 60, 20, 40, 0};
     KinPose target = pose(model, reference);
@@ -485,16 +484,6 @@ TEST_P(InverseSix, Quaternions)
     }
     target.quaternion = {1, 0, 1, 0};
     EXPECT_EQ(solve(model, reference, target, 0).code, -9) << "its asin is NaN";
-
-    for (double pitch : {M_PI_2, -M_PI_2})
-        for (double turn = -3; turn < 3; turn += 0.25) {
-            target = pose_of({KDL::Rotation::RotY(pitch) * KDL::Rotation::RotZ(turn),
-                              {pitch > 0 ? 0.45 : -0.2, 0.1, 0.5}});
-            target.euler = {};
-            const auto [code, result] = solve(model, {0, 30, 60, 0, 0, 0}, target, 0);
-            ASSERT_NE(code, -9) << pitch << ' ' << turn;
-            EXPECT_TRUE(close_to(forward(model, result.data()), frame_by_quaternion(target)));
-        }
 }
 
 TEST_P(Inverse, ResultMayReplaceTheReference)
