@@ -11,10 +11,10 @@ int main(int argc, char** argv)
     const std::string rate = argc > 2 ? argv[2] : "200";
     const Controller controller({"--spacing", "0"});
     ros::Domain domain;
-    ros::Reader<ros::JointState> states(domain, "joint_states");
+    ros::Reader states(domain, ros::joint_state, "joint_states");
     Process bridge({KX_BRIDGE, "--domain", std::to_string(domain.number), "--rate", rate, "--arm",
                     "127.0.0.1:" + std::to_string(controller.port()) + ",46"});
-    if (!states.next()) return 2;
+    if (states.next().is_null()) return 2;
     sleep(static_cast<unsigned>(seconds));
     if (bridge.end(SIGTERM) != 0) return 3;
     sleep(1); // for what is still on its way
@@ -26,6 +26,6 @@ int main(int argc, char** argv)
     };
     std::printf("%zu states in %d s, %ld lost; from the arm to the reader %.3f ms (median), %.3f ms (99 %%), "
                 "%.3f ms at most\n",
-                delays.size(), seconds, states.lost(), at(0.5), at(0.99), at(1));
-    return states.lost() == 0 ? 0 : 1;
+                delays.size(), seconds, states.lost, at(0.5), at(0.99), at(1));
+    return states.lost == 0 ? 0 : 1;
 }

@@ -1,13 +1,12 @@
-// ROS 2's messages by way of Fast DDS, which is not what the bridge uses: the layout of messages is written down here once
+// ROS 2's messages by way of Fast DDS, which is not what the bridge uses: as JSON, with their layout written down here once
 // more, by hand. Nothing leaves this machine.
 #pragma once
 
 #include <condition_variable>
+#include <cstring>
 #include <deque>
-#include <fstream>
 #include <functional>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <sys/file.h>
 #include <unistd.h>
@@ -24,155 +23,128 @@
 #include <fastdds/dds/subscriber/Subscriber.hpp>
 #include <fastdds/dds/topic/TopicDataType.hpp>
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
+#include <nlohmann/json.hpp>
 
 namespace ros {
 
 namespace dds = eprosima::fastdds::dds;
-using Cdr = eprosima::fastcdr::Cdr;
+namespace rtps = eprosima::fastrtps::rtps;
+using eprosima::fastcdr::Cdr;
+using Json = nlohmann::json;
 
-struct Stamp {
-    int32_t sec = 0;
-    uint32_t nanosec = 0;
-    void pass(auto&& cdr) { cdr(sec, nanosec); }
-    double seconds() const { return sec + nanosec / 1e9; }
+// Members in their order: i and u have 32 bits, b is a byte, d a double, s a string; lists stand in brackets.
+struct Layout {
+    const char *type, *members;
 };
-struct Header {
-    Stamp stamp;
-    std::string frame_id;
-    void pass(auto&& cdr) { cdr(stamp, frame_id); }
-};
-struct JointState {
-    static constexpr const char* type = "sensor_msgs::msg::dds_::JointState_";
-    Header header;
-    std::vector<std::string> name;
-    std::vector<double> position, velocity, effort;
-    void pass(auto&& cdr) { cdr(header, name, position, velocity, effort); }
-};
-struct Text {
-    static constexpr const char* type = "std_msgs::msg::dds_::String_";
-    std::string data;
-    void pass(auto&& cdr) { cdr(data); }
-};
-struct Transform {
-    Header header;
-    std::string child_frame_id;
-    double x = 0, y = 0, z = 0, qx = 0, qy = 0, qz = 0, qw = 0;
-    void pass(auto&& cdr) { cdr(header, child_frame_id, x, y, z, qx, qy, qz, qw); }
-};
-struct Transforms {
-    static constexpr const char* type = "tf2_msgs::msg::dds_::TFMessage_";
-    std::vector<Transform> transforms;
-    void pass(auto&& cdr) { cdr(transforms); }
-};
-struct Wrench {
-    static constexpr const char* type = "geometry_msgs::msg::dds_::WrenchStamped_";
-    Header header;
-    double fx = 0, fy = 0, fz = 0, tx = 0, ty = 0, tz = 0;
-    void pass(auto&& cdr) { cdr(header, fx, fy, fz, tx, ty, tz); }
-};
-struct KeyValue {
-    std::string key, value;
-    void pass(auto&& cdr) { cdr(key, value); }
-};
-struct Status {
-    uint8_t level = 0;
-    std::string name, message, hardware_id;
-    std::vector<KeyValue> values;
-    void pass(auto&& cdr) { cdr(level, name, message, hardware_id, values); }
-    std::string value(const std::string& key) const
-    {
-        for (const KeyValue& row : values)
-            if (row.key == key) return row.value;
-        return "(there is no " + key + ")";
-    }
-};
-struct Diagnostics {
-    static constexpr const char* type = "diagnostic_msgs::msg::dds_::DiagnosticArray_";
-    Header header;
-    std::vector<Status> status;
-    void pass(auto&& cdr) { cdr(header, status); }
-};
-struct Point {
-    std::vector<double> positions, velocities, accelerations, effort;
-    Stamp time_from_start;
-    void pass(auto&& cdr) { cdr(positions, velocities, accelerations, effort, time_from_start); }
-};
-struct JointTrajectory {
-    static constexpr const char* type = "trajectory_msgs::msg::dds_::JointTrajectory_";
-    Header header;
-    std::vector<std::string> joint_names;
-    std::vector<Point> points;
-    void pass(auto&& cdr) { cdr(header, joint_names, points); }
-};
+constexpr Layout joint_state{"sensor_msgs::msg::dds_::JointState_",
+                             "sec:i nanosec:u frame:s name:[s] position:[d] velocity:[d] effort:[d]"};
+constexpr Layout text{"std_msgs::msg::dds_::String_", "data:s"};
+constexpr Layout transforms{"tf2_msgs::msg::dds_::TFMessage_",
+                            "transforms:[sec:i nanosec:u frame:s child:s x:d y:d z:d qx:d qy:d qz:d qw:d]"};
+constexpr Layout wrench{"geometry_msgs::msg::dds_::WrenchStamped_",
+                        "sec:i nanosec:u frame:s fx:d fy:d fz:d tx:d ty:d tz:d"};
+constexpr Layout diagnostics{
+    "diagnostic_msgs::msg::dds_::DiagnosticArray_",
+    "sec:i nanosec:u frame:s status:[level:b name:s message:s hardware:s values:[key:s value:s]]"};
+constexpr Layout trajectory{
+    "trajectory_msgs::msg::dds_::JointTrajectory_",
+    "sec:i nanosec:u frame:s joint_names:[s] "
+    "points:[positions:[d] velocities:[d] accelerations:[d] effort:[d] sec:i nanosec:u]"};
 
-// Puts members into CDR, or gets them out of it.
-template <bool puts>
+// Puts JSON into CDR as a layout says, or gets it out.
 struct Passage {
     Cdr& cdr;
-    void operator()(auto&... members) { (one(members), ...); }
-    void one(auto& member)
+    const bool puts;
+
+    void members(const char*& at, Json& object)
     {
-        if constexpr (requires { member.pass(*this); })
-            member.pass(*this);
-        else if constexpr (puts)
-            cdr << member;
-        else
-            cdr >> member;
+        while (*at != 0 && *at != ']') {
+            const char* colon = strchr(at, ':');
+            Json& member = object[std::string(at, colon)];
+            value(at = colon + 1, member);
+            at += *at == ' ';
+        }
+    }
+    void value(const char*& at, Json& json)
+    {
+        switch (*at++) {
+        case 'i':
+            return one<int32_t>(json);
+        case 'u':
+            return one<uint32_t>(json);
+        case 'b':
+            return one<uint8_t>(json);
+        case 'd':
+            return one<double>(json);
+        case 's':
+            return one<std::string>(json);
+        default:
+            return list(at, json);
+        }
     }
     template <class T>
-    requires requires(T& element, Passage passage) { element.pass(passage); }
-    void one(std::vector<T>& members)
+    void one(Json& json)
     {
-        auto count = static_cast<uint32_t>(members.size());
-        one(count);
-        members.resize(count);
-        for (T& member : members)
-            member.pass(*this);
+        T value = json.is_null() ? T() : json.get<T>();
+        puts ? cdr << value : cdr >> value;
+        json = value;
+    }
+    void list(const char*& at, Json& json)
+    {
+        Json count = json.size();
+        one<uint32_t>(count);
+        if (json.is_null()) json = Json::array();
+        for (size_t i = 0; i < count; ++i) {
+            const char* element = at;
+            at[1] == ']' ? value(element, json[i]) : members(element, json[i]);
+        }
+        for (int depth = 1; depth > 0; ++at)
+            depth += (*at == '[') - (*at == ']');
     }
 };
 
 // `bytes` are what goes out in place of messages, while there are any.
-template <class Message>
 class Type : public dds::TopicDataType {
   public:
-    explicit Type(const std::vector<char>& bytes) : bytes_(bytes)
+    Type(const Layout& layout, const std::vector<char>& bytes) : layout_(layout), bytes_(bytes)
     {
-        setName(Message::type);
+        setName(layout.type);
         m_typeSize = 1 << 20;
     }
-    bool serialize(void* message, eprosima::fastrtps::rtps::SerializedPayload_t* payload) override
+    bool serialize(void* message, rtps::SerializedPayload_t* payload) override
     {
-        if (!bytes_.empty()) {
-            std::copy(bytes_.begin(), bytes_.end(), payload->data);
-            payload->length = static_cast<uint32_t>(bytes_.size());
-            payload->encapsulation = CDR_LE;
-            return true;
-        }
         eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->max_size);
         Cdr cdr(buffer, Cdr::LITTLE_ENDIANNESS, Cdr::DDS_CDR);
         cdr.serialize_encapsulation();
-        static_cast<Message*>(message)->pass(Passage<true>{cdr});
+        const char* at = layout_.members;
+        Passage{cdr, true}.members(at, *static_cast<Json*>(message));
         payload->encapsulation = CDR_LE;
         payload->length = static_cast<uint32_t>(cdr.getSerializedDataLength());
+        if (!bytes_.empty()) {
+            std::copy(bytes_.begin(), bytes_.end(), payload->data);
+            payload->length = static_cast<uint32_t>(bytes_.size());
+        }
         return true;
     }
-    bool deserialize(eprosima::fastrtps::rtps::SerializedPayload_t* payload, void* message) override
+    bool deserialize(rtps::SerializedPayload_t* payload, void* message) override
     {
         eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->length);
         Cdr cdr(buffer, Cdr::DEFAULT_ENDIAN, Cdr::DDS_CDR);
         cdr.read_encapsulation();
-        static_cast<Message*>(message)->pass(Passage<false>{cdr});
+        const char* at = layout_.members;
+        Passage{cdr, false}.members(at, *static_cast<Json*>(message) = Json());
         return true;
     }
     std::function<uint32_t()> getSerializedSizeProvider(void*) override
     {
         return [] { return 1u << 20; };
     }
-    void* createData() override { return new Message; }
-    void deleteData(void* message) override { delete static_cast<Message*>(message); }
-    bool getKey(void*, eprosima::fastrtps::rtps::InstanceHandle_t*, bool) override { return false; }
+    void* createData() override { return new Json; }
+    void deleteData(void* message) override { delete static_cast<Json*>(message); }
+    bool getKey(void*, rtps::InstanceHandle_t*, bool) override { return false; }
 
   private:
+    const Layout layout_;
     const std::vector<char>& bytes_;
 };
 
@@ -208,13 +180,12 @@ class Domain {
         close(lock_);
     }
 
-    template <class Message>
-    dds::Topic* topic(const std::string& name)
+    dds::Topic* topic(const Layout& layout, const std::string& name)
     {
-        dds::TypeSupport(new Type<Message>(bytes)).register_type(participant_);
-        if (dds::TopicDescription* known = participant_->lookup_topicdescription("rt/" + name))
-            return static_cast<dds::Topic*>(known);
-        return participant_->create_topic("rt/" + name, Message::type, dds::TOPIC_QOS_DEFAULT);
+        dds::TypeSupport(new Type(layout, bytes)).register_type(participant_);
+        dds::TopicDescription* known = participant_->lookup_topicdescription("rt/" + name);
+        return known ? static_cast<dds::Topic*>(known)
+                     : participant_->create_topic("rt/" + name, layout.type, dds::TOPIC_QOS_DEFAULT);
     }
     dds::Publisher* publisher() { return publisher_; }
     dds::Subscriber* subscriber() { return subscriber_; }
@@ -230,38 +201,34 @@ class Domain {
 };
 
 // What comes on a topic. Every message is kept until it is asked for.
-template <class Message>
 class Reader : public dds::DataReaderListener {
   public:
-    enum class Kind { reliable, best_effort, late }; // late: wants what was written before, too
+    enum Kind { reliable, best_effort, late }; // late: wants what was written before, too
 
-    Reader(Domain& domain, const std::string& name, Kind kind = Kind::reliable)
+    Reader(Domain& domain, const Layout& layout, const std::string& name, Kind kind = reliable)
     {
         dds::DataReaderQos qos;
         qos.reliability().kind =
-            kind == Kind::best_effort ? dds::BEST_EFFORT_RELIABILITY_QOS : dds::RELIABLE_RELIABILITY_QOS;
-        qos.durability().kind =
-            kind == Kind::late ? dds::TRANSIENT_LOCAL_DURABILITY_QOS : dds::VOLATILE_DURABILITY_QOS;
+            kind == best_effort ? dds::BEST_EFFORT_RELIABILITY_QOS : dds::RELIABLE_RELIABILITY_QOS;
+        if (kind == late) qos.durability().kind = dds::TRANSIENT_LOCAL_DURABILITY_QOS;
         qos.history().kind = dds::KEEP_ALL_HISTORY_QOS;
-        qos.endpoint().history_memory_policy = eprosima::fastrtps::rtps::DYNAMIC_RESERVE_MEMORY_MODE;
-        reader_ = domain.subscriber()->create_datareader(domain.topic<Message>(name), qos, this);
+        qos.endpoint().history_memory_policy = rtps::DYNAMIC_RESERVE_MEMORY_MODE;
+        reader_ = domain.subscriber()->create_datareader(domain.topic(layout, name), qos, this);
     }
     ~Reader() { reader_->set_listener(nullptr); }
 
-    // The oldest that was not asked for yet and fits; older ones are dropped. None if it does not come in time.
-    std::optional<Message> next(
-        const std::function<bool(const Message&)>& fits = [](auto&) { return true; }, int seconds = 30)
+    // The oldest that was not asked for yet and fits; older ones are dropped. Null if it does not come in time.
+    Json next(
+        const std::function<bool(Json&)>& fits = [](Json&) { return true; }, int seconds = 30)
     {
         std::unique_lock lock(mutex_);
         const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-        for (;;) {
-            while (!messages_.empty()) {
-                Message message = std::move(messages_.front());
-                messages_.pop_front();
-                if (fits(message)) return message;
-            }
-            if (!come_.wait_until(lock, until, [this] { return !messages_.empty(); })) return {};
+        while (come_.wait_until(lock, until, [this] { return !messages_.empty(); })) {
+            Json message = std::move(messages_.front());
+            messages_.pop_front();
+            if (fits(message)) return message;
         }
+        return {};
     }
 
     // Forgets what has come.
@@ -271,55 +238,47 @@ class Reader : public dds::DataReaderListener {
         messages_.clear();
     }
 
-    // How many messages of the only writer went missing after the first one.
-    long lost() const { return lost_; }
-
-    // Milliseconds from a message's stamp until it was here.
-    std::vector<double> delays;
+    long lost = 0;              // messages of the only writer after the first one
+    std::vector<double> delays; // ms from a message's stamp until it was here
 
   private:
     void on_data_available(dds::DataReader*) override
     {
+        using namespace std::chrono;
         const std::lock_guard lock(mutex_);
-        Message message;
+        Json message;
         dds::SampleInfo info;
-        while (reader_->take_next_sample(&message, &info) ==
-               eprosima::fastrtps::types::ReturnCode_t::RETCODE_OK) {
+        while (reader_->take_next_sample(&message, &info) == ReturnCode_t::RETCODE_OK) {
             if (!info.valid_data) continue;
             const auto number = info.sample_identity.sequence_number().to64long();
-            if (last_ != 0) lost_ += number - last_ - 1;
+            if (last_ != 0) lost += number - last_ - 1;
             last_ = number;
-            if constexpr (requires { message.header; })
-                delays.push_back(1000 * (now() - message.header.stamp.seconds()));
+            const double now = duration<double>(system_clock::now().time_since_epoch()).count();
+            if (message.contains("sec"))
+                delays.push_back(1e3 *
+                                 (now - message["sec"].get<int>() - message["nanosec"].get<int>() / 1e9));
             messages_.push_back(message);
         }
         come_.notify_all();
     }
 
-    static double now()
-    {
-        return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
-    }
-
     dds::DataReader* reader_;
     std::mutex mutex_;
     std::condition_variable come_;
-    std::deque<Message> messages_;
+    std::deque<Json> messages_;
     int64_t last_ = 0;
-    long lost_ = 0;
 };
 
-template <class Message>
 class Writer {
   public:
-    Writer(Domain& domain, const std::string& name)
+    Writer(Domain& domain, const Layout& layout, const std::string& name)
     {
         dds::DataWriterQos qos;
         qos.reliability().kind = dds::RELIABLE_RELIABILITY_QOS;
-        qos.endpoint().history_memory_policy = eprosima::fastrtps::rtps::DYNAMIC_RESERVE_MEMORY_MODE;
-        writer_ = domain.publisher()->create_datawriter(domain.topic<Message>(name), qos);
+        qos.endpoint().history_memory_policy = rtps::DYNAMIC_RESERVE_MEMORY_MODE;
+        writer_ = domain.publisher()->create_datawriter(domain.topic(layout, name), qos);
     }
-    bool write(Message message) { return writer_->write(&message); }
+    void write(Json message) { writer_->write(&message); }
 
     // Whether somebody reads it, after some seconds.
     bool is_heard(int seconds = 30)
