@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ $# -eq 0 ]; then
   ./scripts/install.sh all
-  ./scripts/build.sh release KX_Service kx-controller kx kx-bridge _kx
+  ./scripts/build.sh release KX_Service kx-controller kx kx_description_files kx-bridge _kx
 fi
 tree=$(realpath "${1:-build/release}")
 packages=$(realpath -m "${2:-build/packages}")

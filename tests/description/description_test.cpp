@@ -2,6 +2,7 @@
 #include "description/description.h"
 #include "kinematics/kinematics_support.h"
 
+#include <ament_index_cpp/get_package_share_directory.hpp>
 #include <kdl_parser/kdl_parser.hpp>
 #include <mujoco/mujoco.h>
 #include <sdf/Collision.hh>
@@ -11,6 +12,7 @@
 #include <sdf/Model.hh>
 #include <sdf/Root.hh>
 
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <regex>
@@ -223,6 +225,31 @@ TEST_P(Description, DisabledCollisionsAreWhatTheySay)
         EXPECT_EQ(reasons.count(pair), 0u) << pair.first << ' ' << pair.second;
     }
     EXPECT_GT(reasons.size(), static_cast<std::size_t>(arm.joints));
+}
+
+// Where ROS 2 looks for packages; and MuJoCo, which weighs meshes, finds them closed, with their faces outwards.
+TEST_P(Description, PackageHasItsMeshes)
+{
+    setenv("AMENT_PREFIX_PATH", KX_PREFIX, 1);
+    const std::string share = ament_index_cpp::get_package_share_directory("kx_description");
+    std::ifstream file(share + "/urdf/kx_" + std::to_string(GetParam()) + ".urdf");
+    const std::string urdf(std::istreambuf_iterator<char>(file), {});
+    const std::regex row(R"re(filename="package://kx_description/(\S+/(\w+).stl)")re");
+    std::string assets, geoms;
+    int meshes = 0;
+    for (std::sregex_iterator match(urdf.begin(), urdf.end(), row), end; match != end; ++match, ++meshes) {
+        assets += "<mesh file=\"" + share + "/" + (*match)[1].str() + "\"/>";
+        geoms += "<geom type=\"mesh\" density=\"1000\" mesh=\"" + (*match)[2].str() + "\"/>";
+    }
+    EXPECT_GT(meshes, 2 * arm.joints);
+    const Simulation weighed("<mujoco><compiler exactmeshinertia=\"true\"/><asset>" + assets +
+                             "</asset><worldbody><body><freejoint/>" + geoms +
+                             "</body></worldbody></mujoco>");
+    const Simulation said(description::mjcf(options()));
+    ASSERT_TRUE(weighed.model && said.model);
+    const double mass = mj_getTotalmass(weighed.model.get());
+    EXPECT_GT(mass, mj_getTotalmass(said.model.get())); // there with primitive shapes, without balls
+    EXPECT_LT(mass, 1.2 * mj_getTotalmass(said.model.get()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, Description, testing::Values(36, 46, 47), testing::PrintToStringParamName());

@@ -55,6 +55,7 @@ cp "${debs[@]}" "$root/packages"
 before=$(files)
 install
 within kx --version >/dev/null
+within kx mjcf 36 | cmp - "$root/usr/share/kx_description/mjcf/kx_36.xml"
 within python3 -c '
 import kx
 with kx.Controller(model=47, speed=20) as controller, controller.connect() as arm:
