@@ -75,6 +75,7 @@ class Server : public Session::Host, public Answerer {
     void look_on(const ServerOptions& options);
     void show_frame();
     std::string act(const std::string& request, const std::string& from);
+    void tell_action(const Json& wish);
 
     void set_up_faults(const ServerOptions& options);
     std::string make_happen(const std::string& text, double time);
@@ -321,13 +322,26 @@ std::string Server::act(const std::string& request, const std::string& from)
         if (wish.at("act") == "fault")
             refused = make_happen(wish.at("text"), clock_.now());
         else
-            page_.act(wish, from);
+            page_.act(wish, from), tell_action(wish);
     } catch (const std::exception& error) {
         refused = error.what();
     }
     controller_.advance(clock_.now());
     schedule();
     return refused;
+}
+
+/** To whoever reads what happened, without what comes many times a second. */
+void Server::tell_action(const Json& wish)
+{
+    const std::string what = wish["act"];
+    if (what == "confirm" || what == "lead") return;
+    std::string told = "page: " + what;
+    for (const char* key : {"joint", "frame", "axis", "by", "on", "kind", "channel"})
+        if (wish.contains(key))
+            told += std::string(" ") + key + ' ' +
+                    (wish[key].is_string() ? wish[key].get<std::string>() : wish[key].dump());
+    passed(0, Direction::event, told);
 }
 
 // --- what happens on demand

@@ -75,6 +75,7 @@ class Modbus {
     void open(int port, int baudrate, double timeout);
     void close(int port);
     void transact(ModbusTransaction transaction, ModbusDone done);
+    bool is_open(int port) const { return timeouts_[static_cast<std::size_t>(port)].has_value(); }
 
   private:
     std::unique_ptr<ModbusLine> line_;

@@ -4,6 +4,7 @@ import { Controller } from './controller.js';
 import { Faults } from './faults.js';
 import { Jog } from './jog.js';
 import { keep, link, wished } from './links.js';
+import { Machine } from './machine.js';
 import { Panel } from './panel.js';
 import { get, write } from './parts.js';
 import { Plots } from './plots.js';
@@ -98,6 +99,7 @@ const waypoints = new Waypoints(jog);
 const panel = new Panel(controller, tell, jog);
 const wire = new Wire();
 const faults = new Faults(act);
+const machine = new Machine();
 /** A past state in place of the present one, or the present one again. */
 let look = () => {};
 const plots = new Plots((past) => {
@@ -117,11 +119,14 @@ controller.addEventListener('wire', ({ detail }) => {
   wire.add(detail);
   for (const [, time, client, direction, text] of detail)
     if (direction === '--') plots.mark(time, client ? `client ${client} ${text}` : text);
+    else if (direction === '->' && !/"command":\s*"get_|canfd|canfp/.test(text))
+      plots.mark(time, `client ${client} ${/"command":\s*"(\w+)/.exec(text)?.[1] ?? ''}`);
 });
 controller.addEventListener('gap', () => plots.gap());
 controller.addEventListener('state', () => {
   plots.add(state);
   panel.show(state);
+  machine.show(state);
   jog.show(state);
   waypoints.show(state);
   faults.show(state);

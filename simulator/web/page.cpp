@@ -167,7 +167,44 @@ Json Page::state() const
             {"gripper", {{"opening", rounded(gripper.opening() / 10, 10)}, {"force", gripper.force() / 10}}},
             {"object", object},
             {"table", world.table ? Json(*world.table / 1000) : Json(nullptr)},
-            {"teaching", peripherals().drag_teach.teaching()}};
+            {"teaching", peripherals().drag_teach.teaching()},
+            {"machine", machine()}};
+}
+
+/** What is looked up now and then. */
+Json Page::machine() const
+{
+    constexpr const char* base_states[] = {"standing", "driving", "navigating", "charging"};
+    const auto values = [](const POSE& pose) {
+        return rounded_array(std::array{pose.x, pose.y, pose.z, pose.rx, pose.ry, pose.rz}, 1e5);
+    };
+    const StoredFrames& frames = arm().frames;
+    Json tools = Json::array(), works = Json::array(), open = Json::array();
+    for (const std::string& name : frames.tools.names()) {
+        const ToolFrame& frame = frames.tools[name];
+        tools.push_back({{"name", name}, {"pose", values(frame.pose)}, {"mass", rounded(frame.load.mass)}});
+    }
+    for (const std::string& name : frames.works.names())
+        works.push_back({{"name", name}, {"pose", values(frames.works[name])}});
+    for (int port = 0; port < Modbus::ports; ++port)
+        open.push_back(peripherals().modbus.is_open(port));
+    const Base& base = peripherals().base;
+    return {{"tools", tools},
+            {"works", works},
+            {"temperatures", rounded_array(arm().drives.temperatures(), 1)},
+            {"payload", peripherals().world.payload},
+            {"collisionStage", arm().settings.collision_stage},
+            {"installation", arm().settings.installation},
+            {"hand", rounded_array(peripherals().hand.angles(), 1)},
+            {"lift", rounded(peripherals().lift.height(), 1)},
+            {"base",
+             {{"state", base_states[static_cast<int>(base.state())]},
+              {"station", base.station()},
+              {"x", rounded(base.x())},
+              {"y", rounded(base.y())},
+              {"heading", rounded(base.heading())},
+              {"charge", rounded(base.charge(), 100)}}},
+            {"modbus", open}};
 }
 
 std::string Page::mode() const

@@ -69,6 +69,7 @@ class Page : public Tap {
     Peripherals& peripherals() const { return controller_.peripherals(); }
     std::string mode() const;
     Json planned() const;
+    Json machine() const;
     double dexterity() const;
     Json source() const;
     Json errors() const;

@@ -69,6 +69,7 @@ export class Plots {
   restart() {
     this.#past = [];
     this.#events = [];
+    document.getElementById('events').replaceChildren();
     this.#look(null);
   }
 
@@ -94,7 +95,14 @@ export class Plots {
   /** Something has happened. */
   mark(time, text) {
     this.#events.push({ time, text });
-    if (this.#events.length > 200) this.#events.shift();
+    const list = document.getElementById('events');
+    const button = Object.assign(document.createElement('button'), { textContent: `${time.toFixed(2)} s  ${text}` });
+    button.addEventListener('click', () => this.#look(time));
+    list.prepend(Object.assign(document.createElement('li')));
+    list.firstChild.append(button);
+    if (this.#events.length <= 200) return;
+    this.#events.shift();
+    list.lastChild.remove();
   }
 
   #end() {

@@ -248,6 +248,36 @@ TEST(PageInABrowser, PairsTheLinesOnTheWire)
     EXPECT_EQ(after[1], before[1]);
 }
 
+// A fault is put together from its parameters; it stands among the events, from which one looks back; the rest of the
+// machine is in rows.
+TEST(PageInABrowser, TellsOfFaultsEventsAndTheRest)
+{
+    Application app{46, {"--web", "0", "--speed", "10"}};
+    Browser browser;
+    browser.open(address(app.controller->page()) + "#tab=trouble");
+    ASSERT_TRUE(shows(browser, "#mode", "ready"));
+    browser.run(
+        "const fill = (field, value) => { field.value = value;"
+        "  field.dispatchEvent(new Event('input')); field.dispatchEvent(new Event('change')); };"
+        "fill(document.querySelector('#fault-kind'), 'delay');"
+        "['3', '2'].forEach((value, i) => fill(document.querySelectorAll('#fault-fields input')[i], value))");
+    browser.click("#fault-form .asked button");
+    EXPECT_TRUE(shows(browser, "#faults", "delay 3 jitter 2"));
+
+    EXPECT_EQ(Set_Lift_Height(app.arm, 120, 100, true), 0);
+    browser.click("#tab-machine");
+    EXPECT_TRUE(eventually([&] {
+        return browser.run(
+                   "return [...document.querySelectorAll('.row')].some((row) => row.checkVisibility() && "
+                   "row.textContent === 'lift120 mm')") == true;
+    }));
+
+    browser.click("#tab-curves");
+    browser.run("[...document.querySelectorAll('#events button')]"
+                ".find(({ textContent }) => textContent.endsWith('happens: delay 3 jitter 2')).click()");
+    EXPECT_EQ(browser.text("#plot-event").substr(0, 3), "at ");
+}
+
 // Waypoints taken on the page become programs that run, and lead the arm where the page's own Play leads it.
 TEST(PageInABrowser, MakesProgramsOfWaypoints)
 {
