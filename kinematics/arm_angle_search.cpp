@@ -270,7 +270,7 @@ double nearest_arm_angle(const BallJoints& balls, const JointGoals& goals, doubl
         at_psi = search.squared_distance(point[own]);
     }
     const TurnedFar turned(balls, goals, at_psi);
-    bool possible[most], needed[most] = {}; // pieces, and their ends
+    bool possible[most], needed[most] = {ends.count == 1}; // pieces, and their ends
     for (int i = 0; i + 1 < ends.count; ++i) {
         possible[i] = !(turned.lower_bound(ends.psi[i], ends.psi[i + 1]) > at_psi);
         needed[i] |= possible[i];
