@@ -1,10 +1,9 @@
 // The bytes of a client, cut into requests.
 #include "target.h"
 
-#include "commands/json.h"
 #include "line/framing.h"
-#include "line/recorder.h"
 #include "line/secrets.h"
+#include "recording/json_lines.h"
 
 using namespace kx::sim;
 
@@ -42,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     });
     for (const Request& request : found) {
         look_at(request);
-        printed(as_recorded(without_secrets(request.text)));
+        printed(kx::recording::as_recorded(without_secrets(request.text)));
     }
     require(all(found) == all(whole.feed(input.substr(std::min<std::size_t>(size, 1)))),
             "the pieces in which a stream comes do not matter");

@@ -11,6 +11,7 @@ tests=(clang clang-format libclang-rt-14-dev binutils libgtest-dev libbenchmark-
 
 packages=("${demo[@]}")
 [ "${1:-all}" = demo ] || packages+=("${tests[@]}")
+[ "${1:-all}" = demo ] || command -v npm >/dev/null || packages+=(nodejs npm) # others pack them as one
 
 missing=()
 for package in "${packages[@]}"; do

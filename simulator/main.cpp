@@ -107,7 +107,9 @@ void add_testing_options(CLI::App& app, ServerOptions& options)
     app.add_flag("--until-eof", options.until_eof,
                  "end when the standard input does: with the program at the other end of a pipe");
     app.add_option("--seed", options.seed, "of the faults that strike by chance")->capture_default_str();
-    app.add_option("--record", options.record, "file into which all traffic is recorded, without passwords")
+    app.add_option("--record", options.record,
+                   "file into which all traffic is recorded, without passwords; with the arm's angles if it "
+                   "ends in .mcap")
         ->type_name("FILE");
     const auto replay =
         app.add_option("--replay", options.replay, "recording that answers instead of the arm")

@@ -17,6 +17,7 @@
 #include "control.h"
 #include "devices/modbus_tcp.h"
 #include "line/faults.h"
+#include "line/mcap_recorder.h"
 #include "line/playback.h"
 #include "line/proxy.h"
 #include "line/recorder.h"
@@ -35,8 +36,9 @@ namespace {
 using asio::ip::tcp;
 using namespace std::chrono_literals;
 
-constexpr auto frame_interval = 20ms; // of the page, while the arm moves,
-constexpr auto rest_interval = 60ms;  // and while nothing changes
+constexpr auto frame_interval = 20ms;  // of the page, while the arm moves,
+constexpr auto sample_interval = 20ms; // of the arm in recordings
+constexpr auto rest_interval = 60ms;   // and while nothing changes
 
 void log_line(const std::string& text)
 {
@@ -71,6 +73,9 @@ class Server : public Session::Host, public Answerer {
     std::vector<std::shared_ptr<Session>> sessions() const;
     void schedule();
 
+    void record(const ServerOptions& options);
+    void sample();
+
     std::string start_page(const ServerOptions& options);
     void look_on(const ServerOptions& options);
     void show_frame();
@@ -91,6 +96,9 @@ class Server : public Session::Host, public Answerer {
     Controller controller_;
     const bool simulated_; ///< the arm answers, not somebody else
     std::vector<std::shared_ptr<Tap>> taps_;
+
+    std::shared_ptr<McapRecorder> mcap_; ///< if such a recording is made
+    asio::steady_timer sample_{loop_};
 
     // Who answers instead of the simulated arm, if anybody.
     std::shared_ptr<Playback> playback_;
@@ -149,7 +157,7 @@ Server::Server(const ServerOptions& options)
     listener_.emplace(loop_, options.host, options.port, log_line,
                       [this](tcp::socket socket) { take_in(std::move(socket)); });
     if (options.trace) taps_.push_back(std::make_shared<Trace>());
-    if (!options.record.empty()) taps_.push_back(std::make_shared<Recorder>(options.record));
+    if (!options.record.empty()) record(options);
     const std::string page = options.web_port ? start_page(options) : "";
     if (!options.control.empty())
         control_.emplace(
@@ -255,6 +263,30 @@ void Server::schedule()
         controller_.advance(clock_.now());
         schedule();
     });
+}
+
+// --- recordings
+
+void Server::record(const ServerOptions& options)
+{
+    if (!options.record.ends_with(".mcap"))
+        return taps_.push_back(std::make_shared<Recorder>(options.record));
+    mcap_ = std::make_shared<McapRecorder>(options.record, options.model);
+    taps_.push_back(mcap_);
+    sample();
+}
+
+void Server::sample()
+{
+    if (simulated_) {
+        run_script();
+        controller_.advance(clock_.now());
+        schedule();
+        mcap_->sample(controller_);
+    }
+    if (const std::string trouble = mcap_->trouble(); !trouble.empty()) log_line(trouble);
+    sample_.expires_after(sample_interval);
+    sample_.async_wait([this](auto) { sample(); });
 }
 
 // --- the page

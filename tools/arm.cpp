@@ -7,7 +7,6 @@
 #include <memory>
 #include <thread>
 
-#include <kx_base.h>
 #include <netdb.h>
 #include <nlohmann/json.hpp>
 #include <poll.h>
@@ -66,12 +65,31 @@ static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it"
 
 } // namespace
 
-Arm::Arm(const std::string& address, int model, double timeout)
+void catch_interrupts()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) { is_interrupted = true; };
+    action.sa_flags = SA_RESTART | SA_RESETHAND; // a second interrupt ends the program at once
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        sigaction(signal, &action, nullptr);
+}
+
+bool interrupted()
+{
+    return is_interrupted;
+}
+
+KX_LINK_OPTIONS Arm::usual_options()
+{
+    KX_LINK_OPTIONS options;
+    KX_Link_Defaults(&options);
+    return options;
+}
+
+Arm::Arm(const std::string& address, int model, double timeout, KX_LINK_OPTIONS options)
     : address_(address), model_(model), timeout_(timeout)
 {
     const auto [host, port] = parse(address);
-    KX_LINK_OPTIONS options;
-    KX_Link_Defaults(&options);
     options.connect_timeout_ms = options.reply_timeout_ms = milliseconds(timeout);
     link_ = KX_Link_Open(host.c_str(), port, model, &options);
     if (link_ < 0) throw failed(-link_);
@@ -84,12 +102,7 @@ Arm::~Arm()
 
 int Arm::run_stoppably(const std::function<int()>& move) const
 {
-    struct sigaction action = {};
-    action.sa_handler = [](int) { is_interrupted = true; };
-    action.sa_flags = SA_RESTART | SA_RESETHAND; // a second interrupt ends the program at once
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        sigaction(signal, &action, nullptr);
-
+    catch_interrupts();
     std::atomic<bool> has_ended = false;
     std::thread guard([&] {
         while (!has_ended && !is_interrupted)

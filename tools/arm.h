@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <kx_base.h>
+
 namespace kx::tool {
 
 /** A wrong use of the program, found before anything was sent. */
@@ -12,11 +14,18 @@ struct WrongUse : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/** A status of the library that ends the command. */
+/** Beside the statuses of the library: a file that cannot be read or written. */
+constexpr int bad_file = 65;
+
+/** A status that ends the command. */
 struct Failed {
     int status;
     std::string why;
 };
+
+/** From now on, has the first interrupt of the program noted, which ends it otherwise. */
+void catch_interrupts();
+bool interrupted();
 
 /** An arm on a link of the library. */
 class Arm {
@@ -24,9 +33,10 @@ class Arm {
     /**
      * @param address HOST:PORT
      * @param timeout seconds, for the connection and for every answer
+     * @param options the rest of them
      * @throws WrongUse for something else than an address, Failed when it cannot be reached
      */
-    Arm(const std::string& address, int model, double timeout);
+    Arm(const std::string& address, int model, double timeout, KX_LINK_OPTIONS options = usual_options());
     ~Arm();
     Arm(const Arm&) = delete;
 
@@ -38,6 +48,8 @@ class Arm {
     /** What a status says, with the controller's own words for a refusal, and whether the arm is of another
      *  model. */
     std::string words(int status) const;
+
+    static KX_LINK_OPTIONS usual_options();
 
   private:
     std::string misfit() const;

@@ -17,8 +17,6 @@ namespace kx::tool {
 
 namespace {
 
-constexpr int any_model = 46; ///< for commands that count no joints
-
 int model_of(const Given& given)
 {
     if (given.model == 0)
@@ -26,10 +24,21 @@ int model_of(const Given& given)
     return given.model;
 }
 
+} // namespace
+
 std::size_t joints_of(const Given& given)
 {
     return model_of(given) == 47 ? 7 : 6;
 }
+
+double timeout_of(const Given& given, double usual)
+{
+    return given.timeout.value_or(usual);
+}
+
+namespace {
+
+constexpr int any_model = 46; ///< for commands that count no joints
 
 /** @throws WrongUse unless there is an angle for every joint */
 const float* joints(const Given& given, const std::vector<float>& angles)
@@ -52,11 +61,6 @@ POSE pose(const std::vector<float>& n)
             throw WrongUse(is_position ? "X Y Z are metres" : "RX RY RZ are radians");
     }
     return {n[0], n[1], n[2], n[3], n[4], n[5]};
-}
-
-double timeout_of(const Given& given, double usual = 3)
-{
-    return given.timeout.value_or(usual);
 }
 
 template <typename Values>

@@ -29,6 +29,11 @@ struct Given {
     std::string prefix, meshes, output; ///< of a description
     std::string line;                   ///< for the controller as it is
     double listen = 0;                  ///< seconds
+    std::string file;                   ///< a recording
+    bool csv = false;                   ///< is wanted of it
+    bool overwrite = false;
+    double hz = 50;     ///< states a second
+    double seconds = 0; ///< of a recording, 0: until interrupted
 };
 
 /*
@@ -44,6 +49,13 @@ Answer gripper(const Given& given);
 Answer forward(const Given& given);
 Answer inverse(const Given& given);
 Answer raw(const Given& given);
+Answer record(const Given& given);
+Answer export_recording(const Given& given);
+
+/** Of the model that is given. @throws WrongUse if none is */
+std::size_t joints_of(const Given& given);
+
+double timeout_of(const Given& given, double usual = 3);
 
 // In describe.cpp: they print a description, or write it where the output shall be.
 Answer urdf(const Given& given);

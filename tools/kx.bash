@@ -10,13 +10,13 @@ _kx() {
         do | ao | tool | di | ai) COMPREPLY=($(compgen -W '1 2 3 4' -- "$cur")) ;;
     esac
     case $prev in
-        --arm | --model | --timeout | --every | --speed | --force | --listen | --near | --prefix | --meshes | --output | do | ao | tool | di | ai) return ;;
+        --arm | --model | --timeout | --every | --speed | --force | --listen | --near | --prefix | --meshes | --output | --hz | --seconds | do | ao | tool | di | ai) return ;;
     esac
 
     local word command=''
     for word in "${words[@]:1:cword-1}"; do
         case $word in
-            state | movej | movel | stop | io | gripper | fk | ik | urdf | srdf | mjcf | meshes | raw) command=$word && break ;;
+            state | movej | movel | stop | io | gripper | fk | ik | urdf | srdf | mjcf | meshes | raw | record | export) command=$word && break ;;
         esac
     done
     if [[ $cur == -* ]]; then # what the program's own help lists
@@ -24,12 +24,13 @@ _kx() {
         return
     fi
     case $command in
-        '') COMPREPLY=($(compgen -W 'state movej movel stop io gripper fk ik urdf srdf mjcf meshes raw' -- "$cur")) ;;
+        '') COMPREPLY=($(compgen -W 'state movej movel stop io gripper fk ik urdf srdf mjcf meshes raw record export' -- "$cur")) ;;
         io) case $prev in
             io) COMPREPLY=($(compgen -W 'do di ao ai tool' -- "$cur")) ;;
             *) COMPREPLY=($(compgen -W 'on off' -- "$cur")) ;;
         esac ;;
         urdf | srdf | mjcf | meshes) COMPREPLY=($(compgen -W '36 46 47' -- "$cur")) ;;
+        record | export) _filedir mcap ;;
         gripper) COMPREPLY=($(compgen -W 'open close hold to' -- "$cur")) ;;
     esac
 } && complete -F _kx kx

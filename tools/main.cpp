@@ -32,7 +32,7 @@ X, Y and Z in this order). KX_ARM and KX_MODEL in the environment stand for --ar
 
 Exit status: 0 done, 1 the controller refused or broke off, 5 it cannot be reached, 7 no answer in
 time, 8 to 12 the answer cannot be read, 13 the connection is lost, 19 there is no such host,
-64 wrong use, nothing was sent.)";
+64 wrong use, nothing was sent, 65 a file cannot be read or written.)";
 
 constexpr const char* how_to_have_an_arm = R"(no arm is given. A virtual one is started and asked like this:
     kx-controller --port 8080 --model 46 &
@@ -176,6 +176,20 @@ class CommandLine {
         sub->add_option("--listen", given_.listen, "print what comes for so many seconds more")
             ->check(is_finite)
             ->check(CLI::Range(0.0, 3600.0));
+
+        sub = add("record", record, "Record the arm's states and the lines of the wire, until interrupted");
+        sub->add_option("file", given_.file, "of the format MCAP")->required();
+        sub->add_option("--hz", given_.hz, "states a second")
+            ->check(CLI::Range(0.1, 1000.0))
+            ->capture_default_str();
+        sub->add_option("--seconds", given_.seconds, "end after so many")->check(CLI::Range(0.0, 1e7));
+        sub->add_flag("--overwrite", given_.overwrite, "replace a file that exists");
+        sub = add("export", export_recording, "Print what a recording holds; needs no arm", false);
+        sub->add_option("file", given_.file, "of the format MCAP")->required();
+        sub->add_flag(
+            "--csv", given_.csv,
+            "joint angles, degrees, over seconds since 1970, which is usual; with --json lines of the "
+            "wire and events, as kx-controller replays them");
     }
 
     /** Prints what there is; status and its words too if something went wrong. */

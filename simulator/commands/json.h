@@ -1,25 +1,11 @@
-// The JSON type of the virtual controller: members keep the order in which they were added, "command" first.
+// JSON, as the whole virtual controller reads and writes it.
 #pragma once
 
-#include <string>
-#include <string_view>
-
-#include <nlohmann/json.hpp>
+#include "recording/json.h"
 
 namespace kx::sim {
 
-using Json = nlohmann::ordered_json;
-
-/** Of brackets and braces within each other. Requests have three; what prints or copies a value calls itself
- * at every level. */
-constexpr int max_depth = 32;
-
-bool nested_too_deeply(std::string_view text);
-
-/** The value of a text, discarded if it is no JSON or nested too deeply: for whatever comes from outside. */
-Json parsed(std::string_view text);
-
-/** On one line; bytes that are no UTF-8 are replaced. */
-std::string printed(const Json& json);
+using recording::Json, recording::max_depth, recording::nested_too_deeply, recording::parsed,
+    recording::printed;
 
 } // namespace kx::sim

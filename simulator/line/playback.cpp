@@ -17,7 +17,7 @@ constexpr Seconds longest(1e9); // what is far beyond does not fit into a clock'
 
 Replay read(const std::string& file)
 {
-    std::ifstream in(file);
+    std::ifstream in(file, std::ios::binary);
     return {in, file};
 }
 

@@ -1,27 +1,16 @@
 #include "line/recorder.h"
 
-#include <cmath>
 #include <ctime>
 #include <stdexcept>
 
-namespace kx::sim {
+#include "commands/json.h"
+#include "recording/json_lines.h"
 
-Json as_recorded(std::string_view line)
-{
-    const auto end = line.find_last_not_of("\r\n");
-    line = line.substr(0, end == line.npos ? 0 : end + 1);
-    Json json = parsed(line);
-    const bool is_laid_out = line.find_first_of("\n\t") != line.npos; // as the library does
-    if (json.is_object() && (is_laid_out || printed(json) == line)) return json;
-    return std::string(line);
-}
+namespace kx::sim {
 
 Recorder::Recorder(const std::string& file) : file_(file, std::ios::trunc)
 {
-    char now[32];
-    const std::time_t time = std::time(nullptr);
-    std::strftime(now, sizeof now, "%FT%TZ", std::gmtime(&time));
-    write({{"recording", "kx-controller"}, {"version", 1}, {"began", now}});
+    write(recording::json_lines_head(std::time(nullptr)));
     if (!file_) throw std::runtime_error("cannot write the recording " + file);
 }
 
@@ -29,16 +18,16 @@ void Recorder::passed(double, int client, Direction direction, const std::string
 {
     constexpr const char* members[] = {"request", "reply", "event"}; // of Direction
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - began_;
-    write({{"time", std::round(passed.count() * 1e6) / 1e6},
-           {"client", client},
-           {members[static_cast<int>(direction)],
-            direction == Direction::event ? Json(line) : as_recorded(line)}});
+    write(recording::json_line(
+        passed.count(), {{"client", client},
+                         {members[static_cast<int>(direction)],
+                          direction == Direction::event ? Json(line) : recording::as_recorded(line)}}));
 }
 
 /** Whole lines only, so that the file is good whenever the program is ended. */
-void Recorder::write(const Json& entry)
+void Recorder::write(const std::string& line)
 {
-    file_ << printed(entry) + '\n' << std::flush;
+    file_ << line << std::flush;
 }
 
 } // namespace kx::sim

@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <climits>
 #include <istream>
+#include <optional>
 #include <stdexcept>
 
 #include "commands/command.h"
 #include "commands/request.h"
 #include "kx/replies.h"
-#include "line/recorder.h"
 #include "line/secrets.h"
+#include "recording/json_lines.h"
+#include "recording/messages.h"
+#include "recording/reader.h"
 
 namespace kx::sim {
 
@@ -43,7 +46,15 @@ int awaited_by(const Json& request)
 
 Replay::Replay(std::istream& recording, const std::string& name)
 {
-    std::map<int, Asker> clients;
+    if (recording::is_mcap(recording))
+        read_mcap(recording, name);
+    else
+        read_lines(recording, name);
+    clients_.clear();
+}
+
+void Replay::read_lines(std::istream& recording, const std::string& name)
+{
     std::string line;
     int number = 1;
     for (; std::getline(recording, line); ++number) {
@@ -51,7 +62,7 @@ Replay::Replay(std::istream& recording, const std::string& name)
             if (nested_too_deeply(line)) throw std::invalid_argument("nested too deeply");
             const Json entry = Json::parse(line);
             if (number > 1)
-                read(entry, clients);
+                read(entry, sim::number(entry.at("time"), "the time", 0, longest));
             else if (entry.at("recording") != "kx-controller" || entry.at("version") != 1)
                 throw std::invalid_argument("another version");
         } catch (const std::exception& wrong) {
@@ -62,10 +73,28 @@ Replay::Replay(std::istream& recording, const std::string& name)
     if (number == 1 || !recording.eof()) throw std::runtime_error("cannot read the recording " + name);
 }
 
-void Replay::read(const Json& entry, std::map<int, Asker>& clients)
+/** A recording that was never finished will do. */
+void Replay::read_mcap(std::istream& recording, const std::string& name)
 {
-    const double time = number(entry.at("time"), "the time", 0, longest);
-    Asker& client = clients[integer(entry.at("client"), "the client", 0, INT_MAX)];
+    std::optional<std::uint64_t> begin;
+    const auto take = [&](const recording::Channel& channel, const recording::Message& message) {
+        if (channel.topic != recording::wire().topic) return;
+        if (!begin) begin = message.log_time;
+        try {
+            const double time = static_cast<double>(message.log_time - *begin) / 1e9;
+            read(parsed(message.data), std::clamp(time, 0.0, longest));
+        } catch (const std::exception& wrong) {
+            throw recording::Damaged(wrong.what());
+        }
+    };
+    if (const auto account = recording::read(recording, take); !account.damage.empty())
+        throw std::runtime_error("the recording " + name + " is damaged " + account.damage);
+}
+
+/** @param time s since the begin */
+void Replay::read(const Json& entry, double time)
+{
+    Asker& client = clients_[integer(entry.at("client"), "the client", 0, INT_MAX)];
     if (const auto request = entry.find("request"); request != entry.end()) {
         client.last = exchanges_.size();
         client.waiting.emplace(awaited_by(*request), client.last);
@@ -86,7 +115,7 @@ void Replay::read(const Json& entry, std::map<int, Asker>& clients)
 
 const std::vector<Replay::Line>* Replay::answer(const std::string& request)
 {
-    const auto found = by_content_.find(content(as_recorded(without_secrets(request))));
+    const auto found = by_content_.find(content(recording::as_recorded(without_secrets(request))));
     if (found == by_content_.end()) return nullptr;
     auto& [exchanges, used] = found->second;
     used = std::min(used + 1, exchanges.size());

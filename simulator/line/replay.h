@@ -23,8 +23,9 @@ class Replay {
         std::string text;
     };
 
-    /** @param name of the recording
-     *  @throws std::runtime_error if it is none, with the line number */
+    /** @param recording of either form
+     *  @param name of it
+     *  @throws std::runtime_error if it is none, with the place */
     Replay(std::istream& recording, const std::string& name);
 
     /** The lines that answered the request, none if it is not in the recording. */
@@ -42,16 +43,19 @@ class Replay {
         std::vector<std::size_t> exchanges;
         std::size_t used = 0;
     };
-    struct Asker { ///< while the recording is read
+    struct Asker {
         static constexpr std::size_t none = ~std::size_t{};
         std::set<std::pair<int, std::size_t>> waiting; ///< exchanges, with the key code of what they await
         std::size_t last = none;
     };
 
-    void read(const Json& entry, std::map<int, Asker>& clients);
+    void read_lines(std::istream& recording, const std::string& name);
+    void read_mcap(std::istream& recording, const std::string& name);
+    void read(const Json& entry, double time);
 
     std::vector<Exchange> exchanges_;
     std::map<std::string, Same> by_content_;
+    std::map<int, Asker> clients_; ///< while the recording is read
 };
 
 } // namespace kx::sim

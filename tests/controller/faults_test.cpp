@@ -169,9 +169,11 @@ TEST(Faults, AnApplicationMayConnectAgainAfterAReset)
     EXPECT_EQ(ask(app.arm), 0) << "once only";
 }
 
-TEST(Recording, AnswersAsTheArmDidAndHoldsNoPasswords)
+class Recording : public testing::TestWithParam<const char*> {};
+
+TEST_P(Recording, AnswersAsTheArmDidAndHoldsNoPasswords)
 {
-    const std::string recording = file("recording");
+    const std::string recording = file(GetParam());
     const auto session = [](int arm) {
         float speed[7], joint[7];
         std::vector<float> seen;
@@ -201,6 +203,8 @@ TEST(Recording, AnswersAsTheArmDidAndHoldsNoPasswords)
     m_nOutTime = 300;
     EXPECT_EQ(Set_Joint_Speed(app.arm, 1, 70, true), 7) << "not in the recording";
 }
+
+INSTANTIATE_TEST_SUITE_P(, Recording, testing::Values("recording", "recording.mcap"));
 
 std::atomic<int> pushes = 0;
 

@@ -86,6 +86,22 @@ check 1 '' '*the arm has 6 joints, model 47 has not' --model 47 movej 1 2 3 4 5 
 KX_ARM='' check 64 '' '*kx-controller --port*' state
 KX_MODEL='' check 64 '' '*the model of the arm is needed*' fk 0 0 0 0 0 0
 
+# Recordings, and what stands in their way.
+check 0 'messages *lost * 0*states_missed *' '' record "$work/a.mcap" --seconds 0.5
+check 0 $'time_s,joint_1_deg,*,joint_6_deg\n*.*,-30.000000,-60.000000,*' '' export "$work/a.mcap"
+check 0 '{"recording":"kx-controller","version":1,*"event":"connected to *"request":*"reply":*' '' --json export "$work/a.mcap"
+check 65 '' "kx: record: status 65: cannot write $work/a.mcap: File exists" record "$work/a.mcap"
+check 65 '' '*cannot write /dev/full: No space left on device' record /dev/full --overwrite
+check 65 '' '*cannot write /nowhere/a.mcap: No such file or directory' record /nowhere/a.mcap
+check 5 '' '*' --arm 127.0.0.1:1 record "$work/none.mcap"
+[ ! -e "$work/none.mcap" ] || { echo "recorded without an arm" && failures=1; }
+(trap '' XFSZ && ulimit -f 64 && "$kx" record "$work/full.mcap" --seconds 60 2>"$work/err") # kB
+[ $? = 65 ] && grep -q 'full.mcap: File too large' "$work/err" || { echo "full: $(<"$work/err")" && failures=1; }
+check 0 'time_s,*' '*' export "$work/full.mcap"
+check 65 '' '*kx.sh: it is no MCAP file' export "$0"
+check 65 '' '*cannot read *' export "$work/none.mcap"
+check 64 '' '*either --csv or --json*' --json export "$work/a.mcap" --csv
+
 # An interrupt stops the arm: it stands, far from where it was sent.
 check 0 '' '' movej 0 0 0 0 0 0 --speed 100
 "$kx" movej 170 0 0 0 0 0 --speed 1 2>"$work/err" &

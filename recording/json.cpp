@@ -1,6 +1,6 @@
-#include "commands/json.h"
+#include "recording/json.h"
 
-namespace kx::sim {
+namespace kx::recording {
 
 bool nested_too_deeply(std::string_view text)
 {
@@ -29,4 +29,4 @@ std::string printed(const Json& json)
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-} // namespace kx::sim
+} // namespace kx::recording
