@@ -62,11 +62,16 @@ struct Material {
     const char *name, *rgba;
 };
 
-/** By ARM_SURFACE: the colours that the page of kx-controller has in daylight. */
+/** By ARM_SURFACE, in the colours that the page of kx-controller has in daylight. */
 inline constexpr std::array<Material, 4> materials = {{{"shell", "0.788 0.8 0.804 1"},
                                                        {"drum", "0.553 0.576 0.588 1"},
                                                        {"seam", "0.302 0.325 0.337 1"},
                                                        {"foot", "0.357 0.38 0.392 1"}}};
+
+constexpr const char* name_of(ARM_SURFACE surface)
+{
+    return materials[static_cast<std::size_t>(surface)].name;
+}
 
 inline constexpr const char* estimates =
     "Masses, inertias and efforts are estimates from the size of the bodies; nobody has measured them.";

@@ -70,8 +70,7 @@ class Stl {
 
 std::string mesh_path(int model, const Link& link, ARM_SURFACE surface)
 {
-    return std::to_string(model) + "/" + link.name + "_" + materials[static_cast<std::size_t>(surface)].name +
-           ".stl";
+    return std::to_string(model) + "/" + link.name + "_" + name_of(surface) + ".stl";
 }
 
 std::vector<ARM_SURFACE> surfaces_of(const Link& link)

@@ -83,7 +83,7 @@ class Writer {
                                  {"range", texts({link.joint->lower, link.joint->upper})},
                                  {"armature", text(armature * link.joint->effort)}});
         for (const Body& shape : link.bodies) {
-            const std::string material = named(materials[static_cast<std::size_t>(shape.surface)].name);
+            const std::string material = named(name_of(shape.surface));
             geom(named("visual"), "cylinder", shape.from, shape.to, shape.radius(), {{"material", material}});
         }
         for (const auto& [from, to, radius] : link.capsules)

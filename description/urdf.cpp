@@ -113,7 +113,7 @@ class Writer {
     {
         const auto visual = xml_.open("visual");
         shape();
-        xml_.empty("material", {{"name", named(materials[static_cast<std::size_t>(surface)].name)}});
+        xml_.empty("material", {{"name", named(name_of(surface))}});
     }
 
     void collision(const auto& shape)

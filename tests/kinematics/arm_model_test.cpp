@@ -301,6 +301,30 @@ TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
     kx::most_lanes = 8;
 }
 
+// Wherever the arm is: the axes of all bodies, and the balls at the bends of tubes as a whole.
+TEST_P(ArmModel, WhatIsDrawnIsWithinCapsules)
+{
+    install();
+    const Joints joint = random_joints();
+    ARM_BODY bodies[ARM_BODIES];
+    ARM_CAPSULE capsules[ARM_CAPSULES];
+    const int drawn = Arm_Model_Bodies(&arm, joint.data(), bodies);
+    const int count = Arm_Model_Capsules(&arm, joint.data(), capsules);
+    ASSERT_GT(drawn, count);
+    for (int i = 0; i < drawn; ++i)
+        for (const Position& end : {bodies[i].from, bodies[i].to}) {
+            const ARM_CAPSULE point = {0, end, end, 0};
+            const bool is_ball = std::memcmp(&bodies[i].from, &bodies[i].to, sizeof end) == 0;
+            EXPECT_TRUE(std::any_of(capsules, capsules + count,
+                                    [&](const ARM_CAPSULE& capsule) {
+                                        return capsule.link == bodies[i].link &&
+                                               Arm_Capsule_Distance(&point, &capsule) <
+                                                   (is_ball ? 1e-6 - bodies[i].to_radius : 0);
+                                    }))
+                << "body " << i << " of link " << bodies[i].link;
+        }
+}
+
 // The distances of FCL between the same capsules.
 TEST_P(ArmModel, ClearanceIsFcls)
 {
