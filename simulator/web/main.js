@@ -111,6 +111,7 @@ controller.addEventListener('about', () => {
   plots.restart();
   if (built) return;
   built = true;
+  if (!about.simulated && !wished('tab')) get('tab-curves').click(); // there is nothing to move
   faults.build(about);
   panel.build(about);
   waypoints.build(about);
