@@ -47,8 +47,7 @@ class Qos {
   public:
     explicit Qos(Delivery delivery)
     {
-        dds_qset_reliability(
-            qos_, delivery == Delivery::newest ? DDS_RELIABILITY_BEST_EFFORT : DDS_RELIABILITY_RELIABLE, 0);
+        dds_qset_reliability(qos_, DDS_RELIABILITY_RELIABLE, 0);
         dds_qset_history(qos_, DDS_HISTORY_KEEP_LAST, delivery == Delivery::stream ? history : 1);
         if (delivery == Delivery::for_late) dds_qset_durability(qos_, DDS_DURABILITY_TRANSIENT_LOCAL);
     }

@@ -76,11 +76,11 @@ class Domain {
     const Entity domain_, participant_;
 };
 
-/** How a topic treats its messages. */
+/** Which messages a topic keeps. All are reliable, as those of ROS 2 are unless told otherwise. */
 enum class Delivery {
-    stream,   ///< the last ones, to readers of either kind; a late reader gets what comes from then on
-    for_late, ///< the last one, also to readers that come later
-    newest,   ///< for readers: the last one, of writers of either kind
+    stream,   ///< the last hundred; a late reader gets what comes from then on
+    for_late, ///< the last one, also for readers that come later
+    newest,   ///< the last one
 };
 
 /** Wakes the one thread that waits for it. */
