@@ -42,8 +42,8 @@ TEST(Bridge, TellsWhereItsArmsAre)
         kx::Arm("127.0.0.1", controller.port(), model).move_joints(joints, {.speed_percent = 100}).wait();
     Bridge bridge(domain, {"--rate", "20", "--arm", at("left_=", left), "--arm", at("right_=", right, 47)});
     for (const auto& [controller, model, prefix, joints] : rows) {
-        const Json state =
-            states.next([&](Json& message) { return message["name"][0] == std::string(prefix) + "joint_1"; });
+        const Json state = states.next(
+            [first = std::string(prefix) + "joint_1"](Json& message) { return message["name"][0] == first; });
         ASSERT_EQ(state["name"].size(), joints.size()) << prefix;
         ASSERT_EQ(state["position"].size(), joints.size());
         for (int i = 0; i < joints.size(); ++i) {
