@@ -57,17 +57,38 @@ void append_tool(Rigid<WideColumn<lanes>>& m, const Matrix& tool)
                 widened(flange.z.row[i] * tool.data[2][j]) + widened(flange.origin.row[i] * tool.data[3][j]));
 }
 
+// Joint angles, a vector for each of the first four joints and of the last four.
+template <int lanes>
+void read(const float* const (&joint)[lanes], int joints, typename Lanes<lanes>::Float (&angles)[8])
+{
+    const auto four_of = [](const float* from) {
+        typename Lanes<4>::Float numbers;
+        std::memcpy(&numbers, from, sizeof numbers);
+        return numbers;
+    };
+    for (int i = 0; i < 8; ++i)
+        if constexpr (lanes == 4)
+            angles[i] = four_of(joint[i % 4] + (i < 4 ? 0 : joints - 4));
+        else
+            angles[i] = __builtin_shufflevector(four_of(joint[i]), four_of(joint[i] + joints - 4), 0, 1, 2, 3,
+                                                4, 5, 6, 7);
+    for (int i = 0; i < 8; i += lanes)
+        transpose<lanes>(angles + i);
+}
+
 template <int lanes>
 void poses_of(const PoseBatch& batch, const float* const (&joint)[lanes], KinPose* const (&pose)[lanes])
 {
     using Double = typename Lanes<lanes>::Double;
     using Float = typename Lanes<lanes>::Float;
 
+    Float angles[8];
+    read<lanes>(joint, batch.arm.joints, angles);
     Double radians[7], sine[7], cosine[7];
     auto far = Double{} != Double{};
     for (int i = 0; i < batch.arm.joints; ++i) {
-        const Float degrees = side_by_side<lanes>([&](int lane) { return joint[lane][i]; });
-        radians[i] = widened((degrees + batch.geometry.offset[i]) * radians_per_degree);
+        radians[i] = widened((angles[i < 4 ? i : i + 8 - batch.arm.joints] + batch.geometry.offset[i]) *
+                             radians_per_degree);
         reduced_sine_cosine<lanes>(radians[i], sine[i], cosine[i]);
         far |= !(abs(radians[i]) < reducible);
     }
@@ -86,10 +107,16 @@ void poses_of(const PoseBatch& batch, const float* const (&joint)[lanes], KinPos
     if (batch.has_tool) append_tool(m, batch.arm.tool);
 
     const Orientation<lanes> o(m.x.row, m.y.row, m.z.row, batch.arm.model);
+    // All but the last two numbers of a pose are written row by row, which takes fewer steps than lane by lane.
+    Float number[8] = {
+        m.origin.row[0] + 0.0f, m.origin.row[1] + 0.0f, m.origin.row[2] + 0.0f, o.w, o.x, o.y, o.z, o.rx};
+    for (int first = 0; first < 8; first += lanes) {
+        transpose<lanes>(number + first);
+        for (int i = 0; i < lanes; ++i)
+            std::memcpy(reinterpret_cast<float*>(pose[i]) + first, &number[first + i], sizeof(Float));
+    }
     for (int i = 0; i < lanes; ++i)
-        *pose[i] = {{m.origin.row[0][i] + 0.0f, m.origin.row[1][i] + 0.0f, m.origin.row[2][i] + 0.0f},
-                    {o.w[i], o.x[i], o.y[i], o.z[i]},
-                    {o.rx[i], o.ry[i], o.rz[i]}};
+        pose[i]->euler.ry = o.ry[i], pose[i]->euler.rz = o.rz[i];
 }
 
 template <int lanes>

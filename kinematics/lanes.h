@@ -7,6 +7,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 #ifdef __AVX__
 #include <immintrin.h>
 #endif
@@ -84,6 +85,21 @@ inline Lanes<4>::Double square_root(const Lanes<4>::Double& a)
 // What rounding off makes of a double or of doubles side by side.
 template <typename V>
 using FloatOf = decltype(rounded_off(V{}));
+
+// Rows become columns: element by element, pair by pair, and so on, what lies across the diagonal changes places.
+template <int lanes, int step = 1, typename Float = typename Lanes<lanes>::Float>
+inline void transpose(Float* row)
+{
+    const auto change_places = []<int... j>(Float & a, Float & b, std::integer_sequence<int, j...>)
+    {
+        const Float first = a;
+        a = __builtin_shufflevector(first, b, (j & step ? lanes + j - step : j)...);
+        b = __builtin_shufflevector(first, b, (j & step ? lanes + j : j + step)...);
+    };
+    for (int i = 0; i < lanes; ++i)
+        if (!(i & step)) change_places(row[i], row[i + step], std::make_integer_sequence<int, lanes>());
+    if constexpr (2 * step < lanes) transpose<lanes, 2 * step>(row);
+}
 
 // The steps of sine_cosine<T>, for angles below `reducible`.
 template <int lanes, typename V = typename Lanes<lanes>::Double>
