@@ -158,6 +158,14 @@ TEST_P(Description, MuJoCoComputesTheSamePoses)
     ASSERT_TRUE(of_mjcf.model && of_urdf.model);
     ASSERT_EQ(of_mjcf.model->nq, arm.joints);
     ASSERT_EQ(of_urdf.model->nq, arm.joints);
+    for (int i = 0; i < arm.joints; ++i)
+        for (const mjModel* model : {of_mjcf.model.get(), of_urdf.model.get()}) {
+            EXPECT_NEAR(model->jnt_range[2 * i], arm.lower[i] * kdl_arms::degree, 1e-6);
+            EXPECT_NEAR(model->jnt_range[2 * i + 1], arm.upper[i] * kdl_arms::degree, 1e-6);
+            for (int axis = 0; axis < 3; ++axis) // the same in both languages
+                EXPECT_NEAR(model->body_inertia[3 * model->jnt_bodyid[i] + axis],
+                            of_mjcf.model->body_inertia[3 * of_mjcf.model->jnt_bodyid[i] + axis], 1e-7);
+        }
     Apart apart;
     for (int round = 0; round < 10000; ++round) {
         const Joints joint = random_joints();
