@@ -1,4 +1,5 @@
 // Recordings of an arm: making them, and giving out what they hold.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -122,7 +123,8 @@ class LinesPrinter {
         }
         const recording::Json entry = recording::parsed(message.data);
         if (!entry.is_object()) throw recording::Damaged("it is no JSON object");
-        std::cout << recording::json_line(static_cast<double>(message.log_time - begin_) / 1e9, entry);
+        std::cout << recording::json_line(
+            static_cast<double>(std::max(message.log_time, begin_) - begin_) / 1e9, entry);
     }
 
   private:

@@ -81,8 +81,8 @@ void Replay::read_mcap(std::istream& recording, const std::string& name)
         if (channel.topic != recording::wire().topic) return;
         if (!begin) begin = message.log_time;
         try {
-            const double time = static_cast<double>(message.log_time - *begin) / 1e9;
-            read(parsed(message.data), std::clamp(time, 0.0, longest));
+            const double time = static_cast<double>(std::max(message.log_time, *begin) - *begin) / 1e9;
+            read(parsed(message.data), std::min(time, longest));
         } catch (const std::exception& wrong) {
             throw recording::Damaged(wrong.what());
         }
