@@ -156,8 +156,8 @@ TEST(Door, OfAProxyBehindItselfIsShut)
     const Reserved one, other;
     for (const Reserved* behind : {&one, &other}) {
         const Recording recording;
-        Controller first(
-            {"--port", std::to_string(one.port()), "--proxy", here(behind->port()), "--record", recording.path});
+        Controller first({"--port", std::to_string(one.port()), "--proxy", here(behind->port()), "--record",
+                          recording.path});
         Controller second({"--port", std::to_string(other.port()), "--proxy", here(one.port())});
         {
             Connection client(one.port());
