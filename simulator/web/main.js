@@ -15,6 +15,9 @@ import { Wire } from './wire.js';
 const controller = new Controller();
 let state = null;
 let now = 0; // s, of the arm
+let clock = -Infinity; // what it shows, s
+const idleClock = 5; // s between two of its steps while nothing else changes: each costs a frame of the screen
+const showClock = () => write(get('clock'), `${Math.floor((clock = now))} s`);
 
 let forget = 0;
 function tell(refused) {
@@ -81,12 +84,13 @@ controller.addEventListener('lost', () => lose('no connection'));
 controller.addEventListener('full', ({ detail }) => lose(detail));
 controller.addEventListener('time', ({ detail: time }) => {
   now = time;
-  write(get('clock'), `${Math.floor(time)} s`);
+  if (time < clock || time - clock >= idleClock) showClock();
   plots.tick(time);
 });
 let noticed = null;
 controller.addEventListener('state', ({ detail }) => {
   state = detail;
+  showClock();
   const { number, text } = state.notice ?? { number: 0 };
   if (noticed !== null && number > noticed) tell(text);
   noticed = number;
