@@ -32,8 +32,10 @@ char* text(const std::string& from)
     return const_cast<char*>(from.c_str());
 }
 
-/** On the clock of people and of ROS 2. */
-Header header(kx::Time time, const std::string& frame = "")
+const std::string no_frame;
+
+/** On the clock of people and of ROS 2. The frame's name is the caller's, who keeps it until the message is written. */
+Header header(kx::Time time, const std::string& frame = no_frame)
 {
     const auto since_1970 = std::chrono::system_clock::now().time_since_epoch() - (Clock::now() - time);
     const auto seconds = std::chrono::floor<std::chrono::seconds>(since_1970);
