@@ -1,6 +1,7 @@
 // The bytes of a client, cut into requests.
 #include "target.h"
 
+#include "commands/json.h"
 #include "line/framing.h"
 #include "line/secrets.h"
 #include "recording/json_lines.h"

@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Page page(controller, true);
         page.act(parsed(request.body), "127.0.0.1");
         controller.advance(1);
-        page.check_hold();
+        page.look(1);
         printed(page.state());
     } catch (const std::exception& refused) {
         require(*refused.what(), "a refusal says why");
