@@ -303,8 +303,9 @@ TEST_F(Page, LetsGoOfWhatIsNotHeldOn)
     };
     const auto hold_until = [&](const Json& request, const std::function<bool(const Json&)>& wanted) {
         auto seen = std::async(std::launch::async, [&] { return first("state", wanted); });
+        EXPECT_EQ(act(request)->status, 204);
         while (seen.wait_for(std::chrono::milliseconds(50)) != std::future_status::ready)
-            EXPECT_EQ(act(request)->status, 204);
+            act({{"act", "confirm"}, {"page", request["page"]}, {"hold", request["hold"]}});
     };
     hold_until({{"act", "jog"}, {"page", "a"}, {"hold", 1}, {"joint", 2}, {"up", true}, {"percent", 1}},
                shows("mode", "jogging"));
