@@ -691,11 +691,19 @@ TEST(Reconnect, RepeatsSetUpAndNothingElse)
     EXPECT_EQ(arm.counters().reconnects, 1u);
 }
 
-TEST(Reconnect, IsEndedByClose)
+TEST(Reconnect, SendsNothingOfItselfAndIsEndedByClose)
 {
     KX_LINK_OPTIONS options = defaults();
     options.reconnect = true;
     Linked arm(options);
+    arm.end.close();
+    arm.end = arm.door.accept();
+    ASSERT_EQ(KX_Link_Wait(arm.link, KX_LINK_READY, patience), 0);
+    auto asked = asking(arm.link);
+    EXPECT_EQ(named(arm.end.request()), "get_arm_plan_num") << "there is no set-up";
+    arm.end.send(reply(1));
+    EXPECT_EQ(asked.get(), (Answer{0, 1}));
+
     arm.end.close();
     ASSERT_EQ(KX_Link_Wait(arm.link, KX_LINK_CONNECTING, patience), 0);
     auto waiting = started([&] { return KX_Link_Wait(arm.link, KX_LINK_DOWN, -1); });
