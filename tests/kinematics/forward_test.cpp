@@ -6,40 +6,29 @@
 
 namespace {
 
-const int models[] = {36, 46, 47};
-
 bool all(const KinPose& pose, auto holds)
 {
     const auto& [p, q, e] = pose;
     return std::ranges::all_of(std::array{p.x, p.y, p.z, q.w, q.x, q.y, q.z, e.rx, e.ry, e.rz}, holds);
 }
 
-class Forward : public ::testing::Test {
-  protected:
-    Random random;
-
-    Forward()
-    {
-        Init_Sys_Data(46); // sets the tool transform for model 36
-        setAngle(0, 0, 0);
-    }
-};
+struct Forward : OfEachModel {};
+INSTANTIATE_TEST_SUITE_P(Models, Forward, ::testing::Values(36, 46, 47), model_name);
 
 // Degrees become radians by the factor 0.0174533, which is 4e-7 too large: that costs up to 2e-5. How base and
 // tool count is seen with the inverse.
-TEST_F(Forward, AgreesWithKdl)
+TEST_P(Forward, AgreesWithKdl)
 {
-    for (int model : models)
-        for (int round = 0; round < 2000; ++round) {
-            const Joints joints = random.joints(kdl_arms::limits(model));
-            const KinPose pose = Forward_Kinematics(model, joints.data());
-            ASSERT_TRUE(matches(pose, kdl_arms::forward(model, joints.data()), 2e-5)) << model;
-            for (float angle : {pose.euler.rx, pose.euler.ry, pose.euler.rz})
-                ASSERT_TRUE(angle >= -3.13f && angle <= 3.1532f) << angle;
-        }
+    for (int round = 0; round < 2000; ++round) {
+        const Joints joints = problems.anywhere();
+        const KinPose pose = Forward_Kinematics(model, joints.data());
+        ASSERT_TRUE(matches(pose, kdl_arms::forward(model, joints.data()), 2e-5));
+        for (float angle : {pose.euler.rx, pose.euler.ry, pose.euler.rz})
+            ASSERT_TRUE(angle >= -3.13f && angle <= 3.1532f) << angle;
+    }
 }
 
-TEST_F(Forward, UnknownModelGivesZerosAndLoadsNothing)
+TEST(ForwardOf, UnknownModelGivesZerosAndLoadsNothing)
 {
     const Joints joints = {10, 20, 30, 40, 50, 60, 70};
     lwt = 7;
@@ -50,7 +39,7 @@ TEST_F(Forward, UnknownModelGivesZerosAndLoadsNothing)
 
 // With all other joints at zero, joint 1 alone gives rz; model 46 starts from half a turn. Below -3.13 rz comes plus a
 // turn, which the quaternion follows for model 46 only.
-TEST_F(Forward, AnglesAtTheEndsOfTheirTurnAndNearZero)
+TEST(ForwardOf, AnglesAtTheEndsOfTheirTurnAndNearZero)
 {
     const struct {
         int model;
@@ -67,14 +56,15 @@ TEST_F(Forward, AnglesAtTheEndsOfTheirTurnAndNearZero)
         {47, -179.99989f, 3.141593f, -1},
         {46, 3e-5f, 3.141593f, 1},
     };
+    Init_Sys_Data(46); // sets the tool transform for model 36
     for (const auto& [model, joint1, rz, z] : rows) {
         SCOPED_TRACE(::testing::Message() << model << ": " << joint1);
         const auto [p, q, e] = Forward_Kinematics(model, Joints{joint1}.data());
         EXPECT_NEAR(e.rz, rz, 1e-5);
         EXPECT_NEAR(q.z, z, 2e-6);
     }
-    for (float degrees :
-         {4e-5f, -4e-5f}) { // 7e-7 rad, which counts as zero, and twice as much, which does not
+    // 7e-7 rad count as zero, and twice as much do not.
+    for (float degrees : {4e-5f, -4e-5f}) {
         const auto [p, q, e] = Forward_Kinematics(47, Joints{degrees}.data());
         EXPECT_TRUE(e.rz == 0 && q.z == 0);
         EXPECT_NE(Forward_Kinematics(47, Joints{2 * degrees}.data()).euler.rz, 0);
@@ -128,30 +118,27 @@ Matrix plain_chain(int model, const Joints& theta)
     return ::testing::AssertionSuccess();
 }
 
-TEST_F(Forward, FastChainHasTheBitsOfThePlainProduct)
+TEST_P(Forward, FastChainHasTheBitsOfThePlainProduct)
 {
-    for (int model : models)
-        for (int round = 0; round < 20000; ++round) {
-            Joints theta = random.joints(kdl_arms::limits(model));
-            if (round % 4 == 1) // installed at an angle
-                setAngle(random.between(-3, 3), random.between(-3, 3), random.between(-3, 3));
-            if (round % 4 == 2) // right angles leave elements near zero and zeros of either sign
-                for (float& angle : theta)
-                    angle = 90 * std::round(angle / 90);
-            if (round % 100 == 3) { // and what is no number reaches what the plain product lets it reach
-                theta[round / 100 % kdl_arms::limits(model).size()] = round % 200 == 3 ? nan_f : infinity_f;
-                EXPECT_TRUE(
-                    all(Forward_Kinematics(model, theta.data()), [](float x) { return std::isnan(x); }));
-            }
-            ASSERT_TRUE(identical(Forward_Kinematics_e(model, theta.data()), plain_chain(model, theta)))
-                << model;
-            setAngle(0, 0, 0);
+    for (int round = 0; round < 20000; ++round) {
+        Joints theta = problems.anywhere();
+        setAngle(0, 0, 0);
+        if (round % 4 == 1) // installed at an angle
+            setAngle(random.between(-3, 3), random.between(-3, 3), random.between(-3, 3));
+        if (round % 4 == 2) // right angles leave elements near zero and zeros of either sign
+            for (float& angle : theta)
+                angle = 90 * std::round(angle / 90);
+        if (round % 100 == 3) { // and what is no number reaches what the plain product lets it reach
+            theta[round / 100 % arm.joints] = round % 200 == 3 ? nan_f : infinity_f;
+            EXPECT_TRUE(all(Forward_Kinematics(model, theta.data()), [](float x) { return std::isnan(x); }));
         }
+        ASSERT_TRUE(identical(Forward_Kinematics_e(model, theta.data()), plain_chain(model, theta)));
+    }
 }
 
-TEST_F(Forward, LinkMatricesOfTheSevenJointArmMultiplyToItsChain)
+TEST(ForwardOf, LinkMatricesOfTheSevenJointArmMultiplyToItsChain)
 {
-    const Joints theta = random.joints(kdl_arms::limits(47));
+    const Joints theta = {10, -20, 30, -40, 50, -60, 70};
     Matrix links[7];
     Init_Sys_Data(47);
     Homogeneous_transformation_matrix(theta.data(), links);

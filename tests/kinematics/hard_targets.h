@@ -3,210 +3,14 @@
 // turn. One body serves the tests and the million of kinematics_sweep.
 #pragma once
 
-#include "kinematics/seven_joint_judge.h"
-#include "kinematics/six_joint_judge.h"
-#include "kx/arm_model.h"
+#include "kinematics/nearest_judges.h"
 
 #include <random>
 #include <vector>
 
 namespace hard {
 
-using Joints = std::array<float, 7>; // degrees
-using kdl_arms::degree;
-
-constexpr double limit_rounding = 2e-6, straight = 1e-6; // radians
-
-struct Limits {
-    std::vector<double> lower, upper; // radians
-};
-
-inline Limits limits_of(const ARM_MODEL& arm)
-{
-    Limits limits;
-    const kdl_arms::Limits chain = kdl_arms::chain_limits(arm.model);
-    for (int i = 0; i < arm.joints; ++i) {
-        limits.lower.push_back(arm.model == 47 ? chain[i][0] : arm.lower[i] * degree);
-        limits.upper.push_back(arm.model == 47 ? chain[i][1] : arm.upper[i] * degree);
-    }
-    if (arm.model == 36) limits.lower[2] = chain[2][0] - M_PI_2; // narrower than its joint's
-    return limits;
-}
-
-// Joints, of which some turn about one line and share what they add up to, the others stand at an angle.
-class Candidate {
-    const Limits& limits;
-    const std::vector<double>& reference;
-
-  public:
-    double cost = 0;
-
-    Candidate(const Limits& of_arm, const std::vector<double>& near_to) : limits(of_arm), reference(near_to)
-    {
-    }
-
-    Candidate& stands(std::size_t i, double angle)
-    {
-        double least = INFINITY;
-        for (int turn = -2; turn <= 2; ++turn)
-            if (const double q = angle + 2 * M_PI * turn;
-                q >= limits.lower[i] - limit_rounding && q <= limits.upper[i] + limit_rounding)
-                least = std::min(least, std::pow(q - reference[i], 2));
-        cost += least;
-        return *this;
-    }
-
-    // With signs, since joints may turn about the line the other way.
-    Candidate& share(const std::vector<std::pair<std::size_t, int>>& joints, double sum)
-    {
-        // Each is shifted towards the sum by the same, as far as its limits let it; the shift is found by trial.
-        double least = INFINITY;
-        for (double shift = -8; shift < 8; shift += 1e-2) {
-            const auto at = [&](double s, double& c) {
-                double total = 0;
-                c = 0;
-                for (const auto& [i, sign] : joints) {
-                    const double q = std::clamp(reference[i] + sign * s, limits.lower[i], limits.upper[i]);
-                    total += sign * q, c += std::pow(q - reference[i], 2);
-                }
-                return total;
-            };
-            double c0, c1;
-            const double t0 = at(shift, c0) - sum, t1 = at(shift + 1e-2, c1) - sum;
-            for (int turn = -4; turn <= 4; ++turn)
-                if (const double wanted = 2 * M_PI * turn; t0 <= wanted && wanted <= t1 && t1 > t0)
-                    least = std::min(least, std::max(c0, c1)); // within a little of the truth, above it
-        }
-        cost += least;
-        return *this;
-    }
-};
-
-// The least squared distance of all solutions inside the limits; infinite if there is none.
-class SixJudge {
-    const int model;
-    const Limits limits;
-    const double cosine_bound;
-
-  public:
-    explicit SixJudge(const ARM_MODEL& m) : SixJudge(m.model, limits_of(m), 1.00001) {}
-    SixJudge(int model_code, const Limits& other, double bound)
-        : model(model_code), limits(other), cosine_bound(bound)
-    {
-    }
-
-    double nearest(const KDL::Frame& flange, const std::vector<double>& reference) const
-    {
-        const KDL::Vector centre = judge::wrist_centre_of_six(model, flange);
-        if (model == 36 || std::hypot(centre.x(), centre.y()) > 4e-7) return at(flange, reference);
-        // The wrist centre on axis 1 leaves joint 1 open. The geometry is told joint 1 by where the centre is.
-        const auto turned = [&](double q1) {
-            KDL::Frame aside = flange;
-            aside.p +=
-                1e-8 * KDL::Vector(std::cos(q1), std::sin(q1), 0) - KDL::Vector(centre.x(), centre.y(), 0);
-            return at(aside, reference);
-        };
-        constexpr int steps = 720;
-        double best = INFINITY;
-        for (int i = 0; i < steps; ++i)
-            best = std::min(best, turned(2 * M_PI / steps * (i + 0.5) - M_PI));
-        return best;
-    }
-
-  private:
-    double at(const KDL::Frame& flange, const std::vector<double>& reference) const
-    {
-        double best = INFINITY;
-        for (const judge::Six& q : judge::solutions(model, flange, cosine_bound)) {
-            Candidate c(limits, reference);
-            for (int i : {0, 1, 2})
-                c.stands(i, q[i]);
-            if (std::isnan(q[2]) || !(c.cost < best)) continue;
-            if (std::fabs(std::sin(q[4])) > straight)
-                c.stands(3, q[3]).stands(4, q[4]).stands(5, q[5]);
-            else if (std::cos(q[4]) > 0)
-                c.stands(4, 0).share({{3, 1}, {5, 1}}, q[3] + q[5]);
-            else
-                c.stands(4, M_PI).share({{3, 1}, {5, -1}}, q[3] - q[5]);
-            best = std::min(best, c.cost);
-        }
-        return best;
-    }
-};
-
-class SevenJudge {
-    const Limits limits;
-
-  public:
-    explicit SevenJudge(const ARM_MODEL& model) : limits(limits_of(model)) {}
-
-    double nearest(const KDL::Frame& flange, const std::vector<double>& reference) const
-    {
-        judge::Seven near;
-        std::copy_n(reference.begin(), 7, near.begin());
-        const judge::Redundancy all(flange);
-        double best = all.nearest(near, -M_PI, M_PI, 400);
-        if (all.bend() < 1e-3) best = std::min(best, stretched(flange, reference));
-        // A ball that is straight at some arm angle: there it shares its turn, whatever the other one does.
-        for (int branch : {0, 1})
-            for (bool wrist : {false, true})
-                if (const double psi = all.straight_at(wrist, straight); !std::isnan(psi)) {
-                    const auto [r03, r47] = all.balls(psi, branch);
-                    const double bend = branch ? -all.bend() : all.bend();
-                    for (int turned = 0; turned < 4; ++turned) {
-                        Candidate c(limits, reference);
-                        ball(c.stands(3, bend), r03, {0, 1, 2}, turned & 1);
-                        ball(c, r47, {4, 5, 6}, turned & 2);
-                        best = std::min(best, c.cost);
-                    }
-                }
-        return best;
-    }
-
-  private:
-    static void ball(Candidate& c, const KDL::Rotation& r, const std::array<std::size_t, 3>& joint,
-                     bool turned)
-    {
-        const auto [first, middle, last] = kdl_arms::ball(r, turned ? -1 : 1);
-        if (std::fabs(middle) < 3 * straight)
-            c.stands(joint[1], 0).share({{joint[0], 1}, {joint[2], 1}}, std::atan2(r(1, 0), r(0, 0)));
-        else
-            c.stands(joint[0], first).stands(joint[1], middle).stands(joint[2], last);
-    }
-
-    // All of the arm up to the wrist is one line.
-    double stretched(const KDL::Frame& flange, const std::vector<double>& reference) const
-    {
-        using KDL::Rotation;
-        const KDL::Vector w = judge::wrist_centre(flange);
-        const double tilt = std::atan2(std::hypot(w.x(), w.y()), w.z());
-        double best = INFINITY;
-        for (int turned = 0; turned < 4; ++turned) {
-            const double side = turned & 1 ? -1 : 1, end = turned & 2 ? -1 : 1;
-            const bool upright = tilt < straight;
-            const double q1 = upright ? 0 : std::atan2(side * w.y(), side * w.x()),
-                         q2 = upright ? 0 : side * tilt;
-            const Rotation rest = (Rotation::RotZ(q1) * Rotation::RotY(q2)).Inverse() * flange.M;
-            auto [sum, middle, last] = kdl_arms::ball(rest, end);
-            Candidate c(limits, reference);
-            c.stands(1, q2).stands(3, 0);
-            std::vector<std::pair<std::size_t, int>> coaxial = {{2, 1}, {4, 1}};
-            if (upright)
-                coaxial.push_back({0, 1});
-            else
-                c.stands(0, q1);
-            if (std::fabs(middle) < straight) {
-                coaxial.push_back({6, 1});
-                c.stands(5, 0);
-                sum = std::atan2(rest(1, 0), rest(0, 0));
-            } else {
-                c.stands(5, middle).stands(6, last);
-            }
-            best = std::min(best, c.share(coaxial, sum).cost);
-        }
-        return best;
-    }
-};
+using kdl_arms::degree, kdl_arms::Joints;
 
 // Joints of a kind that leads to singular places, and references anywhere or near by.
 class Problems {
@@ -271,16 +75,16 @@ struct Misses {
     double worst = 0;                        // rad^2
 };
 
-// A miss is by more than 0.05 rad^2; less is lost in the rounding of hard targets. Orientation may be off by what
-// counts as a straight wrist. `solve` writes joints and tells whether it found any, and whether the pair of target
-// and result is none to judge.
+// `solve` turns a reference into joints and tells whether it found any, whether they are inside the limits, and whether
+// the pair of target and result is none to judge; `exhaustive` gives the nearest one's squared distance. A miss is by more
+// than 0.05 rad^2; less is lost in the rounding of hard targets. Orientation may be off by what counts as a straight wrist.
 struct Answer {
     bool found, inside = true, exempt = false;
 };
 
-template <typename Judge, typename Solve>
-Misses count(const ARM_MODEL& arm, const Judge& exhaustive, const Solve& solve, long targets, bool is_hard,
-             unsigned seed)
+template <typename Exhaustive, typename Solve>
+Misses count(const ARM_MODEL& arm, const Exhaustive& exhaustive, const Solve& solve, long targets,
+             bool is_hard, unsigned seed)
 {
     Problems problems(arm, seed);
     Misses m;
@@ -290,18 +94,17 @@ Misses count(const ARM_MODEL& arm, const Judge& exhaustive, const Solve& solve, 
         const KinPose target = Arm_Model_Pose(&arm, joint.data());
         const KDL::Frame flange = kdl_arms::exact_frame(target);
         Joints result = reference;
-        const auto [found, inside, exempt] = solve(reference, target, result);
+        const auto [found, inside, exempt] = solve(result, target);
         if (exempt) continue;
         ++m.targets;
-        std::vector<double> radians;
+        judge::Angles radians;
         for (int i = 0; i < arm.joints; ++i)
             radians.push_back(reference[i] * degree);
-        const double best = exhaustive.nearest(flange, radians);
-        double distance = best < INFINITY ? 1000 : 0;
+        const double best = exhaustive(flange, radians);
+        double distance = found ? 0 : best < INFINITY ? 1000 : 0;
+        for (int i = 0; i < arm.joints && found; ++i)
+            distance += std::pow(result[i] * degree - radians[i], 2);
         if (found) {
-            distance = 0;
-            for (int i = 0; i < arm.joints; ++i)
-                distance += std::pow(result[i] * degree - radians[i], 2);
             const KDL::Twist off = KDL::diff(kdl_arms::forward(arm.model, result.data()), flange);
             m.wrong += !(off.vel.Norm() < 2e-5 && off.rot.Norm() < 6e-5) ||
                        (inside && Arm_Model_Beyond_Limits(&arm, result.data()) != 0);
@@ -312,16 +115,18 @@ Misses count(const ARM_MODEL& arm, const Judge& exhaustive, const Solve& solve, 
     return m;
 }
 
-// Of Arm_Model_Inverse.
+// Of Arm_Model_Inverse, which may write over its reference.
 inline Misses count(int model, long targets, bool is_hard, unsigned seed)
 {
     ARM_MODEL arm;
     Arm_Model_Init(&arm, model, 0);
-    const auto solve = [&](const Joints& reference, const KinPose& target, Joints& result) {
-        return Answer{Arm_Model_Inverse(&arm, reference.data(), &target, 4, result.data()) == ARM_SOLVED};
+    const auto exhaustive = [&, six = judge::Six(arm), limits = judge::limits_of(arm)](const auto&... of) {
+        return model == 47 ? judge::Seven(limits, of...).nearest() : six.nearest(of...);
     };
-    return model == 47 ? count(arm, SevenJudge(arm), solve, targets, is_hard, seed)
-                       : count(arm, SixJudge(arm), solve, targets, is_hard, seed);
+    const auto solve = [&](Joints& joint, const KinPose& target) {
+        return Answer{Arm_Model_Inverse(&arm, joint.data(), &target, 4, joint.data()) == ARM_SOLVED};
+    };
+    return count(arm, exhaustive, solve, targets, is_hard, seed);
 }
 
 } // namespace hard

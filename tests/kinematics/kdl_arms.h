@@ -12,23 +12,21 @@
 
 namespace kdl_arms {
 
+using Joints = std::array<float, 7>; // degrees
+
 struct Link {
     double alpha, a, d, offset; // degrees, metres, metres, degrees added to the joint angle
 };
 
 constexpr double degree = M_PI / 180;
 
-// Of the first joints, degrees; NaN if one of them is, so that no bound holds.
-template <std::size_t size>
-double greatest_difference(const std::array<float, size>& a, const std::array<float, size>& b,
-                           std::size_t joints = size)
+inline double greatest_difference(const Joints& a, const Joints& b) // NaN if one is, so that no bound holds
 {
     double greatest = 0;
-    for (std::size_t i = 0; i < joints; ++i) {
-        const double difference = std::fabs(a[i] - b[i]);
-        if (std::isnan(difference)) return difference;
-        greatest = std::max(greatest, difference);
-    }
+    for (int i = 0; i < 7; ++i)
+        if (const double difference = std::fabs(a[i] - b[i]);
+            !(difference <= greatest || std::isnan(greatest)))
+            greatest = difference;
     return greatest;
 }
 

@@ -1,7 +1,7 @@
-// What the kinematics tests share: the judge's view of poses (KDL frames), comparisons, random numbers.
+// What the kinematics tests share: the judge's view of poses (KDL frames), comparisons, random numbers, arms.
 #pragma once
 
-#include "kinematics/kdl_arms.h"
+#include "kinematics/hard_targets.h"
 #include "kx_base.h"
 
 #include <gtest/gtest.h>
@@ -11,20 +11,11 @@
 #include <cmath>
 #include <random>
 
-using Joints = std::array<float, 7>; // degrees
+using kdl_arms::degree, kdl_arms::frame_by_euler, kdl_arms::frame_by_quaternion,
+    kdl_arms::greatest_difference, kdl_arms::Joints;
 
 inline constexpr float nan_f = std::numeric_limits<float>::quiet_NaN();
 inline constexpr float infinity_f = std::numeric_limits<float>::infinity();
-
-using kdl_arms::frame_by_euler, kdl_arms::frame_by_quaternion;
-
-inline double squared_distance(const Joints& a, const Joints& b) // rad^2
-{
-    double sum = 0;
-    for (int i = 0; i < 7; ++i)
-        sum += std::pow((a[i] - b[i]) * kdl_arms::degree, 2);
-    return sum;
-}
 
 inline KinPose pose_of(const KDL::Frame& frame)
 {
@@ -43,15 +34,20 @@ inline KDL::Frame frame_of(const Matrix& matrix)
             {m[0][3], m[1][3], m[2][3]}};
 }
 
+inline ::testing::AssertionResult close_to(const KDL::Frame& got, const KDL::Frame& expected, double metres,
+                                           double radians)
+{
+    const KDL::Twist off = KDL::diff(got, expected);
+    if (off.vel.Norm() <= metres && off.rot.Norm() <= radians) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "got\n" << got << "\nexpected\n" << expected;
+}
+
 // Both forms of a pose's rotation, and its position, against a frame; tolerance in metres and radians.
 inline ::testing::AssertionResult matches(const KinPose& pose, const KDL::Frame& frame,
                                           double tolerance = 1e-5)
 {
-    for (const KDL::Frame& form : {frame_by_euler(pose), frame_by_quaternion(pose)})
-        if (!(KDL::diff(form, frame).vel.Norm() <= tolerance &&
-              KDL::diff(form, frame).rot.Norm() <= tolerance))
-            return ::testing::AssertionFailure() << "got\n" << form << "\nexpected\n" << frame;
-    return ::testing::AssertionSuccess();
+    const auto by_euler = close_to(frame_by_euler(pose), frame, tolerance, tolerance);
+    return by_euler ? close_to(frame_by_quaternion(pose), frame, tolerance, tolerance) : by_euler;
 }
 
 // Other numbers on --gtest_random_seed=N.
@@ -66,14 +62,6 @@ class Random {
   public:
     float between(float low, float high) { return std::uniform_real_distribution<float>(low, high)(bits); }
 
-    Joints joints(const kdl_arms::Limits& limits)
-    {
-        Joints joint = {};
-        for (std::size_t i = 0; i < limits.size(); ++i)
-            joint[i] = between(limits[i][0], limits[i][1]);
-        return joint;
-    }
-
     // Within 1.5 m and with ry short of gimbal lock.
     KinPose pose()
     {
@@ -83,3 +71,25 @@ class Random {
                 e};
     }
 };
+
+// An arm of each model, limited to where it may stand: within its joints' limits and its chain's.
+struct OfEachModel : ::testing::TestWithParam<int> {
+    const int model = GetParam();
+    ARM_MODEL arm;
+    Random random;
+    hard::Problems problems{arm, seed()};
+
+    OfEachModel()
+    {
+        Init_Sys_Data(46); // sets the tool transform for model 36
+        setAngle(0, 0, 0);
+        Arm_Model_Init(&arm, model, 0);
+        if (model == 36) arm.lower[2] = -149.39f;
+        for (int i = 0; i < 7 && model == 47; ++i) {
+            const auto chain = static_cast<float>(kdl_arms::chain_limits(47)[i][1] / degree * (1 - 1e-6));
+            arm.upper[i] = std::min(arm.upper[i], chain), arm.lower[i] = -arm.upper[i];
+        }
+    }
+};
+
+inline const auto model_name = [](const auto& test) { return "Model" + std::to_string(test.param); };

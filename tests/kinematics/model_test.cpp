@@ -7,15 +7,11 @@
 
 namespace {
 
-float* const limits[][4] = {
-    {&JOINT1_LOWER, &JOINT1_UPPER, &theta1_l, &theta1_u},
-    {&JOINT2_LOWER, &JOINT2_UPPER, &theta2_l, &theta2_u},
-    {&JOINT3_LOWER, &JOINT3_UPPER, &theta3_l, &theta3_u},
-    {&JOINT4_LOWER, &JOINT4_UPPER, &theta4_l, &theta4_u},
-    {&JOINT5_LOWER, &JOINT5_UPPER, &theta5_l, &theta5_u},
-    {&JOINT6_LOWER, &JOINT6_UPPER, &theta6_l, &theta6_u},
-    {&JOINT7_LOWER, &JOINT7_UPPER, &theta7_l, &theta7_u},
-};
+#define LIMITS(n)                                                                                            \
+    {                                                                                                        \
+        &JOINT##n##_LOWER, &JOINT##n##_UPPER, &theta##n##_l, &theta##n##_u                                   \
+    }
+float* const limits[][4] = {LIMITS(1), LIMITS(2), LIMITS(3), LIMITS(4), LIMITS(5), LIMITS(6), LIMITS(7)};
 
 using Values = std::map<float*, float>;
 
