@@ -34,10 +34,14 @@ constexpr const char* this_machine = R"(<CycloneDDS><Domain>
 <Peers><Peer address="127.0.0.1"/></Peers><SPDPInterval>2 s</SPDPInterval></Discovery>
 </Domain></CycloneDDS>)";
 
+// What a topic keeps is bounded in messages; this bounds a message. A trajectory of 5,000 points is as long.
+constexpr const char* bounds =
+    "<CycloneDDS><Domain><Internal><MaxSampleSize>1 MB</MaxSampleSize></Internal></Domain></CycloneDDS>";
+
 constexpr int history = 100; // half a second of a fast arm
 
-// Of DDS as the user has set it up.
-const char* configured()
+// Of DDS as the user has set it up, whose word is the last.
+std::string configured()
 {
     const char* text = std::getenv("CYCLONEDDS_URI");
     return text ? text : "";
@@ -74,7 +78,8 @@ static Speaker complaints("kx-bridge: DDS");
 static dds_entity_t make_domain(unsigned number, bool reaches_out)
 {
     hears_this_machine_only = !reaches_out;
-    const dds_entity_t domain = dds_create_domain(number, reaches_out ? configured() : this_machine);
+    const dds_entity_t domain =
+        dds_create_domain(number, (bounds + (',' + (reaches_out ? configured() : this_machine))).c_str());
     dds_set_log_sink( // now, as a new domain sets its own
         [](void*, const dds_log_data_t* line) {
             complaints.say(printable({line->message, line->size}));

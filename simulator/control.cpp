@@ -16,13 +16,14 @@ namespace kx::sim {
 namespace {
 
 constexpr std::size_t longest_line = 1000;
+constexpr std::size_t most_clients = 16;
 
 /** Reads a line, answers it, reads the next one. */
 template <typename In>
 class Talk : public std::enable_shared_from_this<Talk<In>> {
   public:
-    Talk(In in, Control::Act act, std::function<void()> ended)
-        : in_(std::move(in)), act_(std::move(act)), ended_(std::move(ended))
+    Talk(In in, Control::Act act, Log log, std::function<void()> ended)
+        : in_(std::move(in)), act_(std::move(act)), log_(std::move(log)), ended_(std::move(ended))
     {
     }
 
@@ -37,6 +38,14 @@ class Talk : public std::enable_shared_from_this<Talk<In>> {
                                    else
                                        self->ended_();
                                });
+    }
+
+    bool is_introduced() const { return understood_; }
+
+    void close()
+    {
+        asio::error_code ignored;
+        in_.close(ignored);
     }
 
   private:
@@ -54,6 +63,7 @@ class Talk : public std::enable_shared_from_this<Talk<In>> {
     {
         answer_ = (wrong.empty() ? "ok" : "error: " + wrong) + '\n';
         if constexpr (std::is_same_v<In, asio::ip::tcp::socket>) {
+            if (!goes_on) log_("control: turned away: " + wrong);
             asio::async_write(
                 in_, asio::buffer(answer_),
                 [self = this->shared_from_this(), goes_on](asio::error_code error, std::size_t) {
@@ -67,6 +77,7 @@ class Talk : public std::enable_shared_from_this<Talk<In>> {
 
     In in_;
     const Control::Act act_;
+    const Log log_;
     const std::function<void()> ended_;
     std::string said_, answer_;
     bool understood_ = false;
@@ -93,12 +104,18 @@ Control::Control(asio::io_context& loop, const std::string& where, Log log, Act 
         throw std::invalid_argument("--control - takes a pipe or a terminal; for a file there is --script");
     if (where == "-")
         std::make_shared<Talk<stream_descriptor>>(stream_descriptor(loop, dup(STDIN_FILENO)), std::move(act),
-                                                  std::move(ended))
+                                                  std::move(log), std::move(ended))
             ->read();
     else
-        listener_.emplace(loop, "127.0.0.1", port_of(where), std::move(log),
-                          [act = std::move(act)](tcp::socket socket) {
-                              std::make_shared<Talk<tcp::socket>>(std::move(socket), act, [] {})->read();
+        listener_.emplace(loop, "127.0.0.1", port_of(where), log,
+                          [act = std::move(act), log,
+                           clients = Guests<Talk<tcp::socket>>("control", places(most_clients, 1), log)](
+                              tcp::socket socket) mutable {
+                              if (!clients.have_room()) return;
+                              const auto client =
+                                  std::make_shared<Talk<tcp::socket>>(std::move(socket), act, log, [] {});
+                              clients.add(client);
+                              client->read();
                           });
 }
 

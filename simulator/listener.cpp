@@ -2,6 +2,9 @@
 
 #include <stdexcept>
 
+#include <netinet/tcp.h>
+#include <sys/resource.h>
+
 namespace kx::sim {
 
 using asio::ip::tcp;
@@ -16,7 +19,23 @@ tcp::endpoint found(const tcp::resolver::results_type& endpoints)
     return endpoints.begin()->endpoint();
 }
 
+/** A client whose machine is gone without a word is so within a minute and a half. */
+void notice_silence(tcp::socket& socket)
+{
+    asio::error_code ignored;
+    socket.set_option(asio::socket_base::keep_alive(true), ignored);
+    for (const auto& [option, value] : {std::pair(TCP_KEEPIDLE, 60), {TCP_KEEPINTVL, 10}, {TCP_KEEPCNT, 3}})
+        setsockopt(socket.native_handle(), IPPROTO_TCP, option, &value, sizeof value);
+}
+
 } // namespace
+
+std::size_t places(std::size_t most, std::size_t eighths)
+{
+    rlimit descriptors = {};
+    getrlimit(RLIMIT_NOFILE, &descriptors);
+    return std::min<std::size_t>(most, descriptors.rlim_cur / 8 * eighths);
+}
 
 Listener::Listener(asio::io_context& loop, const std::string& host, unsigned short port, Log log, Take take)
     : acceptor_(loop), retry_(loop), log_(std::move(log)), take_(std::move(take))
@@ -45,6 +64,7 @@ void Listener::accept()
         }
         asio::error_code ignored;
         socket.set_option(tcp::no_delay(true), ignored);
+        notice_silence(socket);
         take_(std::move(socket));
         accept();
     });

@@ -149,8 +149,7 @@ int main(int argc, char** argv)
 {
     ServerOptions options;
     Given given;
-    CLI::App app("Virtual controller of a robot arm: any number of clients, one simulated arm.",
-                 "kx-controller");
+    CLI::App app("Virtual controller of a robot arm: many clients, one simulated arm.", "kx-controller");
     app.add_option("--host", options.host, "address or name to listen on")->capture_default_str();
     app.add_option("--port", options.port, "TCP port to listen on, 0 picks a free one")
         ->capture_default_str();

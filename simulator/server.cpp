@@ -16,6 +16,7 @@
 #include "arm/clock.h"
 #include "control.h"
 #include "devices/modbus_tcp.h"
+#include "journal.h"
 #include "line/faults.h"
 #include "line/mcap_recorder.h"
 #include "line/playback.h"
@@ -39,11 +40,6 @@ using namespace std::chrono_literals;
 constexpr auto frame_interval = 20ms;  // of the page, while the arm moves,
 constexpr auto sample_interval = 20ms; // of the arm in recordings
 constexpr auto rest_interval = 60ms;   // and while nothing changes
-
-void log_line(const std::string& text)
-{
-    std::cerr << "kx-controller: " << printable(text) << std::endl;
-}
 
 /** Prints what passes. */
 class Trace : public Tap {
@@ -70,7 +66,6 @@ class Server : public Session::Host, public Answerer {
 
     void take_in(tcp::socket socket);
     std::shared_ptr<Answerer> answerer_of(const std::shared_ptr<Session>& session);
-    std::vector<std::shared_ptr<Session>> sessions() const;
     void schedule();
 
     void record(const ServerOptions& options);
@@ -91,6 +86,8 @@ class Server : public Session::Host, public Answerer {
 
     asio::io_context loop_{1};
     asio::signal_set signals_{loop_, SIGINT, SIGTERM};
+    Journal journal_{loop_};
+    const Log log_ = [this](const std::string& text) { journal_.say(text); };
     asio::steady_timer event_{loop_}; ///< fires when the arm's next event is due
     Clock clock_;
     Controller controller_;
@@ -106,7 +103,7 @@ class Server : public Session::Host, public Answerer {
 
     const std::chrono::milliseconds spacing_; ///< of lines; a proxy keeps that of its controller
     int clients_ = 0;                         ///< counted
-    std::vector<std::weak_ptr<Session>> sessions_;
+    Guests<Session> sessions_{"clients", places(512, 3), log_};
 
     Faults faults_;
     unsigned seed_;
@@ -125,13 +122,13 @@ class Server : public Session::Host, public Answerer {
 };
 
 Server::Server(const ServerOptions& options)
-    : clock_(options.speed), controller_(options.model, log_line, options.world),
+    : clock_(options.speed), controller_(options.model, log_, options.world),
       simulated_(options.replay.empty() && options.proxy.empty()),
       spacing_(options.proxy.empty() ? options.spacing : 0ms),
       faults_({.controller = simulated_ ? &controller_ : nullptr,
                .reset_connections =
                    [this] {
-                       for (const auto& session : sessions())
+                       for (const auto& session : sessions_.all())
                            session->reset();
                    },
                .set_speed = [this](double factor) { clock_.set_speed(factor); },
@@ -147,21 +144,21 @@ Server::Server(const ServerOptions& options)
     }
     std::string answering = "model " + std::to_string(options.model);
     if (!options.replay.empty()) {
-        playback_ = std::make_shared<Playback>(loop_, options.replay, options.speed, log_line);
+        playback_ = std::make_shared<Playback>(loop_, options.replay, options.speed, log_);
         answering = "replay of " + options.replay;
     } else if (!options.proxy.empty()) {
         proxy_ = std::make_unique<Proxy>(loop_, options.proxy);
         answering = "proxy of " + options.proxy;
     }
     set_up_faults(options);
-    listener_.emplace(loop_, options.host, options.port, log_line,
+    listener_.emplace(loop_, options.host, options.port, log_,
                       [this](tcp::socket socket) { take_in(std::move(socket)); });
     if (options.trace) taps_.push_back(std::make_shared<Trace>());
     if (!options.record.empty()) record(options);
     const std::string page = options.web_port ? start_page(options) : "";
     if (!options.control.empty())
         control_.emplace(
-            loop_, options.control, log_line, [this](const std::string& line) { return hear(line); },
+            loop_, options.control, log_, [this](const std::string& line) { return hear(line); },
             [this, until_eof = options.until_eof] {
                 if (until_eof) loop_.stop();
             });
@@ -179,9 +176,10 @@ Server::Server(const ServerOptions& options)
 void Server::run()
 {
     loop_.run();
-    for (const auto& session : sessions())
+    for (const auto& session : sessions_.all())
         session->close();
-    if (playback_) log_line(playback_->differences());
+    journal_.end_second();
+    if (playback_) log_(playback_->differences());
 }
 
 // --- clients
@@ -192,10 +190,10 @@ void Server::take_in(tcp::socket socket)
     passed(number, Direction::event, "connected");
     if (const std::string why = proxy_ ? proxy_->refuses(socket) : ""; !why.empty())
         return log(number, "turned away: " + why);
+    if (!sessions_.have_room()) return passed(number, Direction::event, "turned away: too many clients");
     const auto session = std::make_shared<Session>(*this, number, std::move(socket), faults_.lines(),
                                                    Luck(seed_, number), spacing_);
-    std::erase_if(sessions_, [](const auto& past) { return past.expired(); });
-    sessions_.push_back(session);
+    sessions_.add(session);
     session->begin(answerer_of(session));
     script_.connected(clock_.now());
     run_script();
@@ -206,14 +204,6 @@ std::shared_ptr<Answerer> Server::answerer_of(const std::shared_ptr<Session>& se
     if (proxy_) return proxy_->connect(session);
     if (playback_) return playback_;
     return {std::shared_ptr<void>(), this}; // outlives them all
-}
-
-std::vector<std::shared_ptr<Session>> Server::sessions() const
-{
-    std::vector<std::shared_ptr<Session>> alive;
-    for (const auto& session : sessions_)
-        if (auto still = session.lock()) alive.push_back(std::move(still));
-    return alive;
 }
 
 void Server::comes(const Request& request)
@@ -247,7 +237,7 @@ void Server::passed(int client, Direction direction, const std::string& line)
 
 void Server::log(int client, const std::string& event)
 {
-    log_line((client ? "client " + std::to_string(client) + ' ' : "") + event);
+    log_((client ? "client " + std::to_string(client) + ' ' : "") + event);
     passed(client, Direction::event, event);
 }
 
@@ -284,7 +274,7 @@ void Server::sample()
         schedule();
         mcap_->sample(controller_);
     }
-    if (const std::string trouble = mcap_->trouble(); !trouble.empty()) log_line(trouble);
+    if (const std::string trouble = mcap_->trouble(); !trouble.empty()) log_(trouble);
     sample_.expires_after(sample_interval);
     sample_.async_wait([this](auto) { sample(); });
 }
@@ -300,13 +290,14 @@ std::string Server::start_page(const ServerOptions& options)
     for (const auto& [name, arguments, help] : Faults::forms())
         about["faults"].push_back({name, arguments, help});
     const std::string& host = options.web_host;
-    page_listener_.emplace(loop_, host, *options.web_port, log_line,
+    page_listener_.emplace(loop_, host, *options.web_port, log_,
                            [this](tcp::socket socket) { web_->serve(std::move(socket)); });
     const std::string address = (host.find(':') == host.npos ? host : '[' + host + ']') + ':' +
                                 std::to_string(page_listener_->endpoint().port());
     web_ = std::make_shared<Web>(
         address, std::move(about),
-        [this](const std::string& request, const std::string& from) { return act(request, from); }, log_line);
+        [this](const std::string& request, const std::string& from) { return act(request, from); }, log_,
+        places(96, 2));
     taps_.push_back(web_);
     taps_.emplace_back(std::shared_ptr<void>(), &page_);
     if (proxy_) look_on(options);
@@ -397,7 +388,7 @@ std::string Server::make_happen(const std::string& text, double time)
     controller_.advance(time);
     faults_.apply(text);
     controller_.advance(time); // tells those whose motion it has ended
-    for (const auto& session : sessions())
+    for (const auto& session : sessions_.all())
         session->wake();
     schedule();
     run_script(); // the clock may run at another speed now

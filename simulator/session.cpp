@@ -59,13 +59,13 @@ void Session::take(std::string_view bytes)
 {
     for (const Request& request : framing_.feed(bytes)) {
         host_.passed(number_, Direction::request, shown(request));
-        if (!introduced_ && (!request.fault.empty() || !parsed(request.text).is_object()))
+        if (!is_introduced_ && (!request.fault.empty() || !parsed(request.text).is_object()))
             return turn_away(request);
-        introduced_ = true;
+        is_introduced_ = true;
         host_.comes(request);
         answerer_->answer(request, self());
     }
-    if (introduced_) return answerer_->pass_on(std::exchange(before_, {}) += bytes);
+    if (is_introduced_) return answerer_->pass_on(std::exchange(before_, {}) += bytes);
     before_ += bytes;
     if (before_.size() > Framing::max_length) turn_away({"", "no request has come"});
 }

@@ -31,6 +31,9 @@ class Session : public LineWriter {
 
     void begin(std::shared_ptr<Answerer> answerer);
 
+    /** By a request; who is not may be anybody. */
+    bool is_introduced() const { return is_introduced_; }
+
     /** Goes on after a change of the faults. */
     void wake();
 
@@ -59,8 +62,8 @@ class Session : public LineWriter {
     std::size_t length_ = 0;        ///< of what was read last, 0 at the end
     std::shared_ptr<Session> held_; ///< itself, while what it has read waits for the end of a silence
     Framing framing_;
-    bool introduced_ = false; ///< by a request
-    std::string before_;      ///< what has come until then
+    bool is_introduced_ = false;
+    std::string before_; ///< what has come until then
     bool reading_ = false;
     bool may_hold_password_ = false; ///< what is no request, although it does not look so
     bool ended_ = false;             ///< nothing more is taken

@@ -12,6 +12,7 @@ namespace kx::sim {
 namespace {
 
 constexpr std::size_t most_due = 10000; // at a time, whatever a client switches to and fro
+constexpr std::size_t most_said = 1000; // one after the other, of what has not yet come about
 
 std::optional<double> seconds(const std::string& text)
 {
@@ -105,6 +106,8 @@ Script::Script(std::istream& in, const std::string& name, const Check& check)
 void Script::add(const std::string& text, const Check& check, double time)
 {
     const Line line = parse(text, check);
+    if (awaiting_.size() + timed_.size() >= most_said)
+        throw std::invalid_argument("too much is to happen already");
     if (line.event.empty())
         timed_.emplace(time + line.after, line.text);
     else

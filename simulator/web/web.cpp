@@ -19,8 +19,7 @@ namespace {
 using asio::ip::tcp;
 using namespace std::chrono_literals;
 
-constexpr std::size_t max_connections = 96; // the oldest that is no page's stream gives way to a new one
-constexpr std::size_t max_pages = 24;
+constexpr std::size_t places_for_a_page = 4; // of them one for its stream
 constexpr auto request_time = 5s;
 constexpr auto answer_time = 60s;
 constexpr auto time_interval = 1s; // between two tellings of the time, while nothing else is told
@@ -234,18 +233,18 @@ void Web::Connection::tell_news()
     if (!answer_.text.empty()) write();
 }
 
-Web::Web(std::string host, Json about, Act act, Log log)
+Web::Web(std::string host, Json about, Act act, Log log, std::size_t places)
     : host_(std::move(host)), token_(random_token()), greeting_([&] {
           about["token"] = token_;
           return event("about", about.dump());
       }()),
-      act_(std::move(act)), log_(std::move(log))
+      act_(std::move(act)), log_(std::move(log)), places_(places), most_pages_(places / places_for_a_page)
 {
 }
 
 void Web::serve(tcp::socket socket)
 {
-    if (connections_.size() >= max_connections) {
+    if (connections_.size() >= places_) {
         const auto oldest = std::ranges::find_if_not(connections_, &Connection::is_stream);
         log_("page: closed the oldest of too many connections");
         (*oldest)->close();
@@ -273,7 +272,7 @@ Web::Answer Web::answer(const HttpRequest& request, const std::string& from)
 Web::Answer Web::open_stream()
 {
     const auto pages = std::ranges::count_if(connections_, &Connection::is_stream);
-    if (static_cast<std::size_t>(pages) >= max_pages) {
+    if (static_cast<std::size_t>(pages) >= most_pages_) {
         const std::string why = std::to_string(pages) + " browsers are looking on already, and no more can";
         log_("page: " + why);
         return {.status = 200, .type = event_stream, .text = greeting_ + event("full", Json(why).dump())};

@@ -34,8 +34,9 @@ class Web : public Tap {
      * @param host by which the page is reached, with the port
      * @param about is told to every page that comes, together with the token
      * @param log is told what was refused
+     * @param places for connections; the oldest that is no page's stream gives way to a new one
      */
-    Web(std::string host, Json about, Act act, Log log);
+    Web(std::string host, Json about, Act act, Log log, std::size_t places);
 
     /** Takes a connection of some client. */
     void serve(asio::ip::tcp::socket socket);
@@ -73,6 +74,7 @@ class Web : public Tap {
     const std::string host_, token_, greeting_;
     const Act act_;
     const Log log_;
+    const std::size_t places_, most_pages_;
     std::string shown_, state_, time_; ///< the last state, and what tells it and the time to a page
     std::chrono::steady_clock::time_point told_time_{};
     std::uint64_t states_ = 0, times_ = 0; ///< counted

@@ -4,6 +4,7 @@
 #include "support/controller.h"
 
 #include <fstream>
+#include <list>
 #include <memory>
 #include <sstream>
 
@@ -93,6 +94,36 @@ TEST(Door, StaysOpenForWhatIsNoRequestLater)
     EXPECT_TRUE(Json::parse(client.line()).contains("joint"));
     EXPECT_TRUE(Json::parse(client.line()).contains("error"));
     EXPECT_TRUE(Json::parse(client.line()).contains("joint"));
+}
+
+// Of few descriptors each door has its share, which a flood at another one does not take; who has asked something stays.
+TEST(Door, StaysOpenInAFlood)
+{
+    Process controller(
+        {"/bin/sh", "-c", "ulimit -n 64; exec " KX_CONTROLLER " --port 0 --web 0 --control 0 2>&1"});
+    int ports[3];
+    for (int& port : ports)
+        port = number_behind(":", controller.line());
+    const auto [arm, page, control] = ports;
+    const auto answers = [](Connection&& client, const std::string& sent) {
+        client.send(sent);
+        return client.line().substr(0, 12);
+    };
+    Connection early(arm);
+    early.send(ask);
+    const std::string answer = early.line();
+    for (const int port : ports) {
+        SCOPED_TRACE(port == arm ? "clients" : port == page ? "page" : "control");
+        std::list<Connection> flood;
+        for (int i = 0; i < 100; ++i)
+            flood.emplace_back(port);
+        early.send(ask);
+        EXPECT_EQ(early.line(), answer);
+        EXPECT_EQ(answers(Connection(arm), ask), answer.substr(0, 12));
+        EXPECT_EQ(answers(Connection(page), "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n"), "HTTP/1.1 200");
+        EXPECT_EQ(answers(Connection(control), "di 2 on\n"), "ok");
+    }
+    EXPECT_NE(controller.printed().find(" lines more in that second"), std::string::npos) << "no full disk";
 }
 
 // What is deeply nested would end the process where it is printed, copied or searched for passwords.

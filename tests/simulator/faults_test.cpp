@@ -142,6 +142,11 @@ TEST(FaultScript, BeginsEachFaultOnceAtItsTime)
     cell.switched(1, false, 3);
     cell.add("do 2 rises di 4 on", check, 3);
     cell.add("0.5 pause", check, 3);
+    const auto grow = [&] {
+        for (int i = 0; i < 2000; ++i)
+            cell.add("stop di 4 on", check, 3);
+    };
+    EXPECT_THROW(grow(), std::invalid_argument);
     cell.switched(2, true, 4);
     EXPECT_EQ(all_due(), "di 2 off at 3.0, pause at 3.5, di 4 on at 4.0, ");
 
