@@ -17,6 +17,7 @@ namespace {
 using namespace kx::sim;
 
 constexpr int wrong_use = 64; ///< as an exit status
+constexpr std::size_t most_arms = 8;
 
 /** Values by channel or address. */
 using Channels = std::map<int, double>;
@@ -117,10 +118,13 @@ void add_testing_options(CLI::App& app, ServerOptions& options)
     app.add_option("--proxy", options.proxy, "controller that answers instead of the arm")
         ->type_name("HOST:PORT")
         ->excludes(replay);
-    app.footer("What happens; faults are ended by their name and off, or all by off:\n" + Faults::help());
+    app.footer("What happens; faults are ended by their name and off, or all by off; of several arms all do "
+               "it, unless it begins with\n"
+               "one of them, as arm 2 collision:\n" +
+               Faults::help());
 }
 
-void complete_world(const CLI::App& app, World& world, const Given& given, std::size_t joints)
+void complete_world(const CLI::App& app, World& world, const Given& given, const std::vector<int>& models)
 {
     set(world.digital_inputs, given.digital_inputs);
     set(world.analogue_inputs, given.analogue_inputs);
@@ -129,12 +133,37 @@ void complete_world(const CLI::App& app, World& world, const Given& given, std::
     set(world.modbus_input_registers, given.modbus_registers, 65535);
     if (app.count("--object")) world.object = {given.object_width, given.object_mass};
     if (app.count("--table")) world.table = given.table;
+    const std::size_t joints = models.front() == 47 ? 7 : 6;
+    if (!given.way.empty())
+        for (const int model : models)
+            if ((model == 47) != (joints == 7))
+                throw std::invalid_argument("--lead is for arms with the same number of joints");
     for (auto angle = given.way.begin(); angle != given.way.end();
          angle += static_cast<std::ptrdiff_t>(joints)) {
         if (given.way.end() - angle < static_cast<std::ptrdiff_t>(joints))
             throw std::invalid_argument("--lead takes one angle for every joint");
         world.operator_way.emplace_back(angle, angle + static_cast<std::ptrdiff_t>(joints));
     }
+}
+
+/** What several arms need, and what is of one alone. */
+void complete_arms(const CLI::App& app, ServerOptions& options)
+{
+    const std::size_t arms = options.models.size();
+    if (arms > most_arms)
+        throw std::invalid_argument("there are at most " + std::to_string(most_arms) + " arms");
+    for (const char* option : {"--proxy", "--replay", "--record", "--log"})
+        if (arms > 1 && app.count(option) > 0)
+            throw std::invalid_argument(std::string(option) +
+                                        " is for one arm: give several of them a kx-controller each");
+    std::vector<unsigned short>& ports = options.ports;
+    if (ports.size() == 1)
+        while (ports.size() < arms) {
+            if (ports.back() == 65535)
+                throw std::invalid_argument("there are not as many ports from --port on");
+            ports.push_back(ports.back() ? static_cast<unsigned short>(ports.back() + 1) : 0);
+        }
+    if (ports.size() != arms) throw std::invalid_argument("--port is given once, or once for each --model");
 }
 
 int complain(const std::exception& error, int status)
@@ -149,13 +178,18 @@ int main(int argc, char** argv)
 {
     ServerOptions options;
     Given given;
-    CLI::App app("Virtual controller of a robot arm: many clients, one simulated arm.", "kx-controller");
+    CLI::App app("Virtual controller of a robot arm, or of several: many clients, simulated arms.",
+                 "kx-controller");
     app.add_option("--host", options.host, "address or name to listen on")->capture_default_str();
-    app.add_option("--port", options.port, "TCP port to listen on, 0 picks a free one")
-        ->capture_default_str();
-    app.add_option("--model", options.model, "arm model code")
-        ->check(CLI::IsMember({36, 46, 47}))
-        ->capture_default_str();
+    app.add_option(
+           "--port", options.ports,
+           "TCP port to listen on, 8080 unless given, 0 picks a free one; several arms have the ports from "
+           "there on, unless each is given its own")
+        ->allow_extra_args(false);
+    app.add_option("--model", options.models,
+                   "arm model code, 46 unless given; for several arms side by side several times")
+        ->allow_extra_args(false)
+        ->check(CLI::IsMember({36, 46, 47}));
     app.add_option("--speed", options.speed, "simulated time runs this many times as fast as real time")
         ->check(CLI::Range(0.001, 1000.0))
         ->capture_default_str();
@@ -183,7 +217,8 @@ int main(int argc, char** argv)
     try {
         app.parse(argc, argv);
         if (web->count() > 0) options.web_port = web_port;
-        complete_world(app, options.world, given, options.model == 47 ? 7 : 6);
+        complete_arms(app, options);
+        complete_world(app, options.world, given, options.models);
         serve(options);
     } catch (const CLI::Success& help) {
         return app.exit(help);

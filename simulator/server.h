@@ -1,4 +1,4 @@
-// Runs a controller on a TCP port, on the calling thread.
+// Runs controllers, each of an arm and on a TCP port of its own, on the calling thread.
 #pragma once
 
 #include <chrono>
@@ -12,11 +12,11 @@ namespace kx::sim {
 
 struct ServerOptions {
     std::string host = "127.0.0.1";
-    unsigned short port = 8080; ///< 0 picks a free one
-    int model = 46;
-    double speed = 1;                      ///< of simulated time against real time
-    bool trace = false;                    ///< print every line in and out
-    std::chrono::milliseconds spacing{30}; ///< between two lines to one client; see outbox.h
+    std::vector<int> models = {46};             ///< of the arms
+    std::vector<unsigned short> ports = {8080}; ///< one for each arm; 0 picks a free one
+    double speed = 1;                           ///< of simulated time against real time
+    bool trace = false;                         ///< print every line in and out
+    std::chrono::milliseconds spacing{30};      ///< between two lines to one client; see outbox.h
     World world;
     std::string web_host = "127.0.0.1";
     std::optional<unsigned short> web_port; ///< where the page is served, if at all; 0 picks a free one

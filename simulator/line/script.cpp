@@ -88,14 +88,14 @@ Script::Line Script::parse(const std::string& text, const Check& check)
     return line;
 }
 
-Script::Script(std::istream& in, const std::string& name, const Check& check)
+Script::Script(std::istream& in, const std::string& name, const Check& check, const Pick& pick)
 {
     std::string text;
     for (int number = 1; std::getline(in, text); ++number) {
         text.erase(std::min(text.find('#'), text.size()));
         if (text.find_first_not_of(" \t\r") == text.npos) continue;
         try {
-            awaiting_.push_back(parse(text, check));
+            if (const auto mine = pick(text)) awaiting_.push_back(parse(*mine, check));
         } catch (const std::invalid_argument& wrong) {
             throw std::invalid_argument(name + ':' + std::to_string(number) + ": " + wrong.what());
         }

@@ -29,8 +29,13 @@ class Script {
     /** Adds a line, whose seconds count from a time. @throws std::invalid_argument */
     void add(const std::string& line, const Check& check, double time);
 
+    /** Of a line, what is said to the arm whose script this is; nothing if it is for another one. */
+    using Pick = std::function<std::optional<std::string>(const std::string& line)>;
+
     /** @throws std::invalid_argument with name and line number */
-    Script(std::istream& in, const std::string& name, const Check& check);
+    Script(
+        std::istream& in, const std::string& name, const Check& check,
+        const Pick& pick = [](const auto& line) { return line; });
 
     void connected(double time);
     void requested(const std::string& command, double time) { happened(command, time); }

@@ -1,4 +1,5 @@
-// The connection to the controller: listens to its stream, asks it for actions, and comes back by itself.
+// The connection to the controller: listens to its stream, asks it for actions, and comes back by itself. What comes of
+// an arm bears its number, and what is asked for is done by the chosen one.
 import { Stream } from './stream.js';
 
 const look = 1000; // ms
@@ -9,6 +10,8 @@ const confirmHold = 100; // ms; the controller lets go of what is not confirmed
 export class Controller extends EventTarget {
   /** What this page calls itself when it holds something. */
   name = Array.from(crypto.getRandomValues(new Uint32Array(2)), (part) => part.toString(16)).join('');
+
+  arm = 0; // the chosen one
 
   #token = '';
   #about = '';
@@ -30,8 +33,8 @@ export class Controller extends EventTarget {
     setInterval(() => this.#check(), look);
   }
 
-  /** Asks for an action; resolves to why it was not done, or to nothing. */
-  async act(request) {
+  /** Asks for an action, of the chosen arm unless it says which, or "all"; resolves to why it was not done, or to nothing. */
+  async act(request, arm = this.arm) {
     if (!this.#token) return 'not done: there is no connection to the controller yet';
     const end = new AbortController();
     const timer = setTimeout(() => end.abort(), patience);
@@ -39,7 +42,7 @@ export class Controller extends EventTarget {
       const reply = await fetch('/act', {
         method: 'POST',
         headers: { 'Content-Type': 'application/json', 'X-Token': this.#token },
-        body: JSON.stringify(request),
+        body: JSON.stringify({ ...request, arm: arm === 'all' ? arm : arm + 1 }),
         signal: end.signal,
       });
       if (reply.ok) return '';
@@ -53,12 +56,13 @@ export class Controller extends EventTarget {
 
   /** Holds something until the function that it returns is called. */
   hold(request, refused) {
+    const { arm } = this;
     const mine = { page: this.name, hold: ++this.#holds };
     let held = true;
-    const begun = this.act({ ...request, ...mine });
+    const begun = this.act({ ...request, ...mine }, arm);
     const confirm = async (why) => {
       if (!held) return;
-      if (!why) return void setTimeout(async () => held && confirm(await this.act({ act: 'confirm', ...mine })), confirmHold);
+      if (!why) return void setTimeout(async () => held && confirm(await this.act({ act: 'confirm', ...mine }, arm)), confirmHold);
       held = false;
       refused(why);
     };
@@ -66,20 +70,20 @@ export class Controller extends EventTarget {
     return () => {
       if (!held) return;
       held = false;
-      begun.then(() => this.act({ act: 'release', ...mine })); // which must not overtake the begin
+      begun.then(() => this.act({ act: 'release', ...mine }, arm)); // which must not overtake the begin
     };
   }
 
   /** Returns what is to be called with whether this window is seen. */
   #begin() {
     const alone = () => {
-      const stream = new Stream((kind, data) => this.#take(kind, data));
+      const stream = new Stream((...news) => this.#take(...news));
       return (watches) => (watches ? stream.open() : stream.close());
     };
     let watch;
     try {
       const worker = new SharedWorker('/worker.js', { type: 'module' });
-      worker.port.onmessage = ({ data: [kind, data] }) => this.#take(kind, data);
+      worker.port.onmessage = ({ data: news }) => this.#take(...news);
       worker.onerror = () => {
         this.#watch = alone();
         this.#watch(!document.hidden);
@@ -92,7 +96,7 @@ export class Controller extends EventTarget {
     return watch;
   }
 
-  #take(kind, data) {
+  #take(kind, data, arm) {
     if (document.hidden) return;
     if (kind === 'lost') return this.#lost();
     const detail = JSON.parse(data);
@@ -106,7 +110,7 @@ export class Controller extends EventTarget {
       this.#token = token;
       if (!fresh) return;
     }
-    this.dispatchEvent(new CustomEvent(kind, { detail }));
+    this.dispatchEvent(Object.assign(new CustomEvent(kind, { detail }), { arm }));
   }
 
   #lost() {

@@ -1,15 +1,49 @@
-// The arm from the side and from above, where the browser has no 3D. Has the face of the 3D view.
+// The arms from the side and from above, where the browser has no 3D. Has the face of the room.
 import { Vector3 } from './three/build/three.module.js';
 import { soon } from './soon.js';
 
 const margin = 40; // px
 
+/** An arm in lines. */
+class Sketch {
+  state = null;
+  #hinges;
+  #bodies;
+  #flange;
+  reach; // m
+
+  constructor({ hinges, bodies, flange }) {
+    this.#flange = flange;
+    this.#hinges = hinges.map(({ point, direction }) => [new Vector3(...point), new Vector3(...direction)]);
+    this.#bodies = bodies.filter(({ surface }) => surface !== 'dark'); // of the foot a line's round end is no picture
+    this.reach = new Vector3(...flange).length() * 1.15;
+  }
+
+  /** Where a point of a link is that is given for joints at zero. */
+  #moved(place, link) {
+    const moved = new Vector3(...place);
+    for (let i = link - 1; i >= 0; i--) {
+      const [point, direction] = this.#hinges[i];
+      moved.sub(point).applyAxisAngle(direction, (this.state.joints[i] * Math.PI) / 180).add(point);
+    }
+    return moved;
+  }
+
+  get flange() {
+    return this.#moved(this.#flange, this.#hinges.length);
+  }
+
+  /** Lines, each with its ends, what its surface is called, and how thick it is, m. */
+  get lines() {
+    return this.#bodies.map(({ link, surface, ends, radii }) =>
+      [ends.map((end) => this.#moved(end, link)), '--3d-' + surface, radii[0] + radii[1]]);
+  }
+}
+
 export class Drawing {
   plain = true;
-  #hinges = [];
-  #bodies = [];
-  #reach = 1; // m
-  #state = null;
+  #sketches = [];
+  #chosen = 0;
   #draw = soon(() => this.#render());
 
   constructor(element) {
@@ -24,32 +58,25 @@ export class Drawing {
   clearTrail() {}
   breakTrail() {}
 
-  build({ model, hinges, bodies, flange }) {
-    this.flange = new Vector3(...flange);
-    this.#hinges = hinges.map(({ point, direction }) => [new Vector3(...point), new Vector3(...direction)]);
-    this.#bodies = bodies.filter(({ surface }) => surface !== 'dark'); // of the foot a line's round end is no picture
-    this.#reach = this.flange.length() * 1.15;
+  build(arms) {
+    this.#sketches = arms.map((about) => new Sketch(about));
     this.canvas.setAttribute('role', 'img');
-    this.canvas.setAttribute('aria-label', `Arm ${model} from the side and from above`);
+    const names = arms.map(({ model }) => `Arm ${model}`).join(', ');
+    this.canvas.setAttribute('aria-label', `${names} from the side and from above`);
   }
 
-  show(state) {
-    this.#state = state;
+  choose(arm) {
+    this.#chosen = arm;
     this.#draw();
   }
 
-  /** Where a point of a link is that is given for joints at zero. */
-  #moved(place, link, { joints }) {
-    const moved = new Vector3(...place);
-    for (let i = link - 1; i >= 0; i--) {
-      const [point, direction] = this.#hinges[i];
-      moved.sub(point).applyAxisAngle(direction, (joints[i] * Math.PI) / 180).add(point);
-    }
-    return moved;
+  show(arm, state) {
+    this.#sketches[arm].state = state;
+    this.#draw();
   }
 
+  /** A row for each arm. */
   #render() {
-    if (!this.#state || !this.flange) return;
     const { clientWidth: width, clientHeight: height } = this.element;
     const style = getComputedStyle(document.documentElement);
     const colour = (name) => style.getPropertyValue(name).trim();
@@ -59,13 +86,20 @@ export class Drawing {
     paper.scale(devicePixelRatio, devicePixelRatio);
     paper.font = '11px B612, sans-serif';
     paper.lineCap = paper.lineJoin = 'round';
+    const rows = this.#sketches.length;
+    this.#sketches.forEach((sketch, row) => {
+      const top = margin + (row * (height - margin)) / rows;
+      if (sketch.state) this.#sketch(paper, colour, sketch, row, { width, top, height: (height - margin) / rows });
+    });
+    const { state, flange } = this.#sketches[this.#chosen] ?? {};
+    if (state) this.canvas.dataset.flange = flange.toArray().map((value) => value.toFixed(4)).join(' ');
+  }
 
-    const bodies = this.#bodies.map(({ link, surface, ends, radii }) =>
-      [ends.map((end) => this.#moved(end, link, this.#state)), '--3d-' + surface, radii[0] + radii[1]]);
-    const flange = this.#moved(this.flange.toArray(), this.#hinges.length, this.#state);
-    const top = margin + 20;
-    const scale = Math.max(1, Math.min((width - 3 * margin) / 2, height - top - margin) / (2 * this.#reach));
-    const y = top + (height - top - margin) / 2;
+  #sketch(paper, colour, sketch, row, { width, top, height }) {
+    const { reach, lines, flange, state: { table } } = sketch;
+    const scale = Math.max(1, Math.min((width - 3 * margin) / 2, height - margin) / (2 * reach));
+    const y = top + (height - 10) / 2;
+    const several = this.#sketches.length > 1 ? `Arm ${row + 1}, ` : '';
     const views = [['Side: x to the right, z up', 'z', width * 0.27], ['Top: x to the right, y up', 'y', width * 0.73]];
     for (const [name, up, x] of views) {
       const at = (point) => [x + point.x * scale, y - point[up] * scale];
@@ -77,18 +111,15 @@ export class Drawing {
         paper.stroke();
       };
       const from = (x, y, z) => ({ x, y, z });
-      stroke([from(-this.#reach, 0, 0), from(this.#reach, 0, 0)], '--line', 1);
-      const { table } = this.#state;
-      if (up === 'z' && table !== null) stroke([from(-this.#reach, 0, table), from(this.#reach, 0, table)], '--amber', 2);
-      for (const [ends, name, width] of bodies) stroke(ends, name, width * scale);
+      stroke([from(-reach, 0, 0), from(reach, 0, 0)], '--line', 1);
+      if (up === 'z' && table !== null) stroke([from(-reach, 0, table), from(reach, 0, table)], '--amber', 2);
+      for (const [ends, name, width] of lines) stroke(ends, name, width * scale);
       paper.fillStyle = colour('--blue');
       paper.beginPath();
       paper.arc(...at(flange), 5, 0, 7);
       paper.fill();
-      paper.fillStyle = colour('--soft');
-      paper.fillText(name, x - this.#reach * scale, height - 14);
+      paper.fillStyle = colour(row === this.#chosen ? '--ink' : '--soft');
+      paper.fillText(several + name, x - reach * scale, top + height - 14);
     }
-    const spoken = flange.toArray().map((value) => value.toFixed(4));
-    this.canvas.dataset.flange = spoken.join(' ');
   }
 }

@@ -24,9 +24,10 @@ export class Faults {
     });
   }
 
-  build({ faults }) {
-    this.#forms = new Map(faults.map(([name, form, help]) => [name, { parameters: parameters(form), help }]));
-    get('fault-kind').replaceChildren(...faults.map(([name]) => new Option(name)));
+  /** @param forms of words in which faults are asked for */
+  build(forms) {
+    this.#forms = new Map(forms.map(([name, form, help]) => [name, { parameters: parameters(form), help }]));
+    get('fault-kind').replaceChildren(...forms.map(([name]) => new Option(name)));
     this.#ask();
   }
 

@@ -63,6 +63,11 @@ export class Jog {
     return this.#act({ act: 'go', percent: this.percent, ...target });
   }
 
+  /** Another arm is worked with. */
+  restart() {
+    this.#state = null;
+  }
+
   show(state) {
     const first = !this.#state;
     this.#state = state;

@@ -1,23 +1,26 @@
 // Puts the page together: what comes from the controller goes to its views, what is clicked goes to the controller.
 // Stops are at work before anything is drawn, and whatever becomes of the drawing.
+import { Arms } from './arms.js';
 import { Controller } from './controller.js';
 import { Faults } from './faults.js';
 import { Jog } from './jog.js';
+import { Lines } from './lines.js';
 import { keep, link, wished } from './links.js';
 import { Machine } from './machine.js';
 import { Panel } from './panel.js';
 import { get, write } from './parts.js';
+import { Past } from './past.js';
 import { Plots } from './plots.js';
 import { buildTabs } from './tabs.js';
 import { Waypoints } from './waypoints.js';
 import { Wire } from './wire.js';
 
 const controller = new Controller();
-let state = null;
-let now = 0; // s, of the arm
+let arms = []; // { about, state, past, lines, noticed }
+const chosen = () => arms[controller.arm];
 let clock = -Infinity; // what it shows, s
 const idleClock = 5; // s between two of its steps while nothing else changes: each costs a frame of the screen
-const showClock = () => write(get('clock'), `${Math.floor((clock = now))} s`);
+const showClock = () => write(get('clock'), `${Math.floor((clock = chosen().past.now))} s`);
 
 let forget = 0;
 function tell(refused) {
@@ -27,32 +30,40 @@ function tell(refused) {
   clearTimeout(forget);
   forget = setTimeout(() => get('message').classList.remove('shown'), 4000);
 }
-const act = async (request) => tell(await controller.act(request));
+const act = async (...request) => tell(await controller.act(...request));
 
 const click = (id, handle) => get(id).addEventListener('click', handle);
 click('emergency-stop', () => act({ act: 'emergency_stop' }));
 click('stop', () => act({ act: 'stop' }));
-addEventListener('keydown', ({ key }) => key === 'Escape' && act({ act: 'stop' }), true);
-click('pause', () => act({ act: state?.paused ? 'continue' : 'pause' }));
+addEventListener('keydown', ({ key }) => key === 'Escape' && act({ act: 'stop' }, 'all'), true);
+click('pause', () => act({ act: chosen()?.state?.paused ? 'continue' : 'pause' }));
 click('clear-errors', () => act({ act: 'clear_errors' }));
-click('power', () => act({ act: 'power', on: !state?.power }));
+click('power', () => act({ act: 'power', on: !chosen()?.state?.power }));
+
+const strip = new Arms((arm) => choose(arm), act);
 
 /** Of an arm that somebody else moves: what is known of it, and since when. */
 function showSource({ source }, about) {
+  if (plots.showsRecording) {
+    showMode('recording');
+    return write(get('running'), about.source);
+  }
   const said = source.joints && source.joints !== about.hinges.length ? 'other-arm'
     : source.age === null ? 'unheard' : source.age > 2 ? 'silent' : 'looking on';
-  document.body.dataset.mode = said;
-  const words = { 'other-arm': 'another arm', unheard: 'nothing heard yet', silent: 'silent' };
-  write(get('mode'), words[said] ?? said);
+  showMode(said, { 'other-arm': 'another arm', unheard: 'nothing heard yet' }[said] ?? said);
   write(get('running'), said === 'other-arm'
     ? `${about.source} has ${source.joints} joints; this page is told model ${about.model}`
     : `${about.source}${source.age === null ? '' : `, last reply ${source.age < 2 ? 'now' : `${source.age} s ago`}`}`);
 }
 
-function showMode(about) {
+function showMode(mode, words = mode) {
+  document.body.dataset.mode = get('status').dataset.mode = mode;
+  write(get('mode'), words);
+}
+
+function showState({ about, state }) {
   const { mode, running, errors, power, paused, held } = state;
-  document.body.dataset.mode = mode;
-  write(get('mode'), mode);
+  showMode(mode);
   const others = held && held.page !== controller.name ? `another page at ${held.from} holds ${held.what}` : '';
   const waiting = running?.waiting ? `, ${running.waiting} waiting` : '';
   write(get('running'), others || (running
@@ -66,37 +77,6 @@ function showMode(about) {
   if (!about.simulated) showSource(state, about);
 }
 
-let about = null;
-const lose = (why) => {
-  state = null;
-  document.body.dataset.mode = 'lost';
-  write(get('mode'), why);
-  write(get('running'), '');
-  write(get('errors'), '');
-};
-controller.addEventListener('about', ({ detail }) => {
-  about = detail;
-  document.body.classList.toggle('onlooker', !about.simulated);
-  write(get('model'), `Arm ${about.model}`);
-  write(get('port'), `port ${about.port}`);
-});
-controller.addEventListener('lost', () => lose('no connection'));
-controller.addEventListener('full', ({ detail }) => lose(detail));
-controller.addEventListener('time', ({ detail: time }) => {
-  now = time;
-  if (time < clock || time - clock >= idleClock) showClock();
-  plots.tick(time);
-});
-let noticed = null;
-controller.addEventListener('state', ({ detail }) => {
-  state = detail;
-  showClock();
-  const { number, text } = state.notice ?? { number: 0 };
-  if (noticed !== null && number > noticed) tell(text);
-  noticed = number;
-  if (about) showMode(about);
-});
-
 buildTabs();
 const jog = new Jog(controller, tell);
 const waypoints = new Waypoints(jog);
@@ -104,73 +84,150 @@ const panel = new Panel(controller, tell, jog);
 const wire = new Wire();
 const faults = new Faults(act);
 const machine = new Machine();
-/** A past state in place of the present one, or the present one again. */
-let look = () => {};
+let view = null; // the drawing, when there is one
 const plots = new Plots((past) => {
-  if (state) look(past ?? state);
+  if (!chosen()?.state) return;
+  const shown = past ? { ...chosen().state, planned: null, ...past } : chosen().state;
+  if (plots.showsRecording) panel.show(shown);
+  view?.breakTrail();
+  view?.show(controller.arm, shown, chosen().past.now);
 });
-let built = false;
-controller.addEventListener('about', () => {
-  wire.restart();
-  plots.restart();
-  if (built) return;
-  built = true;
-  if (!about.simulated && !wished('tab')) get('tab-curves').click(); // there is nothing to move
-  faults.build(about);
+link(get('plot-of'), 'plot');
+
+/** All that is of one arm at a time is now of this one. */
+function choose(arm) {
+  controller.arm = arm;
+  const { about, state, lines } = chosen();
+  if (arms.length > 1) keep('arm', arm + 1);
+  document.body.classList.toggle('onlooker', !about.simulated);
+  write(get('model'), `Arm ${about.model}`);
+  write(get('port'), `port ${about.port}`);
+  strip.choose(arm);
+  view?.choose(arm);
+  jog.restart();
   panel.build(about);
   waypoints.build(about);
-});
-controller.addEventListener('wire', ({ detail }) => {
-  wire.add(detail);
-  for (const [, time, client, direction, text] of detail)
-    if (direction === '--') plots.mark(time, client ? `client ${client} ${text}` : text);
-    else if (direction === '->' && !/"command":\s*"get_|canfd|canfp/.test(text))
-      plots.mark(time, `client ${client} ${/"command":\s*"(\w+)/.exec(text)?.[1] ?? ''}`);
-});
-controller.addEventListener('gap', () => plots.gap());
-controller.addEventListener('state', () => {
-  plots.add(state);
-  panel.show(state);
+  wire.use(lines);
+  lookBack();
+  if (state) showAll(chosen());
+}
+
+function showAll(arm) {
+  const { state } = arm;
+  showClock();
+  showState(arm);
+  if (plots.showsRecording) plots.again();
+  else panel.show(state);
   machine.show(state);
   jog.show(state);
   waypoints.show(state);
   faults.show(state);
+  get('teach').setAttribute('aria-pressed', String(state.teaching));
+}
+
+function build({ arms: told, faults: forms }) {
+  arms = told.map((about) => ({ about, state: null, past: new Past(), lines: new Lines(), noticed: null }));
+  faults.build(forms);
+  strip.build(told);
+  choose(Math.min(arms.length, Math.max(1, Math.trunc(Number(wished('arm'))) || 1)) - 1);
+  if (arms[0].about.simulated) return;
+  if (!wished('tab')) get('tab-curves').click(); // there is nothing to move
+  if (arms[0].about.recording) offerRecording();
+}
+
+let recording = null;
+const lookBack = () => plots.use(recording && get('plot-source').value === 'recording' ? recording : chosen().past);
+
+/** What was recorded is looked at like the past of an arm. */
+async function offerRecording() {
+  try {
+    recording = Past.of(await (await fetch('/recording')).json());
+  } catch {
+    return tell('the recording does not come');
+  }
+  get('plot-source').hidden = false;
+  get('plot-source').addEventListener('input', () => {
+    lookBack();
+    if (chosen().state) showAll(chosen());
+  });
+  lookBack();
+}
+
+const lose = (why) => {
+  for (const arm of arms) arm.state = null;
+  showMode('lost', why);
+  write(get('running'), '');
+  write(get('errors'), '');
+  arms.forEach((_, i) => strip.show(i, { mode: 'lost' }));
+};
+const hear = (kind, handle) => controller.addEventListener(kind, handle);
+hear('about', ({ detail }) => {
+  for (const { lines, past } of arms) lines.restart(), past.restart();
+  if (arms.length) lookBack();
+  else build(detail);
+});
+hear('lost', () => lose('no connection'));
+hear('full', ({ detail }) => lose(detail));
+hear('gap', () => {
+  for (const { past } of arms) past.gap();
+  view?.breakTrail();
+});
+hear('time', ({ detail: time, arm }) => {
+  arms[arm].past.now = time;
+  if (arm !== controller.arm) return;
+  if (time < clock || time - clock >= idleClock) showClock();
+  plots.tell();
+});
+hear('wire', ({ detail, arm }) => {
+  const { lines, past } = arms[arm];
+  lines.add(detail);
+  for (const [, time, client, direction, text] of detail)
+    if (direction === '--') past.mark(time, client ? `client ${client} ${text}` : text);
+    else if (direction === '->' && !/"command":\s*"get_|canfd|canfp/.test(text))
+      past.mark(time, `client ${client} ${/"command":\s*"(\w+)/.exec(text)?.[1] ?? ''}`);
+  if (arm === controller.arm) wire.tell(), plots.tell();
+});
+hear('state', ({ detail: state, arm }) => {
+  const entry = arms[arm];
+  entry.state = state;
+  entry.past.add(state);
+  const { number, text } = state.notice ?? { number: 0 };
+  if (entry.noticed !== null && number > entry.noticed) tell(arms.length > 1 ? `arm ${arm + 1}: ${text}` : text);
+  entry.noticed = number;
+  strip.show(arm, state);
+  if (arm === controller.arm) showAll(entry), plots.tell();
+  draw(arm);
 });
 
+/** Draws an arm as it is, unless somebody looks at its past. */
+function draw(arm) {
+  if (!view || !arms[arm].state || (arm === controller.arm && plots.looksBack)) return;
+  view.show(arm, arms[arm].state, arms[arm].past.now);
+  if (!view.plain && arm === controller.arm) get('hint').hidden = !arms[arm].state.teaching;
+}
+
 /** The drawing takes its time, and may not be possible in 3D. */
-async function draw() {
+async function furnish() {
   const element = get('view');
-  let view;
+  let made;
   try {
-    const { ArmView } = await import('./arm.js');
-    view = new ArmView(element, (to) => act({ act: 'lead', to }));
+    const { Room } = await import('./room.js');
+    made = new Room(element, (to) => act({ act: 'lead', to }), (arm) => arm !== controller.arm && choose(arm));
   } catch {
     const { Drawing } = await import('./drawing.js');
-    view = new Drawing(element);
+    made = new Drawing(element);
     document.body.classList.add('plain');
     get('hint').hidden = false;
     write(get('hint'), 'no 3D in this browser: the arm is drawn flat');
   }
-  let drawn = false;
-  const show = () => {
-    if (!state || !about) return;
-    if (!drawn) {
-      view.build(about);
-      if (wished('view')) view.view(wished('view'));
-    }
-    drawn = true;
-    get('teach').setAttribute('aria-pressed', String(state.teaching));
-    if (!view.plain) get('hint').hidden = !state.teaching;
-    if (!plots.looksBack) view.show(state, now);
-  };
-  look = (shown) => {
-    view.breakTrail();
-    if (drawn) view.show(shown, now);
-  };
-  controller.addEventListener('gap', () => view.breakTrail());
-  controller.addEventListener('state', show);
-  show();
-  click('teach', () => act({ act: 'teach', on: !state?.teaching }));
+  if (!arms.length) await new Promise((told) => controller.addEventListener('about', told, { once: true }));
+  made.build(arms.map(({ about }) => about));
+  made.choose(controller.arm);
+  if (wished('view')) made.view(wished('view'));
+  view = made;
+  arms.forEach((_, i) => draw(i));
+  plots.again();
+  click('teach', () => act({ act: 'teach', on: !chosen()?.state?.teaching }));
   click('clear-trail', () => view.clearTrail());
   for (const button of document.querySelectorAll('[data-view]'))
     button.addEventListener('click', () => {
@@ -179,5 +236,4 @@ async function draw() {
     });
 }
 
-link(get('plot-of'), 'plot');
-draw();
+furnish();

@@ -5,32 +5,42 @@ import { buildArm } from './bodies.js';
 const nearLimit = 2; // degrees
 const letterHeight = 0.05; // m
 
-/** A text that faces whoever looks; its material is called by the colour that it takes. */
-export function label(text, colour) {
-  const canvas = Object.assign(document.createElement('canvas'), { width: 128, height: 64 });
-  const paper = canvas.getContext('2d');
-  paper.font = '40px B612, sans-serif';
-  paper.fillStyle = '#fff';
-  paper.textAlign = 'center';
-  paper.textBaseline = 'middle';
-  paper.fillText(text, 64, 34);
-  const material = new THREE.SpriteMaterial({ map: new THREE.CanvasTexture(canvas), depthTest: false, transparent: true });
-  material.name = colour;
-  const sprite = new THREE.Sprite(material);
-  sprite.scale.set(2 * letterHeight, letterHeight, 1);
-  sprite.renderOrder = 3;
-  return sprite;
+/** A text that faces whoever looks, in a colour and with an edge of the background's, so that it is read on anything. */
+export class Label extends THREE.Sprite {
+  #text;
+  #paper = Object.assign(document.createElement('canvas'), { width: 256, height: 64 }).getContext('2d');
+
+  /** @param colour what it is called */
+  constructor(text, colour, height = letterHeight) {
+    super(new THREE.SpriteMaterial({ depthTest: false, transparent: true, blending: THREE.CustomBlending,
+                                     blendSrc: THREE.OneFactor, blendDst: THREE.OneMinusSrcAlphaFactor }));
+    this.#text = text;
+    this.colour = colour;
+    this.scale.set(4 * height, height, 1);
+    this.renderOrder = 3;
+    this.material.map = Object.assign(new THREE.CanvasTexture(this.#paper.canvas), { premultiplyAlpha: true });
+  }
+
+  paint(colour, background) {
+    const paper = this.#paper;
+    paper.clearRect(0, 0, 256, 64);
+    Object.assign(paper, { font: '40px B612, sans-serif', textAlign: 'center', textBaseline: 'middle', lineJoin: 'round',
+                           lineWidth: 10, fillStyle: colour.getStyle(), strokeStyle: background.getStyle() });
+    paper.strokeText(this.#text, 128, 34);
+    paper.fillText(this.#text, 128, 34);
+    this.material.map.needsUpdate = true;
+  }
 }
 
 /** Letters at the ends of axes, and what they are of. */
-export function nameAxes(axes, length, name) {
+export function nameAxes(axes, length, name, place = [-0.05, -0.05, -0.02]) {
   for (const letter of ['x', 'y', 'z']) {
-    const end = label(letter, `axis${letter}`);
+    const end = new Label(letter, `axis${letter}`);
     end.position[letter] = length * 1.25;
     axes.add(end);
   }
-  const title = label(name, 'soft');
-  title.position.set(-0.05, -0.05, -0.02);
+  const title = new Label(name, 'soft');
+  title.position.set(...place);
   axes.add(title);
 }
 
@@ -39,7 +49,7 @@ export function buildScale() {
   const scale = new THREE.Group();
   for (const axis of ['x', 'y'])
     for (const length of [-1, -0.5, 0.5, 1]) {
-      const mark = label(`${length} m`.replace('-', '\u2212'), 'soft');
+      const mark = new Label(`${length} m`.replace('-', '\u2212'), 'soft');
       mark.position[axis] = length;
       scale.add(mark);
     }

@@ -1,38 +1,39 @@
-// Motion over time: what the arm did in the last minutes, as curves with the events among them. Pointing into the past
-// shows the arm as it stood then.
-import { write } from './parts.js';
+// Motion over time: what the chosen arm did in the last minutes, or in a recording, as curves with the events among them.
+// Pointing into the past shows the arm as it stood then, and playing it as it moved.
+import { Past } from './past.js';
+import { element, get, write } from './parts.js';
 import { soon } from './soon.js';
 
 const span = 60; // s of the arm's time that are seen
-const kept = 6000; // states, of which a moving arm has 50 a second
 const interval = 100; // ms between two drawings
 const margin = { left: 44, right: 6, top: 6, bottom: 16 }; // px
 const colours = ['#2b8cb0', '#d0453c', '#3d9a50', '#b97a10', '#8b6cc0', '#5a86d8', '#8a8a8a']; // seen on light and dark
 
 const length = (from, to) => Math.hypot(...[0, 1, 2].map((i) => to.pose[i] - from.pose[i]));
-const joint = (_, i) => `joint ${i + 1}`;
+const joint = (i) => `joint ${i + 1}`;
 
 /** By name: its unit, the names of its curves, and their values in a state; `before` is the state before that one. */
 const quantities = {
   'joint angles': { unit: '°', values: ({ joints }) => joints, name: joint },
   'joint speeds': { unit: '°/s', values: ({ speeds }) => speeds, name: joint },
-  'tool speed': { unit: 'mm/s', name: () => 'tool',
+  'tool speed': { unit: 'mm/s', name: (_, recorded) => recorded ? 'flange' : 'tool',
                   values: (state, time, before) => [before && time - before.time < 0.5 && time > before.time
                     ? (length(before.state, state) * 1000) / (time - before.time) : 0] },
-  forces: { unit: 'N', values: ({ force }) => force.slice(0, 3), name: (_, i) => 'F' + 'xyz'[i] },
-  torques: { unit: 'Nm', values: ({ force }) => force.slice(3), name: (_, i) => 'M' + 'xyz'[i] },
+  forces: { unit: 'N', values: ({ force }) => force?.slice(0, 3), name: (i) => 'F' + 'xyz'[i] },
+  torques: { unit: 'Nm', values: ({ force }) => force?.slice(3), name: (i) => 'M' + 'xyz'[i] },
   currents: { unit: 'A', values: ({ currents }) => currents, name: joint },
 };
 
 export class Plots {
-  #past = []; // { time, state }, the state of none where nothing was seen
-  #events = []; // { time, text }
-  #now = 0;
+  #past = new Past();
   #at = null; // the moment in the past that is shown, s
-  #last = ''; // what was told last about the state
-  #canvas = document.getElementById('plot');
-  #choice = document.getElementById('plot-of');
+  #end = 0; // of what is seen while that is the past, s
+  #listed = 0; // events, ever
+  #canvas = get('plot');
+  #choice = get('plot-of');
+  #time = get('plot-time');
   #show;
+  #playing = null; // { from, since }: at which moment it began, and when
   #drawSoon = soon(() => this.#draw(), interval);
 
   /** @param show called with a past state, or with nothing for the present one */
@@ -40,7 +41,7 @@ export class Plots {
     this.#show = show;
     this.#choice.append(...Object.keys(quantities).map((name) => new Option(name)));
     this.#choice.addEventListener('change', () => this.#draw());
-    const point = ({ offsetX }) => this.#look(this.#timeAt(offsetX));
+    const point = ({ offsetX }) => this.#point(this.#timeAt(offsetX));
     this.#canvas.addEventListener('pointerdown', (event) => {
       this.#canvas.setPointerCapture(event.pointerId);
       point(event);
@@ -50,10 +51,12 @@ export class Plots {
       const step = { ArrowLeft: -0.1, ArrowRight: 0.1, PageUp: -5, PageDown: 5 }[event.key];
       if (!step) return;
       event.preventDefault();
-      this.#look((this.#at ?? this.#now) + step);
+      this.#point((this.#at ?? this.#past.now) + step);
     });
-    const click = (id, handle) => document.getElementById(id).addEventListener('click', handle);
-    click('plot-now', () => this.#look(null));
+    this.#time.addEventListener('input', () => this.#point(Number(this.#time.value)));
+    const click = (id, handle) => get(id).addEventListener('click', handle);
+    click('plot-now', () => this.#point(null));
+    click('plot-play', () => (this.#playing ? this.#halt() : this.#play()));
     click('plot-csv', () => this.#save('csv', URL.createObjectURL(new Blob([this.#table()], { type: 'text/csv' }))));
     click('plot-png', () => this.#save('png', this.#canvas.toDataURL()));
     new ResizeObserver(() => this.#draw()).observe(this.#canvas.parentElement);
@@ -65,84 +68,104 @@ export class Plots {
     return this.#at !== null;
   }
 
-  /** Of a controller whose time begins anew. */
-  restart() {
-    this.#past = [];
-    this.#events = [];
-    document.getElementById('events').replaceChildren();
-    this.#look(null);
+  get showsRecording() {
+    return this.#past.recorded;
   }
 
-  /** What comes now does not continue what came last. */
-  gap() {
-    if (this.#past.length) this.#past.push({ time: this.#now, state: null });
+  /** Shows the past of an arm, or a recorded one from its begin. */
+  use(past) {
+    this.#past = past;
+    this.#listed = 0;
+    get('events').replaceChildren();
+    this.#list();
+    const some = past.recorded && past.states[0]?.state;
+    for (const option of this.#choice.options) option.disabled = some && !quantities[option.value].values(some);
+    this.#point(past.recorded ? past.begin : null);
   }
 
-  tick(time) {
-    this.#now = time;
+  /** There is more of it. */
+  tell() {
+    this.#list();
     this.#drawSoon();
   }
 
-  add(state) {
-    this.#past.push({ time: this.#now, state });
-    if (this.#past.length > kept) this.#past.shift();
-    const told = state.errors.join(', ') || state.mode;
-    if (told !== this.#last) this.mark(this.#now, told);
-    this.#last = told;
-    this.#drawSoon();
-  }
-
-  /** Something has happened. */
-  mark(time, text) {
-    this.#events.push({ time, text });
-    const list = document.getElementById('events');
-    const button = Object.assign(document.createElement('button'), { textContent: `${time.toFixed(2)} s  ${text}` });
-    button.addEventListener('click', () => this.#look(time));
-    list.prepend(Object.assign(document.createElement('li')));
-    list.firstChild.append(button);
-    if (this.#events.length <= 200) return;
-    this.#events.shift();
-    list.lastChild.remove();
-  }
-
-  #end() {
-    return this.#at === null ? this.#now : Math.max(this.#now, this.#at);
+  /** Shows once more what is looked at, to somebody who was not there. */
+  again() {
+    if (this.#at !== null) this.#show(this.#past.at(this.#at));
   }
 
   #timeAt(x) {
     const width = this.#canvas.clientWidth - margin.left - margin.right;
-    return this.#end() - span + ((x - margin.left) / width) * span;
+    return this.#end - span + ((x - margin.left) / width) * span;
+  }
+
+  /** Looks at a moment that somebody has pointed at. */
+  #point(time) {
+    this.#halt();
+    this.#look(time);
   }
 
   #look(time) {
-    const first = this.#past.find(({ state }) => state);
-    this.#at = time === null || !first || time >= this.#now ? null : Math.max(first.time, time);
-    document.getElementById('plot-now').disabled = this.#at === null;
+    const { begin, now, recorded } = this.#past;
+    this.#at = recorded ? Math.min(now, Math.max(begin, time ?? now))
+      : time === null || !this.#past.states.length || time >= now ? null : Math.max(begin, time);
+    get('plot-now').disabled = this.#at === null || recorded;
     document.body.classList.toggle('looks-back', this.#at !== null);
-    const then = this.#at === null ? null : this.#past.findLast((entry) => entry.state && entry.time <= this.#at);
-    this.#show(then?.state);
-    this.#draw();
+    this.#show(this.#at === null ? null : this.#past.at(this.#at));
+    if (this.#playing) this.#drawSoon();
+    else this.#draw();
+  }
+
+  /** From the moment that is looked at, or from the begin. */
+  #play() {
+    const { begin, now } = this.#past;
+    const ended = this.#at === null || this.#at >= now;
+    this.#playing = { from: ended ? begin : this.#at, since: performance.now() };
+    write(get('plot-play'), 'Halt');
+    const go = () => {
+      if (!this.#playing) return;
+      const time = this.#playing.from + (performance.now() - this.#playing.since) / 1000;
+      this.#look(time);
+      if (this.#at === null || this.#at < time) this.#halt();
+      else requestAnimationFrame(go);
+    };
+    go();
+  }
+
+  #halt() {
+    this.#playing = null;
+    write(get('plot-play'), 'Play');
   }
 
   /** The chosen quantity, in what is seen. */
   #values() {
     const { values } = quantities[this.#choice.value];
-    const from = this.#end() - span;
-    return this.#past.flatMap(({ time, state }, i) => {
-      const next = this.#past[i + 1];
-      if (next && next.time < from) return [];
+    const { states, now } = this.#past;
+    const from = this.#end - span;
+    return states.flatMap(({ time, state }, i) => {
+      const next = states[i + 1];
+      if ((next && next.time < from) || time > this.#end) return [];
       if (!state) return [{ time, value: null }];
-      const before = this.#past[i - 1];
+      const before = states[i - 1];
       const value = values(state, time, before?.state ? before : null);
       // While nothing is told, nothing changes.
-      const until = next ? next.time - 0.02 : this.#now;
+      const until = next ? next.time - 0.02 : now;
       return until > time ? [{ time, value }, { time: until, value }] : [{ time, value }];
     });
+  }
+
+  /** What is seen: the last of it, or that about the moment that is looked at, which stays as long as it can. */
+  #frame() {
+    const { now } = this.#past;
+    if (this.#at === null) this.#end = now;
+    else if (this.#at > this.#end || this.#at < this.#end - span) this.#end = Math.min(now, this.#at + span / 2);
+    if (this.#past.recorded) this.#end = Math.max(this.#end, Math.min(now, this.#past.begin + span));
   }
 
   #draw() {
     const { clientWidth: width, clientHeight: height } = this.#canvas;
     if (!width || document.hidden) return;
+    this.#frame();
     const { unit, name } = quantities[this.#choice.value];
     const style = getComputedStyle(document.documentElement);
     const colour = (key) => style.getPropertyValue(key).trim();
@@ -157,7 +180,7 @@ export class Plots {
     const all = entries.flatMap(({ value }) => value ?? []);
     const low = Math.min(0, ...all);
     const high = Math.max(low + 1e-3, 0, ...all);
-    const end = this.#end();
+    const end = this.#end;
     const x = (time) => margin.left + ((time - end + span) / span) * (width - margin.left - margin.right);
     const y = (value) => height - margin.bottom - ((value - low) / (high - low)) * (height - margin.top - margin.bottom);
     const line = (points, ink, thickness = 1) => {
@@ -180,7 +203,7 @@ export class Plots {
     paper.save();
     paper.rect(margin.left, 0, width - margin.left - margin.right, height - margin.bottom + 1);
     paper.clip();
-    for (const { time } of this.#events) line([[x(time), margin.top], [x(time), height - margin.bottom]], colour('--track'), 2);
+    for (const { time } of this.#past.events) line([[x(time), margin.top], [x(time), height - margin.bottom]], colour('--track'), 2);
     const curves = entries.find(({ value }) => value)?.value.length ?? 0;
     for (let i = 0; i < curves; i++) {
       let piece = [];
@@ -196,27 +219,48 @@ export class Plots {
 
   /** The curves with their values now, or at the moment that is looked at, and the last event before that. */
   #describe(unit, name, entries, curves) {
-    const at = this.#end() === this.#now && this.#at === null ? this.#now : this.#at;
+    const at = this.#at ?? this.#past.now;
     const values = entries.findLast(({ time, value }) => value && time <= at)?.value ?? [];
     const legend = document.getElementById('plot-legend');
     if (legend.children.length !== curves)
       legend.replaceChildren(...Array.from({ length: curves }, () => document.createElement('span')));
     [...legend.children].forEach((item, i) => {
       item.style.borderColor = colours[i];
-      write(item, `${name(null, i)} ${(values[i] ?? 0).toFixed(2)} ${unit}`);
+      write(item, `${name(i, this.#past.recorded)} ${(values[i] ?? 0).toFixed(2)} ${unit}`);
     });
-    const event = this.#events.findLast(({ time }) => time <= at);
+    const { begin, now } = this.#past;
+    Object.assign(this.#time, { min: begin, max: Math.max(now, begin + 0.01), value: at });
+    this.#time.setAttribute('aria-valuetext', `${at.toFixed(1)} s`);
+    const event = this.#past.events.findLast(({ time }) => time <= at);
     write(document.getElementById('plot-event'), (this.#at === null ? '' : `at ${this.#at.toFixed(2)} s: `)
       + (event ? `${event.text}, since ${event.time.toFixed(2)} s` : ''));
   }
 
+  /** The events, the last one first. */
+  #list() {
+    const { events, marked } = this.#past;
+    const fresh = marked - this.#listed;
+    if (!fresh) return;
+    this.#listed = marked;
+    const list = get('events');
+    for (const { time, text } of events.slice(-fresh)) {
+      const item = element('li');
+      const button = element('button', '', `${time.toFixed(2)} s  ${text}`);
+      button.addEventListener('click', () => this.#point(time));
+      item.append(button);
+      list.prepend(item);
+    }
+    while (list.children.length > events.length) list.lastChild.remove();
+  }
+
   #table() {
     const { unit, name, values } = quantities[this.#choice.value];
-    const entries = this.#past.map(({ time, state }, i) => {
-      const before = this.#past[i - 1];
-      return state && [time, ...values(state, time, before?.state ? before : null)];
+    const { states } = this.#past;
+    const entries = states.map(({ time, state }, i) => {
+      const before = states[i - 1];
+      return state && [time, ...(values(state, time, before?.state ? before : null) ?? [])];
     }).filter(Boolean);
-    const names = entries.length ? entries[0].slice(1).map((_, i) => `${name(null, i)} (${unit})`) : [];
+    const names = entries.length ? entries[0].slice(1).map((_, i) => `${name(i, this.#past.recorded)} (${unit})`) : [];
     return [['time (s)', ...names], ...entries].map((row) => row.join(',')).join('\n') + '\n';
   }
 

@@ -4,8 +4,9 @@
 export class Stream {
   #source = null;
   #tell;
+  #arm = 0; // of which the next events tell
 
-  /** @param tell called with the kind of each event and its data, as text */
+  /** @param tell called with the kind of each event, its data, as text, and the number of the arm, from 0 */
   constructor(tell) {
     this.#tell = tell;
   }
@@ -14,13 +15,15 @@ export class Stream {
   open() {
     if (this.#source?.readyState === EventSource.CONNECTING) return;
     this.close();
+    this.#arm = 0;
     this.#source = new EventSource('/events');
+    this.#source.addEventListener('arm', ({ data }) => (this.#arm = Number(data)));
     for (const kind of ['about', 'time', 'state', 'wire', 'full'])
-      this.#source.addEventListener(kind, ({ data }) => this.#tell(kind, data));
+      this.#source.addEventListener(kind, ({ data }) => this.#tell(kind, data, this.#arm));
     this.#source.addEventListener('full', () => this.close());
     this.#source.addEventListener('error', () => {
       this.close();
-      this.#tell('lost', 'null');
+      this.#tell('lost', 'null', 0);
     });
   }
 

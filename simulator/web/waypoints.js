@@ -25,6 +25,7 @@ export class Waypoints {
   /** The places of one model are kept in the browser. */
   build(about) {
     this.#about = about;
+    this.#state = null;
     try {
       this.#places = JSON.parse(localStorage.getItem(this.#key) ?? '[]');
     } catch {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdio>
 #include <random>
 
@@ -22,11 +21,7 @@ using namespace std::chrono_literals;
 constexpr std::size_t places_for_a_page = 4; // of them one for its stream
 constexpr auto request_time = 5s;
 constexpr auto answer_time = 60s;
-constexpr auto time_interval = 1s; // between two tellings of the time, while nothing else is told
-constexpr auto goodbye_time = 1s;  // in which a client may notice that the answer is complete
-constexpr std::size_t kept_lines = 400;
-constexpr std::size_t lines_at_once = 40; // to one page
-constexpr std::size_t longest_line = 1000;
+constexpr auto goodbye_time = 1s; // in which a client may notice that the answer is complete
 
 constexpr std::string_view headers =
     "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; font-src 'self'; "
@@ -45,11 +40,6 @@ std::string tag_of(std::string_view content)
     for (const unsigned char c : content)
         hash = (hash ^ c) * 0x100000001b3;
     return '"' + std::to_string(hash) + '"';
-}
-
-std::string event(const char* name, const std::string& data)
-{
-    return std::string("event: ") + name + "\ndata: " + data + "\n\n";
 }
 
 std::string random_token()
@@ -135,7 +125,7 @@ class Web::Connection : public std::enable_shared_from_this<Connection> {
     Answer answer_;
     std::string head_;
     bool writing_ = false;
-    std::uint64_t seen_state_ = 0, seen_time_ = 0, seen_line_ = 0;
+    std::vector<News::Told> told_; ///< of each arm
 };
 
 void Web::Connection::limit(std::chrono::seconds time)
@@ -177,8 +167,8 @@ void Web::Connection::answer(Answer answer)
     head_ += answer_.tag.empty() ? "Cache-Control: no-store\r\n"
                                  : "Cache-Control: no-cache\r\nETag: " + answer_.tag + "\r\n";
     if (is_stream()) {
-        seen_state_ = web_.states_; // which may be as old as the last page
-        seen_time_ = web_.times_;
+        for (const auto& news : web_.arms_)
+            told_.push_back(news->before_all());
         await_end();
     } else if (answer_.status != 204 && answer_.status != 304)
         head_ += "Content-Length: " + std::to_string(answer_.content.size() + answer_.text.size()) + "\r\n";
@@ -222,23 +212,23 @@ void Web::Connection::await_end()
 void Web::Connection::tell_news()
 {
     if (!is_stream() || writing_) return;
-    answer_.text = web_.wire_since(seen_line_);
-    if (seen_state_ != web_.states_)
-        answer_.text += web_.state_;
-    else if (seen_time_ != web_.times_)
-        answer_.text += web_.time_;
-    seen_state_ = web_.states_;
-    seen_time_ = web_.times_;
-    seen_line_ = web_.line_count_;
+    answer_.text.clear();
+    for (std::size_t arm = 0; arm < told_.size(); ++arm) {
+        const std::string news = web_.arms_[arm]->since(told_[arm]);
+        if (!news.empty() && told_.size() > 1) answer_.text += event("arm", std::to_string(arm));
+        answer_.text += news;
+    }
     if (!answer_.text.empty()) write();
 }
 
-Web::Web(std::string host, Json about, Act act, Log log, std::size_t places)
+Web::Web(std::string host, Json about, std::vector<std::shared_ptr<News>> arms, Act act, Log log,
+         std::size_t places)
     : host_(std::move(host)), token_(random_token()), greeting_([&] {
           about["token"] = token_;
           return event("about", about.dump());
       }()),
-      act_(std::move(act)), log_(std::move(log)), places_(places), most_pages_(places / places_for_a_page)
+      act_(std::move(act)), log_(std::move(log)), places_(places), most_pages_(places / places_for_a_page),
+      arms_(std::move(arms))
 {
 }
 
@@ -261,6 +251,8 @@ Web::Answer Web::answer(const HttpRequest& request, const std::string& from)
     if (request.method == "POST" && request.path == "/act") return take_action(request, from);
     if (request.method != "GET") return {};
     if (request.path == "/events") return open_stream();
+    if (const auto offer = offered_.find(request.path); offer != offered_.end())
+        return {.status = 200, .type = "application/json", .text = offer->second};
     const auto asset =
         std::ranges::find_if(assets, [&](const Asset& file) { return request.path.substr(1) == file.path; });
     if (asset == assets.end()) return {};
@@ -277,7 +269,6 @@ Web::Answer Web::open_stream()
         log_("page: " + why);
         return {.status = 200, .type = event_stream, .text = greeting_ + event("full", Json(why).dump())};
     }
-    shown_.clear(); // so that the state is told again
     return {.status = 200, .type = event_stream, .text = greeting_, .goes_on = true};
 }
 
@@ -295,45 +286,10 @@ bool Web::watched() const
     return std::ranges::any_of(connections_, &Connection::is_stream);
 }
 
-bool Web::publish(double time, const Json& state)
+void Web::publish()
 {
-    const auto now = std::chrono::steady_clock::now();
-    const std::string told = event("time", Json(std::round(time * 1e3) / 1e3).dump());
-    std::string shown = printed(state);
-    const bool changes = shown != shown_;
-    if (changes) {
-        shown_ = std::move(shown);
-        state_ = told + event("state", shown_);
-        ++states_;
-        told_time_ = now;
-    } else if (now - told_time_ >= time_interval) {
-        time_ = told;
-        ++times_;
-        told_time_ = now;
-    }
     for (const auto& connection : connections_)
         connection->tell_news();
-    return changes;
-}
-
-std::string Web::wire_since(std::uint64_t seen) const
-{
-    if (line_count_ == seen) return "";
-    const std::size_t fresh =
-        std::min<std::uint64_t>({line_count_ - seen, lines_.size(), seen ? lines_at_once : kept_lines});
-    std::string text = "[";
-    for (std::size_t i = lines_.size() - fresh; i < lines_.size(); ++i)
-        text += lines_[i] + (i + 1 < lines_.size() ? "," : "]");
-    return event("wire", text);
-}
-
-void Web::passed(double time, int client, Direction direction, const std::string& line)
-{
-    constexpr const char* arrows[] = {"->", "<-", "--"}; // of Direction
-    const Json entry = {++line_count_, std::round(time * 1e3) / 1e3, client,
-                        arrows[static_cast<int>(direction)], printable(line).substr(0, longest_line)};
-    lines_.push_back(printed(entry));
-    if (lines_.size() > kept_lines) lines_.pop_front();
 }
 
 } // namespace kx::sim

@@ -7,22 +7,20 @@
 // must not keep others away: what a client may take of time, memory and connections is bounded.
 #pragma once
 
-#include <chrono>
-#include <deque>
 #include <functional>
 #include <list>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <asio/ip/tcp.hpp>
 
-#include "commands/json.h"
-#include "commands/tap.h"
 #include "web/http.h"
+#include "web/news.h"
 
 namespace kx::sim {
 
-class Web : public Tap {
+class Web {
   public:
     /** Does what a page asks for. Returns why it could not be done, or nothing.
      * @param from the address of the page's machine */
@@ -33,10 +31,12 @@ class Web : public Tap {
     /**
      * @param host by which the page is reached, with the port
      * @param about is told to every page that comes, together with the token
+     * @param arms of which it is told what is new
      * @param log is told what was refused
      * @param places for connections; the oldest that is no page's stream gives way to a new one
      */
-    Web(std::string host, Json about, Act act, Log log, std::size_t places);
+    Web(std::string host, Json about, std::vector<std::shared_ptr<News>> arms, Act act, Log log,
+        std::size_t places);
 
     /** Takes a connection of some client. */
     void serve(asio::ip::tcp::socket socket);
@@ -44,14 +44,11 @@ class Web : public Tap {
     /** Some page is open, which wants to be told the state. */
     bool watched() const;
 
-    /** Tells all pages what is new: lines, the state if it is another one, and now and then the time. One
-     * that is slow gets the latest.
-     * @param time simulated seconds
-     * @return the state is another one */
-    bool publish(double time, const Json& state);
+    /** Tells all pages what is new. One that is slow gets the latest. */
+    void publish();
 
-    /** The last lines are kept for pages that come later. */
-    void passed(double time, int client, Direction direction, const std::string& line) override;
+    /** Has a text ready for whoever asks for it by name. */
+    void offer(std::string path, std::string text) { offered_[std::move(path)] = std::move(text); }
 
   private:
     class Connection;
@@ -69,18 +66,14 @@ class Web : public Tap {
     Answer answer(const HttpRequest& request, const std::string& from);
     Answer open_stream();
     Answer take_action(const HttpRequest& request, const std::string& from);
-    std::string wire_since(std::uint64_t seen) const;
 
     const std::string host_, token_, greeting_;
     const Act act_;
     const Log log_;
     const std::size_t places_, most_pages_;
-    std::string shown_, state_, time_; ///< the last state, and what tells it and the time to a page
-    std::chrono::steady_clock::time_point told_time_{};
-    std::uint64_t states_ = 0, times_ = 0; ///< counted
-    std::deque<std::string> lines_;
-    std::uint64_t line_count_ = 0; ///< ever
-    Connections connections_;      ///< the oldest first
+    const std::vector<std::shared_ptr<News>> arms_;
+    std::map<std::string, std::string, std::less<>> offered_;
+    Connections connections_; ///< the oldest first
 };
 
 } // namespace kx::sim

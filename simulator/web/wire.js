@@ -1,20 +1,17 @@
-// The last lines on the wire: each request with its reply and how long that took, filtered, held still, copied, kept.
+// The last lines on the wire of the chosen arm, filtered, held still, copied, kept.
 import { link } from './links.js';
-import { Pairs } from './pairs.js';
+import { Lines } from './lines.js';
 import { element, get, write } from './parts.js';
 import { soon } from './soon.js';
 
-const kept = 2000;
 const shown = 200;
 const interval = 100; // ms between two drawings
 const arrows = { '->': '→', '<-': '←', '--': '·' };
 const words = { '->': 'request', '<-': 'reply', '--': '' };
 
 export class Wire {
-  #lines = [];
-  #pairs = new Pairs();
+  #lines = new Lines();
   #held = false;
-  #last = 0;
   #chosen = null; // the number of a line
   #list = get('lines');
   #filter = get('filter');
@@ -35,7 +32,7 @@ export class Wire {
     button('wire-save', () => Object.assign(element('a'), {
       download: 'wire.txt', href: URL.createObjectURL(new Blob([this.#text()], { type: 'text/plain' })) }).click());
     button('wire-clear', () => {
-      this.#lines = [];
+      this.#lines.all = [];
       this.#draw(true);
     });
     this.#list.addEventListener('click', ({ target }) => this.#choose(target.closest('li')?.line));
@@ -48,32 +45,22 @@ export class Wire {
     });
   }
 
-  /** Of a controller that counts its lines from the beginning. */
-  restart() {
-    this.#last = 0;
-    this.#pairs = new Pairs();
+  /** Shows the lines of an arm. */
+  use(lines) {
+    this.#lines = lines;
+    this.#client.length = 1; // all of them
+    this.#draw(true);
   }
 
-  add(lines) {
-    for (const [number, time, client, direction, text] of lines) {
-      if (number <= this.#last) continue;
-      if (this.#last && number > this.#last + 1)
-        this.#lines.push({ gap: true, text: `${number - this.#last - 1} lines not shown` });
-      this.#last = number;
-      const line = { number, time, client, direction, text };
-      this.#pairs.add(line);
-      this.#lines.push(line);
-      if (client && ![...this.#client.options].some(({ value }) => value === String(client)))
-        this.#client.append(new Option(`client ${client}`, client));
-    }
-    this.#lines.splice(0, this.#lines.length - kept);
+  /** There are more lines. */
+  tell() {
     if (!this.#held) this.#drawSoon();
   }
 
   #matching() {
     const wanted = this.#filter.value.toLowerCase().split(/\s+/).filter(Boolean);
     const client = this.#client.value;
-    return this.#lines.filter((line) => line.gap ? !wanted.length && !client
+    return this.#lines.all.filter((line) => line.gap ? !wanted.length && !client
       : (!client || String(line.client) === client)
         && wanted.every((word) => `${words[line.direction]} ${line.text}`.toLowerCase().includes(word)));
   }
@@ -84,6 +71,8 @@ export class Wire {
     const atEnd = scrollTop + clientHeight >= scrollHeight - 4;
     const selected = getSelection();
     const marked = !selected.isCollapsed && this.#list.contains(selected.anchorNode);
+    for (const client of [...this.#lines.clients].slice(this.#client.length - 1))
+      this.#client.append(new Option(`client ${client}`, client));
     if (!this.#held || anew) {
       const wanted = this.#matching().slice(-shown);
       const there = new Set(wanted);

@@ -2,7 +2,7 @@
 import { Stream } from './stream.js';
 
 const windows = new Set();
-const stream = new Stream((kind, data) => windows.forEach((port) => port.postMessage([kind, data])));
+const stream = new Stream((...news) => windows.forEach((port) => port.postMessage(news)));
 
 self.onconnect = ({ ports: [port] }) => {
   port.onmessage = ({ data: watches }) => {

@@ -1,6 +1,7 @@
 // The page in a browser, while an application drives the arm through the library.
 #include "support/application.h"
 #include "support/browser.h"
+#include "support/connection.h"
 
 #include <cmath>
 #include <future>
@@ -41,6 +42,15 @@ bool shows(Browser& browser, const char* id, const std::string& text)
     return shown;
 }
 
+/** How far from a place the flange is drawn, m. */
+double off(Browser& browser, const Position& place)
+{
+    float x = 9, y = 9, z = 9;
+    const auto drawn = browser.run("return document.querySelector('canvas')?.dataset.flange ?? ''");
+    std::sscanf(drawn.get<std::string>().c_str(), "%f %f %f", &x, &y, &z);
+    return std::hypot(x - place.x, y - place.y, z - place.z);
+}
+
 TEST(PageInABrowser, StopsWithoutDrawing)
 {
     Application app{46, {"--web", "0"}};
@@ -57,13 +67,7 @@ TEST(PageInABrowser, StopsWithoutDrawing)
 
     const auto joints = app.standing();
     const Position expected = Forward_Kinematics(46, joints.data()).position;
-    EXPECT_TRUE(eventually([&] {
-        float x = 9, y = 9, z = 9;
-        std::sscanf(
-            browser.run("return document.querySelector('canvas').dataset.flange").get<std::string>().c_str(),
-            "%f %f %f", &x, &y, &z);
-        return std::hypot(x - expected.x, y - expected.y, z - expected.z) < 2e-4;
-    })) << "drawn flat";
+    EXPECT_TRUE(eventually([&] { return off(browser, expected) < 2e-4; })) << "drawn flat";
 }
 
 // Whatever the header has to say, and however narrow the page is, a stop is where it was.
@@ -177,6 +181,73 @@ TEST(PageInABrowser, GoesOnAfterItWasHidden)
     EXPECT_EQ(lines_with("\"movej\""), 1);
 }
 
+// Arms side by side: one is worked with, each has its stop, and Esc stops them all.
+TEST(PageInABrowser, WorksSeveralArms)
+{
+    Controller controller({"--model", "46", "--model", "47", "--web", "0", "--control", "0"});
+    const int control = number_behind(":", controller.line());
+    Browser browser;
+    browser.open(address(controller.page()) + "#arm=2");
+    ASSERT_TRUE(shows(browser, "#model", "Arm 47"));
+    const int models[] = {46, 47};
+    int arms[2];
+    for (std::size_t i : {0, 1})
+        arms[i] = KX_Link_Open("127.0.0.1", controller.port(i), models[i], nullptr);
+    const auto move = [&](std::size_t i, unsigned char percent) {
+        return std::async(std::launch::async, [arm = arms[i], percent] {
+            float far[7] = {150, -30, 60, 0, 60, 0};
+            return Movej_Cmd(arm, far, percent, 0, true);
+        });
+    };
+    const auto chip = [](int arm) { return "#chips > :nth-child(" + std::to_string(arm) + ") "; };
+
+    auto first = move(0, 3), second = move(1, 3);
+    for (const int arm : {1, 2})
+        EXPECT_TRUE(shows(browser, (chip(arm) + ".note").c_str(), "moving"));
+    browser.click(chip(1) + "> :last-child");
+    EXPECT_EQ(first.get(), 1) << "broken off";
+    EXPECT_EQ(browser.text("#mode"), "moving") << "the other arm, which is worked with";
+    first = move(0, 3);
+    EXPECT_TRUE(shows(browser, (chip(1) + ".note").c_str(), "moving"));
+    browser.press("\uE00C"); // Esc
+    EXPECT_EQ(first.get(), 1);
+    EXPECT_EQ(second.get(), 1);
+
+    // Whatever acts, acts on the chosen arm, and what is told is of that one.
+    browser.click("#emergency-stop");
+    EXPECT_TRUE(shows(browser, "#errors", "emergency stop"));
+    browser.click(chip(1) + "button");
+    EXPECT_EQ(browser.text("#model"), "Arm 46");
+    EXPECT_TRUE(shows(browser, "#mode", "ready"));
+    EXPECT_EQ(browser.run("return location.hash"), "#arm=1");
+    EXPECT_EQ(browser.run("return document.querySelectorAll('.joint').length"), 6);
+    EXPECT_EQ(browser.text("#lines").find("emergency_stop"), std::string::npos);
+    float joint[7];
+    EXPECT_EQ(Get_Joint_Degree(arms[0], joint), 0);
+    const Position expected = Forward_Kinematics(46, joint).position;
+    EXPECT_TRUE(eventually([&] { return off(browser, expected) < 2e-4; }));
+
+    // So does whoever stands beside the controller, and says to which arm.
+    Connection line(control);
+    const struct {
+        const char *said, *answer;
+    } rows[] = {{"arm 2 joint-error 7", "ok"},
+                {"joint-error 7", "error: joint-error: JOINT is a number from 1 to 6, not 7"},
+                {"arm 3 off", "error: there is no arm 3"},
+                {"collision", "ok"}};
+    for (const auto& row : rows) {
+        line.send(row.said + std::string("\n"));
+        EXPECT_EQ(line.line(), row.answer) << row.said;
+    }
+    EXPECT_TRUE(shows(browser, "#errors", "collision"));
+    browser.click(chip(2) + "button");
+    EXPECT_TRUE(eventually([&] {
+        return browser.text("#errors").find("collision, joint 7: error") != std::string::npos;
+    })) << browser.text("#errors");
+    for (const int arm : arms)
+        KX_Link_Close(arm);
+}
+
 // The past is seen as it was, and the present again when it is asked for.
 TEST(PageInABrowser, LooksBack)
 {
@@ -211,7 +282,7 @@ TEST(PageInABrowser, PairsTheLinesOnTheWire)
     browser.open(address(app.controller->page()));
     ASSERT_TRUE(shows(browser, "#mode", "ready"));
     float target[7] = {30, -20, 40, 0, 60, 0};
-    auto status = std::async(std::launch::async, [&] { return Movej_Cmd(app.arm, target, 50, 0, true); });
+    auto status = std::async(std::launch::async, [&] { return Movej_Cmd(app.arm, target, 10, 0, true); });
     EXPECT_TRUE(shows(browser, "#mode", "moving"));
     unsigned char on;
     EXPECT_EQ(Get_DI_State(app.arm, 1, &on), 0);
@@ -393,13 +464,7 @@ TEST(PageInABrowser, ShowsTheArmAndWorksIt)
     const auto joints = app.standing();
     EXPECT_NEAR(joint(), joints[0], 1e-3);
     const Position expected = Forward_Kinematics(46, joints.data()).position;
-    const auto drawn = [&] {
-        float x = 9, y = 9, z = 9;
-        const auto label = browser.run("return document.querySelector('canvas').dataset.flange");
-        std::sscanf(label.get<std::string>().c_str(), "%f %f %f", &x, &y, &z);
-        return std::hypot(x - expected.x, y - expected.y, z - expected.z) < 2e-4;
-    };
-    EXPECT_TRUE(eventually(drawn));
+    EXPECT_TRUE(eventually([&] { return off(browser, expected) < 2e-4; }));
     EXPECT_TRUE(eventually(
         [&] { return browser.text("#lines").find("\"trajectory_state\":false") != std::string::npos; }));
 

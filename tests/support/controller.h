@@ -10,12 +10,14 @@ class Controller : public Process {
   public:
     explicit Controller(std::vector<std::string> options = {}) : Process(command(options))
     {
-        port_ = number_behind(":", line());
-        EXPECT_GT(port_, 0) << "kx-controller did not start";
+        do {
+            ports_.push_back(number_behind(":", line()));
+            EXPECT_GT(ports_.back(), 0) << "kx-controller did not start";
+        } while (std::ssize(ports_) < std::ranges::count(options, "--model"));
         if (std::ranges::find(options, "--web") != options.end()) page_ = number_behind(":", line());
     }
 
-    int port() const { return port_; }
+    int port(std::size_t arm = 0) const { return ports_.at(arm); }
     int page() const { return page_; } // the port of its page
 
   private:
@@ -27,5 +29,6 @@ class Controller : public Process {
         return options;
     }
 
-    int port_ = 0, page_ = 0;
+    std::vector<int> ports_; // of its arms
+    int page_ = 0;
 };

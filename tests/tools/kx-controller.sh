@@ -10,7 +10,8 @@ fail() { echo "$*" && failures=1; }
 # Wrong use is said, with 64.
 printf 'movej di 9 on\n' >"$work/script"
 for wrong in '--model 35' '--port 70000' '--speed 0' '--payload -1' '--object-mass -1' '--di 5=1' '--fault dely' \
-  '--control tcp' "--script $work/script" '--lead 1,2,3' --fly fly; do
+  '--control tcp' "--script $work/script" '--lead 1,2,3' --fly fly \
+  '--port 1 --port 2' '--model 46 --model 47 --port 65535' '--model 46 --model 47 --record x'; do
   # shellcheck disable=SC2086
   "$controller" $wrong >"$work/out" 2>"$work/err" </dev/null
   [ $? = 64 ] && [ -s "$work/err" ] && [ ! -s "$work/out" ] || fail "kx-controller $wrong: $(<"$work/err")"

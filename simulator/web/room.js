@@ -1,32 +1,33 @@
-// The arm in its room: light, floor and frames, the trail of the tool, the camera.
+// The room in which the arms stand side by side: light, floor, the camera.
 import * as THREE from './three/build/three.module.js';
 import { OrbitControls } from './three/examples/jsm/controls/OrbitControls.js';
-import { buildArm, buildAxes, buildGripper, gripperLength, materials } from './bodies.js';
+import { materials } from './bodies.js';
+import { Figure } from './figure.js';
 import { followHand } from './hand.js';
-import { buildScale, Ghost, nameAxes, tint, tints, turn } from './marks.js';
+import { tints } from './marks.js';
 import { soon } from './soon.js';
-import { Trail } from './trail.js';
 
 const keyTurn = 0.1; // rad by which a key turns the view
 const slowFrame = 60; // ms; if frames take longer, shadows are left out
+const apart = 1.3; // m between two arms, however far they really are
 const centre = new THREE.Vector3(0, 0, 0.42); // of what is looked at
 const views = { corner: [1.69, -1.5, 0.69], front: [2.38, 0, 0.13], side: [0, -2.38, 0.13], top: [0.001, 0, 2.5] };
 
-export class ArmView {
+export class Room {
   camera = new THREE.PerspectiveCamera(32, 1, 0.05, 30);
-  ledTool = null; // where it is, while it may be led by hand
   #scene = new THREE.Scene();
   #renderer = new THREE.WebGLRenderer({ antialias: true });
-  #arm = new THREE.Group();
-  #joints = [];
-  #ghost = null;
-  #size = 1; // of the arm, compared with what the views are made for
-  #shown = '';
+  #figures = [];
+  #chosen = 0;
+  #size = 1; // of the arms, compared with what the views are made for
   #draw = soon(() => this.#render());
   #slow = 0; // frames in a row
 
-  /** @param lead called with the place to which the operator's hand leads the tool, metres */
-  constructor(element, lead) {
+  /**
+   * @param lead called with the place to which the operator's hand leads the tool of the chosen arm, metres in its base
+   * @param choose called with the number of an arm that was clicked
+   */
+  constructor(element, lead, choose) {
     this.element = element;
     this.canvas = this.#renderer.domElement;
     this.canvas.setAttribute('role', 'img');
@@ -42,17 +43,23 @@ export class ArmView {
     this.orbit.maxDistance = 6;
     this.orbit.enableKeys = false; // they would shift the arm out of sight
     this.orbit.addEventListener('change', () => this.#draw());
-    followHand(this.canvas, this, lead);
+    followHand(this.canvas, this, (place) =>
+      lead(new THREE.Vector3(...place).sub(this.#figures[this.#chosen].group.position).toArray()));
+    this.#heedClicks(choose);
     this.#furnish();
     this.view('corner');
     matchMedia('(prefers-color-scheme: dark)').addEventListener('change', () => this.#paint());
     new ResizeObserver(() => this.#resize()).observe(element);
   }
 
+  /** From farther away if several arms would not fit. */
   view(name) {
     if (!views[name]) return;
+    const others = ((this.#figures.length - 1) / 2) * apart;
+    const wide = others && (others + 0.6 * this.#size) / (Math.tan(this.camera.fov * Math.PI / 360) * this.camera.aspect);
+    const place = new THREE.Vector3(...views[name]).multiplyScalar(this.#size);
     this.orbit.target.copy(centre).multiplyScalar(this.#size);
-    this.camera.position.set(...views[name]).multiplyScalar(this.#size).add(this.orbit.target);
+    this.camera.position.copy(place.setLength(Math.max(place.length(), wide + others / 2))).add(this.orbit.target);
     this.orbit.update();
     this.#draw();
   }
@@ -75,75 +82,67 @@ export class ArmView {
 
   /** What comes now does not continue what was seen last. */
   breakTrail() {
-    this.trail.break();
+    for (const { trail } of this.#figures) trail.break();
   }
 
   clearTrail() {
-    this.trail.clear();
+    for (const { trail } of this.#figures) trail.clear();
     this.#draw();
   }
 
-  build(about) {
-    const { joints, flange } = buildArm(this.#arm, about);
-    this.#joints = joints;
-    this.flange = flange;
-    this.gripper = buildGripper(flange);
-    this.gripper.group.visible = about.simulated; // else nobody knows how it stands
-    this.canvas.setAttribute('aria-label', `Arm ${about.model}; arrow keys turn the view, plus and minus bring it nearer or farther`);
-    this.tool = buildAxes(0.12);
-    nameAxes(this.tool, 0.12, 'tool');
-    flange.add(this.tool);
-    this.#ghost = new Ghost(about);
-    this.#scene.add(this.#ghost.group);
-    this.#size = new THREE.Vector3(...about.flange).length() / 0.85;
+  /** Where the chosen arm's tool is, while it may be led by hand. */
+  get ledTool() {
+    return this.#figures[this.#chosen]?.ledTool ?? null;
+  }
+
+  build(arms) {
+    const several = arms.length > 1;
+    this.#figures = arms.map((about, i) => new Figure(about, several ? `${i + 1}` : ''));
+    this.#figures.forEach(({ group }, i) => {
+      group.position.y = (i - (arms.length - 1) / 2) * apart;
+      this.#scene.add(group);
+    });
+    const names = several ? `${arms.length} arms` : `Arm ${arms[0].model}`;
+    this.canvas.setAttribute('aria-label', `${names}; arrow keys turn the view, plus and minus bring it nearer or farther`);
+    this.#size = Math.max(...this.#figures.map(({ size }) => size));
+    Object.assign(this.sun.shadow.camera, { left: -0.7 - 0.7 * arms.length, right: 0.7 + 0.7 * arms.length });
+    this.sun.shadow.camera.updateProjectionMatrix();
+    this.#resize();
     this.view('corner');
+    this.choose(this.#chosen);
+  }
+
+  choose(arm) {
+    this.#chosen = arm;
+    this.#figures.forEach((figure, i) => figure.choose(i === arm));
+    this.#tell();
     this.#paint();
   }
 
-  /** @param time s, of the arm */
-  show(state, time) {
-    const { joints, tool, work, gripper, object, push, table, teaching, planned, jointErrors, limits, power } = state;
-    const shown = JSON.stringify([joints, tool, work, gripper.opening, object, push, table, teaching, planned, jointErrors,
-                                  limits, power]);
-    if (shown === this.#shown || !this.flange) return; // all stands as it is drawn
-    this.#shown = shown;
-
-    turn(this.#joints, joints);
-    tint(this.#joints, state, materials);
-    this.#ghost.show(state);
-    const place = (node, [x, y, z, ...turn]) => {
-      node.position.set(x, y, z);
-      node.quaternion.set(...turn);
-    };
-    place(this.tool, tool);
-    place(this.work, work);
-    this.work.visible = work.some((value, i) => i < 6 && value !== 0); // else it is the base
-    this.gripper.show(gripper.opening, object && object.width, tool[2] < gripperLength);
-    this.table.visible = table !== null;
-    this.table.position.z = table ?? 0;
-    this.#arm.updateMatrixWorld(true);
-
-    const flange = new THREE.Vector3().setFromMatrixPosition(this.flange.matrixWorld);
-    const tip = new THREE.Vector3().setFromMatrixPosition(this.tool.matrixWorld);
-    const spoken = flange.toArray().map((value) => value.toFixed(4));
-    this.canvas.dataset.flange = spoken.join(' ');
-    this.#showPush(new THREE.Vector3(...push), flange);
-    this.ledTool = teaching ? tip : null;
-    this.handle.visible = teaching;
-    this.handle.position.copy(tip);
-    this.trail.lengthen(tip, time);
-    this.#draw();
+  #tell() {
+    this.canvas.dataset.flange = this.#figures[this.#chosen].spoken;
   }
 
-  #showPush(force, at) {
-    const newtons = force.length();
-    this.push.visible = newtons > 0;
-    if (newtons === 0) return;
-    const length = 0.12 + newtons / 1000;
-    force.normalize();
-    this.push.setDirection(force);
-    this.push.setLength(length, 0.06, 0.035);
-    this.push.position.copy(at).addScaledVector(force, -length);
+  /** A click, and no turning of the view, chooses an arm. */
+  #heedClicks(choose) {
+    const ray = new THREE.Raycaster();
+    let begun = null;
+    this.canvas.addEventListener('pointerdown', (event) => (begun = event), true);
+    this.canvas.addEventListener('click', ({ offsetX, offsetY }) => {
+      if (Math.hypot(offsetX - begun?.offsetX, offsetY - begun?.offsetY) > 4) return;
+      const { clientWidth: width, clientHeight: height } = this.canvas;
+      ray.setFromCamera({ x: (offsetX / width) * 2 - 1, y: 1 - (offsetY / height) * 2 }, this.camera);
+      const hits = this.#figures.map(({ arm }) => ray.intersectObject(arm, true)[0]?.distance ?? Infinity);
+      const nearest = Math.min(...hits);
+      if (nearest < Infinity) choose(hits.indexOf(nearest));
+    });
+  }
+
+  /** @param time s, of the arm */
+  show(arm, state, time) {
+    if (!this.#figures[arm].show(state, time)) return; // all stands as it is drawn
+    this.#tell();
+    this.#draw();
   }
 
   #furnish() {
@@ -159,27 +158,7 @@ export class ArmView {
     this.floor = new THREE.Mesh(new THREE.PlaneBufferGeometry(4, 4), new THREE.ShadowMaterial());
     this.floor.receiveShadow = true;
     this.floor.position.z = -0.001;
-    const glass = { transparent: true, opacity: 0.16, side: THREE.DoubleSide, depthWrite: false };
-    this.table = new THREE.Mesh(new THREE.PlaneBufferGeometry(1.2, 1.2), new THREE.MeshBasicMaterial(glass));
-    this.table.visible = false;
-
-    this.base = buildAxes(0.2);
-    this.work = buildAxes(0.15);
-    nameAxes(this.base, 0.2, 'base');
-    nameAxes(this.work, 0.15, 'work');
-    this.trail = new Trail();
-    const through = { transparent: true, depthTest: false };
-    this.handle = new THREE.Mesh(new THREE.SphereBufferGeometry(0.022, 32, 24),
-                                 new THREE.MeshBasicMaterial({ ...through, opacity: 0.7 }));
-    this.push = new THREE.ArrowHelper();
-    for (const part of [this.push.line, this.push.cone]) {
-      part.material.setValues(through);
-      part.renderOrder = 2;
-    }
-    this.work.visible = this.handle.visible = this.push.visible = false;
-
-    this.#scene.add(this.sky, this.sun, this.floor, this.table, this.base, this.work, this.handle, this.push,
-                    this.trail.line, this.#arm, buildScale());
+    this.#scene.add(this.sky, this.sun, this.floor);
   }
 
   /** The colours stand in the style sheet. */
@@ -191,12 +170,10 @@ export class ArmView {
     this.sky.color = colour('sky');
     this.sky.groundColor = colour('ground');
     this.floor.material.opacity = Number(style.getPropertyValue('--3d-shadow'));
-    this.table.material.color = colour('joint');
-    this.handle.material.color = colour('accent');
-    this.trail.paint(colour('accent'), colour('warning'), colour('background'));
-    this.push.setColor(colour('accent'));
-    this.#scene.traverse(({ material }) => {
-      if (material?.name) material.color = colour(material.name);
+    for (const { trail } of this.#figures) trail.paint(colour('accent'), colour('warning'), colour('background'));
+    this.#scene.traverse((part) => {
+      if (part.isSprite) part.paint(colour(part.colour), this.#scene.background);
+      else if (part.material?.name) part.material.color = colour(part.material.name);
     });
     this.#scene.remove(this.grid);
     this.grid = new THREE.GridHelper(3, 30, colour('axis'), colour('grid'));
