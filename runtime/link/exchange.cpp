@@ -17,6 +17,7 @@ KX_THREAD_LOCAL int queued_link;
 KX_THREAD_LOCAL uint64_t queued_serial;
 KX_THREAD_LOCAL int refused_link;
 KX_THREAD_LOCAL char refused_reason[sizeof(Call::reason)];
+KX_THREAD_LOCAL bool is_probing; // what this thread asks is sent, and not waited for
 
 constexpr int places_for_stops = 16;
 
@@ -96,9 +97,11 @@ int flush(Link& link)
     return KX_SUCCESS;
 }
 
-// What moves and has not left yet is taken back when a stop comes.
+// What moves and has not left yet is taken back when a stop comes; who has been held back finds that there was one.
 static void take_motions_back(Link& link)
 {
+    ++link.stops;
+    notify(link);
     uint64_t serial;
     Place place;
     while (link.outbox.take_back_motion(serial)) {
@@ -106,7 +109,6 @@ static void take_motions_back(Link& link)
         if (!link.places.take_back(serial, place)) continue;
         if (place.owner == Place::caller) finish(*place.call, KX_CANCELLED);
         if (place.owner == Place::queued) link.outcomes.add(serial, KX_CANCELLED);
-        notify(link);
     }
 }
 
@@ -219,7 +221,7 @@ static int checked(Request& request, const Line*& line)
     return line ? KX_SUCCESS : KX_TOO_LONG;
 }
 
-int post(int handle, Request& request)
+static int post_for(Place::Owner owner, int handle, Request& request)
 {
     const Line* line;
     if (const int fault = checked(request, line)) return fault;
@@ -228,14 +230,19 @@ int post(int handle, Request& request)
     if (const int fault = may_send(*link, request.answer())) return fault;
     link->places.expire(now());
     const Time deadline = now() + reply_timeout(*link, request.answer());
-    const Place place = place_for(*link, request.answer(), Place::queued, nullptr, deadline);
+    const Place place = place_for(*link, request.answer(), owner, nullptr, deadline);
     const int status = send_with_place(*link, place, *line, request.is_secret());
     if (status != KX_SUCCESS) return status;
-    if (is_awaited(place)) {
+    if (owner == Place::queued && is_awaited(place)) {
         queued_link = handle;
         queued_serial = place.serial;
     }
     return register_setting(*link, request.answer(), *line);
+}
+
+int post(int handle, Request& request)
+{
+    return post_for(Place::queued, handle, request);
 }
 
 uint64_t ticket(int link)
@@ -288,16 +295,20 @@ struct Sent {
     Time deadline;
 };
 
-// Holds the request back while it is not certain whose reply would come; a stop goes all the same.
+// Holds the request back while it is not certain whose reply would come; a stop goes all the same. What was held back
+// before a loss is not sent after it, and no motion after a stop.
 static Sent send_awaited(int handle, KeyCode kind, const Line& line, bool is_secret, Call& call)
 {
     Locked link(handle);
     if (!link) return {KX_BAD_DESCRIPTOR, 0, 0};
     const Time timeout = call_timeout_ms > 0 ? call_timeout_ms * millisecond : reply_timeout(*link, kind);
     const Time deadline = now() + timeout;
-    const int cancels = link->cancels;
+    const int cancels = link->cancels, stops = link->stops;
+    const uint64_t losses = link->counters.losses;
     for (;;) {
         if (const int fault = may_send(*link, kind)) return {fault, 0, 0};
+        if (link->counters.losses != losses) return {KX_LOST, 0, 0};
+        if (link->stops != stops && nature_of(kind) == Nature::motion) return {KX_CANCELLED, 0, 0};
         link->places.expire(now());
         const Time barred = link->places.barred_until(kind);
         if (barred == 0 || nature_of(kind) == Nature::stop) break;
@@ -332,7 +343,8 @@ static Time silence_of(int handle)
     return link ? link->options.silence_ms * millisecond : millisecond;
 }
 
-// A motion takes its time; meanwhile a peer from which nothing is heard is asked.
+// A motion takes its time; meanwhile a peer from which nothing is heard is asked, and nobody waits for the answer: the
+// end of the motion may come first.
 class Liveness {
   public:
     Liveness(int handle, int (*is_alive)(int link)) : handle_(handle), is_alive_(is_alive) { wait_anew(); }
@@ -342,10 +354,10 @@ class Liveness {
     void look_if_due()
     {
         if (now() < look_) return;
-        if (!is_heard()) {
-            const int before = set_call_timeout(static_cast<int>(silence_of(handle_) / 2 / millisecond));
+        if (has_to_ask()) {
+            is_probing = true;
             is_alive_(handle_);
-            set_call_timeout(before);
+            is_probing = false;
         }
         wait_anew();
     }
@@ -357,10 +369,13 @@ class Liveness {
         look_ = is_alive_ ? since_ + silence_of(handle_) / 2 : never;
     }
 
-    bool is_heard() const
+    bool has_to_ask() const
     {
         const Locked link(handle_);
-        return !link || link->heard > since_;
+        if (!link || link->state != KX_LINK_READY || link->heard > since_) return false;
+        if (!is_silent(*link, now())) return !link->places.has(Place::probe);
+        give_connection_up(*link, silent);
+        return false;
     }
 
     const int handle_;
@@ -370,6 +385,7 @@ class Liveness {
 
 static Reply await(int handle, Request& request, int (*is_alive)(int link))
 {
+    if (is_probing) return Reply::none(post_for(Place::probe, handle, request));
     const Line* line;
     if (const int fault = checked(request, line)) return Reply::none(fault);
     Call call;

@@ -52,8 +52,8 @@ struct Link {
     KX_LINK_OPTIONS options = {};
     Address address = {};
     int socket = -1;
-    bool awaits_room = false; // the loop tells when the socket takes more
-    int cancels = 0;
+    bool awaits_room = false;   // the loop tells when the socket takes more
+    int cancels = 0, stops = 0; // so many there were
     uint64_t serial = 0;
     Places places;
     Outcomes outcomes; // of queued requests

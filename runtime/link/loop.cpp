@@ -198,8 +198,10 @@ static void deliver(Link& link, const Place& place, bool is_uncertain, cJSON* re
         }
     }
 
-    if (place.kind == KeyCode::set_arm_stop && !is_refused)
-        link.places.end_motions(time + link.options.late_reply_ms * millisecond);
+    if (place.kind == KeyCode::set_arm_stop && !is_refused) {
+        link.places.end_motions(place.serial, time + link.options.late_reply_ms * millisecond);
+        notify(link);
+    }
 
     if (is_uncertain && place.owner == Place::caller) {
         ++link.counters.timed_out;
@@ -220,6 +222,8 @@ static void deliver(Link& link, const Place& place, bool is_uncertain, cJSON* re
     case Place::queued:
         link.outcomes.add(place.serial, is_refused ? KX_REFUSED : KX_SUCCESS, is_refused ? link.reason : "");
         notify(link);
+        break;
+    case Place::probe:
         break;
     case Place::given_up:
         ++link.counters.late;

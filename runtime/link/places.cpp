@@ -41,9 +41,8 @@ bool Places::answer(KeyCode kind, Time now, Place& taken, bool& is_uncertain)
     const bool is_late = taken.owner == Place::given_up || now > taken.deadline;
     is_uncertain = false;
     for (int i = found; i < size_; ++i) {
-        if (places_[i].kind != kind) continue;
-        is_uncertain = taken.is_robbed;
-        if (is_late) places_[i].is_robbed = true;
+        if (places_[i].kind != kind || !(is_late || taken.is_robbed)) continue;
+        is_uncertain = places_[i].is_robbed = true;
     }
     return true;
 }
@@ -74,10 +73,13 @@ void Places::give_up(uint64_t serial)
     place.call = nullptr;
 }
 
-void Places::end_motions(Time soon)
+void Places::end_motions(uint64_t stop, Time soon)
 {
-    for (int i = 0; i < size_; ++i)
-        if (nature_of(places_[i].kind) == Nature::motion && places_[i].kept > soon) places_[i].kept = soon;
+    for (int i = 0; i < size_; ++i) {
+        Place& place = places_[i];
+        if (place.serial < stop && nature_of(place.kind) == Nature::motion && place.kept > soon)
+            place.kept = soon;
+    }
 }
 
 // Who asks again and again looks at the time itself.

@@ -25,7 +25,8 @@ struct Call {
 };
 
 struct Place {
-    enum Owner : char { caller, queued, setup, subscription, given_up };
+    // Of a probe it is enough that it is answered.
+    enum Owner : char { caller, queued, setup, subscription, probe, given_up };
 
     uint64_t serial; // of the request
     KeyCode kind;
@@ -56,8 +57,8 @@ class Places {
     // Nobody waits any more; the place stays for a late reply.
     void give_up(uint64_t serial);
 
-    // The arm has been stopped: what it did until then is answered soon, or never.
-    void end_motions(Time soon);
+    // The arm has been stopped: what it was asked for before that request is answered soon, or never.
+    void end_motions(uint64_t stop, Time soon);
 
     void clear() { size_ = 0; }
     void expire(Time now);
