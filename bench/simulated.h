@@ -1,0 +1,70 @@
+// A world without clock, threads and network: a program that has simulated.cpp in it, the library's code with it, calls these
+// in place of the system's. All threads run in turn on one, time passes when nobody has anything to do, and whatever could
+// come one way or another is decided by a number, so that the same numbers bring the same course of events, to the last bit.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace simulated {
+
+using Time = int64_t; // ns
+constexpr Time millisecond = 1000000;
+constexpr Time never = INT64_MAX;
+
+// --- decisions: drawn from a seed, or given as those of an earlier run; 0, the plainest, behind their end
+
+constexpr unsigned most_decisions = 1 << 16;
+
+struct Course { // in memory that outlives the process
+    bool is_given, is_told;
+    uint64_t seed;
+    unsigned count; // of decisions
+    uint64_t steps;
+    uint8_t decisions[most_decisions];
+    char fault[300]; // empty if there was none
+};
+
+unsigned choose(unsigned count);
+bool one_in(unsigned count);
+
+[[noreturn, gnu::format(printf, 1, 2)]] void fail(const char* format, ...); // ends the process
+[[gnu::format(printf, 1, 2)]] void tell(const char* format, ...); // what happens, if it is to be told
+
+// --- threads and time
+
+Time now();
+void start(const char* name, std::function<void()> work);
+bool wait_until(Time until,
+                const std::function<bool()>& condition); // of the calling thread; false: the time has come
+void sleep(Time time);
+
+// --- the network, whose far side the program plays
+
+struct Socket {
+    int descriptor;
+    int port = 0;
+    enum { made, dialling, connected, refused } state = made;
+    std::string sent, to_come;                // bytes on their way to the far side, and from there
+    size_t room = 4096;                       // for bytes on their way
+    bool has_ended = false, is_reset = false; // by the far side
+    bool is_shut = false;                     // by the program
+};
+
+struct World {
+    virtual ~World() = default;
+    virtual void dialled(Socket& socket) = 0; // decides, now or later
+    virtual void no_socket() = 0;             // there was none
+    virtual void has_left(Socket& socket, const std::string& bytes) = 0;
+    virtual void closed(Socket& socket) = 0;
+    virtual bool go_on() = 0; // does what comes next by itself; false if nothing does
+    virtual Time next() = 0;  // when something will
+    virtual void disturb() = 0;
+};
+
+void follow(Course& course, World& world);      // from now on everything is simulated
+void run(const std::function<bool()>& is_over); // all threads
+
+} // namespace simulated
