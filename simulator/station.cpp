@@ -1,11 +1,13 @@
 #include "station.h"
 
+#include <cmath>
 #include <fstream>
 #include <sstream>
 
 #include <asio/post.hpp>
 
 #include "devices/modbus_tcp.h"
+#include "line/past.h"
 #include "line/recorder.h"
 #include "line/secrets.h"
 
@@ -192,7 +194,30 @@ Json Station::about() const
     Json about = page_.about();
     about["port"] = endpoint().port();
     about["source"] = source_;
+    about["recording"] = playback_ != nullptr;
     return about;
+}
+
+/** Of a recording, as the page looks at it: time, joints and the flange's pose of each place. */
+std::string Station::recorded()
+{
+    std::ifstream file(source_, std::ios::binary);
+    const Past past = past_of(file, source_);
+    const auto rounded = [](double value) { return std::round(value * 1e5) / 1e5; };
+    const Model& model = controller_.arm().model;
+    Json states = Json::array();
+    for (const auto& [time, joints] : past.places) {
+        if (joints.size() != model.lower.size())
+            return Json({{"why", "it is of an arm with " + std::to_string(joints.size()) + " joints"}})
+                .dump();
+        const POSE pose = model.tool_pose(joints);
+        Json& state = states.emplace_back(Json::array({time}));
+        for (const double angle : joints)
+            state.push_back(rounded(angle));
+        for (const float value : {pose.x, pose.y, pose.z, pose.rx, pose.ry, pose.rz})
+            state.push_back(rounded(value));
+    }
+    return Json({{"states", states}, {"events", past.events}}).dump();
 }
 
 void Station::show_on(std::shared_ptr<Web> web, std::shared_ptr<News> news)
@@ -202,6 +227,7 @@ void Station::show_on(std::shared_ptr<Web> web, std::shared_ptr<News> news)
     taps_.push_back(news_);
     taps_.emplace_back(std::shared_ptr<void>(), &page_);
     if (proxy_) look_on();
+    if (playback_) web_->offer("/recording", recorded());
     show_frame();
 }
 

@@ -74,6 +74,7 @@ class Station : public Session::Host, public Answerer {
     void sample();
 
     void look_on();
+    std::string recorded();
     void show_frame();
     void tell_action(const Json& wish);
 

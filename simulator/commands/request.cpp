@@ -77,6 +77,20 @@ std::vector<double> from_thousandths(const Json& array, std::size_t count)
     return values;
 }
 
+std::vector<double> joints_told_by(const Json& reply)
+{
+    if (!reply.is_object()) return {};
+    const auto state = reply.find("arm_state");
+    const Json& about = state != reply.end() && state->is_object() ? *state : reply;
+    const auto joints = about.find("joint");
+    if (joints == about.end() || !joints->is_array()) return {};
+    try {
+        return from_thousandths(*joints, joints->size());
+    } catch (const Refused&) { // no numbers; it means something else
+        return {};
+    }
+}
+
 Json thousandths(const std::vector<double>& values)
 {
     Json array = Json::array();

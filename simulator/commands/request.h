@@ -34,6 +34,9 @@ std::vector<double> from_thousandths(const Json& array, std::size_t count);
 
 Json thousandths(const std::vector<double>& values);
 
+/** Where a reply says that the joints are, degrees; empty if it is about something else. */
+std::vector<double> joints_told_by(const Json& reply);
+
 /** An array of six numbers: micrometres, then thousandths of a radian. @throws Refused otherwise */
 POSE pose_from(const Json& array);
 

@@ -2,25 +2,19 @@
 
 #include <algorithm>
 #include <climits>
-#include <istream>
-#include <optional>
-#include <stdexcept>
 
 #include "commands/command.h"
 #include "commands/request.h"
 #include "kx/replies.h"
+#include "line/entries.h"
 #include "line/secrets.h"
 #include "recording/json_lines.h"
-#include "recording/messages.h"
-#include "recording/reader.h"
 
 namespace kx::sim {
 
 namespace {
 
 constexpr int nothing = 0; // no key code
-
-constexpr double longest = 1e9; // s
 
 std::string text_of(const Json& line)
 {
@@ -46,49 +40,10 @@ int awaited_by(const Json& request)
 
 Replay::Replay(std::istream& recording, const std::string& name)
 {
-    if (recording::is_mcap(recording))
-        read_mcap(recording, name);
-    else
-        read_lines(recording, name);
+    read_entries(recording, name, [this](const Json& entry, double time) {
+        if (!entry.contains("stands")) read(entry, time);
+    });
     clients_.clear();
-}
-
-void Replay::read_lines(std::istream& recording, const std::string& name)
-{
-    std::string line;
-    int number = 1;
-    for (; std::getline(recording, line); ++number) {
-        try {
-            if (nested_too_deeply(line)) throw std::invalid_argument("nested too deeply");
-            const Json entry = Json::parse(line);
-            if (number > 1)
-                read(entry, sim::number(entry.at("time"), "the time", 0, longest));
-            else if (entry.at("recording") != "kx-controller" || entry.at("version") != 1)
-                throw std::invalid_argument("another version");
-        } catch (const std::exception& wrong) {
-            throw std::runtime_error(name + ':' + std::to_string(number) +
-                                     ": this is no line of a recording: " + wrong.what());
-        }
-    }
-    if (number == 1 || !recording.eof()) throw std::runtime_error("cannot read the recording " + name);
-}
-
-/** A recording that was never finished will do. */
-void Replay::read_mcap(std::istream& recording, const std::string& name)
-{
-    std::optional<std::uint64_t> begin;
-    const auto take = [&](const recording::Channel& channel, const recording::Message& message) {
-        if (channel.topic != recording::wire().topic) return;
-        if (!begin) begin = message.log_time;
-        try {
-            const double time = static_cast<double>(std::max(message.log_time, *begin) - *begin) / 1e9;
-            read(parsed(message.data), std::min(time, longest));
-        } catch (const std::exception& wrong) {
-            throw recording::Damaged(wrong.what());
-        }
-    };
-    if (const auto account = recording::read(recording, take); !account.damage.empty())
-        throw std::runtime_error("the recording " + name + " is damaged " + account.damage);
 }
 
 /** @param time s since the begin */

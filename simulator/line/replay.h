@@ -49,8 +49,6 @@ class Replay {
         std::size_t last = none;
     };
 
-    void read_lines(std::istream& recording, const std::string& name);
-    void read_mcap(std::istream& recording, const std::string& name);
     void read(const Json& entry, double time);
 
     std::vector<Exchange> exchanges_;

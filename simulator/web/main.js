@@ -85,19 +85,19 @@ const wire = new Wire();
 const faults = new Faults(act);
 const machine = new Machine();
 let view = null; // the drawing, when there is one
-const plots = new Plots((past) => {
+const plots = new Plots((past, time, goesOn) => {
   if (!chosen()?.state) return;
   const shown = past ? { ...chosen().state, planned: null, ...past } : chosen().state;
   if (plots.showsRecording) panel.show(shown);
-  view?.breakTrail();
-  view?.show(controller.arm, shown, chosen().past.now);
+  if (!goesOn) view?.breakTrail();
+  view?.show(controller.arm, shown, time ?? chosen().past.now);
 });
 link(get('plot-of'), 'plot');
 
 /** All that is of one arm at a time is now of this one. */
 function choose(arm) {
   controller.arm = arm;
-  const { about, state, lines } = chosen();
+  const { about, lines } = chosen();
   if (arms.length > 1) keep('arm', arm + 1);
   document.body.classList.toggle('onlooker', !about.simulated);
   write(get('model'), `Arm ${about.model}`);
@@ -109,7 +109,6 @@ function choose(arm) {
   waypoints.build(about);
   wire.use(lines);
   lookBack();
-  if (state) showAll(chosen());
 }
 
 function showAll(arm) {
@@ -136,20 +135,20 @@ function build({ arms: told, faults: forms }) {
 }
 
 let recording = null;
-const lookBack = () => plots.use(recording && get('plot-source').value === 'recording' ? recording : chosen().past);
+function lookBack() {
+  plots.use(recording && get('plot-source').value === 'recording' ? recording : chosen().past);
+  if (chosen().state) showAll(chosen());
+}
 
 /** What was recorded is looked at like the past of an arm. */
 async function offerRecording() {
   try {
     recording = Past.of(await (await fetch('/recording')).json());
-  } catch {
-    return tell('the recording does not come');
+  } catch ({ message }) {
+    return tell(`the recording is not shown: ${message}`);
   }
   get('plot-source').hidden = false;
-  get('plot-source').addEventListener('input', () => {
-    lookBack();
-    if (chosen().state) showAll(chosen());
-  });
+  get('plot-source').addEventListener('input', lookBack);
   lookBack();
 }
 

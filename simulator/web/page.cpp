@@ -74,18 +74,10 @@ void Page::act(const Json& request, const std::string& from)
 void Page::passed(double, int, Direction direction, const std::string& line)
 {
     if (simulated_ || direction != Direction::reply) return;
-    const Json json = parsed(line);
-    if (!json.is_object()) return;
-    const Json& state =
-        json.contains("arm_state") && json["arm_state"].is_object() ? json["arm_state"] : json;
-    const auto joints = state.find("joint");
-    if (joints == state.end() || !joints->is_array() || joints->empty()) return;
-    told_joints_ = joints->size();
-    if (told_joints_ != arm().joint_count()) return;
-    try {
-        shows(from_thousandths(*joints, arm().joint_count()));
-    } catch (const Refused&) { // no numbers; a reply that means something else
-    }
+    const Joints told = joints_told_by(parsed(line));
+    if (told.empty()) return;
+    told_joints_ = told.size();
+    if (told_joints_ == arm().joint_count()) shows(told);
 }
 
 void Page::shows(const Joints& degrees)

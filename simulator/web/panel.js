@@ -114,8 +114,8 @@ export class Panel {
       row.classList.toggle('near', Math.min(state.joints[i] - from, to - state.joints[i]) < 2);
     });
     this.#pose.forEach((value, i) => write(value, fixed(i < 3 ? state.pose[i] * 1000 : degrees(state.pose[i]), 2)));
-    get('dexterity').value = state.dexterity;
-    write(get('dexterity-value'), fixed(state.dexterity, 3));
+    get('dexterity').value = state.dexterity ?? 0;
+    write(get('dexterity-value'), state.dexterity === null ? '\u2013' : fixed(state.dexterity, 3));
     write(get('frames'), `tool “${state.toolName}” in “${state.workName}”`);
 
     const most = (values) => Math.max(...values.map(Math.abs));

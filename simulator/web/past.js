@@ -11,8 +11,9 @@ export class Past {
   recorded = false; // if it is, it has no present
   #last = ''; // what was told last about the state
 
-  /** What was recorded. */
-  static of({ states, events }) {
+  /** What was recorded. @throws Error if it cannot be shown */
+  static of({ why, states, events }) {
+    if (why) throw new Error(why);
     const past = new Past();
     const joints = states.length ? states[0].length - 7 : 0;
     past.recorded = true;
@@ -21,7 +22,7 @@ export class Past {
       const near = after[0] - before[0] > 0 && after[0] - before[0] < 1;
       const speeds = values.slice(0, joints).map((_, j) =>
         near ? (after[j + 1] - before[j + 1]) / (after[0] - before[0]) : 0);
-      return { time, state: { joints: values.slice(0, joints), speeds, pose: values.slice(joints) } };
+      return { time, state: { joints: values.slice(0, joints), speeds, pose: values.slice(joints), dexterity: null } };
     });
     past.events = events.map(([time, text]) => ({ time, text }));
     past.marked = events.length;

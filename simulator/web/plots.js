@@ -4,7 +4,7 @@ import { Past } from './past.js';
 import { element, get, write } from './parts.js';
 import { soon } from './soon.js';
 
-const span = 60; // s of the arm's time that are seen
+const longest = 60; // s of the arm's time that are seen at once
 const interval = 100; // ms between two drawings
 const margin = { left: 44, right: 6, top: 6, bottom: 16 }; // px
 const colours = ['#2b8cb0', '#d0453c', '#3d9a50', '#b97a10', '#8b6cc0', '#5a86d8', '#8a8a8a']; // seen on light and dark
@@ -27,7 +27,8 @@ const quantities = {
 export class Plots {
   #past = new Past();
   #at = null; // the moment in the past that is shown, s
-  #end = 0; // of what is seen while that is the past, s
+  #end = 0; // of what is seen, s
+  #span = longest;
   #listed = 0; // events, ever
   #canvas = get('plot');
   #choice = get('plot-of');
@@ -36,7 +37,7 @@ export class Plots {
   #playing = null; // { from, since }: at which moment it began, and when
   #drawSoon = soon(() => this.#draw(), interval);
 
-  /** @param show called with a past state, or with nothing for the present one */
+  /** @param show called with a past state and its time, and whether it continues the one before; or with nothing for the present */
   constructor(show) {
     this.#show = show;
     this.#choice.append(...Object.keys(quantities).map((name) => new Option(name)));
@@ -91,12 +92,12 @@ export class Plots {
 
   /** Shows once more what is looked at, to somebody who was not there. */
   again() {
-    if (this.#at !== null) this.#show(this.#past.at(this.#at));
+    if (this.#at !== null) this.#show(this.#past.at(this.#at), this.#at, true);
   }
 
   #timeAt(x) {
     const width = this.#canvas.clientWidth - margin.left - margin.right;
-    return this.#end - span + ((x - margin.left) / width) * span;
+    return this.#end - this.#span + ((x - margin.left) / width) * this.#span;
   }
 
   /** Looks at a moment that somebody has pointed at. */
@@ -111,7 +112,8 @@ export class Plots {
       : time === null || !this.#past.states.length || time >= now ? null : Math.max(begin, time);
     get('plot-now').disabled = this.#at === null || recorded;
     document.body.classList.toggle('looks-back', this.#at !== null);
-    this.#show(this.#at === null ? null : this.#past.at(this.#at));
+    if (this.#at === null) this.#show();
+    else this.#show(this.#past.at(this.#at), this.#at, this.#playing !== null);
     if (this.#playing) this.#drawSoon();
     else this.#draw();
   }
@@ -141,7 +143,7 @@ export class Plots {
   #values() {
     const { values } = quantities[this.#choice.value];
     const { states, now } = this.#past;
-    const from = this.#end - span;
+    const from = this.#end - this.#span;
     return states.flatMap(({ time, state }, i) => {
       const next = states[i + 1];
       if ((next && next.time < from) || time > this.#end) return [];
@@ -156,10 +158,11 @@ export class Plots {
 
   /** What is seen: the last of it, or that about the moment that is looked at, which stays as long as it can. */
   #frame() {
-    const { now } = this.#past;
+    const { begin, now, recorded } = this.#past;
+    this.#span = recorded ? Math.max(1, Math.min(longest, now - begin)) : longest;
     if (this.#at === null) this.#end = now;
-    else if (this.#at > this.#end || this.#at < this.#end - span) this.#end = Math.min(now, this.#at + span / 2);
-    if (this.#past.recorded) this.#end = Math.max(this.#end, Math.min(now, this.#past.begin + span));
+    else if (this.#at > this.#end || this.#at < this.#end - this.#span) this.#end = Math.min(now, this.#at + this.#span / 2);
+    if (recorded) this.#end = Math.max(this.#end, begin + this.#span);
   }
 
   #draw() {
@@ -180,7 +183,7 @@ export class Plots {
     const all = entries.flatMap(({ value }) => value ?? []);
     const low = Math.min(0, ...all);
     const high = Math.max(low + 1e-3, 0, ...all);
-    const end = this.#end;
+    const [end, span] = [this.#end, this.#span];
     const x = (time) => margin.left + ((time - end + span) / span) * (width - margin.left - margin.right);
     const y = (value) => height - margin.bottom - ((value - low) / (high - low)) * (height - margin.top - margin.bottom);
     const line = (points, ink, thickness = 1) => {
@@ -197,7 +200,8 @@ export class Plots {
       line([[margin.left, y(value)], [width - margin.right, y(value)]], colour('--line'));
       paper.fillText(value.toFixed(Math.abs(high - low) < 10 ? 2 : 0), margin.left - 4, y(value) + 3);
     }
-    for (let time = Math.ceil((end - span) / 10) * 10; time <= end; time += 10)
+    const step = span > 20 ? 10 : span > 4 ? 2 : 0.5;
+    for (let time = Math.ceil((end - span) / step) * step; time <= end; time += step)
       if (time >= 0) paper.fillText(`${time} s`, x(time) + 10, height - 3);
 
     paper.save();

@@ -274,6 +274,43 @@ TEST(PageInABrowser, LooksBack)
     EXPECT_TRUE(eventually([&] { return drawn_at() == after; }));
 }
 
+// A recording of either form is gone through as a whole: the arm, its readings and the curves follow.
+TEST(PageInABrowser, GoesOverRecordings)
+{
+    Browser browser;
+    for (const char* file : {"page.mcap", "page.jsonl"}) {
+        SCOPED_TRACE(file);
+        float target[7] = {30, -20, 40, 0, 60, 0}, reached[7] = {}, start[7] = {};
+        {
+            Application app{46, {"--speed", "10", "--record", file}};
+            EXPECT_EQ(Get_Joint_Degree(app.arm, reached), 0);
+            ASSERT_EQ(Movej_Cmd(app.arm, target, 50, 0, true), 0);
+            EXPECT_EQ(Get_Joint_Degree(app.arm, reached), 0);
+            app.controller->end(SIGINT);
+        }
+        Controller replay({"--model", "46", "--web", "0", "--replay", file});
+        browser.open(address(replay.page()));
+        ASSERT_TRUE(shows(browser, "#mode", "recording"));
+        const auto go_to = [&](const char* place) {
+            browser.run(std::string("const time = document.querySelector('#plot-time'); time.value = time.") +
+                        place + "; time.dispatchEvent(new Event('input'))");
+        };
+        for (const auto& [place, joints] : {std::pair("max", target), {"min", start}}) {
+            go_to(place);
+            EXPECT_TRUE(eventually([&] {
+                return off(browser, Forward_Kinematics(46, joints).position) < 2e-3;
+            })) << place;
+            EXPECT_NEAR(atof(browser.text("[data-name=\"Joint 3\"]").c_str()), joints[2], 1e-2) << place;
+        }
+        EXPECT_NE(browser.text("#events").find("client 1 movej"), std::string::npos);
+        browser.click("#plot-play");
+        EXPECT_TRUE(shows(browser, "[data-name=\"Joint 3\"]", "40.000°")) << "played to its end";
+    }
+    Controller other({"--model", "47", "--web", "0", "--replay", "page.mcap"});
+    browser.open(address(other.page()));
+    EXPECT_TRUE(shows(browser, "#message", "The recording is not shown: it is of an arm with 6 joints"));
+}
+
 // A reply stands with what it answers, whatever came between; and who reads back is not carried along.
 TEST(PageInABrowser, PairsTheLinesOnTheWire)
 {
