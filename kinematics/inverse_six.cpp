@@ -246,7 +246,7 @@ void SixJoints::turn_about_axis_1()
     Elbow elbow[3];
     const int elbow_count = elbows({0, {}, 0}, elbow);
     for (bool heed_limits : {true, false})
-        for (int i = 0; i < elbow_count && (heed_limits || best_distance == none_yet); ++i)
+        for (int i = 0; i < elbow_count && (heed_limits || (best_distance == none_yet && count == 0)); ++i)
             turn_about_axis_1(elbow[i], heed_limits);
 }
 
