@@ -29,7 +29,7 @@ namespace {
 constexpr Time ms = millisecond;
 constexpr Time slack = 15 * ms;  // of a wait's end: threads are stalled for up to 5 ms
 constexpr Time margin = 40 * ms; // by which the far side keeps to what it must
-constexpr int reply_ms = 100, motion_ms = 400, late_ms = 200, silence_ms = 500, connect_ms = 80;
+constexpr int reply_ms = 100, motion_ms = 600, late_ms = 200, silence_ms = 200, connect_ms = 80;
 
 enum Kind { question, setting, motion, target, stop, state, kinds };
 
@@ -102,12 +102,13 @@ struct Link {
     int connections = 0;
     Time established = 0, released = 0, pause = 0; // of connections; before the next attempt
     int stops_left = 0;
+    bool are_stops_counted = true; // as long as all that were asked for leave
     bool was_full = false;
     bool gave_up[kinds] = {}; // on this connection
     std::vector<Request*> queued, setup, motions;
     bool is_registering = false;
     std::vector<int> states; // as they were told
-    int pushes_sent = 0, pushes = 0, lines_sent = 0, lines_left = 0, losses = 0;
+    int pushes_sent = 0, pushes = 0, noise = 0, lines_sent = 0, lines_left = 0, losses = 0;
     bool is_subscribed = false;
 };
 
@@ -319,6 +320,7 @@ class FarSide : public World {
             static const std::string lines[] = {"{\"command\":\"timer\",\"set_state\":true}\n", "nonsense\n",
                                                 "{}\n", "{\"command\":\"timer\"\n"};
             const unsigned which = choose(4);
+            connection.link->noise += which % 2;
             tell("controller %d says something else", number);
             deliver(connection, lines[which]);
             return;
@@ -351,6 +353,7 @@ class FarSide : public World {
         connection.is_established = true;
         link.connection = &connection;
         link.established = now();
+        link.are_stops_counted &= connection.number == 0;
         link.was_full = false;
         std::fill(std::begin(link.gave_up), std::end(link.gave_up), false);
         connection.is_setup_known = !link.is_registering;
@@ -366,6 +369,9 @@ class FarSide : public World {
             connection.stop_asked = link.stops.begun;
             connection.stopped = now();
         }
+        if (line.kind != stop && link.stops_left < link.stops.count && link.are_stops_counted &&
+            link.stops.under_way == 0 && connection.leaving_since > link.stops.ended)
+            fail("%s %d leaves before a stop that waits", name(line.kind), line.id);
         if (line.kind == stop || line.kind == state)
             return connection.left_unnamed[line.kind].push_back(now());
         if (!request_of.contains(line.id)) fail("a %s leaves that nobody asked for", name(line.kind));
@@ -376,7 +382,7 @@ class FarSide : public World {
         if (request.times_left > 0 && !request.is_of_setup)
             fail("%s %d is sent twice", name(line.kind), line.id);
         if (request.link != &link) fail("%s %d leaves on another link", name(line.kind), line.id);
-        if (!request.is_of_setup && request.begun < link.established && connection.number > 0)
+        if (!request.is_of_setup && request.begun + slack < link.established && connection.number > 0)
             fail("%s %d from before the loss is sent after it", name(line.kind), line.id);
         if (request.status > 0 && request.status != KX_TIMED_OUT && request.status != KX_CANCELLED &&
             request.status != KX_LOST && !request.is_of_setup)
@@ -528,7 +534,7 @@ void on_push(const CallbackData* push, void* user)
     if (one_in(8)) sleep(choose(30) * ms); // a slow callback
     if (one_in(8)) {
         const Doing stops(link.stops);
-        Move_Stop_Cmd(push->sockfd, false);
+        link.are_stops_counted &= Move_Stop_Cmd(push->sockfd, false) == KX_SUCCESS;
     }
 }
 
@@ -563,6 +569,9 @@ void judge(Request& request, int status, int state_before)
         wrong("long after the cancel");
     const Time troubled = link.connection ? link.connection->troubled : never;
     if (troubled > begun && troubled < ended - slack) wrong("long after the loss");
+    if (request.kind == motion && request.left != never && link.connection &&
+        ended > std::max(request.left, link.connection->heard) + 2 * silence_ms * ms + slack)
+        wrong("nobody notices that the controller is silent");
     const bool is_closed = link.closing <= ended;
     switch (status) {
     case KX_SUCCESS:
@@ -645,6 +654,7 @@ Request* call(Link& link, Kind kind, bool blocks)
     default:
         const Doing stops(link.stops);
         status = Move_Stop_Cmd(link.handle, blocks);
+        link.are_stops_counted &= status == KX_SUCCESS;
     }
     judge(request, status, state_before);
     return &request;
@@ -885,13 +895,14 @@ void judge_rest(Link& link)
     if (told(KX_LINK_READY) != static_cast<long>(counters.reconnects) + 1 ||
         told(KX_LINK_DOWN) + told(KX_LINK_CONNECTING) != static_cast<long>(counters.losses))
         fail("losses and connections are not those that were told");
-    if (counters.losses == 0 &&
-        counters.sent != static_cast<uint64_t>(link.lines_left) + (counters.outbox > 0))
-        if (counters.outbox == 0)
-            fail("%lu requests are counted, %d have left", counters.sent, link.lines_left);
+    if (counters.outbox != 0) fail("%lu bytes are never sent", counters.outbox);
+    if (counters.losses == 0 && counters.sent != static_cast<uint64_t>(link.lines_left))
+        fail("%lu requests are counted, %d have left", counters.sent, link.lines_left);
     if (counters.losses == 0 && link.connection && link.connection->tail.empty() &&
         counters.received != static_cast<uint64_t>(link.lines_sent))
         fail("%lu lines are counted, %d have come", counters.received, link.lines_sent);
+    if (counters.losses == 0 && counters.dropped != static_cast<uint64_t>(link.noise))
+        fail("%lu lines are dropped, %d are none", counters.dropped, link.noise);
 }
 
 void live()

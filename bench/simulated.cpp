@@ -191,9 +191,10 @@ static void may_be_interrupted()
 void run(const std::function<bool()>& is_over)
 {
     constexpr Time longest_stall = 5 * millisecond;
-    Time idle_at = time_now; // when nobody had anything to do, last
+    constexpr uint64_t most_steps = 50000; // many times those of any course
+    Time idle_at = time_now;               // when nobody had anything to do, last
     while (!is_over()) {
-        ++course->steps;
+        if (++course->steps > most_steps) fail("somebody is busy without end");
         std::vector<Thread*> ready;
         Time next = world->next();
         for (const auto& thread : threads) {

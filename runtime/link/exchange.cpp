@@ -373,7 +373,7 @@ class Liveness {
     {
         const Locked link(handle_);
         if (!link || link->state != KX_LINK_READY || link->heard > since_) return false;
-        if (!is_silent(*link, now())) return !link->places.has(Place::probe);
+        if (!is_silent(*link, now())) return link->unheard_since == 0 || !link->places.has(Place::probe);
         give_connection_up(*link, silent);
         return false;
     }

@@ -140,39 +140,6 @@ auto started(Function function)
 
 // --- loss
 
-TEST(Loss, FreesWhoWaitsAtEveryStepOfARequest)
-{
-    for (void (FarEnd::*leave)() : {&FarEnd::close, &FarEnd::reset})
-        for (const char* begun : {"", "{\"comm", "{\"command\":\"arm_plan_num\",\"plan_num\":3}"}) {
-            Linked arm;
-            auto first = asking(arm.link), second = asking(arm.link);
-            auto motion = started([&] { return Movej_Cmd(arm.link, home, 20, 0, true); });
-            for (int i = 0; i < 3; ++i)
-                arm.end.request();
-            arm.end.send(begun);
-            (arm.end.*leave)();
-            EXPECT_EQ(first.get(), (Answer{KX_LOST, -1})) << begun;
-            EXPECT_EQ(second.get(), (Answer{KX_LOST, -1}));
-            EXPECT_EQ(motion.get(), KX_LOST);
-            EXPECT_EQ(KX_Link_Wait(arm.link, KX_LINK_DOWN, patience), 0);
-            EXPECT_EQ(KX_Link_Wait(arm.link, KX_LINK_READY, patience), KX_LOST);
-            EXPECT_EQ(ask(arm.link).status, KX_LOST) << "and so does every later call, at once";
-            EXPECT_EQ(Movej_Cmd(arm.link, home, 20, 0, false), KX_LOST);
-            EXPECT_EQ(arm.counters().losses, 1u);
-        }
-}
-
-TEST(Loss, IsFoundOfAnIdleLinkAndOfAPeerThatLeavesBehindItsReply)
-{
-    Linked arm;
-    auto answer = asking(arm.link);
-    arm.end.request();
-    arm.end.send(reply(4));
-    arm.end.close();
-    EXPECT_EQ(answer.get(), (Answer{0, 4}));
-    EXPECT_EQ(KX_Link_Wait(arm.link, KX_LINK_DOWN, patience), 0);
-}
-
 TEST(Loss, OfASilentPeerIsDiscovered)
 {
     KX_LINK_OPTIONS options = defaults();
@@ -227,92 +194,6 @@ TEST(Loss, IsNotSeenInAMotionThatTakesItsTime)
 
 // --- lines
 
-TEST(Lines, ThatAreNoRepliesAreCountedAndHarmNobody)
-{
-    const auto padded = [](size_t length) {
-        const std::string bare = object(7, R"("pad":"",)");
-        return object(7, R"("pad":")" + std::string(length - bare.size(), 'x') + "\",") + "\n";
-    };
-    const auto repeated = [](const char* text, int times) {
-        std::string all;
-        for (int i = 0; i < times; ++i)
-            all += text;
-        return all;
-    };
-    enum { dropped, foreign, answering };
-    struct Row {
-        const char* name;
-        std::string line;
-        int is;
-    };
-    const std::vector<Row> rows = {
-        {"no JSON", "arm_plan_num {,\n", dropped},
-        {"an array",
-         R"([{"command":"arm_plan_num"}])"
-         "\n",
-         dropped},
-        {"a number", "7\n", dropped},
-        {"cut short",
-         R"({"command":"arm_plan_num","plan_num":)"
-         "\n",
-         dropped},
-        {"nested too deep", repeated("[", 3000) + "\n", dropped},
-        {"objects nested too deep", repeated("{\"arm_plan_num\":", 3000) + "\n", dropped},
-        {"with a NUL", std::string("{\"command\":\"arm_plan_num\0\"}\n", 28), dropped},
-        {"behind a NUL", std::string("\0", 1) + reply(7), dropped},
-        {"of 64 KiB", padded(65536), answering},
-        {"longer", padded(65537), dropped},
-        {"much longer", padded(1000000), dropped},
-        {"of another kind",
-         R"({"command":"timer","set_state":true})"
-         "\n",
-         foreign},
-        {"of no kind",
-         R"({"command":"hello"})"
-         "\n",
-         foreign},
-        {"an empty object", "{}\n", foreign},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        Linked arm;
-        auto answer = asking(arm.link);
-        arm.end.request();
-        arm.end.send(row.line);
-        if (row.is != answering) arm.end.send(reply(8));
-        EXPECT_EQ(answer.get(), (Answer{0, row.is == answering ? 7 : 8}));
-        const KX_LINK_COUNTERS counters = arm.counters();
-        EXPECT_EQ(counters.dropped, row.is == dropped);
-        EXPECT_EQ(counters.foreign, row.is == foreign);
-        EXPECT_EQ(counters.answered, 1u);
-        EXPECT_EQ(counters.received, row.is == answering ? 1u : 2u);
-    }
-}
-
-TEST(Lines, MayComeGluedOrInPieces)
-{
-    const std::string state = R"({"command":"timer","set_state":true})";
-    const std::string one = state + "\r\n \r\n\n" + reply(5);
-    std::vector<std::string> bytes;
-    for (const char byte : one)
-        bytes.emplace_back(1, byte);
-    for (const std::vector<std::string>& pieces :
-         {std::vector{one}, bytes, {state + object(5) + "\n"}, {state + " " + object(5) + "\r\n"}}) {
-        Linked arm;
-        auto answer = asking(arm.link);
-        arm.end.request();
-        auto timer = started([&] { return Set_Payload(arm.link, 1, 0, 0, 0, true); });
-        arm.end.request();
-        for (const std::string& piece : pieces)
-            arm.end.send(piece);
-        EXPECT_EQ(answer.get(), (Answer{0, 5})) << pieces.front();
-        EXPECT_EQ(arm.counters().dropped, 0u);
-        arm.end.send(R"({"command":"set_payload","set_state":true})"
-                     "\n");
-        EXPECT_EQ(timer.get(), 0);
-    }
-}
-
 TEST(Lines, ThatAreUnfinishedDelayTheirOwnArmOnly)
 {
     Linked slow, quick;
@@ -324,18 +205,6 @@ TEST(Lines, ThatAreUnfinishedDelayTheirOwnArmOnly)
     EXPECT_EQ(soon.get(), (Answer{0, 2}));
     slow.end.send("\n");
     EXPECT_EQ(late.get(), (Answer{0, 1}));
-}
-
-TEST(Lines, OfMoreThanTheArmHasJointsAreRefusedAndNotWritten)
-{
-    Linked arm;
-    float joint[8] = {9, 9, 9, 9, 9, 9, 9, 9};
-    auto status = started([&] { return Get_Joint_Degree(arm.link, joint); });
-    arm.end.request();
-    arm.end.send(R"({"command":"joint_degree","joint":[1000,2000,3000,4000,5000,6000,7000]})"
-                 "\n");
-    EXPECT_EQ(status.get(), KX_WRONG_TYPE);
-    EXPECT_TRUE(std::all_of(joint, joint + 8, [](float value) { return value == 9; }));
 }
 
 // --- who gets which reply
@@ -366,21 +235,6 @@ TEST(Replies, GoToTheOldestRequestOfTheirKind)
         EXPECT_EQ(asked[static_cast<size_t>(i)].get(), 0);
         EXPECT_EQ(state[i], 11 + i);
     }
-}
-
-TEST(Replies, ThatAreLateNeverAnswerALaterCall)
-{
-    Linked arm;
-    KX_Link_Call_Timeout(30);
-    EXPECT_EQ(ask(arm.link).status, KX_TIMED_OUT);
-    KX_Link_Call_Timeout(0);
-    arm.end.request();
-    auto second = asking(arm.link);
-    arm.end.request();
-    arm.end.send(reply(1) + reply(2));
-    EXPECT_EQ(second.get(), (Answer{0, 2}));
-    EXPECT_EQ(arm.counters().late, 1u);
-    EXPECT_EQ(arm.counters().timed_out, 1u);
 }
 
 TEST(Replies, ThatAreLostCostAtMostOneTimeOutMore)
@@ -904,50 +758,6 @@ TEST(Subscription, BringsStatesAtItsRateWithTheirTimes)
 }
 
 // --- opening and closing
-
-TEST(Opening, FailsWithAReason)
-{
-    int refused;
-    {
-        Door door;
-        refused = door.port();
-    }
-    Door full(0); // takes nobody: its queue is full, and further attempts are not answered
-    std::vector<int> queued;
-    for (int i = 0; i < 4; ++i) {
-        queued.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
-        connect(queued.back(), reinterpret_cast<const sockaddr*>(&full.address), sizeof full.address);
-    }
-    const struct {
-        const char* host;
-        int port, model, status;
-    } rows[] = {
-        {"127.0.0.1", refused, 46, -KX_BAD_DESCRIPTOR},  {"127.0.0.1", 0, 46, -KX_BAD_DESCRIPTOR},
-        {"127.0.0.1", 65536, 46, -KX_BAD_DESCRIPTOR},    {"127.0.0.1", -1, 46, -KX_BAD_DESCRIPTOR},
-        {"127.0.0.1", full.port(), 6, -KX_NOT_RUNNING},  {"127.0.0.1", full.port(), 46, -KX_TIMED_OUT},
-        {"no..name", full.port(), 46, -KX_UNKNOWN_HOST}, {nullptr, full.port(), 46, -KX_UNKNOWN_HOST},
-    };
-    for (const auto& row : rows) {
-        KX_LINK_OPTIONS options = defaults();
-        options.connect_timeout_ms = row.status == -KX_TIMED_OUT ? 200 : patience;
-        EXPECT_EQ(KX_Link_Open(row.host, row.port, row.model, &options), row.status)
-            << (row.host ? row.host : "null") << ":" << row.port << " " << row.model;
-    }
-    for (const int socket : queued)
-        close(socket);
-}
-
-TEST(Opening, FindsNamesAndOtherAddresses)
-{
-    Door door;
-    for (const char* host : {"localhost", "127.0.0.1"}) {
-        const int link = KX_Link_Open(host, door.port(), 47, nullptr);
-        EXPECT_GE(link, 1 << 30) << host;
-        EXPECT_EQ(KX_Link_Close(link), 0);
-        EXPECT_EQ(KX_Link_Close(link), KX_BAD_DESCRIPTOR);
-        EXPECT_EQ(ask(link).status, KX_BAD_DESCRIPTOR);
-    }
-}
 
 #if defined(__SANITIZE_THREAD__) || defined(__clang__) // which the sanitizer's build uses
 constexpr bool is_sanitized = true;

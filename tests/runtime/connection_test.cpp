@@ -118,22 +118,6 @@ TEST(Connections, DoNotReadFromAFileThatGetsTheirNumber)
     EXPECT_STREQ(bytes, "mine");
 }
 
-TEST(Connections, FailWithTheirCode)
-{
-    int closed_port;
-    {
-        Peer peer;
-        closed_port = peer.port();
-    }
-    KX_API_Init(nullptr);
-    for (int model : {0, 6, 35, 48, -46})
-        EXPECT_EQ(Arm_Socket_Start("127.0.0.1", closed_port, model, 0), 2);
-    EXPECT_EQ(Arm_Socket_Start("127.0.0.1", closed_port, 46, 0), 5);
-    EXPECT_EQ(Arm_Socket_Start("no address", closed_port, 46, 0), 5);
-    EXPECT_EQ(Arm_Socket_Start(nullptr, closed_port, 46, 0), 5);
-    EXPECT_EQ(m_nSockInfoLen, 0);
-}
-
 TEST(Connections, FillTheTableAndStopThere)
 {
     Peer peer;

@@ -21,16 +21,6 @@ TEST(Exchange, TimesOutAndLeavesNothingBehind)
     EXPECT_EQ(m_nSockeRIinfosLen, 0);
 }
 
-TEST(Exchange, DropsAReplyThatComesTooLate)
-{
-    Arm arm;
-    m_nOutTime = 50;
-    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7);
-    arm.peer.send(speed_set);
-    until_all_is_taken();
-    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7) << "not an answer to the next call";
-}
-
 TEST(Exchange, IgnoresRepliesOfOtherKindsAndOtherArms)
 {
     Arm arm, other;

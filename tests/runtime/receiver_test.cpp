@@ -37,16 +37,6 @@ TEST(Receiver, JoinsALineFromPieces)
     EXPECT_EQ(stored_reply(0).text, set_payload + "\n");
 }
 
-TEST(Receiver, TakesALineWithoutEndWhenThePeerCloses)
-{
-    Arm arm;
-    await(arm.sockfd, KeyCode::set_payload);
-    arm.peer.send(set_payload);
-    arm.peer.hang_up();
-    ASSERT_TRUE(is_answered(0));
-    EXPECT_EQ(stored_reply(0).text, set_payload);
-}
-
 TEST(Receiver, TakesOneChunkForOneLine)
 {
     Arm arm;
