@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import asyncio
+import contextlib
 import os
 import select
 import signal
@@ -30,18 +31,12 @@ def silent() -> int:
 @pytest.fixture
 def full() -> int:
     """A port at which no connection is ever made: nobody takes those that wait, and there is no room for more."""
-    with socket.socket() as server:
-        server.bind(("127.0.0.1", 0))
-        server.listen(0)
-        waiting = []
+    with socket.create_server(("127.0.0.1", 0), backlog=0) as server, contextlib.ExitStack() as waiting:
         for _ in range(4):
-            client = socket.socket()
+            client = waiting.enter_context(socket.socket())
             client.setblocking(False)
             client.connect_ex(server.getsockname())
-            waiting.append(client)
         yield server.getsockname()[1]
-        for client in waiting:
-            client.close()
 
 
 def interrupted_after(wait: Callable[[], object]) -> float:

@@ -187,53 +187,50 @@ TEST(Bridge, RefusesWhatIsNoCommand)
 {
     struct Row {
         const char* what;
-        std::function<void(Json& told)> change;
+        std::vector<std::pair<const char*, Json>> changes; // where, and to what; null takes it away
     };
     Commanded arm;
     int refused = 0;
     const auto refuses = [&](ros::Writer& writer, const Json& right, const std::vector<Row>& rows) {
-        for (const auto& [what, change] : rows) {
+        for (const auto& [what, changes] : rows) {
             Json told = right;
-            change(told);
+            for (const auto& [where, value] : changes) {
+                const Json::json_pointer at(where);
+                if (value.is_null())
+                    told[at.parent_pointer()].erase(std::stoul(at.back()));
+                else
+                    told[at] = value;
+            }
             writer.write(told);
             EXPECT_TRUE(arm.until("refused messages", std::to_string(++refused))) << what;
         }
     };
+    const Json five = {1, 2, 3, 4, 5};
     refuses(arm.commands, Commanded::to(30),
-            {{"unknown name", [](Json& told) { told["name"][2] = "elbow\n\033[2J"; }},
-             {"a name twice", [](Json& told) { told["name"][2] = "joint_3"; }},
-             {"a name less", [](Json& told) { told["name"].erase(5), told["position"].erase(5); }},
-             {"a position less", [](Json& told) { told["position"].erase(5); }},
-             {"a position more", [](Json& told) { told["position"].push_back(0); }},
-             {"speeds for some",
-              [](Json& told) {
-                  told["velocity"] = {1, 2, 3, 4, 5};
-              }},
-             {"efforts for more", [](Json& told) { told["effort"] = {1, 2, 3, 4, 5, 6, 7}; }},
-             {"no number", [](Json& told) { told["position"][4] = NAN; }},
-             {"beyond the joint's limit", [](Json& told) { told["position"][5] = 10; }},
-             {"beyond all numbers", [](Json& told) { told["position"][4] = 1e300; }},
-             {"no time", [](Json& told) { told["nanosec"] = 1000000000; }},
-             {"nothing", [](Json& told) { told = nullptr; }}});
+            {{"unknown name", {{"/name/2", "elbow\n\033[2J"}}},
+             {"a name twice", {{"/name/2", "joint_3"}}},
+             {"a name less", {{"/name/5", nullptr}, {"/position/5", nullptr}}},
+             {"a position less", {{"/position/5", nullptr}}},
+             {"a position more", {{"/position/6", 0}}},
+             {"speeds for some", {{"/velocity", five}}},
+             {"efforts for more", {{"/effort", {1, 2, 3, 4, 5, 6, 7}}}},
+             {"no number", {{"/position/4", NAN}}},
+             {"beyond the joint's limit", {{"/position/5", 10}}},
+             {"beyond all numbers", {{"/position/4", 1e300}}},
+             {"no time", {{"/nanosec", 1000000000}}},
+             {"nothing", {{"", Json::object()}}}});
     refuses(arm.trajectories, Commanded::along({{2, 10}, {4, 30}}),
-            {{"unknown name", [](Json& told) { told["joint_names"][0] = "joint_7"; }},
-             {"a position less", [](Json& told) { told["points"][1]["positions"].erase(5); }},
-             {"accelerations for some",
-              [](Json& told) {
-                  told["points"][1]["accelerations"] = {1, 2, 3, 4, 5};
-              }},
-             {"no number", [](Json& told) { told["points"][1]["positions"][0] = INFINITY; }},
-             {"times stand", [](Json& told) { told["points"][1]["sec"] = 2; }},
-             {"times go back", [](Json& told) { told["points"][1]["sec"] = 1; }},
-             {"before the beginning",
-              [](Json& told) {
-                  told["points"][0] = Commanded::along({{-1, 0}})["points"][0];
-              }},
-             {"begins elsewhere", [](Json& told) { told["points"][0]["sec"] = 0; }},
-             {"too fast",
-              [](Json& told) { told["points"][1]["sec"] = 2, told["points"][1]["nanosec"] = 1000000; }},
-             {"beyond the joint's limit", [](Json& told) { told["points"][1]["positions"][5] = 10; }},
-             {"for tomorrow", [](Json& told) { told["sec"] = time(nullptr) + 86400; }}});
+            {{"unknown name", {{"/joint_names/0", "joint_7"}}},
+             {"a position less", {{"/points/1/positions/5", nullptr}}},
+             {"accelerations for some", {{"/points/1/accelerations", five}}},
+             {"no number", {{"/points/1/positions/0", INFINITY}}},
+             {"times stand", {{"/points/1/sec", 2}}},
+             {"times go back", {{"/points/1/sec", 1}}},
+             {"before the beginning", {{"/points/0", Commanded::along({{-1, 0}})["points"][0]}}},
+             {"begins elsewhere", {{"/points/0/sec", 0}}},
+             {"too fast", {{"/points/1/sec", 2}, {"/points/1/nanosec", 1000000}}},
+             {"beyond the joint's limit", {{"/points/1/positions/5", 10}}},
+             {"for tomorrow", {{"/sec", time(nullptr) + 86400}}}});
     EXPECT_NEAR(arm.joint_1(), 0, 1e-3);
     EXPECT_TRUE(arm.until("last motion", "none"));
 }

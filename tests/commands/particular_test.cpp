@@ -44,21 +44,6 @@ TEST(NeverAnswered, WouldDecodeAStatus)
     }
 }
 
-TEST(NeverAnswered, NotByWhatAControllerSays)
-{
-    Arm arm;
-    m_nOutTime = 20;
-    for (const char* reply : {"stop_waypoint", "start_waypoint", "clear_waypoint"}) {
-        arm.peer.answer("{\"command\":\"" + std::string(reply) + "\",\"waypoint_state\":true}\n");
-        EXPECT_EQ(Stop_Waypoint(arm.sockfd, true), 7) << reply;
-        EXPECT_EQ(arm.peer.next_request(), on_the_wire(R"({"command":"stop_waypoint"})"));
-    }
-    arm.peer.answer("{\"command\":\"set_tool_DO_state\",\"set_state\":true}\n");
-    EXPECT_EQ(Set_Tool_DO_State(arm.sockfd, 2, true, true), 7);
-    EXPECT_EQ(arm.peer.next_request(),
-              on_the_wire(R"({"command":"set_tool_DO_state","IO_Num":2,"state":1})"));
-}
-
 TEST(NetworkSettings, AreRefusedWhenTheyDoNotFit)
 {
     Arm arm;

@@ -2,6 +2,7 @@
 #include "support/bound.h"
 #include "support/connection.h"
 #include "support/controller.h"
+#include "support/own_file.h"
 
 #include <fstream>
 #include <list>
@@ -22,17 +23,6 @@ std::string here(int port)
 {
     return "127.0.0.1:" + std::to_string(port);
 }
-
-struct Recording {
-    std::string path = testing::TempDir() + "kx_doors_" + std::to_string(getpid());
-    ~Recording() { std::remove(path.c_str()); }
-    std::string content() const
-    {
-        std::ostringstream all;
-        all << std::ifstream(path).rdbuf();
-        return all.str();
-    }
-};
 
 /** A port that nobody else is given, on which a program of ours may listen. */
 struct Reserved : Bound {
@@ -130,7 +120,7 @@ TEST(Door, StaysOpenInAFlood)
 TEST(Door, RefusesWhatIsNestedTooDeeply)
 {
     const std::string deep = "{\"command\":" + std::string(32600, '[') + std::string(32600, ']') + "}\r\n";
-    const Recording recording;
+    const OwnFile recording;
     {
         Controller arm({"--record", recording.path, "--web", "0"});
         Connection client(arm.port());
@@ -144,7 +134,7 @@ TEST(Door, RefusesWhatIsNestedTooDeeply)
           {R"({"time":0,"client":1e84,"request":{}})", "the client"},
           {R"({"time":0,"client":0.5,"request":{}})", "the client"},
           {R"({"time":1e300,"client":1,"request":{}})", "the time"}}) {
-        std::ofstream(recording.path) << "{\"recording\":\"kx-controller\",\"version\":1}\n" << entry << '\n';
+        recording.write("{\"recording\":\"kx-controller\",\"version\":1}\n" + std::string(entry) + '\n');
         Process replay(
             {"/bin/sh", "-c", "exec " KX_CONTROLLER " --port 0 --replay " + recording.path + " 2>&1"});
         const std::string line = replay.line();
@@ -156,7 +146,7 @@ TEST(Door, RefusesWhatIsNestedTooDeeply)
 
 TEST(Door, KeepsPasswordsIn)
 {
-    const Recording recording;
+    const OwnFile recording;
     Controller arm({"--record", recording.path});
     for (const char* sent : {
              R"({"command":"set_wifi_ap","wifi_name":"workshop","password":"sesame"})",
@@ -170,11 +160,10 @@ TEST(Door, KeepsPasswordsIn)
              "{\"command\":\"set_wifi_ap\",\"password\":\r\n\"sesame\"",
          }) {
         Connection client(arm.port());
-        client.send(ask + sent + "\r\n" + ask + "\r\n");
-        while (client.line().find("\"joint\"") == std::string::npos) {
-        }
-        client.send("\r\n" + ask + "\r\n");
-        while (client.line().find("\"joint\"") == std::string::npos) {
+        for (const std::string& lines : {ask + sent + "\r\n" + ask + "\r\n", "\r\n" + ask + "\r\n"}) {
+            client.send(lines);
+            while (client.line().find("\"joint\"") == std::string::npos) {
+            }
         }
         EXPECT_EQ(recording.content().find("sesame"), std::string::npos) << sent;
     }
@@ -186,7 +175,7 @@ TEST(Door, OfAProxyBehindItselfIsShut)
 {
     const Reserved one, other;
     for (const Reserved* behind : {&one, &other}) {
-        const Recording recording;
+        const OwnFile recording;
         Controller first({"--port", std::to_string(one.port()), "--proxy", here(behind->port()), "--record",
                           recording.path});
         Controller second({"--port", std::to_string(other.port()), "--proxy", here(one.port())});

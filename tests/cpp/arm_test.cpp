@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <set>
 #include <thread>
@@ -232,10 +233,7 @@ const list::Command& command(const Row& row)
     });
 }
 
-Quiet connected(const Peer& peer)
-{
-    return Quiet("127.0.0.1", peer.port(), 46);
-}
+const std::string arrived = "{\"command\":\"current_trajectory_state\",\"trajectory_state\":true}\n";
 
 } // namespace
 
@@ -276,18 +274,19 @@ TEST(Arm, LeavesNoCommandOutOfReach)
 TEST(Arm, RefusesWhatDoesNotFitBeforeAnythingIsSent)
 {
     Peer peer;
-    const Quiet arm = connected(peer);
-    EXPECT_EQ(code(arm.move_joints({1, 2, 3, 4, 5, 6, 7})), KX_NOT_FINITE);
-    EXPECT_EQ(code(arm.move_joints({})), KX_NOT_FINITE);
-    EXPECT_EQ(code(arm.move_joints(joint, {.speed_percent = 276})), KX_NOT_FINITE); // 20, cut to a byte
-    EXPECT_EQ(code(arm.move_line({NAN})), KX_NOT_FINITE);
-    EXPECT_EQ(code(arm.io.set_output(-1, true)), KX_NOT_FINITE);
-    EXPECT_EQ(code(arm.io.set_tool_voltage(9)), KX_NOT_FINITE);
-    EXPECT_EQ(code(arm.gripper.pick(NAN)), KX_NOT_FINITE);
-    EXPECT_EQ(code(arm.gripper.move_to(1e300)), KX_NOT_FINITE);
-    EXPECT_EQ(code(arm.force.hold({.newton = 1e10})), KX_NOT_FINITE);
-    EXPECT_EQ(code(arm.settings.set_dynamics(std::span(dynamics, 11))), KX_NOT_FINITE);
-    EXPECT_EQ(code(arm.wait_between_motions(std::chrono::hours(10000))), KX_NOT_FINITE);
+    const Quiet arm("127.0.0.1", peer.port(), 46);
+    const int codes[] = {code(arm.move_joints({1, 2, 3, 4, 5, 6, 7})),
+                         code(arm.move_joints({})),
+                         code(arm.move_joints(joint, {.speed_percent = 276})), // 20, cut to a byte
+                         code(arm.move_line({NAN})),
+                         code(arm.io.set_output(-1, true)),
+                         code(arm.io.set_tool_voltage(9)),
+                         code(arm.gripper.pick(NAN)),
+                         code(arm.gripper.move_to(1e300)),
+                         code(arm.force.hold({.newton = 1e10})),
+                         code(arm.settings.set_dynamics(std::span(dynamics, 11))),
+                         code(arm.wait_between_motions(std::chrono::hours(10000)))};
+    EXPECT_EQ(std::ranges::count(codes, KX_NOT_FINITE), 11) << testing::PrintToString(codes);
     EXPECT_EQ(code(Quiet("127.0.0.1", 1, 46).connected()), KX_BAD_DESCRIPTOR);
     EXPECT_EQ(code(Quiet("127.0.0.1", 1, 45).stop()), KX_BAD_DESCRIPTOR);
     EXPECT_EQ(peer.unread(), 0u);
@@ -307,10 +306,8 @@ TEST(Arm, TellsWhatWentWrongAndWhatToDo)
         EXPECT_STREQ(refused.command(), "Movej_Cmd");
         EXPECT_EQ(refused.status(), kx::Status(KX_REFUSED));
         EXPECT_EQ(refused.reason(), "joint 5 would leave");
-        const std::string words = refused.what();
-        for (const char* part :
-             {"Movej_Cmd", "refused", "joint 5 would leave", "status 1", refused.status().advice()})
-            EXPECT_NE(words.find(part), words.npos) << words;
+        for (const char* part : {"Movej_Cmd", "refused", "5 would", "status 1", refused.status().advice()})
+            EXPECT_NE(std::strstr(refused.what(), part), nullptr) << refused.what();
     }
     const kx::CallTimeout timeout(10ms);
     EXPECT_THROW(arm.plan_number(), kx::TimedOut);
@@ -331,28 +328,25 @@ TEST(Arm, TellsWhatWentWrongAndWhatToDo)
 TEST(Motion, IsUnderWayUntilItHasEnded)
 {
     Peer peer;
-    const Quiet arm = connected(peer);
+    const Quiet arm("127.0.0.1", peer.port(), 46);
     const auto motion = arm.move_joints(joint);
     EXPECT_TRUE(motion.begun());
     EXPECT_FALSE(motion.done().value);
     EXPECT_TRUE(motion.done());
     EXPECT_FALSE(motion.wait_for(10ms).value);
     peer.next_request();
-    peer.send(R"({"command":"current_trajectory_state","trajectory_state":true})"
-              "\n");
+    peer.send(arrived);
     EXPECT_TRUE(motion.wait_for(10h).value);
     EXPECT_TRUE(motion.wait());
     EXPECT_TRUE(motion.done().value);
 
     const auto second = arm.move_joints(joint);
-    std::atomic<bool> has_ended = false;
-    std::thread canceller([&] {
-        for (; !has_ended; std::this_thread::sleep_for(1ms))
+    std::jthread canceller([&](const std::stop_token& has_ended) {
+        for (; !has_ended.stop_requested(); std::this_thread::sleep_for(1ms))
             arm.cancel();
     });
     EXPECT_EQ(second.wait_for(1h).status.code(), KX_CANCELLED);
-    has_ended = true;
-    canceller.join();
+    canceller = {};
     EXPECT_FALSE(second.done().value);
 }
 
@@ -396,15 +390,11 @@ TEST(Pushes, ReachCallbackAndQueuesInTheirUnits)
     EXPECT_FALSE(newest->latest());
     EXPECT_EQ(all->lost(), 1u);
     const auto push = all->next(1h);
-    EXPECT_EQ(push->type, 2);
-    EXPECT_EQ(push->joints, Degrees({0, 2, 0, 0, 0, 0}));
+    EXPECT_TRUE(push->type == 2 && push->joints == Degrees({0, 2, 0, 0, 0, 0}));
     EXPECT_EQ(push->pose, Pose::m_rad(0.25, 0, 0, 0, 0, 1.5));
-    EXPECT_TRUE(all->next());
-    EXPECT_FALSE(all->next(1ms));
-    EXPECT_EQ(called, 3);
-    std::thread closer([&] { arm.reset(); });
+    EXPECT_TRUE(all->next() && !all->next(1ms) && called == 3);
+    const std::jthread closer([&] { arm.reset(); });
     EXPECT_FALSE(all->next(1h)); // closed with the arm
-    closer.join();
 }
 
 TEST(Values, KnowTheirUnits)
@@ -415,13 +405,11 @@ TEST(Values, KnowTheirUnits)
     EXPECT_EQ(Degrees(std::vector<float>(8)).size(), 0);
     const Pose there = Pose::mm_deg(100, 200, 300, 0, 0, 90);
     EXPECT_EQ(there, Pose::m_rad(0.1, 0.2, 0.3, 0, 0, M_PI / 2));
-    const Pose behind = there * Pose::mm_deg(50, 0, -100); // along its own axes: its x is the base's y
-    EXPECT_NEAR(behind.x, 0.1, 1e-6);
-    EXPECT_NEAR(behind.y, 0.25, 1e-6);
-    EXPECT_NEAR(behind.z, 0.2, 1e-6);
-    const Pose none = there.inverse() * there;
-    for (const float number : {none.x, none.y, none.z, none.rx, none.ry, none.rz})
-        EXPECT_NEAR(number, 0, 1e-6);
+    // Along its own axes: its x is the base's y.
+    const Pose behind = there * Pose::mm_deg(50, 0, -100), to_it = Pose::mm_deg(100, 250, 200, 0, 0, 90);
+    for (const Pose& none : {there.inverse() * there, to_it.inverse() * behind})
+        for (const float number : {none.x, none.y, none.z, none.rx, none.ry, none.rz})
+            EXPECT_NEAR(number, 0, 1e-6);
 }
 
 TEST(Model, IsTheKinematicsOfTheCFunctions)
@@ -450,8 +438,7 @@ TEST(Model, IsTheKinematicsOfTheCFunctions)
         const std::vector<KinPose> poses = model.poses(std::vector<float>(bent.begin(), bent.end()));
         ASSERT_EQ(poses.size(), 1u);
         const Pose tip = tool * Pose::mm_deg(0, 0, 100);
-        EXPECT_NEAR(poses[0].position.x, tip.x, 1e-5);
-        EXPECT_NEAR(poses[0].position.z, tip.z, 1e-5);
+        EXPECT_LT(std::hypot(poses[0].position.x - tip.x, poses[0].position.z - tip.z), 1e-5);
     }
     EXPECT_FALSE(kx::Model(12).known());
     EXPECT_FALSE(kx::Model(12).pose({}));
@@ -486,8 +473,7 @@ TEST(Arm, ReadsBackWhatItHasSet)
     EXPECT_EQ(read.payload_kg, 2);
     for (size_t i = 0; i < 3; ++i)
         EXPECT_NEAR(read.centre_m[i], gripper.centre_m[i], 1e-6);
-    const auto names = arm.frames.tools();
-    EXPECT_NE(std::ranges::find(names, "gripper"), names.end());
+    EXPECT_EQ(std::ranges::count(arm.frames.tools(), "gripper"), 1);
     {
         auto bus = arm.modbus(flange);
         bus.write_coils(1, 8, {true, false, true, true});
@@ -507,23 +493,19 @@ TEST(Arm, ReadsBackWhatItHasSet)
     const Degrees there{0, 45, 90, 0, 45, 0};
     arm.move_joints(there, {.speed_percent = 100}).wait();
     EXPECT_EQ(arm.joints(), there);
-    const kx::State state = arm.state();
-    EXPECT_TRUE(state.healthy());
-    EXPECT_EQ(state.joints, there);
+    EXPECT_TRUE(arm.state().healthy() && arm.state().joints == there);
     const kx::JointHealth health = arm.health();
-    EXPECT_GT(health.temperature_celsius[5], 0);
-    EXPECT_GT(health.voltage_volt[0], 1);
+    EXPECT_TRUE(health.temperature_celsius[5] > 0 && health.voltage_volt[0] > 1);
     EXPECT_EQ(health.error, kx::PerJoint<int>({0, 0, 0, 0, 0, 0}));
     const auto states = arm.states(200);
     EXPECT_EQ(states->next(1h)->joints, there);
     const kx::State later = *states->next(1h);
-    EXPECT_LE(later.asked, later.answered);
-    EXPECT_LT(std::chrono::steady_clock::now() - later.answered, 1h);
+    EXPECT_TRUE(later.asked <= later.answered && later.answered > std::chrono::steady_clock::now() - 1h);
     arm.unsubscribe();
     arm.force.start_following();
     arm.force.follow_pose(Pose(), {});
     arm.force.stop_following();
-    EXPECT_EQ(arm.system.run_time().has_value(), true);
+    EXPECT_TRUE(arm.system.run_time());
     EXPECT_EQ(arm.system.odometers_deg().size(), 6);
     EXPECT_NO_THROW(arm.set_up([&] { arm.frames.set_payload(1); }));
 }

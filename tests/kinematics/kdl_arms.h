@@ -61,7 +61,8 @@ inline KDL::Chain arm(int model)
     return chain;
 }
 
-inline KDL::JntArray radians(int model, const float* degrees)
+template <typename Number>
+KDL::JntArray radians(int model, const Number* degrees)
 {
     KDL::JntArray r(model == 47 ? 7 : 6);
     for (unsigned i = 0; i < r.rows(); ++i)
@@ -70,7 +71,8 @@ inline KDL::JntArray radians(int model, const float* degrees)
 }
 
 // The flange, of joint angles in degrees.
-inline KDL::Frame forward(int model, const float* joint)
+template <typename Number>
+KDL::Frame forward(int model, const Number* joint)
 {
     static const KDL::Chain chains[] = {arm(36), arm(46), arm(47)};
     KDL::Frame flange;

@@ -26,21 +26,19 @@ static Member pose_read(const char* key)
 
 static const std::vector<Command> joint_parameters = {
     parameter(COMMAND(Set_Joint_Speed, 3, 12.3456f), "set_joint_max_speed", "'joint_max_speed':[3,12345]", 2,
-              "joint_max_speed", Entry::guarded_direct),
+              Entry::guarded_direct),
     parameter(COMMAND(Set_Joint_Acc, 2, 300.25f), "set_joint_max_acc", "'joint_max_acc':[2,300250]", 3,
-              "joint_max_acc", Entry::guarded_direct),
+              Entry::guarded_direct),
     parameter(COMMAND(Set_Joint_Min_Pos, 1, -0.0009f), "set_joint_min_pos", "'joint_min_pos':[1,0]", 4,
-              "joint_min_pos", Entry::direct),
+              Entry::direct),
     parameter(COMMAND(Set_Joint_Max_Pos, 6, 170.5f), "set_joint_max_pos", "'joint_max_pos':[6,170500]", 5,
-              "joint_max_pos", Entry::direct),
+              Entry::direct),
     parameter(COMMAND(Set_Joint_EN_State, 2, true), "set_joint_en_state", "'joint_en_state':[2,1]", 6,
-              "joint_en_state", Entry::direct),
-    parameter(COMMAND(Set_Joint_Zero_Pos, 4), "set_joint_zero_pos", "'joint_zero_pos':4", 7, "joint_zero_pos",
-              Entry::guarded),
-    parameter(COMMAND(Set_Joint_Err_Clear, 5), "set_joint_clear_err", "'joint_clear_err':5", 8,
-              "joint_clear_err"),
-    parameter(COMMAND(Start_Calibrate), "start_calibrate", 9, "calibrate_state"),
-    parameter(COMMAND(Stop_Calibrate), "stop_calibrate", 10, "calibrate_state"),
+              Entry::direct),
+    parameter(COMMAND(Set_Joint_Zero_Pos, 4), "set_joint_zero_pos", "'joint_zero_pos':4", 7, Entry::guarded),
+    parameter(COMMAND(Set_Joint_Err_Clear, 5), "set_joint_clear_err", "'joint_clear_err':5", 8),
+    set(COMMAND(Start_Calibrate), "start_calibrate", 9, "calibrate_state", {.other_type = 8}),
+    set(COMMAND(Stop_Calibrate), "stop_calibrate", 10, "calibrate_state", {.other_type = 8}),
     // Errors and state are outputs that nothing is ever written to.
     get(COMMAND(Get_Calibrate_State), "get_calibrate_state", 11,
         {Member("joint_state", "[257,0,1,2,255,-1]", as<float>({1, 0, 1, 2, 255, 255})).faults(9, 10)}),
@@ -87,10 +85,9 @@ static const std::vector<Command> state = {
          Member("sys_err", "65539", as<unsigned short>({3})).into(0, offsetof(JOINT_STATE, sys_err))},
         {.inside = "all_state", .model = 47}),
     get(COMMAND(Get_Arm_Plan_Num), "get_arm_plan_num", 60, {{"plan_num", "3.9", as<int>({3})}}),
-    set(COMMAND(Set_Arm_Init_Pose, joint), "set_init_pose", "'init_pose':" JOINT_SENT "]", 61, "init_pose",
-        {.model = 36}),
+    set(COMMAND(Set_Arm_Init_Pose, joint), "set_init_pose", "'init_pose':" JOINT_SENT "]", 61, {.model = 36}),
     set(COMMAND(Set_Arm_Init_Pose, joint), "set_init_pose", "'init_pose':" JOINT_SENT ",70000]", 61,
-        "init_pose", {.model = 47}),
+        {.model = 47}),
     get(COMMAND(Get_Arm_Init_Pose), "get_init_pose", 62, {six("init_pose").fixed_length()}),
 };
 
@@ -183,7 +180,7 @@ static const std::vector<Command> teaching = {
     // Awaits a kind of reply that no text is taken for.
     set(COMMAND(Stop_Waypoint), "stop_waypoint", 76, ""),
     set(COMMAND(Clear_Waypoint), "clear_waypoint", 75, "waypoint_state"),
-    set(COMMAND(Timer, 10), "timer", "'wait_time':10", 77, "wait_time"),
+    set(COMMAND(Timer, 10), "timer", "'wait_time':10", 77),
 };
 
 static const float offset[7] = {1.2345f, -0.0009f, 0, 179.9999f, -90, 36, 7};
@@ -195,15 +192,12 @@ static Member limit(const char* key)
 }
 
 static const std::vector<Command> arm_settings = {
-    parameter(COMMAND(Set_Arm_Line_Speed, 0.2509f), "set_arm_max_line_speed", "'arm_line_speed':250", 19,
-              "arm_line_speed"),
-    parameter(COMMAND(Set_Arm_Line_Acc, 1.6f), "set_arm_max_line_acc", "'arm_line_acc':1600", 20,
-              "arm_line_acc"),
+    parameter(COMMAND(Set_Arm_Line_Speed, 0.2509f), "set_arm_max_line_speed", "'arm_line_speed':250", 19),
+    parameter(COMMAND(Set_Arm_Line_Acc, 1.6f), "set_arm_max_line_acc", "'arm_line_acc':1600", 20),
     // The class's method of this name sets the linear acceleration.
     parameter(FUNCTION(Set_Arm_Angular_Speed, 0.6009f), "set_arm_max_angular_speed",
-              "'arm_angular_speed':600", 21, "arm_angular_speed"),
-    parameter(COMMAND(Set_Arm_Angular_Acc, 4), "set_arm_max_angular_acc", "'arm_angular_acc':4000", 22,
-              "arm_angular_acc"),
+              "'arm_angular_speed':600", 21),
+    parameter(COMMAND(Set_Arm_Angular_Acc, 4), "set_arm_max_angular_acc", "'arm_angular_acc':4000", 22),
     get(COMMAND(Get_Arm_Line_Speed), "get_arm_max_line_speed", 23, {limit("arm_line_speed")}),
     get(COMMAND(Get_Arm_Line_Acc), "get_arm_max_line_acc", 24, {limit("arm_line_acc")}),
     get(COMMAND(Get_Arm_Angular_Speed), "get_arm_max_angular_speed", 25, {limit("arm_angular_speed")}),
@@ -234,9 +228,8 @@ static const std::vector<Command> arm_settings = {
         {.model = 47}),
     get(COMMAND(Get_Tool_Software_Version), "get_tool_software_version", 34,
         {Member("version", "110", as<int>({110})).of_any_type()}),
-    set(COMMAND(Set_Arm_Servo_State, true), "set_arm_servo", "'arm_servo':1", 35, "arm_servo"),
-    set(COMMAND(Set_System_State_Servo, false), "set_system_state_servo", "'servo_state':0", 36,
-        "servo_state"),
+    set(COMMAND(Set_Arm_Servo_State, true), "set_arm_servo", "'arm_servo':1", 35),
+    set(COMMAND(Set_System_State_Servo, false), "set_system_state_servo", "'servo_state':0", 36),
     set(COMMAND(Set_Install_Pose, 90, 0.5f), "set_install_pose", "'pose':[90,0.5]", 63, "set_state"),
 };
 

@@ -28,51 +28,6 @@ Member::Member(const char* name, const char* good_value, std::string bytes)
 {
 }
 
-Member&& Member::into(size_t output, size_t offset) &&
-{
-    writes[0].output = output;
-    writes[0].offset = offset;
-    is_placed = true;
-    return std::move(*this);
-}
-
-Member&& Member::and_into(size_t output, std::string bytes) &&
-{
-    writes.push_back({output, 0, std::move(bytes)});
-    return std::move(*this);
-}
-
-Member&& Member::faults(int of_type, int of_length) &&
-{
-    wrong_type = of_type;
-    return std::move(*this).fixed_length(of_length, of_length);
-}
-
-Member&& Member::fixed_length(int if_too_short, int if_too_long) &&
-{
-    too_short = if_too_short;
-    too_long = if_too_long;
-    return std::move(*this);
-}
-
-Member&& Member::at_most(size_t items) &&
-{
-    most = items;
-    return std::move(*this);
-}
-
-Member&& Member::if_missing(int status) &&
-{
-    missing = status;
-    return std::move(*this);
-}
-
-Member&& Member::of_any_type() &&
-{
-    wrong_type = 0;
-    return std::move(*this);
-}
-
 static std::vector<std::string> values_of_wrong_type(const Member& member)
 {
     if (member.value[0] == '[') return {"{}", "6", "null"};
@@ -106,19 +61,20 @@ Command set(Called call, Text command, Text members, int answer, Text status_key
     return result;
 }
 
+Command set(Called call, Text command, Text members, int answer, Options options)
+{
+    const std::string all = members, key = all.substr(1, all.find('\'', 1) - 1);
+    return set(std::move(call), command, members, answer, key.c_str(), options);
+}
+
 Command set(Called call, Text command, int answer, Text status_key, Options options)
 {
     return set(std::move(call), command, "", answer, status_key, options);
 }
 
-Command parameter(Called call, Text command, Text members, int answer, Text status_key, Entry entry)
+Command parameter(Called call, Text command, Text members, int answer, Entry entry)
 {
-    return set(std::move(call), command, members, answer, status_key, {.other_type = 8, .entry = entry});
-}
-
-Command parameter(Called call, Text command, int answer, Text status_key)
-{
-    return parameter(std::move(call), command, "", answer, status_key);
+    return set(std::move(call), command, members, answer, {.other_type = 8, .entry = entry});
 }
 
 Command get(Called call, Text command, Text members, int answer, std::vector<Member> read, Options options)

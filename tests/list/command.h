@@ -46,13 +46,27 @@ struct Write {
 struct Member {
     Member(const char* name, const char* good_value, std::string bytes = {});
 
-    Member&& into(size_t output, size_t offset = 0) &&;
-    Member&& and_into(size_t output, std::string bytes) &&;
-    Member&& faults(int of_type, int of_length) &&;
-    Member&& fixed_length(int if_too_short = 11, int if_too_long = 11) &&; // else an array may have any,
-    Member&& at_most(size_t items) &&;                                     // on a link so many
-    Member&& if_missing(int status) &&;
-    Member&& of_any_type() &&; // what is no number is 0
+    Member&& into(size_t output, size_t offset = 0) &&
+    {
+        writes[0].output = output, writes[0].offset = offset, is_placed = true;
+        return std::move(*this);
+    }
+    Member&& and_into(size_t output, std::string bytes) &&
+    {
+        writes.push_back({output, 0, std::move(bytes)});
+        return std::move(*this);
+    }
+    Member&& faults(int of_type, int of_length) &&
+    {
+        return wrong_type = of_type, std::move(*this).fixed_length(of_length, of_length);
+    }
+    Member&& fixed_length(int if_too_short = 11, int if_too_long = 11) && // else an array may have any,
+    {
+        return too_short = if_too_short, too_long = if_too_long, std::move(*this);
+    }
+    Member&& at_most(size_t items) && { return most = items, std::move(*this); } // on a link so many
+    Member&& if_missing(int status) && { return missing = status, std::move(*this); }
+    Member&& of_any_type() && { return wrong_type = 0, std::move(*this); } // what is no number is 0
 
     std::string key, value;
     std::vector<Write> writes;
@@ -129,10 +143,10 @@ struct Command : Called {
 // The kinds of rows. `members` are the request's behind "command"; without a command there is no such member.
 using Text = const char*;
 Command set(Called call, Text command, Text members, int answer, Text status_key, Options = {});
+Command set(Called call, Text command, Text members, int answer,
+            Options = {}); // status under the first member's key
 Command set(Called call, Text command, int answer, Text status_key, Options = {});
-Command parameter(Called call, Text command, Text members, int answer, Text status_key,
-                  Entry = Entry::sleeping);
-Command parameter(Called call, Text command, int answer, Text status_key);
+Command parameter(Called call, Text command, Text members, int answer, Entry = Entry::sleeping);
 Command get(Called call, Text command, Text members, int answer, std::vector<Member> read, Options = {});
 Command get(Called call, Text command, int answer, std::vector<Member> read, Options = {});
 Command move(Called call, Text command, Text members, Options = {});

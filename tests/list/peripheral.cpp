@@ -8,8 +8,8 @@ static const float ready[7] = {10.25f, -0.015625f, 0, 179.5f, 0.0078125f, -360, 
 static const float turned[7] = {1, 2, 3, 4, 5, 6, -8.0009765625f};
 
 static const std::vector<Command> power = {
-    set(COMMAND(Set_Arm_Power, true), "set_arm_power", "'arm_power':1", 86, "arm_power"),
-    set(COMMAND(Set_Arm_Power, false), "set_arm_power", "'arm_power':64", 86, "arm_power"),
+    set(COMMAND(Set_Arm_Power, true), "set_arm_power", "'arm_power':1", 86),
+    set(COMMAND(Set_Arm_Power, false), "set_arm_power", "'arm_power':64", 86),
     get(COMMAND(Get_Arm_Power_State), "get_arm_power_state", 87,
         {{"power_state", "65600", as<int>({65600})}}),
     set(COMMAND(Clear_System_Err), "clear_system_err", 88, "clear_state"),

@@ -3,9 +3,9 @@
 #include "recording/messages.h"
 #include "recording/reader.h"
 #include "recording/recorder.h"
+#include "support/own_file.h"
 
 #include <fcntl.h>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <set>
 #include <sstream>
@@ -15,17 +15,6 @@
 namespace {
 
 using namespace kx::recording;
-
-std::string file(const std::string& name)
-{
-    return testing::TempDir() + "kx_" + std::to_string(getpid()) + '_' + name;
-}
-
-std::string content(const std::string& name)
-{
-    std::ifstream in(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 struct Read {
     Account account;
@@ -46,15 +35,15 @@ Read read_all(const std::string& bytes)
 
 TEST(Recorder, SaysWhatIsLostWhenItsFileIsTooSlow)
 {
-    const std::string pipe = file("pipe");
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    const int end = open(pipe.c_str(), O_RDWR);
+    const OwnFile pipe("pipe");
+    ASSERT_EQ(mkfifo(pipe.path.c_str(), 0600), 0);
+    const int end = open(pipe.path.c_str(), O_RDWR);
     constexpr int count = 20'000;
     std::uint64_t taken, lost;
     std::string bytes;
     std::thread drain;
     {
-        Recorder recorder(pipe, Existing::replace, {}, "");
+        Recorder recorder(pipe.path, Existing::replace, {}, "");
         const std::string line(1000, 'x'); // 20 MB in all; the pipe takes 64 kB, and nobody reads
         for (int i = 0; i < count; ++i)
             recorder.reply(1, line);
@@ -76,7 +65,6 @@ TEST(Recorder, SaysWhatIsLostWhenItsFileIsTooSlow)
     }
     drain.join();
     close(end);
-    unlink(pipe.c_str());
 
     std::istringstream in(bytes);
     std::uint64_t lines = 0, next = 0, missing = 0, said = 0;
@@ -98,8 +86,8 @@ TEST(Recorder, SaysWhatIsLostWhenItsFileIsTooSlow)
 // Three chunks of four messages, finished.
 std::string three_chunks()
 {
-    const std::string name = file("chunks.mcap");
-    Writer writer(name, Existing::replace, {wire(), events()});
+    const OwnFile file("chunks.mcap");
+    Writer writer(file.path, Existing::replace, {wire(), events()});
     for (std::uint32_t chunk = 0, number = 0; chunk < 3; ++chunk) {
         std::string records;
         for (int i = 0; i < 4; ++i, ++number)
@@ -108,9 +96,7 @@ std::string three_chunks()
         writer.write_chunk(records);
     }
     writer.finish();
-    std::string bytes = content(name);
-    unlink(name.c_str());
-    return bytes;
+    return file.content();
 }
 
 TEST(Reader, GivesAllWholeChunksOfAFileThatBreaksOff)

@@ -11,7 +11,7 @@ using namespace kx;
 
 static const std::string speed_set = "{\"command\":\"set_joint_max_speed\",\"joint_max_speed\":true}\n";
 
-TEST(Exchange, TimesOutAndLeavesNothingBehind)
+TEST(Exchange, TimesOutAndDropsAReplyThatComesTooLate)
 {
     Arm arm;
     m_nOutTime = 100;
@@ -26,12 +26,11 @@ TEST(Exchange, IgnoresRepliesOfOtherKindsAndOtherArms)
     Arm arm, other;
     m_nOutTime = 200;
     arm.peer.answer("{\"command\":\"set_joint_max_acc\",\"joint_max_speed\":true}\n");
-    std::thread elsewhere([&] {
+    const std::jthread elsewhere([&] {
         arm.peer.next_request();
         other.peer.send(speed_set);
     });
     EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7);
-    elsewhere.join();
 }
 
 TEST(Exchange, SendsNothingWhenTheListIsFull)
@@ -51,26 +50,24 @@ TEST(Exchange, ReadsTheTextAtThePlaceWhereItRegistered)
 {
     Arm arm;
     add_pending(-5, KeyCode::timer, waiting_caller);
-    std::thread mover([&] {
+    const std::jthread mover([&] {
         arm.peer.next_request();
         remove_pending(0); // the caller's entry moves to index 0
         arm.peer.send(speed_set);
     });
     EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 9) << "at index 1 stands no text";
-    mover.join();
 }
 
 TEST(Exchange, QueuesForManyArmsFromManyThreads)
 {
     Arm arms[4];
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (Arm& arm : arms)
         threads.emplace_back([&arm] {
             for (int i = 0; i < 5; ++i)
                 EXPECT_EQ(Set_Joint_Min_Pos(arm.sockfd, 1, static_cast<float>(i), false), 0);
         });
-    for (std::thread& thread : threads)
-        thread.join();
+    threads.clear(); // which waits for them
     for (Arm& arm : arms)
         for (int i = 0; i < 5; ++i)
             EXPECT_EQ(arm.peer.next_request(),

@@ -1,5 +1,5 @@
 // What goes wrong between library and controller, on both kinds of connection: the rows of docs/faults.md.
-#include "link/far_end.h"
+#include "support/connection.h"
 #include "support/peer.h"
 
 #include "kx_base.h"
@@ -47,25 +47,25 @@ std::string of_length(size_t length) // with its line feed
 const std::string another_kind = "{\"command\":\"timer\",\"set_state\":true}\n";
 const std::string push = "{\"command\":\"joint_state\",\"joint\":[1,2,3,4,5,6],\"arm_err\":0}\n";
 
-using Deed = std::function<void(FarEnd&)>;
+using Deed = std::function<void(Connection&)>;
 
 Deed says(const std::string& bytes)
 {
-    return [bytes](FarEnd& end) { end.send(bytes); };
+    return [bytes](Connection& end) { end.send(bytes); };
 }
 
-Deed says_and_leaves(const std::string& bytes, void (FarEnd::*leave)() = &FarEnd::close)
+Deed says_and_leaves(const std::string& bytes, void (Connection::*leave)() = &Connection::close)
 {
-    return [bytes, leave](FarEnd& end) {
+    return [bytes, leave](Connection& end) {
         end.send(bytes);
         (end.*leave)();
     };
 }
 
-void byte_by_byte(FarEnd& end)
+void byte_by_byte(Connection& end)
 {
     for (const char byte : reply(4))
-        end.send({byte});
+        end.send({&byte, 1});
 }
 
 constexpr int connection_is_gone = -1, not_played = -2;
@@ -83,7 +83,7 @@ struct Fault {
 const Fault faults[] = {
     {"none", {}, says(reply(4)), good, good},
     {"closes", {}, says_and_leaves(""), timed_out, lost, gone, gone},
-    {"resets", {}, says_and_leaves("", &FarEnd::reset), timed_out, lost, gone, gone},
+    {"resets", {}, says_and_leaves("", &Connection::reset), timed_out, lost, gone, gone},
     {"closes within the reply", {}, says_and_leaves(begin + "4000,"), bad, lost, gone, gone},
     {"closes before the end of the line", {}, says_and_leaves(reply(4, "}")), good, lost, gone, gone},
     {"closes behind the reply", {}, says_and_leaves(reply(4)), good, good, gone, gone},
@@ -147,7 +147,7 @@ TEST_P(Faults, EndInTheirStatusAndLeaveTheNextCall)
         SCOPED_TRACE(fault.name);
         Door door;
         const int arm = kind.open("127.0.0.1", door.port(), 46);
-        FarEnd end = door.accept();
+        Connection end = door.accept();
         if (fault.before) {
             fault.before(end);
             until_all_is_taken();
@@ -179,7 +179,7 @@ TEST_P(Faults, OfAControllerThatDoesNotReadAreTold)
     const ConnectionKind& kind = *GetParam();
     Door door(128, 2048);
     const int arm = kind.open("127.0.0.1", door.port(), 46);
-    const FarEnd end = door.accept();
+    const Connection end = door.accept();
     int status = 0;
     for (int i = 0; i < 1000000 && status == 0; ++i)
         status = Movep_CANFD(arm, POSE());

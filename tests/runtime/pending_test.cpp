@@ -2,9 +2,13 @@
 #include "kx_base.h"
 #include "runtime/classic/pending.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 using namespace kx;
+
+static_assert(sizeof(Pending) == 316 && offsetof(Pending, text) == 4 && offsetof(Pending, key) == 304);
+static_assert(std::atomic<int>::is_always_lock_free && sizeof(std::atomic<int>) == sizeof(int));
 
 struct ListTest : testing::Test {
     Pending list[8] = {};
@@ -26,60 +30,39 @@ struct ListTest : testing::Test {
     }
     std::string text(int index) const
     {
-        std::string result;
-        for (const auto& character : list[index].text)
-            if (character == '\0')
-                return result;
-            else
-                result += character;
-        return result + " (no end)";
+        std::string result(std::begin(list[index].text), std::end(list[index].text));
+        return result.substr(0, result.find('\0'));
     }
     // Which of the filled entries stands at an index.
     int origin(int index) const
     {
         const int k = list[index].descriptor - 10;
-        EXPECT_EQ(list[index].key, 100 + k);
-        EXPECT_EQ(list[index].received, k % 2);
-        EXPECT_EQ(list[index].waiting, 1 - k % 2);
-        EXPECT_EQ(text(index), "text " + std::to_string(k));
+        EXPECT_TRUE(list[index].key == 100 + k && list[index].received == k % 2 &&
+                    list[index].waiting == 1 - k % 2 && text(index) == "text " + std::to_string(k));
         return k;
     }
 };
-
-TEST_F(ListTest, LayoutIsThatOfTheInterface)
-{
-    static_assert(sizeof(Pending) == 316 && offsetof(Pending, text) == 4 && offsetof(Pending, key) == 304);
-    static_assert(std::atomic<int>::is_always_lock_free && sizeof(std::atomic<int>) == sizeof(int));
-}
 
 TEST_F(ListTest, AddWipesTheTextAndDoesNotCount)
 {
     write(2, std::string(299, 'x'));
     EXPECT_EQ(Add_List(list, 2, 5, 64, 0, 1), 0);
-    for (const auto& character : list[2].text)
-        ASSERT_EQ(character, '\0');
-    EXPECT_EQ(list[2].descriptor, 5);
-    EXPECT_EQ(list[2].key, 64);
-    EXPECT_EQ(list[2].waiting, 1);
-    EXPECT_EQ(count, 0);
+    EXPECT_TRUE(std::ranges::all_of(list[2].text, [](const auto& character) { return character == '\0'; }));
+    EXPECT_TRUE(list[2].descriptor == 5 && list[2].key == 64 && list[2].waiting == 1 && count == 0);
 }
 
 TEST_F(ListTest, RemovalMovesLaterEntriesDown)
 {
-    struct {
-        int entries, index;
-        std::vector<int> left;
-    } const rows[] = {
-        {4, 0, {1, 2, 3}}, {4, 1, {0, 2, 3}},    {4, 3, {0, 1, 2}},     {2, 0, {1}},
-        {2, 1, {0}},       {4, 4, {0, 1, 2, 3}}, {4, -1, {0, 1, 2, 3}}, {3, 99, {0, 1, 2}},
-    };
-    for (const auto& row : rows) {
-        fill(row.entries);
-        ClearList(list, &count, row.index);
-        std::vector<int> left;
+    const std::tuple<int, int, std::string> rows[] = {{4, 0, "123"},   {4, 1, "023"}, {4, 3, "012"},
+                                                      {2, 0, "1"},     {2, 1, "0"},   {4, 4, "0123"},
+                                                      {4, -1, "0123"}, {3, 99, "012"}};
+    for (const auto& [entries, index, expected] : rows) {
+        fill(entries);
+        ClearList(list, &count, index);
+        std::string left;
         for (int k = 0; k < count; ++k)
-            left.push_back(origin(k));
-        EXPECT_EQ(left, row.left) << row.entries << " entries, index " << row.index;
+            left += std::to_string(origin(k));
+        EXPECT_EQ(left, expected) << entries << " entries, index " << index;
     }
     fill(4);
     ClearList(list, &count, 3);
@@ -99,12 +82,8 @@ TEST_F(ListTest, AListOfOneIsEmptiedWhateverTheIndex)
     for (int index : {0, 5, -3}) {
         fill(1);
         ClearList(list, &count, index);
-        EXPECT_EQ(count, 0);
-        EXPECT_EQ(text(0), "");
-        EXPECT_EQ(list[0].descriptor, 0);
-        EXPECT_EQ(list[0].key, 0);
-        EXPECT_EQ(list[0].received, 0);
-        EXPECT_EQ(list[0].waiting, 1);
+        EXPECT_TRUE(count == 0 && text(0).empty() && list[0].descriptor == 0 && list[0].key == 0 &&
+                    list[0].received == 0 && list[0].waiting == 1);
     }
 }
 

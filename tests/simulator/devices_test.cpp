@@ -1,9 +1,6 @@
 // What the virtual controller serves besides the arm: grippers, sensors, drag teaching, Modbus, lift and base.
-#include <fstream>
-
-#include <unistd.h>
-
 #include "simulator/scenario.h"
+#include "support/own_file.h"
 
 using namespace kx::sim;
 
@@ -347,15 +344,13 @@ TEST(Devices, TheBaseDrivesArcsAndFindsItsStation)
 
 TEST(Devices, TheLogTellsWhatWasRefused)
 {
-    const std::string log = testing::TempDir() + "kx-log-" + std::to_string(getpid());
-    Scenario::of(46, with([&](World& world) { world.log_file = log; }))->play(R"(
+    const OwnFile log;
+    Scenario::of(46, with([&](World& world) { world.log_file = log.path; }))->play(R"(
         2.5  movej joint [0,0,0,0,0,0] v 0           -> no speed
              set_wifi_ap wifi_name shop password "s" -> later
              get_log_file                            -> set_state true)");
-    std::ifstream file(log);
-    std::string refused, network;
-    std::getline(file, refused), std::getline(file, network);
-    remove(log.c_str());
+    const std::string all = log.content(), refused = all.substr(0, all.find('\n')),
+                      network = all.substr(refused.size());
     EXPECT_EQ(refused.find("2.5"), 0u);
     EXPECT_NE(refused.find("refused movej: the speed"), refused.npos) << refused;
     EXPECT_NE(network.find("shop with a password"), network.npos) << network;

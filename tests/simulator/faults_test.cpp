@@ -27,16 +27,8 @@ TEST(FaultText, IsUnderstoodOrSaysWhatIsWrong)
 {
     const struct {
         const char* text;
-        const char* wrong; ///< part of the message, empty if nothing is
+        const char* wrong; ///< part of the message
     } rows[] = {
-        {"delay 200 jitter 50", ""},
-        {"  pieces   3  ", ""},
-        {"refuse movej movel", ""},
-        {"joint-error 6", ""},
-        {"speed 0.5", ""},
-        {"speed off", ""},
-        {"reset", ""},
-        {"off", ""},
         {"", "the fault is missing"},
         {"dely 200", "only delay, drop"},
         {"delay", "MS is missing"},
@@ -48,13 +40,7 @@ TEST(FaultText, IsUnderstoodOrSaysWhatIsWrong)
         {"refuse fly", "no command fly"},
         {"joint-error 7", "from 1 to 6"},
         {"reset off", "nothing to end"},
-        {"pause", ""},
         {"off now", "\"now\" was not expected"},
-        {"di 1 on", ""},
-        {"tool-di 4 off", ""},
-        {"ai 2 9.5", ""},
-        {"push 0 -5 12.5", ""},
-        {"object 40 mass 1.5", ""},
         {"di 5 on", "from 1 to 4"},
         {"di 1", "on or off"},
         {"di off", "nothing to end"},
@@ -66,14 +52,17 @@ TEST(FaultText, IsUnderstoodOrSaysWhatIsWrong)
         {"step -1", "from 0 to 3600"},
     };
     FaultsOfAnArm arm;
-    for (const auto& row : rows) {
-        EXPECT_EQ(arm.faults.apply(row.text).empty(), *row.wrong == 0) << row.text;
-        EXPECT_NE(arm.faults.check(row.text).find(row.wrong), std::string::npos) << row.text;
+    for (const auto& row : rows)
+        for (const std::string& said : {arm.faults.apply(row.text), arm.faults.check(row.text)})
+            EXPECT_NE(said.find(row.wrong), std::string::npos) << row.text;
+    for (const char* text : {"delay 200 jitter 50", "  pieces   3  ", "refuse movej movel", "joint-error 6",
+                             "speed 0.5", "speed off", "reset", "off", "pause", "di 1 on", "tool-di 4 off",
+                             "ai 2 9.5", "push 0 -5 12.5", "object 40 mass 1.5"}) {
+        EXPECT_EQ(arm.faults.check(text), "") << text;
+        EXPECT_EQ(arm.faults.apply(text), "") << text;
     }
     EXPECT_EQ(arm.resets, 1) << "nothing is done by a check";
-    EXPECT_TRUE(arm.world().digital_inputs[0]);
-    EXPECT_EQ(arm.world().analogue_inputs[1], 9.5);
-    EXPECT_EQ(arm.world().push[2], 12.5);
+    EXPECT_TRUE(arm.world().analogue_inputs[1] == 9.5 && arm.world().push[2] == 12.5);
     EXPECT_EQ(arm.world().object.value().mass, 1.5);
     EXPECT_EQ(arm.faults.apply("off"), "");
     EXPECT_FALSE(arm.world().object) << "what goes on is ended";

@@ -115,17 +115,10 @@ class Scenario : public kx::sim::Client {
     /** Words, texts in quotes, and whole JSON arrays and objects. */
     static std::deque<std::string> split(const std::string& line)
     {
+        static const std::regex word(R"(("[^"]*"|\[[^\]]*\]|\{[^}]*\}|[^\s"\[{])+)");
         std::deque<std::string> words;
-        int depth = 0;
-        bool quoted = false, inside = false;
-        for (const char c : line) {
-            if (c == '"') quoted = !quoted;
-            if (!quoted) depth += (c == '[' || c == '{') - (c == ']' || c == '}');
-            const bool blank = c == ' ' && !quoted && depth == 0;
-            if (!blank && !inside) words.emplace_back();
-            if (!blank) words.back() += c;
-            inside = !blank;
-        }
+        for (std::sregex_iterator match(line.begin(), line.end(), word), end; match != end; ++match)
+            words.push_back(match->str());
         return words;
     }
 

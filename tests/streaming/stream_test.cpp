@@ -1,8 +1,9 @@
 // Streams as applications meet them: with a sender, over a link. Here is what only the whole can show; what a
 // stream decides, and when, is tested on simulated time.
 #include "kx_base.h"
-#include "link/far_end.h"
+#include "support/connection.h"
 #include "support/controller.h"
+#include "support/own_file.h"
 
 #include <atomic>
 #include <cmath>
@@ -37,20 +38,18 @@ class Playing {
     int link;
 
   private:
-    void serve(FarEnd end)
+    void serve(Connection end)
     {
         for (std::string request; !(request = end.request()).empty();) {
             if (request.find("get_joint_degree") != request.npos) {
-                end.send("{\"command\":\"joint_degree\",\"joint\":[0,-20000,-60000,0,-80000,0]}\n");
+                end.say(R"({"command":"joint_degree","joint":[0,-20000,-60000,0,-80000,0]})");
                 continue;
             }
-            std::string joints = request.substr(request.find('['));
-            joints.resize(joints.find(']') + 1);
-            {
-                const std::lock_guard lock(mutex_);
-                set_points_.push_back(atof(joints.c_str() + 1) / 1000);
-            }
-            end.send("{\"command\":\"joint_state\",\"arm_err\":0,\"joint\":" + joints + "}\n");
+            const std::string joints =
+                request.substr(request.find('['), request.find(']') + 1 - request.find('['));
+            const std::lock_guard lock(mutex_);
+            set_points_.push_back(atof(joints.c_str() + 1) / 1000);
+            end.say("{\"command\":\"joint_state\",\"arm_err\":0,\"joint\":" + joints + "}");
         }
     }
 
@@ -128,11 +127,11 @@ TEST(StreamOverALink, FaultsInMidMotionEndItInTheStatedWay)
         {"", KX_Stream_Stop, KX_STREAM_STOPPED},
         {"", KX_Link_Close, KX_STREAM_LOST},
     };
-    const std::string script = testing::TempDir() + "faults_" + std::to_string(getpid());
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.fault) + " " + KX_Stream_Words(row.reason));
-        std::ofstream(script) << (*row.fault ? "movej_canfd+0.8 " : "# ") << row.fault << "\n";
-        const Controller controller({"--spacing", "0", "--script", script});
+        const OwnFile script("script",
+                             std::string(*row.fault ? "movej_canfd+0.8 " : "# ") + row.fault + "\n");
+        const Controller controller({"--spacing", "0", "--script", script.path});
         const int link = KX_Link_Open("127.0.0.1", controller.port(), 46, nullptr);
         KX_STREAM_OPTIONS options = patient();
         if (row.reason == KX_STREAM_SILENT) options.silence = 0.3;
@@ -150,7 +149,6 @@ TEST(StreamOverALink, FaultsInMidMotionEndItInTheStatedWay)
         EXPECT_EQ(KX_Stream_Close(stream), KX_SUCCESS);
         KX_Link_Close(link);
     }
-    std::remove(script.c_str());
 }
 
 TEST(StreamOverALink, MayBeClosedByItsOwnCallbackAndWhileSomebodyWaits)
@@ -174,15 +172,14 @@ TEST(StreamOverALink, RefusesWhatCannotBe)
     Playing controller;
     EXPECT_EQ(KX_Stream_Open(17, nullptr), -KX_BAD_DESCRIPTOR);
     EXPECT_EQ(KX_Stream_Joints(536870912, there, 0), KX_BAD_DESCRIPTOR);
-    const auto opened_with = [&](void (*change)(KX_STREAM_OPTIONS&)) {
+    void (*const wrong[])(KX_STREAM_OPTIONS&) = {
+        [](auto& o) { o.rate = 0; }, [](auto& o) { o.look_ahead = -1; }, [](auto& o) { o.jerk[5] = 0; },
+        [](auto& o) { o.velocity[0] = NAN; }};
+    for (const auto change : wrong) {
         KX_STREAM_OPTIONS options = patient();
         change(options);
-        return KX_Stream_Open(controller.link, &options);
-    };
-    EXPECT_EQ(opened_with([](KX_STREAM_OPTIONS& o) { o.rate = 0; }), -KX_WRONG_TYPE);
-    EXPECT_EQ(opened_with([](KX_STREAM_OPTIONS& o) { o.look_ahead = -1; }), -KX_WRONG_TYPE);
-    EXPECT_EQ(opened_with([](KX_STREAM_OPTIONS& o) { o.jerk[5] = 0; }), -KX_WRONG_TYPE);
-    EXPECT_EQ(opened_with([](KX_STREAM_OPTIONS& o) { o.velocity[0] = NAN; }), -KX_WRONG_TYPE);
+        EXPECT_EQ(KX_Stream_Open(controller.link, &options), -KX_WRONG_TYPE);
+    }
 
     const int stream = KX_Stream_Open(controller.link, nullptr);
     const float nonsense[] = {0, NAN, 0, 0, 0, 0};
@@ -204,16 +201,15 @@ TEST(StreamOverALink, RefusesWhatCannotBe)
 // What is played is what was written down, passed at its times.
 TEST(StreamOverALink, PlaysATrajectory)
 {
-    const std::string path = testing::TempDir() + "played_" + std::to_string(getpid()) + ".csv";
-    FILE* file = fopen(path.c_str(), "w");
+    std::ostringstream rows;
     for (int i = 0; i <= 50; ++i)
-        fprintf(file, "%.2f,%.3f,-20,-60,0,-80,0\n", 7 + i * 0.02, 5 - 10 * std::cos(M_PI * i / 50));
-    fclose(file);
+        rows << 7 + i * 0.02 << "," << 5 - 10 * std::cos(M_PI * i / 50) << ",-20,-60,0,-80,0\n";
+    const OwnFile file("played.csv", rows.str());
 
     Playing controller;
     const KX_STREAM_OPTIONS options = patient();
     const int stream = KX_Stream_Open(controller.link, &options);
-    EXPECT_EQ(KX_Stream_Play(stream, path.c_str(), nullptr), KX_SUCCESS);
+    EXPECT_EQ(KX_Stream_Play(stream, file.path.c_str(), nullptr), KX_SUCCESS);
     EXPECT_EQ(KX_Stream_Joints(stream, there, 0), KX_WRONG_TYPE) << "while it plays";
     EXPECT_EQ(KX_Stream_Wait(stream, 60000), KX_SUCCESS);
     const std::vector<double> passed = controller.set_points();
@@ -221,7 +217,6 @@ TEST(StreamOverALink, PlaysATrajectory)
     EXPECT_NEAR(*least, -5, 0.01) << "it begins with the first row";
     EXPECT_NEAR(passed.back(), 15, 0.001);
     KX_Stream_Close(stream);
-    remove(path.c_str());
 }
 
 } // namespace

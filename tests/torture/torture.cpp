@@ -84,33 +84,27 @@ void free(void* block)
 }
 
 // A function of the C library that gives -1 and an error when it is its turn.
-#define FAILING(name, error, parameters, arguments)                                                          \
-    extern "C" int name parameters                                                                           \
+#define FAILING(type, name, error, parameters, arguments)                                                    \
+    extern "C" type name parameters                                                                          \
     {                                                                                                        \
-        static const auto real = reinterpret_cast<int(*) parameters>(dlsym(RTLD_NEXT, #name));               \
+        static const auto real = reinterpret_cast<type(*) parameters>(dlsym(RTLD_NEXT, #name));              \
         if (!fails(#name, CALLER)) return real arguments;                                                    \
         errno = error;                                                                                       \
         return -1;                                                                                           \
     }
-#define FAILING_TRANSFER(name, error, bytes)                                                                 \
-    extern "C" ssize_t name(int socket, bytes buffer, size_t size, int flags)                                \
-    {                                                                                                        \
-        static const auto real =                                                                             \
-            reinterpret_cast<ssize_t (*)(int, bytes, size_t, int)>(dlsym(RTLD_NEXT, #name));                 \
-        if (!fails(#name, CALLER)) return real(socket, buffer, size, flags);                                 \
-        errno = error;                                                                                       \
-        return -1;                                                                                           \
-    }
-FAILING(socket, EMFILE, (int domain, int type, int protocol), (domain, type, protocol))
-FAILING(connect, ECONNREFUSED, (int socket, const sockaddr* address, socklen_t size), (socket, address, size))
-FAILING(epoll_create1, EMFILE, (int flags), (flags))
-FAILING(epoll_ctl, ENOMEM, (int epoll, int operation, int descriptor, epoll_event* event),
+FAILING(int, socket, EMFILE, (int domain, int type, int protocol), (domain, type, protocol))
+FAILING(int, connect, ECONNREFUSED, (int socket, const sockaddr* address, socklen_t size),
+        (socket, address, size))
+FAILING(int, epoll_create1, EMFILE, (int flags), (flags))
+FAILING(int, epoll_ctl, ENOMEM, (int epoll, int operation, int descriptor, epoll_event* event),
         (epoll, operation, descriptor, event))
-FAILING(epoll_wait, EINTR, (int epoll, epoll_event* events, int count, int timeout),
+FAILING(int, epoll_wait, EINTR, (int epoll, epoll_event* events, int count, int timeout),
         (epoll, events, count, timeout))
-FAILING(eventfd, EMFILE, (unsigned count, int flags), (count, flags))
-FAILING_TRANSFER(send, ECONNRESET, const void*)
-FAILING_TRANSFER(recv, ECONNRESET, void*)
+FAILING(int, eventfd, EMFILE, (unsigned count, int flags), (count, flags))
+FAILING(ssize_t, send, ECONNRESET, (int socket, const void* buffer, size_t size, int flags),
+        (socket, buffer, size, flags))
+FAILING(ssize_t, recv, ECONNRESET, (int socket, void* buffer, size_t size, int flags),
+        (socket, buffer, size, flags))
 
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
                               void* argument)
