@@ -196,6 +196,7 @@ hear('state', ({ detail: state, arm }) => {
   strip.show(arm, state);
   if (arm === controller.arm) showAll(entry), plots.tell();
   draw(arm);
+  furnishSoon();
 });
 
 /** Draws an arm as it is, unless somebody looks at its past. */
@@ -205,7 +206,14 @@ function draw(arm) {
   if (!view.plain && arm === controller.arm) get('hint').hidden = !arms[arm].state.teaching;
 }
 
-/** The drawing takes its time, and may not be possible in 3D. */
+/** The drawing takes its time, so it comes when all else has been seen. */
+let furnishes = false;
+function furnishSoon() {
+  if (!furnishes) requestAnimationFrame(() => setTimeout(furnish));
+  furnishes = true;
+}
+
+/** It may not be possible in 3D. */
 async function furnish() {
   const element = get('view');
   let made;
@@ -219,7 +227,6 @@ async function furnish() {
     get('hint').hidden = false;
     write(get('hint'), 'no 3D in this browser: the arm is drawn flat');
   }
-  if (!arms.length) await new Promise((told) => controller.addEventListener('about', told, { once: true }));
   made.build(arms.map(({ about }) => about));
   made.choose(controller.arm);
   if (wished('view')) made.view(wished('view'));
@@ -234,5 +241,3 @@ async function furnish() {
       keep('view', button.dataset.view);
     });
 }
-
-furnish();

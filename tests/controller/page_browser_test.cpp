@@ -430,20 +430,41 @@ TEST(PageInABrowser, IsReadByEverybody)
             "return document.querySelectorAll('output, [role=status], [role=alert], [aria-live]').length"),
         2)
         << "the mode, and what was refused";
-    const std::string contrast = // Web Content Accessibility Guidelines 2.2
-        "const style = getComputedStyle(document.documentElement);"
-        "const light = (name) => { const value = parseInt(style.getPropertyValue(name).trim().slice(1), 16);"
-        "  return [16, 8, 0].map((shift) => (value >> shift & 255) / 255)"
-        "    .map((c) => c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4)"
-        "    .reduce((sum, c, i) => sum + c * [0.2126, 0.7152, 0.0722][i], 0) + 0.05; };"
-        "return Math.min(...['--ink', '--soft', '--blue', '--amber', '--red'].flatMap((ink) =>"
-        "  ['--paper', '--surface'].map((paper) => light(ink) / light(paper)).map((c) => Math.max(c, 1 / "
-        "c))))";
-    for (const char* scheme : {"light", "dark"}) {
-        browser.prefer("prefers-color-scheme", scheme);
-        EXPECT_GE(browser.run(contrast).get<double>(), 4.5) << scheme;
-    }
-    browser.prefer("forced-colors", "active");
+    // Web Content Accessibility Guidelines 2.2: what is written, on what is behind it, on every leaf and in the picture.
+    const std::string faint = R"(
+        const light = (colour) => [0, 1, 2].map((i) => colour[i] / 255)
+            .map((c) => (c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4))
+            .reduce((sum, c, i) => sum + c * [0.2126, 0.7152, 0.0722][i], 0) + 0.05;
+        const read = (text) => (([r, g, b, a = 1]) => [r, g, b, a])(text.match(/[\d.]+/g).map(Number));
+        const over = (top, below) => [0, 1, 2].map((i) => top[i] * top[3] + below[i] * (1 - top[3]));
+        const ground = (node) => {
+            const own = read(getComputedStyle(node).backgroundColor);
+            return own[3] === 1 ? own : over(own, ground(node.parentElement));
+        };
+        const thin = (node) => (node ? getComputedStyle(node).opacity * thin(node.parentElement) : 1);
+        const writes = (node) => node.checkVisibility({ checkVisibilityCSS: true }) && node.tagName !== 'OPTION'
+            && (node.matches('select, input:not([type=range])')
+                || [...node.childNodes].some((child) => child.nodeType === 3 && child.data.trim()));
+        const pairs = () => [...document.querySelectorAll('body *')].filter(writes).map((node) => {
+            const [r, g, b, a] = read(getComputedStyle(node).color);
+            return [node.textContent || node.id, over([r, g, b, a * thin(node)], ground(node)), ground(node)];
+        });
+        document.querySelector('#message').classList.add('shown');
+        for (const id of ['message', 'errors', 'running']) document.querySelector('#' + id).textContent = id;
+        const all = [...document.querySelectorAll('[role=tab]')].flatMap((tab) => (tab.click(), pairs()));
+        const style = getComputedStyle(document.documentElement);
+        const named = (name) => [0, 2, 4].map((i) => parseInt(style.getPropertyValue(name).trim().slice(1 + i, 3 + i), 16));
+        for (const name of ['soft', 'axisx', 'axisy', 'axisz', 'accent'])
+            all.push([name, named('--3d-' + name), named('--3d-background')]);
+        const contrast = (a, b) => Math.max(light(a) / light(b), light(b) / light(a));
+        return all.filter(([, ink, paper]) => contrast(ink, paper) < 4.5).map(([text]) => text);)";
+    for (const char* colours : {"none", "active"})
+        for (const char* scheme : {"light", "dark"}) {
+            browser.prefer({{"prefers-color-scheme", scheme}, {"forced-colors", colours}});
+            EXPECT_EQ(browser.run(faint), Browser::Json::array())
+                << scheme << ", forced colours: " << colours;
+        }
+    browser.prefer({{"forced-colors", "active"}});
     EXPECT_NE(browser.run("const look = (id) => getComputedStyle(document.querySelector(id)).backgroundColor;"
                           "return look('.lamp')"),
               browser.run("return getComputedStyle(document.querySelector('header')).backgroundColor"))
@@ -506,7 +527,7 @@ TEST(PageInABrowser, ShowsTheArmAndWorksIt)
         [&] { return browser.text("#lines").find("\"trajectory_state\":false") != std::string::npos; }));
 
     save("page-light.png", browser.screenshot());
-    browser.prefer("prefers-color-scheme", "dark");
+    browser.prefer({{"prefers-color-scheme", "dark"}});
     save("page-dark.png", browser.screenshot());
     for (const std::string& complaint : browser.complaints())
         ADD_FAILURE() << complaint;

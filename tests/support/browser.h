@@ -103,9 +103,12 @@ class Browser {
         return messages;
     }
 
-    void prefer(const char* feature, const char* value)
+    void prefer(const std::vector<std::pair<const char*, const char*>>& wishes)
     {
-        protocol("Emulation.setEmulatedMedia", {{"features", {{{"name", feature}, {"value", value}}}}});
+        Json features = Json::array();
+        for (const auto& [feature, value] : wishes)
+            features.push_back({{"name", feature}, {"value", value}});
+        protocol("Emulation.setEmulatedMedia", {{"features", features}});
     }
 
     // A PNG file's bytes, in base 64.
