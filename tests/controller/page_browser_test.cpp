@@ -4,7 +4,9 @@
 #include "support/connection.h"
 
 #include <cmath>
+#include <filesystem>
 #include <future>
+#include <sstream>
 
 namespace {
 
@@ -40,6 +42,19 @@ bool shows(Browser& browser, const char* id, const std::string& text)
     const bool shown = eventually([&] { return browser.text(id) == text; });
     EXPECT_TRUE(shown) << id << " is \"" << browser.text(id) << "\", not \"" << text << '"';
     return shown;
+}
+
+/** The file that a page gives its user when something is clicked; there is no other one of that name. */
+std::string downloaded(Browser& browser, const std::string& selector, const std::string& name)
+{
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::absolute("downloads");
+    fs::remove_all(folder);
+    browser.download_to(folder);
+    browser.click(selector);
+    EXPECT_TRUE(eventually([&] { return fs::exists(folder / name); })) << name;
+    std::ifstream file(folder / name, std::ios::binary);
+    return {std::istreambuf_iterator(file), {}};
 }
 
 /** How far from a place the flange is drawn, m. */
@@ -386,6 +401,119 @@ TEST(PageInABrowser, TellsOfFaultsEventsAndTheRest)
     EXPECT_EQ(browser.text("#plot-event").substr(0, 3), "at ");
 }
 
+// What is seen is taken along: curves as numbers and as a picture, and the lines on the wire with their latencies.
+TEST(PageInABrowser, GivesFiles)
+{
+    Application app{46, {"--web", "0", "--speed", "10"}};
+    Browser browser;
+    browser.open(address(app.controller->page()) + "#tab=curves");
+    ASSERT_TRUE(shows(browser, "#mode", "ready"));
+    float target[7] = {30, -20, 40, 0, 60, 0};
+    ASSERT_EQ(Movej_Cmd(app.arm, target, 50, 0, true), 0);
+    ASSERT_TRUE(shows(browser, "[data-name=\"Joint 3\"]", "40.000°"));
+    const std::string table = downloaded(browser, "#plot-csv", "joint-angles.csv");
+    EXPECT_TRUE(table.starts_with("time (s),joint 1 (°),joint 2 (°)")) << table.substr(0, 80);
+    EXPECT_TRUE(table.ends_with(",30,-20,40,0,60,0\n")) << table.substr(table.size() - 80);
+    EXPECT_GT(std::ranges::count(table, '\n'), 5) << "the way there";
+    EXPECT_TRUE(downloaded(browser, "#plot-png", "joint-angles.png").starts_with("\x89PNG"));
+    EXPECT_TRUE(eventually(
+        [&] { return browser.text("#lines").find("trajectory_state\":true") != std::string::npos; }));
+    std::istringstream lines(downloaded(browser, "#wire-save", "wire.txt"));
+    std::string line;
+    while (std::getline(lines, line) && line.find("\"movej\"") == line.npos) {
+    }
+    double took = 0; // of the arm's time
+    EXPECT_EQ(std::sscanf(line.c_str(), "%*f\tclient 1\t->\t%lf ms", &took), 1) << line;
+    EXPECT_GT(took, 500);
+}
+
+// Joints in error, near a limit or without power are told apart in the picture.
+TEST(PageInABrowser, TintsJoints)
+{
+    Application app{46, {"--web", "0", "--speed", "100"}};
+    Browser browser;
+    browser.open(address(app.controller->page()) + "#tab=trouble");
+    ASSERT_TRUE(shows(browser, "#mode", "ready"));
+    ASSERT_TRUE(eventually(
+        [&] { return off(browser, Forward_Kinematics(46, app.joints().data()).position) < 1e-3; }));
+    const auto pixels = [&](const std::string& colour) {
+        return browser
+            .run("const bytes = Uint8Array.from(atob('" + browser.screenshot() +
+                 R"('), (c) => c.charCodeAt());
+                return createImageBitmap(new Blob([bytes])).then((picture) => {
+                    const paper = new OffscreenCanvas(832, 440).getContext('2d');
+                    paper.drawImage(picture, 0, -100);
+                    const { data } = paper.getImageData(0, 0, 832, 440);
+                    let count = 0;
+                    for (let i = 0; i < data.length; i += 4) {
+                        const [r, g, b] = data.slice(i, i + 3);
+                        count += )" +
+                 colour + "; } return count; })")
+            .get<int>();
+    };
+    const float turned[7] = {0, 0, 0, 0, 0, 359.5}, start[7] = {};
+    const auto fault = [&](const std::string& text) {
+        browser.run("document.querySelector('#fault').value = '" + text + "'");
+        browser.click("#fault-form .asked button");
+    };
+    const struct {
+        const char *why, *colour;
+        std::function<void()> begin, end;
+    } rows[] = {
+        {"error", "r > 100 && g < r / 2 && b < r / 2", [&] { fault("joint-error 2"); },
+         [&] { browser.click("#clear-errors"); }},
+        {"limit", "r > 120 && g < 0.85 * r && g > 0.4 * r && b < 0.4 * r",
+         [&] { EXPECT_EQ(Movej_Cmd(app.arm, turned, 100, 0, true), 0); },
+         [&] { EXPECT_EQ(Movej_Cmd(app.arm, start, 100, 0, true), 0); }},
+        {"no power", "r < 70 && g < 70 && b < 70", [&] { browser.click("#power"); },
+         [&] { browser.click("#power"); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        const int before = pixels(row.colour);
+        row.begin();
+        EXPECT_TRUE(eventually([&] { return pixels(row.colour) > before + 60; })) << before;
+        row.end();
+        EXPECT_TRUE(eventually([&] { return pixels(row.colour) < before + 20; })) << before;
+    }
+}
+
+// All can be done by keys: the view, held buttons, leaves, lines on the wire.
+TEST(PageInABrowser, IsWorkedByKeys)
+{
+    Application app{46, {"--web", "0"}};
+    Browser browser;
+    browser.open(address(app.controller->page()) + "#jog-step=10&jog-speed=100");
+    ASSERT_TRUE(shows(browser, "#mode", "ready"));
+    ASSERT_TRUE(eventually(
+        [&] { return off(browser, Forward_Kinematics(46, app.joints().data()).position) < 1e-3; }));
+    const auto focus = [&](const std::string& selector) {
+        browser.run("document.querySelector('" + selector + "').focus()");
+    };
+    const std::string right = "\uE014", up = "\uE013", space = " ";
+    focus("#view canvas");
+    for (const std::string& key : {right, up, std::string("+"), std::string("-")}) {
+        const std::string before = browser.screenshot();
+        browser.press(key);
+        EXPECT_TRUE(eventually([&] { return browser.screenshot() != before; })) << key;
+    }
+    focus("[aria-label=\"Joint 3 up\"]");
+    browser.press(space);
+    EXPECT_TRUE(shows(browser, "[data-name=\"Joint 3\"]", "10.000°"));
+    focus("#tab-move");
+    browser.press(right);
+    EXPECT_EQ(browser.run("return document.activeElement.id"), "tab-curves");
+    EXPECT_EQ(browser.run("return document.querySelector('#curves').checkVisibility()"), true);
+    float joint[7];
+    EXPECT_EQ(Get_Joint_Degree(app.arm, joint), 0);
+    focus("#lines");
+    EXPECT_TRUE(eventually([&] {
+        browser.press(up);
+        return browser.run("return [...document.querySelectorAll('.chosen .direction')].map((e) => "
+                           "e.textContent).join('')") == "→←";
+    })) << "a reply, and with it its request";
+}
+
 // Waypoints taken on the page become programs that run, and lead the arm where the page's own Play leads it.
 TEST(PageInABrowser, MakesProgramsOfWaypoints)
 {
@@ -401,15 +529,17 @@ TEST(PageInABrowser, MakesProgramsOfWaypoints)
     ASSERT_TRUE(shows(browser, "[data-name=\"Joint 3\"]", "40.000°"));
     browser.run("document.querySelector('#target-kind').value = 'line'");
     browser.click("#place-take");
-    const std::string program =
-        browser.run("HTMLAnchorElement.prototype.click = () => {};"
-                    "return new Promise((done) => {"
-                    "URL.createObjectURL = (blob) => (blob.text().then(done), 'about:blank');"
-                    "document.querySelector('#place-cpp').click(); })");
-    std::ofstream("waypoints.cpp") << program;
-    ASSERT_EQ(std::system(COMPILE " -o waypoints waypoints.cpp -lKX_Service"), 0) << program;
+    std::ofstream("waypoints.cpp") << downloaded(browser, "#place-cpp", "waypoints.cpp");
+    ASSERT_EQ(std::system(COMPILE " -o waypoints waypoints.cpp -lKX_Service"), 0);
 
     const std::function<bool()> ways[] = {[] { return std::system("./waypoints") == 0; },
+#ifdef PYTHON
+                                          [&] {
+                                              std::ofstream("waypoints.py")
+                                                  << downloaded(browser, "#place-python", "waypoints.py");
+                                              return std::system(PYTHON "waypoints.py") == 0;
+                                          },
+#endif
                                           [&] { return browser.click("#place-play"), true; }};
     for (const auto& way : ways) {
         ASSERT_EQ(Movej_Cmd(app.arm, away, 100, 0, true), 0);

@@ -111,6 +111,12 @@ class Browser {
         protocol("Emulation.setEmulatedMedia", {{"features", features}});
     }
 
+    // Has files that a page gives its user go into a folder.
+    void download_to(const std::string& folder)
+    {
+        protocol("Browser.setDownloadBehavior", {{"behavior", "allow"}, {"downloadPath", folder}});
+    }
+
     // A PNG file's bytes, in base 64.
     std::string screenshot()
     {
