@@ -28,10 +28,9 @@ static uint64_t random_state;
 
 static World* world;
 
-void follow(Course& wanted, World& played)
+void follow(Course& wanted)
 {
     course = &wanted;
-    world = &played;
     random_state = wanted.seed * 0x9E3779B97F4A7C15u + 1;
     if (!wanted.is_given) wanted.count = 0;
     wanted.steps = 0;
@@ -188,8 +187,9 @@ static void may_be_interrupted()
     if (running && one_in(6)) swapcontext(&running->context, &scheduler);
 }
 
-void run(const std::function<bool()>& is_over)
+void run(World& played, const std::function<bool()>& is_over)
 {
+    world = &played;
     constexpr Time longest_stall = 5 * millisecond;
     constexpr uint64_t most_steps = 50000; // many times those of any course
     Time idle_at = time_now;               // when nobody had anything to do, last

@@ -27,6 +27,7 @@ struct Course { // in memory that outlives the process
     char fault[300]; // empty if there was none
 };
 
+void follow(Course& course); // from now on everything is simulated
 unsigned choose(unsigned count);
 bool one_in(unsigned count);
 
@@ -64,7 +65,9 @@ struct World {
     virtual void disturb() = 0;
 };
 
-void follow(Course& course, World& world);      // from now on everything is simulated
-void run(const std::function<bool()>& is_over); // all threads
+void run(World& world, const std::function<bool()>& is_over); // all threads
+
+// The whole of a program that plays courses, [steps] [seed] or --replay DECISIONS: its exit status.
+int explore(int count, char** arguments, void (*course)());
 
 } // namespace simulated
