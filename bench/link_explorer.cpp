@@ -26,7 +26,7 @@ namespace {
 constexpr Time ms = millisecond;
 constexpr Time slack = 15 * ms;  // of a wait's end: threads are stalled for up to 5 ms
 constexpr Time margin = 40 * ms; // by which the far side keeps to what it must
-constexpr int reply_ms = 100, motion_ms = 600, late_ms = 200, silence_ms = 200, connect_ms = 80;
+constexpr int reply_ms = 100, motion_ms = 600, late_ms = 200, connect_ms = 80;
 
 enum Kind { question, setting, motion, target, stop, state, kinds };
 
@@ -92,6 +92,7 @@ class Doing {
 struct Link {
     int handle = 0, port;
     bool reconnects;
+    int silence_ms;
     enum { accepts, refuses, ignores } door = accepts;
     Time closing = never, closed = never;
     Deed cancel, stops;
@@ -130,7 +131,7 @@ bool is_troubled(const Link& link)
 
 bool is_silent(const Link& link)
 {
-    constexpr Time enough = (silence_ms - 1) * ms;
+    const Time enough = (link.silence_ms - 1) * ms;
     if (!link.connection) return false;
     const Time heard = link.connection->heard; // perhaps not yet by the link
     return now() - heard >= enough ||
@@ -180,6 +181,12 @@ Request& new_request(Kind kind, int id, Link* link, bool blocks, Time timeout)
 
 class FarSide : public World {
   public:
+    const char* thread_name(unsigned number) override
+    {
+        static constexpr const char* names[] = {"callbacks", "loop"};
+        return number < 2 ? names[number] : "look-up";
+    }
+
     void dialled(Socket& socket) override
     {
         Link& link = *links.at(static_cast<size_t>(socket.port - 1000));
@@ -404,7 +411,7 @@ class FarSide : public World {
             Request* request = line.id > 0 ? request_of[line.id] : nullptr;
             if (!request) {
                 // Whose it is cannot be told, so it is not known how long it is waited for.
-                request = &new_request(line.kind, 0, connection.link, true, silence_ms * ms);
+                request = &new_request(line.kind, 0, connection.link, true, connection.link->silence_ms * ms);
                 request->begun = connection.left_unnamed[line.kind].front();
                 connection.left_unnamed[line.kind].pop_front();
                 request->late = request->begun + slack;
@@ -567,7 +574,7 @@ void judge(Request& request, int status, int state_before)
     const Time troubled = link.connection ? link.connection->troubled : never;
     if (troubled > begun && troubled < ended - slack) wrong("long after the loss");
     if (request.kind == motion && request.left != never && link.connection &&
-        ended > std::max(request.left, link.connection->heard) + 2 * silence_ms * ms + slack)
+        ended > std::max(request.left, link.connection->heard) + 2 * link.silence_ms * ms + slack)
         wrong("nobody notices that the controller is silent");
     const bool is_closed = link.closing <= ended;
     switch (status) {
@@ -714,7 +721,8 @@ Link& open_link(size_t arm)
     options.reply_timeout_ms = reply_ms;
     options.motion_timeout_ms = motion_ms;
     options.late_reply_ms = late_ms;
-    options.silence_ms = silence_ms;
+    link.silence_ms = one_in(2) ? 200 : 800;
+    options.silence_ms = link.silence_ms;
     options.connect_timeout_ms = connect_ms;
     options.outbox_bytes = 2000;
     options.reconnect = link.reconnects;
@@ -922,7 +930,7 @@ void live(FarSide& far_side)
         }
         for (const auto& link : links)
             KX_Link_Subscribe(link->handle, 0, nullptr, nullptr);
-        sleep(2 * (motion_ms + late_ms + silence_ms) * ms);
+        sleep(2 * (motion_ms + late_ms + 800) * ms);
         for (const auto& link : links)
             judge_rest(*link);
         for (const auto& link : links)

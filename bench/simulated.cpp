@@ -81,6 +81,7 @@ struct Thread {
     Time until = 0; // ready then, or when the condition holds
     const std::function<bool()>* condition = nullptr;
     const void* word = nullptr; // a futex that it waits for
+    int vain_looks = 0;         // at a socket, one after the other
     bool has_ended = false;
 };
 
@@ -172,8 +173,14 @@ bool wait_until(Time until, const std::function<bool()>& condition)
     running->condition = &condition;
     swapcontext(&running->context, &scheduler);
     running->until = 0;
+    running->vain_looks = 0;
     running->condition = nullptr;
     return condition();
+}
+
+const char* running_thread()
+{
+    return running ? running->name.c_str() : "";
 }
 
 void sleep(Time time)
@@ -330,11 +337,8 @@ pthread_t pthread_self()
 
 int pthread_create(pthread_t* handle, const pthread_attr_t*, void* (*work)(void*), void* argument)
 {
-    static const char* const names[] = {"callbacks", "loop"}; // in this order; then look-ups
     static unsigned count;
-    const char* name = count < 2 ? names[count] : "look-up";
-    ++count;
-    start(name, [=] { work(argument); });
+    start(world->thread_name(count++), [=] { work(argument); });
     *handle = static_cast<pthread_t>(threads.back()->number);
     return 0;
 }
@@ -344,7 +348,7 @@ int pthread_detach(pthread_t)
     return 0;
 }
 
-int socket(int, int, int) noexcept
+int socket(int, int type, int) noexcept
 {
     if (one_in(100)) {
         world->no_socket();
@@ -352,6 +356,7 @@ int socket(int, int, int) noexcept
     }
     const int descriptor = next_descriptor++;
     sockets[descriptor].descriptor = descriptor;
+    sockets[descriptor].waits = (type & SOCK_NONBLOCK) == 0;
     return descriptor;
 }
 
@@ -366,7 +371,9 @@ int connect(int descriptor, const sockaddr* address, socklen_t)
     dialled.port = ntohs(reinterpret_cast<const sockaddr_in*>(address)->sin_port);
     dialled.state = Socket::dialling;
     world->dialled(dialled);
-    return error(one_in(10) ? EINTR : EINPROGRESS);
+    if (!dialled.waits || one_in(10)) return error(dialled.waits || one_in(10) ? EINTR : EINPROGRESS);
+    wait_until(never, [&dialled] { return dialled.state != Socket::dialling; });
+    return dialled.state == Socket::connected ? 0 : error(ECONNREFUSED);
 }
 
 int getsockopt(int descriptor, int, int, void* value, socklen_t*) noexcept
@@ -389,10 +396,10 @@ ssize_t send(int descriptor, const void* bytes, size_t size, int)
     may_be_interrupted();
     Socket& socket = socket_of(descriptor, "send");
     if (socket.is_shut || socket.is_reset) return error(socket.is_shut ? EPIPE : ECONNRESET);
-    if (one_in(60)) return error(EINTR);
+    if (!socket.waits && one_in(60)) return error(EINTR);
     size_t taken = std::min(size, socket.room - std::min(socket.room, socket.sent.size()));
     if (taken == 0) return error(EAGAIN);
-    if (one_in(20)) taken = 1 + choose(static_cast<unsigned>(std::min<size_t>(taken, 100)));
+    if (!socket.waits && one_in(20)) taken = 1 + choose(static_cast<unsigned>(std::min<size_t>(taken, 100)));
     const std::string gone(static_cast<const char*>(bytes), taken);
     socket.sent += gone;
     world->has_left(socket, gone);
@@ -405,7 +412,13 @@ ssize_t recv(int descriptor, void* bytes, size_t size, int)
     Socket& socket = socket_of(descriptor, "recv");
     if (one_in(60)) return error(EINTR);
     if (socket.is_reset) return error(ECONNRESET);
-    if (socket.to_come.empty()) return socket.has_ended || socket.is_shut ? 0 : error(EAGAIN);
+    if (socket.to_come.empty() && (socket.has_ended || socket.is_shut)) return 0;
+    if (socket.to_come.empty()) {
+        if (++running->vain_looks > 2)
+            wait_until(time_now + millisecond,
+                       [descriptor] { return (happened(descriptor) & EPOLLIN) != 0; });
+        return error(EAGAIN);
+    }
     size_t taken = std::min(size, socket.to_come.size());
     if (one_in(20)) taken = 1 + choose(static_cast<unsigned>(std::min<size_t>(taken, 100)));
     std::copy_n(socket.to_come.begin(), taken, static_cast<char*>(bytes));
@@ -424,6 +437,18 @@ int close(int descriptor)
     world->closed(socket_of(descriptor, "close"));
     sockets.erase(descriptor);
     watched.erase(descriptor);
+    return 0;
+}
+
+int usleep(useconds_t microseconds)
+{
+    simulated::sleep(Time(microseconds) * 1000);
+    return 0;
+}
+
+int sched_yield() noexcept
+{
+    simulated::sleep(1);
     return 0;
 }
 

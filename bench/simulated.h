@@ -38,6 +38,7 @@ bool one_in(unsigned count);
 
 Time now();
 void start(const char* name, std::function<void()> work);
+const char* running_thread();
 bool wait_until(Time until,
                 const std::function<bool()>& condition); // of the calling thread; false: the time has come
 void sleep(Time time);
@@ -47,6 +48,7 @@ void sleep(Time time);
 struct Socket {
     int descriptor;
     int port = 0;
+    bool waits = true; // a blocking one
     enum { made, dialling, connected, refused } state = made;
     std::string sent, to_come;                // bytes on their way to the far side, and from there
     size_t room = 4096;                       // for bytes on their way
@@ -56,8 +58,9 @@ struct Socket {
 
 struct World {
     virtual ~World() = default;
-    virtual void dialled(Socket& socket) = 0; // decides, now or later
-    virtual void no_socket() = 0;             // there was none
+    virtual const char* thread_name(unsigned number) = 0; // of those that the library starts
+    virtual void dialled(Socket& socket) = 0;             // decides, now or later
+    virtual void no_socket() = 0;                         // there was none
     virtual void has_left(Socket& socket, const std::string& bytes) = 0;
     virtual void closed(Socket& socket) = 0;
     virtual bool go_on() = 0; // does what comes next by itself; false if nothing does
