@@ -23,21 +23,6 @@ static bool is_answered(int index)
     return eventually([&] { return SockeRIinfos[index].received == 1; });
 }
 
-TEST(Receiver, JoinsALineFromPieces)
-{
-    Arm arm;
-    await(arm.sockfd, KeyCode::set_payload);
-    for (char character : set_payload) {
-        arm.peer.send(std::string(1, character));
-        if (character == ',')
-            std::this_thread::sleep_for(std::chrono::milliseconds(30)); // perhaps taken in pieces
-    }
-    EXPECT_EQ(SockeRIinfos[0].received, 0) << "not before the line is whole";
-    arm.peer.send("\n");
-    ASSERT_TRUE(is_answered(0));
-    EXPECT_EQ(stored_reply(0).text, set_payload + "\n");
-}
-
 TEST(Receiver, TakesOneChunkForOneLine)
 {
     Arm arm;
@@ -65,16 +50,6 @@ TEST(Receiver, GivesALineToTheFirstEntryThatAwaitsIt)
         << "the first again, as long as it stands, and the rest of the longer text stays";
     for (int index : {0, 1, 3})
         EXPECT_EQ(SockeRIinfos[index].received, 0) << index;
-}
-
-TEST(Receiver, DropsWhatNobodyAwaits)
-{
-    Arm arm;
-    arm.peer.send(set_payload + "\n");
-    until_all_is_taken();
-    await(arm.sockfd, KeyCode::set_payload);
-    until_all_is_taken();
-    EXPECT_EQ(SockeRIinfos[0].received, 0);
 }
 
 TEST(Receiver, SurvivesAClosedDescriptor)
