@@ -240,8 +240,9 @@ class FarSide : public World {
         Link& link = *connection.link;
         if (link.connection == &connection) link.connection = nullptr;
         const bool was_ready = connection.is_established && connection.setup_made >= link.setup.size();
-        const bool is_known =
-            connection.number == 0 || (connection.is_setup_known && (was_ready || link.pause > 0));
+        const bool is_taken = connection.tail.empty() && socket.to_come.empty();
+        const bool is_known = connection.number == 0 ||
+                              (connection.is_setup_known && is_taken && (was_ready || link.pause > 0));
         link.pause = !is_known   ? 0
                      : was_ready ? 100 * ms
                                  : std::min(link.pause * 2, 5000 * ms); // 0: nobody knows
@@ -420,7 +421,7 @@ class FarSide : public World {
             request->answer = Request::none;
             if (line.kind == motion) request->done = now() + choose(8) * 40 * ms;
             if (request->is_of_setup && connection.setup_made < connection.link->setup.size())
-                request->deadline = request->kept = now() + reply_ms * ms; // the set-up, again
+                request->deadline = request->kept = request->left + reply_ms * ms; // the set-up, again
             connection.open.push_back(request);
         }
         return true;

@@ -409,6 +409,7 @@ ssize_t send(int descriptor, const void* bytes, size_t size, int)
 
 ssize_t recv(int descriptor, void* bytes, size_t size, int)
 {
+    may_be_interrupted();
     Socket& socket = socket_of(descriptor, "recv");
     if (one_in(60)) return error(EINTR);
     if (socket.is_reset) return error(ECONNRESET);
