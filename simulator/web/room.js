@@ -120,7 +120,8 @@ export class Room {
   }
 
   #tell() {
-    this.canvas.dataset.flange = this.#figures[this.#chosen].spoken;
+    const { spoken, trail } = this.#figures[this.#chosen];
+    Object.assign(this.canvas.dataset, { flange: spoken, trail: trail.pieces });
   }
 
   /** A click, and no turning of the view, chooses an arm. */

@@ -24,6 +24,10 @@ export class Trail {
     this.clear();
   }
 
+  get pieces() {
+    return this.#speeds.length;
+  }
+
   /** What comes now does not continue what was seen last. */
   break() {
     this.#broken = true;

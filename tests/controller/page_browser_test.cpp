@@ -188,12 +188,19 @@ TEST(PageInABrowser, GoesOnAfterItWasHidden)
     float target[7] = {30, -20, 40, 0, 60, 0};
     ASSERT_EQ(Movej_Cmd(app.arm, target, 50, 0, true), 0);
     EXPECT_TRUE(eventually([&] { return lines_with("\"movej\"") == 1; }));
+    const auto stands_drawn = [&] {
+        return eventually([&] { return off(browser, Forward_Kinematics(46, target).position) < 1e-3; });
+    };
+    const std::string trail = "return document.querySelector('canvas').dataset.trail";
+    ASSERT_TRUE(stands_drawn());
+    const auto drawn = browser.run(trail);
     hide("true");
-    unsigned char on;
-    EXPECT_EQ(Get_DI_State(app.arm, 1, &on), 0);
+    target[0] = -40;
+    ASSERT_EQ(Movej_Cmd(app.arm, target, 50, 0, true), 0);
     hide("false");
-    EXPECT_TRUE(eventually([&] { return lines_with("IO_Num") == 1; }));
-    EXPECT_EQ(lines_with("\"movej\""), 1);
+    EXPECT_TRUE(eventually([&] { return lines_with("\"movej\"") == 2; })) << "each of them once";
+    EXPECT_TRUE(stands_drawn());
+    EXPECT_EQ(browser.run(trail), drawn) << "no way that nobody saw";
 }
 
 // Arms side by side: one is worked with, each has its stop, and Esc stops them all.
@@ -500,6 +507,13 @@ TEST(PageInABrowser, IsWorkedByKeys)
     focus("[aria-label=\"Joint 3 up\"]");
     browser.press(space);
     EXPECT_TRUE(shows(browser, "[data-name=\"Joint 3\"]", "10.000°"));
+    const std::string key = "const down = (type) => document.querySelector('[aria-label=\"Joint 3 up\"]')"
+                            ".dispatchEvent(new KeyboardEvent(type, {key: ' '}));";
+    browser.run(key + "document.querySelector('#jog-step').value = ''; down('keydown')");
+    EXPECT_TRUE(shows(browser, "#mode", "jogging"));
+    EXPECT_EQ(browser.text("#running"), "") << "nor a motion's number, which would be taken for a joint's";
+    browser.run(key + "down('keyup')");
+    EXPECT_TRUE(shows(browser, "#mode", "ready"));
     focus("#tab-move");
     browser.press(right);
     EXPECT_EQ(browser.run("return document.activeElement.id"), "tab-curves");
@@ -586,6 +600,8 @@ TEST(PageInABrowser, IsReadByEverybody)
         const named = (name) => [0, 2, 4].map((i) => parseInt(style.getPropertyValue(name).trim().slice(1 + i, 3 + i), 16));
         for (const name of ['soft', 'axisx', 'axisy', 'axisz', 'accent'])
             all.push([name, named('--3d-' + name), named('--3d-background')]);
+        for (const name of ['blue', 'amber', 'red'])
+            all.push([name, named('--' + name), named('--surface')], [name, named('--' + name), named('--paper')]);
         const contrast = (a, b) => Math.max(light(a) / light(b), light(b) / light(a));
         return all.filter(([, ink, paper]) => contrast(ink, paper) < 4.5).map(([text]) => text);)";
     for (const char* colours : {"none", "active"})
