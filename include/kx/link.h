@@ -15,7 +15,8 @@
  * Replies and requests. A reply goes to the oldest request of its kind that is unanswered, queued (non-blocking) ones
  * included. A call that times out leaves its place to its late reply, for `late_reply_ms`: that reply never answers a
  * later call. Where a reply is lost, the next call's is taken for it, so that call times out too; requests of that kind are then held
- * back, unsent, until the missing reply has come or `late_reply_ms` is over, and nobody gets another's answer. Stops
+ * back, unsent, until the missing reply has come or `late_reply_ms` is over, and nobody gets another's answer, unless several of that kind
+ * were open already when the reply was lost: the oldest gets the next one's then, since replies carry no numbers. Stops
  * are never held back. A reply that comes later than `late_reply_ms` allows is one that nobody expects any more: choose
  * it longer than the slowest controller takes. With time-outs shorter than it, more than one call may time out.
  *
@@ -231,7 +232,7 @@ KX_API void KX_Link_Call_Check(KX_LINK_CHECK check, void* user);
  * When a controller refuses a setting on a new connection, or does not answer, that connection is given up and counts as
  * lost again: an arm does not move with the wrong payload.
  * @link_handle
- * @return 0, or KX_BAD_DESCRIPTOR
+ * @return 0, KX_BAD_DESCRIPTOR, or KX_NO_MEMORY
  */
 KX_API int KX_Link_Begin_Setup(int link);
 
@@ -256,7 +257,7 @@ KX_API int KX_Link_Reason(int link, char* text, int capacity);
  * What a link has done.
  * @link_handle
  * @param counters receives it; its `size` says how much of it
- * @return 0, or KX_BAD_DESCRIPTOR
+ * @return 0, KX_BAD_DESCRIPTOR, or KX_WRONG_TYPE: `counters` is null
  */
 KX_API int KX_Link_Counters(int link, KX_LINK_COUNTERS* counters);
 

@@ -609,6 +609,16 @@ TEST(Callbacks, AreOverWhenCloseReturns)
     EXPECT_TRUE(is_over);
 }
 
+TEST(Callbacks, OfTheProcessTakeThePushesOfALinkWithoutOne)
+{
+    static std::promise<int> heard;
+    ASSERT_EQ(KX_API_Init([](CallbackData push) { heard.set_value(push.sockfd); }), 0);
+    Linked arm;
+    arm.end.say(push);
+    EXPECT_EQ(heard.get_future().get(), arm.link);
+    KX_API_UnInit();
+}
+
 TEST(Callbacks, OfTheLogTellLinesAndChangesAndNoPassword)
 {
     static std::mutex mutex;
@@ -691,6 +701,69 @@ static size_t memory() // resident, in KiB
     size_t all = 0, resident = 0;
     std::ifstream("/proc/self/statm") >> all >> resident;
     return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE)) / 1024;
+}
+
+TEST(Handles, OfNoLinkAreRefusedByAllFunctions)
+{
+    Linked arm;
+    KX_Link_Close(arm.link);
+    char text[8];
+    KX_LINK_COUNTERS counters = {};
+    counters.size = sizeof counters;
+    for (const int handle : {-1, 0, 7, arm.link, INT_MAX}) {
+        SCOPED_TRACE(handle);
+        EXPECT_EQ(KX_Link_Close(handle), KX_BAD_DESCRIPTOR);
+        EXPECT_EQ(KX_Link_Cancel(handle), KX_BAD_DESCRIPTOR);
+        EXPECT_EQ(KX_Link_State(handle), KX_LINK_CLOSED);
+        EXPECT_EQ(KX_Link_Wait(handle, KX_LINK_READY, -1), KX_BAD_DESCRIPTOR);
+        EXPECT_EQ(KX_Link_Timeout(handle, 100), KX_BAD_DESCRIPTOR);
+        EXPECT_EQ(KX_Link_Ticket(handle), 0u);
+        EXPECT_EQ(KX_Link_Await(handle, 1, -1), KX_BAD_DESCRIPTOR);
+        EXPECT_EQ(KX_Link_Begin_Setup(handle), KX_BAD_DESCRIPTOR);
+        EXPECT_EQ(KX_Link_End_Setup(handle), -KX_BAD_DESCRIPTOR);
+        EXPECT_EQ(KX_Link_Reason(handle, text, sizeof text), KX_BAD_DESCRIPTOR);
+        EXPECT_EQ(KX_Link_Counters(handle, &counters), KX_BAD_DESCRIPTOR);
+        EXPECT_EQ(KX_Link_Subscribe(
+                      handle, 10, [](auto, void*) {}, nullptr),
+                  KX_BAD_DESCRIPTOR);
+    }
+}
+
+TEST(Arguments, ThatMakeNoSenseAreRefused)
+{
+    Linked arm;
+    for (const int milliseconds : {0, -1})
+        EXPECT_EQ(KX_Link_Timeout(arm.link, milliseconds), KX_WRONG_TYPE);
+    for (const double hz : {-1.0, 1000.1, std::nan("")})
+        EXPECT_EQ(KX_Link_Subscribe(
+                      arm.link, hz, [](auto, void*) {}, nullptr),
+                  KX_WRONG_TYPE);
+    EXPECT_EQ(KX_Link_Await(arm.link, 12345, -1), KX_WRONG_TYPE);
+    EXPECT_EQ(KX_Link_Counters(arm.link, nullptr), KX_WRONG_TYPE);
+    char text[4] = "abc";
+    EXPECT_EQ(KX_Link_Reason(arm.link, nullptr, 4), 0);
+    EXPECT_EQ(KX_Link_Reason(arm.link, text, 0), 0);
+    EXPECT_STREQ(text, "abc") << "nothing fits";
+}
+
+TEST(Thread, RunsWhereItIsTold)
+{
+    const auto threads_on_one_processor = [] {
+        int count = 0;
+        for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+            cpu_set_t cpus;
+            sched_getaffinity(std::stoi(task.path().filename()), sizeof cpus, &cpus);
+            count += CPU_COUNT(&cpus) == 1;
+        }
+        return count;
+    };
+    if (std::thread::hardware_concurrency() < 2) GTEST_SKIP() << "there is one processor";
+    ASSERT_EQ(KX_Link_Thread(0, 0), 0);
+    EXPECT_EQ(threads_on_one_processor(), 1);
+    ASSERT_EQ(KX_Link_Thread(0, -1), 0);
+    EXPECT_EQ(threads_on_one_processor(), 0);
+    EXPECT_EQ(KX_Link_Thread(1000, -1), KX_REFUSED) << "there is no such priority";
+    EXPECT_EQ(KX_Link_Thread(0, CPU_SETSIZE), KX_REFUSED) << "nor such a processor";
 }
 
 TEST(Opening, AThousandTimesLeavesNothingBehindAndNoHandleTwice)
