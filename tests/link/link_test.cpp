@@ -612,7 +612,7 @@ TEST(Callbacks, AreOverWhenCloseReturns)
 TEST(Callbacks, OfTheProcessTakeThePushesOfALinkWithoutOne)
 {
     static std::promise<int> heard;
-    ASSERT_EQ(KX_API_Init([](CallbackData push) { heard.set_value(push.sockfd); }), 0);
+    ASSERT_EQ(KX_API_Init([](CallbackData data) { heard.set_value(data.sockfd); }), 0);
     Linked arm;
     arm.end.say(push);
     EXPECT_EQ(heard.get_future().get(), arm.link);
