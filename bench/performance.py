@@ -175,7 +175,7 @@ def controllers() -> str:
 
 def cell() -> str:
     with controller("--object", "40") as port:
-        times = re.findall(r"(.+?)  +([\d.]+)", said(BIN / "cell_time", port))
+        times = re.findall(r"^(\w.*?)  +([\d.]+)", said(BIN / "cell_time", port), re.M)
     return table(("the palletising cell of the examples", "seconds a part, mean of 12"), *times)
 
 

@@ -94,6 +94,7 @@ states.next()
 parser = argparse.ArgumentParser()
 parser.add_argument("--exits", type=int)
 options = parser.parse_args()
+signal.signal(signal.SIGINT, signal.default_int_handler)  # who starts this may ignore it
 with kx.Controller(speed=1) as controller, controller.connect() as arm:
     if options.exits:
         begin = time.monotonic()

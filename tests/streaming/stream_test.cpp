@@ -65,6 +65,7 @@ KX_STREAM_OPTIONS patient()
     KX_Stream_Defaults(&options);
     options.watchdog = 10; // however busy the machine is
     options.silence = 10;
+    options.following_error = 0;
     return options;
 }
 
