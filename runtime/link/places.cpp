@@ -100,8 +100,8 @@ Time Places::barred_until(KeyCode kind) const
     for (int i = 0; i < size_; ++i) {
         const Place& place = places_[i];
         if (place.kind != kind) continue;
-        if (place
-                .is_robbed) // a stop may have shortened for how long it is kept, but not for how long its caller waits
+        // A stop may have shortened for how long it is kept, but not for how long its caller waits.
+        if (place.is_robbed)
             return may_expire(place.owner) || place.kept > place.deadline ? place.kept : place.deadline;
         if (place.owner != Place::given_up && oldest_kept > 0) return oldest_kept;
         if (place.owner == Place::given_up && oldest_kept == 0) oldest_kept = place.kept;

@@ -738,7 +738,7 @@ TEST(Arguments, ThatMakeNoSenseAreRefused)
         EXPECT_EQ(KX_Link_Subscribe(
                       arm.link, hz, [](auto, void*) {}, nullptr),
                   KX_WRONG_TYPE);
-    EXPECT_EQ(KX_Link_Await(arm.link, 12345, -1), KX_WRONG_TYPE);
+    EXPECT_EQ(KX_Link_Await(arm.link, UINT64_MAX, -1), KX_WRONG_TYPE);
     EXPECT_EQ(KX_Link_Counters(arm.link, nullptr), KX_WRONG_TYPE);
     char text[4] = "abc";
     EXPECT_EQ(KX_Link_Reason(arm.link, nullptr, 4), 0);
