@@ -133,7 +133,7 @@ TEST_F(Pushes, CarryThePositionOfTheArm)
         EXPECT_TRUE(got.sockfd == sockfd && got.push_type == type && got.result == result) << i;
         EXPECT_TRUE(std::ranges::equal(got.pose, pose) && std::ranges::equal(got.joint, joint)) << i;
     }
-    EXPECT_EQ(m_nSockeRIinfosLen, 0);
+    EXPECT_TRUE(eventually([] { return m_nSockeRIinfosLen == 0; }));
 }
 
 TEST_F(Pushes, AnswerEveryOtherRegistration)
