@@ -84,10 +84,10 @@ export class Plots {
     this.#point(past.recorded ? past.begin : null);
   }
 
-  /** There is more of it. */
+  /** There is more of it. Frames of the screen are asked for only if it is seen. */
   tell() {
     this.#list();
-    this.#drawSoon();
+    if (this.#canvas.clientWidth) this.#drawSoon();
   }
 
   /** Shows once more what is looked at, to somebody who was not there. */
