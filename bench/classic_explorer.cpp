@@ -51,7 +51,6 @@ std::map<int, Request*> request_of;
 std::vector<std::unique_ptr<Arm>> arms;
 bool is_somebody_waiting = false;
 bool is_streaming = false; // then nothing is pushed: a push takes an entry from the list in which others wait
-unsigned callers = 0;
 int next_number = 1000, next_question = 1;
 
 Request& new_request(Kind kind, int id)
@@ -152,7 +151,7 @@ class FarSide : public World {
 
     void disturb() override
     {
-        if (callers == 0) return;
+        if (!somebody_acts()) return;
         Arm& arm = *arms[choose(static_cast<unsigned>(arms.size()))];
         if (!is_there(arm)) return;
         const unsigned deed = choose(12);
@@ -402,43 +401,28 @@ void act()
     }
 }
 
-void live(FarSide& far_side)
+void live()
 {
-    bool is_over = false;
-    start("main", [&is_over] {
-        KX_API_Init(nullptr);
-        m_nOutTime = reply_ms;
-        for (size_t index = 0; index < 2; ++index)
-            connect(index);
-        is_streaming = choose(2) == 1;
-        callers = 1 + choose(4);
-        for (unsigned i = 0; i < callers; ++i)
-            start(("caller " + std::to_string(i)).c_str(), [] {
-                act();
-                --callers;
-            });
-        wait_until(now() + 1000000 * ms, [] { return callers == 0; });
-        if (callers > 0) fail("somebody waits for ever");
-        sleep(4000 * ms);
-        for (const auto& arm : arms)
-            if (arm->troubled == never && !arm->loses && !arm->queued.empty())
-                fail("%zu queued requests have not left", arm->queued.size());
-        for (int index = 0; index < m_nSockeRIinfosLen; ++index)
-            if (SockeRIinfos[index].waiting != 0) fail("an entry of a caller is left behind");
-        for (const auto& arm : arms)
-            Arm_Socket_Close(arm->sockfd);
-        sleep(100 * ms);
-        is_over = true;
-    });
-    run(far_side, [&is_over] { return is_over; });
+    KX_API_Init(nullptr);
+    m_nOutTime = reply_ms;
+    for (size_t index = 0; index < 2; ++index)
+        connect(index);
+    is_streaming = choose(2) == 1;
+    let_act([](unsigned) { act(); }, 1000000 * ms);
+    sleep(4000 * ms);
+    for (const auto& arm : arms)
+        if (arm->troubled == never && !arm->loses && !arm->queued.empty())
+            fail("%zu queued requests have not left", arm->queued.size());
+    for (int index = 0; index < m_nSockeRIinfosLen; ++index)
+        if (SockeRIinfos[index].waiting != 0) fail("an entry of a caller is left behind");
+    for (const auto& arm : arms)
+        Arm_Socket_Close(arm->sockfd);
+    sleep(100 * ms);
 }
 
 } // namespace
 
 int main(int count, char** arguments)
 {
-    return explore(count, arguments, [] {
-        static FarSide far_side;
-        live(far_side);
-    });
+    return explore<FarSide, live>(count, arguments);
 }

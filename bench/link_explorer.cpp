@@ -116,7 +116,6 @@ std::vector<std::unique_ptr<Link>> links;
 std::map<int, Connection> connections; // by descriptor
 std::vector<Link*> arms = {nullptr, nullptr};
 std::set<int> handles;
-unsigned callers = 0;
 
 const char* name(Kind kind)
 {
@@ -286,7 +285,7 @@ class FarSide : public World {
 
     void disturb() override
     {
-        if (callers == 0) return;
+        if (!somebody_acts()) return;
         if (one_in(30)) {
             Link& link = *links[choose(static_cast<unsigned>(links.size()))];
             link.door = static_cast<decltype(link.door)>(choose(3));
@@ -911,46 +910,31 @@ void judge_rest(Link& link)
         fail("%lu lines are dropped, %d are none", counters.dropped, link.noise);
 }
 
-void live(FarSide& far_side)
+void live()
 {
-    bool is_over = false;
-    start("main", [&is_over] {
-        for (size_t arm = 0; arm < arms.size(); ++arm)
-            open_link(arm);
-        callers = 1 + choose(4);
-        for (unsigned i = 0; i < callers; ++i)
-            start(("caller " + std::to_string(i)).c_str(), [i] {
-                act(static_cast<int>(i));
-                --callers;
-            });
-        wait_until(now() + 100000 * ms, [] { return callers == 0; });
-        if (callers > 0) fail("somebody waits for ever");
-        for (auto& [descriptor, connection] : connections) {
-            connection.reads = true;
-            connection.socket->room = 4096;
-        }
-        for (const auto& link : links)
-            KX_Link_Subscribe(link->handle, 0, nullptr, nullptr);
-        sleep(2 * (motion_ms + late_ms + 800) * ms);
-        for (const auto& link : links)
-            judge_rest(*link);
-        for (const auto& link : links)
-            if (link->closing == never) close_link(*link);
-        sleep(100 * ms);
-        for (const auto& link : links)
-            if (link->closed == never) fail("a link cannot be closed");
-        if (!connections.empty()) fail("a connection is left open");
-        is_over = true;
-    });
-    run(far_side, [&is_over] { return is_over; });
+    for (size_t arm = 0; arm < arms.size(); ++arm)
+        open_link(arm);
+    let_act([](unsigned number) { act(static_cast<int>(number)); }, 100000 * ms);
+    for (auto& [descriptor, connection] : connections) {
+        connection.reads = true;
+        connection.socket->room = 4096;
+    }
+    for (const auto& link : links)
+        KX_Link_Subscribe(link->handle, 0, nullptr, nullptr);
+    sleep(2 * (motion_ms + late_ms + 800) * ms);
+    for (const auto& link : links)
+        judge_rest(*link);
+    for (const auto& link : links)
+        if (link->closing == never) close_link(*link);
+    sleep(100 * ms);
+    for (const auto& link : links)
+        if (link->closed == never) fail("a link cannot be closed");
+    if (!connections.empty()) fail("a connection is left open");
 }
 
 } // namespace
 
 int main(int count, char** arguments)
 {
-    return explore(count, arguments, [] {
-        static FarSide far_side;
-        live(far_side);
-    });
+    return explore<FarSide, live>(count, arguments);
 }

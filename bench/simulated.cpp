@@ -188,20 +188,44 @@ void sleep(Time time)
     wait_until(time_now + time, [] { return false; });
 }
 
+static unsigned acting = 0;
+
+bool somebody_acts()
+{
+    return acting > 0;
+}
+
+void let_act(const std::function<void(unsigned)>& act, Time at_most)
+{
+    acting = 1 + choose(4);
+    for (unsigned i = 0; i < acting; ++i)
+        start(("caller " + std::to_string(i)).c_str(), [&act, i] {
+            act(i);
+            --acting;
+        });
+    wait_until(time_now + at_most, [] { return acting == 0; });
+    if (acting > 0) fail("somebody waits for ever");
+}
+
 // Others may come in between, where they could on a machine with many processors.
 static void may_be_interrupted()
 {
     if (running && one_in(6)) swapcontext(&running->context, &scheduler);
 }
 
-void run(World& played, const std::function<bool()>& is_over)
+void run(World& played, const std::function<void()>& main)
 {
     world = &played;
+    bool is_over = false;
+    start("main", [&] {
+        main();
+        is_over = true;
+    });
     constexpr Time longest_stall = 5 * millisecond;
     constexpr int longest_burst = 3000; // of steps, many times what all callers have to do
     int burst = 0;
     Time idle_at = time_now; // when nobody had anything to do, last
-    while (!is_over()) {
+    while (!is_over) {
         ++course->steps;
         std::vector<Thread*> ready;
         Time next = world->next();

@@ -68,9 +68,21 @@ struct World {
     virtual void disturb() = 0;
 };
 
-void run(World& world, const std::function<bool()>& is_over); // all threads
+void run(World& world, const std::function<void()>& main); // a thread, and all others until it ends
+
+// Begins some threads that act, each with its number, and waits until all have ended, at most that long.
+void let_act(const std::function<void(unsigned)>& act, Time at_most);
+bool somebody_acts();
 
 // The whole of a program that plays courses, [steps] [seed] or --replay DECISIONS: its exit status.
 int explore(int count, char** arguments, void (*course)());
+template <class FarSide, void (*live)()> // live is the main thread
+int explore(int count, char** arguments)
+{
+    return explore(count, arguments, [] {
+        static FarSide far_side;
+        run(far_side, live);
+    });
+}
 
 } // namespace simulated
