@@ -28,9 +28,9 @@ Complex operator+(Complex a, Complex b)
 
 SineCosine<Pair> of_both(Pair angle)
 {
-    const auto [s0, c0] = sine_cosine<double>(angle[0]);
-    const auto [s1, c1] = sine_cosine<double>(angle[1]);
-    return {Pair{s0, s1}, Pair{c0, c1}};
+    SineCosine<Pair> both;
+    reduced_sine_cosine<2>(angle, both.sine, both.cosine);
+    return both;
 }
 
 } // namespace
@@ -99,6 +99,13 @@ ArmAngle::ArmAngle(double angle) : psi(angle)
     half_cosine = c;
 }
 
+void two_arm_angles(Pair psi, ArmAngle* arms)
+{
+    const auto [s, c] = of_both(psi / 2);
+    arms[0] = {psi[0], s[0], c[0]};
+    arms[1] = {psi[1], s[1], c[1]};
+}
+
 void BallJoints::evaluate(const ArmAngle& arm, BallAngles& b) const
 {
     const auto [psi, s, c] = arm;
@@ -128,10 +135,8 @@ void BallJoints::evaluate(const ArmAngle& arm, BallAngles& b) const
 // cos(psi/2)*at_0 + sin(psi/2)*at_pi.
 std::array<Pair, 2> BallJoints::least_turned(Pair outer, Pair middle, Pair inner) const
 {
-    SineCosine<Pair> sum, difference, half;
-    reduced_sine_cosine<2>((outer + inner) / 2, sum.sine, sum.cosine);
-    reduced_sine_cosine<2>((outer - inner) / 2, difference.sine, difference.cosine);
-    reduced_sine_cosine<2>(middle / 2, half.sine, half.cosine);
+    const auto sum = of_both((outer + inner) / 2), difference = of_both((outer - inner) / 2),
+               half = of_both(middle / 2);
     const Pair w = half.cosine * sum.cosine, z = half.cosine * sum.sine;
     const Pair y = half.sine * difference.cosine, x = -half.sine * difference.sine;
     const auto as_it_is = [&](const Quaternions& q) { return w * q.w + x * q.x + y * q.y + z * q.z; };

@@ -34,8 +34,12 @@ struct ArmAngle {
     double half_sine, half_cosine; // of psi/2
 
     ArmAngle() = default;
+    ArmAngle(double angle, double sine, double cosine) : psi(angle), half_sine(sine), half_cosine(cosine) {}
     explicit ArmAngle(double psi);
 };
+
+// Two at once.
+void two_arm_angles(Pair psi, ArmAngle* arms);
 
 struct BallAngles {
     double psi;

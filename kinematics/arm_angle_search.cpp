@@ -10,6 +10,9 @@
 #include "kinematics/arm_angle_search.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 
 namespace kx {
 
@@ -27,12 +30,11 @@ double lower_bound(const Distance& a, const Distance& b, double least_bend)
     const double width = b.psi - a.psi, bend = std::min(least_bend, 0.0);
     const double t =
         (a.squared - b.squared + (b.rate - bend * width / 2) * width) / (b.rate - a.rate - bend * width);
-    const double meeting = t > 0 ? std::min(t, width) : 0;
-    const double bound = a.squared + (a.rate + bend * meeting / 2) * meeting;
-    if (least_bend <= 0) return bound;
-    const double vertex_a = a.squared - a.rate * a.rate / (2 * least_bend);
-    const double vertex_b = b.squared - b.rate * b.rate / (2 * least_bend);
-    return std::max({bound, vertex_a, vertex_b});
+    const double meeting = std::min(std::max(0.0, t), width);
+    const double meet = a.squared + (a.rate + bend * meeting / 2) * meeting;
+    const Pair vertices =
+        Pair{a.squared, b.squared} - square(Pair{a.rate, b.rate}) / (2 * std::max(0.0, least_bend));
+    return std::max({meet, vertices[0], vertices[1]}); // minus infinity if they open downwards
 }
 
 // The minimum of the cubic through values and rates; it falls at a and rises at b.
@@ -44,9 +46,14 @@ double cubic_minimum(const Distance& a, const Distance& b)
     return b.psi - width * (b.rate + root - z) / (b.rate - a.rate + 2 * root);
 }
 
+// What the processor cannot foresee is chosen without a branch: one that is mispredicted behind a chain of arc tangents
+// costs as much as they do.
 class Search {
   public:
-    Search(const BallJoints& balls, const JointGoals& goals) : balls_(balls), goals_(goals) {}
+    Search(const BallJoints& balls, const JointGoals& goals) : balls_(balls), goals_(goals)
+    {
+        descended_to_.psi = NAN;
+    }
 
     double squared_distance(const Point& p) const // of the nearest branch
     {
@@ -54,34 +61,47 @@ class Search {
         return squared_distances(p, goals_).least(goals_, branches);
     }
     void consider(const Point& p) { offer(p.angles.psi, squared_distance(p)); }
-    // Between two points, where the same branches are feasible all the way.
-    void refine(const Point& a, const Point& b, Branches feasible);
+    // In these branches, which are feasible all along the piece.
+    void refine(const Piece& piece, Branches feasible);
+    // Where it is least of all that was looked at; false if it was nowhere feasible.
+    bool best(Point& point) const;
 
-    double psi() const { return psi_; }
-    bool can_win(double squared_distance) const { return squared_distance < least_ - tolerance; }
+    bool can_win(double squared_distance) const { return squared_distance < best_[0] - tolerance; }
 
   private:
     void offer(double psi, double squared)
     {
-        psi_ = squared < least_ ? psi : psi_;
-        least_ = squared < least_ ? squared : least_;
+        best_ = pair(squared) < pair(best_[0]) ? Pair{squared, psi} : best_;
     }
     void descend(const Piece& piece, const BranchStart& start, Distance a, Distance b, double least_bend);
 
     const BallJoints& balls_;
     const JointGoals& goals_;
-    double psi_ = NAN, least_ = INFINITY; // the best so far
+    Pair best_ = {INFINITY, NAN}; // squared distance and arm angle
+    BallAngles descended_to_;     // as a rule the best
 };
 
-void Search::refine(const Point& a, const Point& b, Branches feasible)
+bool Search::best(Point& point) const
 {
-    const Piece piece(balls_, goals_, a, b);
-    const SquaredDistances bounds = piece.lower_bounds();
+    if (std::isnan(best_[1])) return false;
+    if (descended_to_.psi == best_[1]) {
+        point.angles = descended_to_;
+        point.place(goals_);
+    } else {
+        point.move_to(ArmAngle(best_[1]), balls_, goals_);
+    }
+    return true;
+}
+
+void Search::refine(const Piece& piece, Branches feasible)
+{
+    const Point &a = piece.first(), &b = piece.last();
+    Branches promising = 0;
+    for (int n = 0; n < 8; ++n)
+        promising |= Branches{can_win(piece.lower_bounds()(branch_of(n), goals_))} << n;
     bool halve = false;
-    for (int n = 0; n < 8; ++n) {
-        const Branch branch = branch_of(n);
-        if (!(feasible >> n & 1) || !can_win(bounds(branch, goals_))) continue;
-        const BranchStart start = piece.start(branch);
+    for (promising &= feasible; promising; promising &= promising - 1) {
+        const BranchStart start = piece.start(branch_of(std::countr_zero(promising)));
         const Distance at_a = piece.distance(start, a.angles), at_b = piece.distance(start, b.angles);
         const double bend = piece.least_bend(start);
         if (!can_win(lower_bound(at_a, at_b, bend))) continue;
@@ -91,30 +111,31 @@ void Search::refine(const Point& a, const Point& b, Branches feasible)
             halve = true;
     }
     if (!halve || b.angles.psi - a.angles.psi < least_width) return;
-    const double psi = (a.angles.psi + b.angles.psi) / 2;
     Point middle;
-    middle.move_to(ArmAngle(psi), balls_, goals_);
+    middle.move_to(ArmAngle((a.angles.psi + b.angles.psi) / 2), balls_, goals_);
     consider(middle);
-    refine(a, middle, feasible);
-    refine(middle, b, feasible);
+    refine(Piece(balls_, goals_, a, middle), feasible);
+    refine(Piece(balls_, goals_, middle, b), feasible);
 }
 
 // Convex between a and b, and falling at a, rising at b.
 void Search::descend(const Piece& piece, const BranchStart& start, Distance a, Distance b, double least_bend)
 {
+    BallAngles angles;
+    angles.psi = NAN;
     bool halve = false; // for safety: at least every other step does
     while (can_win(lower_bound(a, b, least_bend))) {
         const double width = b.psi - a.psi, half = a.psi + width / 2;
-        if (width < least_width) return;
+        if (width < least_width) break;
         double psi = halve ? half : cubic_minimum(a, b);
         if (!(psi > a.psi && psi < b.psi)) psi = half;
-        BallAngles angles;
         balls_.evaluate(ArmAngle(psi), angles);
         const Distance d = piece.distance(start, angles);
         offer(psi, d.squared);
         (d.rate < 0 ? a : b) = d;
         halve = b.psi - a.psi > width / 2;
     }
+    if (angles.psi == best_[1]) descended_to_ = angles;
 }
 
 // Which arm angles keep the middle joints within the greater of their limits.
@@ -138,31 +159,56 @@ class Feasible {
     Pair nearest_, reach_;
 };
 
-// Arm angles, at most 3 + 8 + 8, in ascending order; and where limits are narrow 4 + 16 more.
+// Arm angles, at most 2 + 8 + 8, in ascending order; and where limits are narrow 4 + 16 more.
 struct Ends {
-    static constexpr int most = 39;
+    static constexpr int usual = 18, most = 38;
     int count = 0;
-    double psi[most];
+    double psi[most + 1]; // and room for one more
 };
 
-// The feasible ones among those from psi - range to psi + range between which nothing but a smooth, monotone
-// course happens and no limit is passed, with psi itself.
-Ends ends_of_pieces(const BallJoints& balls, const JointGoals& goals, const Feasible& feasible, double psi,
-                    double range)
+// Each goes behind those that are smaller, which are counted: without a branch, and all of them, as numbers that
+// differ at least in their last bits. Behind those that were found, nothing is smaller.
+template <int room>
+void put_in_order(const double* found, Ends& ends)
 {
-    double found[Ends::most + 1];
+    double key[room + 2];
+    for (int i = 0; i < room + 2; ++i)
+        key[i] = std::bit_cast<double>((std::bit_cast<std::int64_t>(found[i]) & ~std::int64_t{63}) | i);
+    Pair keys[room / 2 + 1];
+    std::memcpy(keys, key, sizeof keys);
+    for (int i = 0; i < ends.count; ++i) {
+        const Pair own = pair(key[i]);
+        auto smaller = own < own;
+        for (const Pair& others : keys)
+            smaller += others < own; // each that is counts as -1
+        ends.psi[-(smaller[0] + smaller[1])] = found[i];
+    }
+}
+
+// Arm angles from one to another, with one between.
+struct Window {
+    double from, psi, to;
+};
+
+// Those of the window that keep the limits of the middle joints, its own two ends among them, between which nothing but a
+// smooth, monotone course happens and no limit is passed.
+Ends ends_of_pieces(const BallJoints& balls, const JointGoals& goals, const Feasible& feasible,
+                    const Window& window)
+{
+    double found[Ends::most + 2];
+    std::fill(std::begin(found), std::end(found), INFINITY);
     Ends ends;
     const auto add = [&](double angle) { // without a branch: half of them would be mispredicted
         found[ends.count] = angle;
-        ends.count += (angle >= psi - range) & (angle <= psi + range) & feasible.contains(angle);
+        ends.count += (angle >= window.from) & (angle <= window.to) & feasible.contains(angle);
     };
     const auto add_both = [&](Pair angles) {
-        angles -= two_pi * rounded((angles - psi) * (1 / two_pi));
+        angles -= two_pi * rounded((angles - window.psi) * (1 / two_pi));
         add(angles[0]);
         add(angles[1]);
     };
-    for (double angle : {psi - range, psi, psi + range})
-        add(angle);
+    add(window.from);
+    add(window.to);
     for (Pair angles : {balls.nearest(), balls.nearest() + pi, feasible.first(), feasible.last()})
         add_both(angles);
     for (const Roots& turn_ends : {balls.outer_at(goals.outer.start), balls.inner_at(goals.inner.start)})
@@ -180,12 +226,11 @@ Ends ends_of_pieces(const BallJoints& balls, const JointGoals& goals, const Feas
                 add_both(angles);
     }
 
-    for (int i = 0; i < ends.count; ++i) { // again without a branch, the place of each is counted
-        int smaller = 0;
-        for (int j = 0; j < ends.count; ++j)
-            smaller += (found[j] < found[i]) | ((found[j] == found[i]) & (j < i));
-        ends.psi[smaller] = found[i];
-    }
+    found[ends.count] = INFINITY; // not what was left out last
+    if (goals.narrow)
+        put_in_order<Ends::most>(found, ends);
+    else
+        put_in_order<Ends::usual>(found, ends);
     return ends;
 }
 
@@ -201,121 +246,101 @@ Branches feasible_between(double a, double b, const BallJoints& balls, const Joi
     return p.feasible(goals);
 }
 
+// Of the arm angles up to `range` to either side of psi those that may be as near to the reference as psi, where the squared
+// distance is `at_psi`. Joints of a ball that move by a squared distance of s turn it by sqrt(2*s) at most, which they do
+// if outer and inner joint turn about one axis. And it is turned from the reference at least by as much as the arm angle
+// is from where it is turned least. So half the squares of the distances from these two places, of shoulder and wrist,
+// bound s from below: together they are the square of the distance from the middle between the places, and that of
+// half of what lies between them.
+Window window_about(double psi, double range, const BallJoints& balls, const JointGoals& goals, double at_psi)
+{
+    constexpr double much = 2.4; // just below (pi/2)^2: beyond it the other half of the circle may be as near
+    constexpr double rounding = 1e-5;
+    const Window all = {psi - range, psi, psi + range};
+    if (!(at_psi < much)) return all;
+    Window window = {psi, psi, psi};
+    const auto least_at =
+        balls.least_turned(goals.outer.start + goals.outer.reference, goals.middle_reference,
+                           goals.inner.start + goals.inner.reference);
+    for (int elbow = 0; elbow < 2; ++elbow) {
+        const Pair off = least_at[elbow] - psi;
+        const double first = off[0] - two_pi * rounded(off[0] * (1 / two_pi));
+        const double between = off[1] - off[0],
+                     half = (between - two_pi * rounded(between * (1 / two_pi))) / 2;
+        const double left = at_psi - goals.elbow_cost[elbow] - square(half) + rounding;
+        if (!(left > 0)) continue;
+        const double centre = first + half, reach = std::sqrt(left);
+        if (std::fabs(centre) + reach > pi) return all;
+        window.from = std::min(window.from, psi + (centre - reach));
+        window.to = std::max(window.to, psi + (centre + reach));
+    }
+    return {std::max(window.from, all.from), psi, std::min(window.to, all.to)};
+}
+
 } // namespace
 
-Deviations nearest_branch(const BallJoints& balls, const JointGoals& goals, double psi)
+Deviations nearest_branch(const Point& p, const JointGoals& goals)
 {
-    Point p;
-    p.move_to(ArmAngle(psi), balls, goals);
-    const SquaredDistances squared = squared_distances(p, goals);
-    const Branches feasible = goals.narrow ? p.feasible(goals) : all_branches;
-    Branch best = {};
-    double least = INFINITY;
-    for (int n = 0; n < 8; ++n)
-        if (const double d = squared(branch_of(n), goals); feasible >> n & 1 && d < least)
-            best = branch_of(n), least = d;
+    const Branch best =
+        squared_distances(p, goals).nearest(goals, goals.narrow ? p.feasible(goals) : all_branches);
     const auto [e, s, w] = best;
     const Pair outer = {p.outer[s][0], p.outer[w][1]}, inner = {p.inner[s ^ e][0], p.inner[w ^ e][1]};
-    const Pair middle = p.angles.middle.value * Pair{s ? -1.0 : 1.0, w ? -1.0 : 1.0};
+    const Pair middle = p.angles.middle.value * best.middle_sign();
     return {best, goals.outer.deviation(outer), middle - goals.middle_reference,
             goals.inner.deviation(inner)};
 }
 
-// A lower bound of the squared distance that needs no joint angles. Joints of a ball that move by a squared distance of
-// s turn it by sqrt(2*s) at most, which they do if outer and inner joint turn about one axis. And it is turned from the
-// reference at least by as much as the arm angle is from where it is turned least.
-class TurnedFar {
-  public:
-    // Unless a small one is known already, it rules out too little to be worth it.
-    TurnedFar(const BallJoints& balls, const JointGoals& goals, double known)
-        : goals_(goals), used_(known < 3)
-    {
-        if (used_)
-            least_at_ = balls.least_turned(goals.outer.start + goals.outer.reference, goals.middle_reference,
-                                           goals.inner.start + goals.inner.reference);
-    }
-    // At any arm angle between these; NaN if it says nothing.
-    double lower_bound(double from, double to) const
-    {
-        if (!used_) return NAN;
-        double bound[2];
-        for (int e = 0; e < 2; ++e) {
-            const Pair off = (from + to) / 2 - least_at_[e];
-            const Pair beside = abs(off - two_pi * rounded(off * (1 / two_pi))) - (to - from) / 2;
-            const Pair turn = max(beside, pair(0));
-            bound[e] = (square(turn[0]) + square(turn[1])) / 2 + goals_.elbow_cost[e];
-        }
-        constexpr double rounding = 1e-5;
-        return std::min(bound[0], bound[1]) - rounding;
-    }
-
-  private:
-    const JointGoals& goals_;
-    const bool used_;
-    std::array<Pair, 2> least_at_ = {};
-};
-
-double nearest_arm_angle(const BallJoints& balls, const JointGoals& goals, double psi, double range)
+bool nearest_arm_angle(const BallJoints& balls, const JointGoals& goals, double psi, double range,
+                       Point& nearest)
 {
     const Feasible feasible(balls, goals);
-    const Ends ends = ends_of_pieces(balls, goals, feasible, psi, range);
-    constexpr int most = Ends::most;
-
     Search search(balls, goals);
-    Point point[most];
     double at_psi = INFINITY;
-    const int own = static_cast<int>(std::find(ends.psi, ends.psi + ends.count, psi) - ends.psi);
-    if (own < ends.count) {
-        point[own].move_to(ArmAngle(psi), balls, goals);
-        at_psi = search.squared_distance(point[own]);
+    Point own;
+    if (feasible.contains(psi)) {
+        own.move_to(ArmAngle(psi), balls, goals);
+        at_psi = search.squared_distance(own);
+        search.consider(own);
     }
-    const TurnedFar turned(balls, goals, at_psi);
-    bool possible[most], needed[most] = {ends.count == 1}; // pieces, and their ends
-    for (int i = 0; i + 1 < ends.count; ++i) {
-        possible[i] = !(turned.lower_bound(ends.psi[i], ends.psi[i + 1]) > at_psi);
-        needed[i] |= possible[i];
-        needed[i + 1] = possible[i];
-    }
-    int number[most], count = 0;
-    for (int i = 0; i < ends.count; ++i) {
-        number[count] = i;
-        count += needed[i] & (i != own);
-    }
-    ArmAngle arm[most]; // one loop after the other, since within each nothing waits
-    for (int k = 0; k < count; ++k)
-        arm[k] = ArmAngle(ends.psi[number[k]]);
-    for (int k = 0; k < count; ++k)
-        point[number[k]].move_to(arm[k], balls, goals);
-    for (int i = 0; i < ends.count; ++i)
-        if (needed[i] | (i == own)) search.consider(point[i]);
+    const Ends ends = ends_of_pieces(balls, goals, feasible, window_about(psi, range, balls, goals, at_psi));
 
-    struct Start {
-        double lower_bound;
-        const Point* point;
-        Branches feasible;
-    } starts[most];
-    count = 0;
+    // One loop after the other, since within each nothing waits.
+    constexpr int most = Ends::most;
+    ArmAngle arm[most + 1];
+    for (int i = 0; i < ends.count; i += 2)
+        two_arm_angles(Pair{ends.psi[i], ends.psi[i + 1]}, &arm[i]);
+    Point point[most];
+    for (int i = 0; i < ends.count; ++i)
+        point[i].move_to(arm[i], balls, goals);
+    for (int i = 0; i < ends.count; ++i)
+        search.consider(point[i]);
+    Piece piece[most]; // those that may hold anything nearer
+    double least[most];
+    int count = 0;
+    least[0] = INFINITY;
     for (int i = 0; i + 1 < ends.count; ++i) {
-        if (!possible[i]) continue;
-        const double lower_bound =
-            Piece(balls, goals, point[i], point[i + 1]).lower_bounds().least(goals, all_branches);
-        if (!search.can_win(lower_bound)) continue;
-        const Branches branches = feasible_between(ends.psi[i], ends.psi[i + 1], balls, goals, feasible);
-        starts[count] = {lower_bound, &point[i], branches};
-        count += branches != 0;
+        piece[count] = Piece(balls, goals, point[i], point[i + 1]);
+        least[count] = piece[count].lower_bounds().least(goals, all_branches);
+        count += search.can_win(least[count]);
     }
-    std::sort(starts, starts + count,
-              [](const Start& a, const Start& b) { return a.lower_bound < b.lower_bound; });
-    for (int i = 0; i < count && search.can_win(starts[i].lower_bound); ++i)
-        search.refine(starts[i].point[0], starts[i].point[1], starts[i].feasible);
-    return search.psi();
+
+    // The most promising one first, and so on.
+    for (;;) {
+        int next = 0;
+        for (int k = 1; k < count; ++k)
+            next = least[k] < least[next] ? k : next;
+        if (!search.can_win(least[next])) return search.best(nearest);
+        least[next] = INFINITY;
+        const double from = piece[next].first().angles.psi, to = piece[next].last().angles.psi;
+        search.refine(piece[next], feasible_between(from, to, balls, goals, feasible));
+    }
 }
 
 int feasible_arm_angles(const BallJoints& balls, const JointGoals& goals,
                         ARM_INTERVAL intervals[ARM_INTERVALS])
 {
     const Feasible feasible(balls, goals);
-    const Ends ends = ends_of_pieces(balls, goals, feasible, 0, pi);
+    const Ends ends = ends_of_pieces(balls, goals, feasible, {-pi, 0, pi});
     int count = 0;
     for (int i = 0; i + 1 < ends.count; ++i) {
         const double from = ends.psi[i], to = ends.psi[i + 1];

@@ -12,12 +12,13 @@ struct Deviations {
     Pair outer, middle, inner;
 };
 
-// The nearest branch at an arm angle, of those inside the limits.
-Deviations nearest_branch(const BallJoints& balls, const JointGoals& goals, double psi);
+// Puts a point at the arm angle of the least squared distance of all joints from their references, to within 1e-9 rad^2,
+// among those up to `range` to either side of psi. False if none of them keeps the limits.
+bool nearest_arm_angle(const BallJoints& balls, const JointGoals& goals, double psi, double range,
+                       Point& nearest);
 
-// The arm angle of the least squared distance of all joints from their references, to within 1e-9 rad^2,
-// among those up to `range` to either side of psi. NaN if none of them keeps the limits.
-double nearest_arm_angle(const BallJoints& balls, const JointGoals& goals, double psi, double range);
+// The nearest branch at a point, of those inside the limits.
+Deviations nearest_branch(const Point& point, const JointGoals& goals);
 
 // The arm angles that some branch reaches inside the limits, in ascending order from -pi; how many intervals.
 int feasible_arm_angles(const BallJoints& balls, const JointGoals& goals,

@@ -52,14 +52,27 @@ Rotor ball(double first, double middle, double last)
 struct Elbow {
     double angle;          // theta4
     double forward, along; // the wrist, seen from the shoulder: along x of joint 3, and along the upper arm
-    double lift;           // from the upper arm to the line through shoulder and wrist
+    Rotor bend;            // by theta4
+    Rotor lift;            // from the upper arm to the line through shoulder and wrist
 
-    Elbow(const Lengths& lengths, double theta4) : angle(theta4)
+    Elbow(const Lengths& lengths, double theta4)
+        : Elbow(lengths, theta4, sine_cosine<double>(theta4), sine_cosine<double>(theta4 / 2))
     {
-        const auto [sine, cosine] = sine_cosine<double>(theta4);
-        forward = lengths.d4 * sine;
-        along = lengths.a3 + lengths.d4 * cosine;
-        lift = arc_tangent(forward, along);
+    }
+    // Bent by at least 0.
+    static Elbow of_cosine(const Lengths& lengths, double cosine)
+    {
+        const double c = std::clamp(cosine, -1.0, 1.0), sine = std::sqrt((1 - c) * (1 + c));
+        return {lengths, arc_tangent(sine, c), {sine, c}, {std::sqrt((1 - c) / 2), std::sqrt((1 + c) / 2)}};
+    }
+
+  private:
+    Elbow(const Lengths& lengths, double theta4, const SineCosine<double>& whole,
+          const SineCosine<double>& half)
+        : angle(theta4), forward(lengths.d4 * whole.sine), along(lengths.a3 + lengths.d4 * whole.cosine),
+          bend(turn_y(half)),
+          lift(turn_y(half_angle(forward, along, std::sqrt(square(forward) + square(along)))))
+    {
     }
 };
 
@@ -84,16 +97,12 @@ struct Target : WristCentre {
         : WristCentre(arm, lengths, flange), rotation(rotor_of(flange.r))
     {
     }
-    double bend() const // theta4, at least 0
-    {
-        const double c = std::clamp(elbow_cosine, -1.0, 1.0);
-        return arc_tangent(std::sqrt((1 - c) * (1 + c)), c);
-    }
     // Turns z onto the line from shoulder to wrist, and x into the vertical plane through it, downwards.
     Rotor line() const
     {
-        const double rho = std::sqrt(square(wrist.x) + square(wrist.y));
-        return turn_z(rho > 0 ? arc_tangent(wrist.y, wrist.x) : 0) * turn_y(arc_tangent(rho, wrist.z));
+        const double rho2 = square(wrist.x) + square(wrist.y), rho = std::sqrt(rho2);
+        const Rotor lean = turn_y(half_angle(rho, wrist.z, std::sqrt(rho2 + square(wrist.z))));
+        return rho > 0 ? turn_z(half_angle(wrist.y, wrist.x, rho)) * lean : lean;
     }
 };
 
@@ -103,7 +112,7 @@ struct BallRotors {
 
     BallRotors(const Rotor& line, const Elbow& elbow, const Rotor& target)
     {
-        const Rotor lower = turn_y(-elbow.lift), unbend = turn_y(-elbow.angle);
+        const Rotor lower = conjugate(elbow.lift), unbend = conjugate(elbow.bend);
         shoulder[0] = line * lower;
         shoulder[1] = line * half_turn_z * lower;
         for (int i = 0; i < 2; ++i)
@@ -126,7 +135,7 @@ struct Reference {
     {
         const Vector apart = turned(shoulder, elbow.forward, elbow.along) - target.wrist;
         if (!(dot(apart, apart) < square(wrist_rounding))) return false;
-        const Rotor rotation = shoulder * turn_y(joints[3]) * ball(joints[4], joints[5], joints[6]);
+        const Rotor rotation = shoulder * elbow.bend * ball(joints[4], joints[5], joints[6]);
         const Rotor off = conjugate(rotation) * target.rotation;
         return square(off.x) + square(off.y) + square(off.z) < square(turn_rounding);
     }
@@ -134,8 +143,8 @@ struct Reference {
     // Turns z onto the reference's own line from shoulder to wrist; its xz plane holds the elbow, at x < 0.
     Rotor line() const
     {
-        const Rotor bent = shoulder * turn_y(elbow.lift);
-        return elbow.angle < 0 ? bent * half_turn_z : bent;
+        const double negative = elbow.angle < 0; // or else by no turn: as likely, so without a branch
+        return shoulder * elbow.lift * Rotor{1 - negative, 0, 0, negative};
     }
 
     // The arm angle, which counts from the vertical plane through the line from shoulder to wrist. An upright
@@ -380,7 +389,8 @@ class SevenJoints {
     SevenJoints(const ARM_MODEL& arm, const Target& target, const Reference& reference, double range,
                 bool inside_only)
         : lengths_(geometry(arm.model)->lengths), arm_(arm), target_(target), reference_(reference),
-          line_(target.line()), psi_(reference.arm_angle(line_)), range_(range), inside_only_(inside_only)
+          line_(target.line()), bent_(Elbow::of_cosine(lengths_, target.elbow_cosine)),
+          psi_(reference.arm_angle(line_)), range_(range), inside_only_(inside_only)
     {
     }
 
@@ -389,7 +399,7 @@ class SevenJoints {
     {
         for (bool joints_own : {false, true}) {
             const Limits limits = limits_of(arm_, joints_own);
-            Solution best = for_elbow(target_.bend(), limits);
+            Solution best = for_elbow(bent_, limits);
             // The rounding of a target does not tell a slightly bent elbow from a stretched one, which may be
             // much nearer: where joints 1 and 3, or 5 and 7, turn about one axis then.
             if (target_.elbow_cosine > 1 - elbow_rounding) {
@@ -403,10 +413,10 @@ class SevenJoints {
     }
 
   private:
-    Solution for_elbow(double theta4, const Limits& limits) const;
+    Solution for_elbow(const Elbow& elbow, const Limits& limits) const;
     Solution stretched(const Limits& limits) const
     {
-        if (range_ < pi) return for_elbow(0, limits);
+        if (range_ < pi) return for_elbow(Elbow(lengths_, 0), limits);
         CoaxialJoints coaxial(reference_.joints, limits, false);
         coaxial.consider_stretched(target_.rotation, target_.wrist,
                                    elbow_cost(reference_.joints, limits, 0, inside_only_));
@@ -418,13 +428,14 @@ class SevenJoints {
     const Target& target_;
     const Reference& reference_;
     const Rotor line_;
+    const Elbow bent_;
     const double psi_, range_;
     const bool inside_only_;
 };
 
-Solution SevenJoints::for_elbow(double theta4, const Limits& limits) const
+Solution SevenJoints::for_elbow(const Elbow& elbow, const Limits& limits) const
 {
-    const Elbow elbow(lengths_, theta4);
+    const double theta4 = elbow.angle;
     const BallRotors rotors(line_, elbow, target_.rotation);
     const Joints& r = reference_.joints;
     const JointGoals goals = goals_of(r, limits, theta4, inside_only_);
@@ -432,9 +443,9 @@ Solution SevenJoints::for_elbow(double theta4, const Limits& limits) const
         return BallJoints(rotors.shoulder, rotors.wrist, Pair{r[0] - r[2], r[6] - r[4]}, psi_, other_side);
     };
     const auto search = [&](const BallJoints& balls) {
-        const double psi = nearest_arm_angle(balls, goals, psi_, range_);
-        if (std::isnan(psi)) return Solution{};
-        const auto [branch, outer, middle, inner] = nearest_branch(balls, goals, psi);
+        Point nearest;
+        if (!nearest_arm_angle(balls, goals, psi_, range_, nearest)) return Solution{};
+        const auto [branch, outer, middle, inner] = nearest_branch(nearest, goals);
         const double change[7] = {outer[0], middle[0], inner[0], 0, inner[1], middle[1], outer[1]};
         Solution s = {0, {}};
         for (int i = 0; i < 7; ++i)
@@ -455,8 +466,9 @@ Solution SevenJoints::for_elbow(double theta4, const Limits& limits) const
     // Where a ball is straight, at one arm angle, its two outer joints share their turn. The search passes
     // there, but sees the other ball in one position only.
     for (int ball = 0; ball < 2; ++ball) {
+        if (!straight[ball]) continue;
         const double place = psi_ + std::remainder(balls.nearest()[ball] - psi_, two_pi);
-        if (!straight[ball] || !(std::fabs(place - psi_) <= range_)) continue;
+        if (!(std::fabs(place - psi_) <= range_)) continue;
         CoaxialJoints coaxial(r, limits, false);
         for (double psi : still_straight(balls, ball, place, limits)) {
             const Rotor shoulder = between(rotors.shoulder[0], rotors.shoulder[1], psi);
@@ -519,8 +531,8 @@ int all_seven(const ARM_MODEL& arm, const Transform& flange, double arm_angle, f
 {
     const Lengths& lengths = geometry(arm.model)->lengths;
     const Target target(arm, lengths, flange);
-    const double theta4 = target.bend();
-    const BallRotors rotors(target.line(), Elbow(lengths, theta4), target.rotation);
+    const Elbow elbow = Elbow::of_cosine(lengths, target.elbow_cosine);
+    const BallRotors rotors(target.line(), elbow, target.rotation);
     const Rotor shoulder = between(rotors.shoulder[0], rotors.shoulder[1], arm_angle);
     const Rotor wrist = between(rotors.wrist[0], rotors.wrist[1], arm_angle);
 
@@ -536,8 +548,8 @@ int all_seven(const ARM_MODEL& arm, const Transform& flange, double arm_angle, f
             settle_on_limits(arm, result[count]);
         }
     };
-    take(shoulder, wrist, theta4);
-    take(shoulder * half_turn_z, conjugate(half_turn_z) * wrist, -theta4);
+    take(shoulder, wrist, elbow.angle);
+    take(shoulder * half_turn_z, conjugate(half_turn_z) * wrist, -elbow.angle);
     return count;
 }
 
@@ -545,10 +557,10 @@ int arm_angles_of(const ARM_MODEL& arm, const Transform& flange, ARM_INTERVAL in
 {
     const Lengths& lengths = geometry(arm.model)->lengths;
     const Target target(arm, lengths, flange);
-    const double theta4 = target.bend();
-    const BallRotors rotors(target.line(), Elbow(lengths, theta4), target.rotation);
+    const Elbow elbow = Elbow::of_cosine(lengths, target.elbow_cosine);
+    const BallRotors rotors(target.line(), elbow, target.rotation);
     const BallJoints balls(rotors.shoulder, rotors.wrist, Pair{}, 0);
-    return feasible_arm_angles(balls, goals_of({}, limits_of(arm, true), theta4, true), intervals);
+    return feasible_arm_angles(balls, goals_of({}, limits_of(arm, true), elbow.angle, true), intervals);
 }
 
 } // namespace kx

@@ -304,8 +304,8 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
                            0, INFINITY);
     const double ahead = std::remainder(near[0], two_pi);
     const BallJoints balls(joint_1, wrist_rotor, Pair{0, near[5] - near[3]}, ahead);
-    const double theta1 = nearest_arm_angle(balls, goals, ahead, pi);
-    if (std::isnan(theta1)) {
+    Point nearest;
+    if (!nearest_arm_angle(balls, goals, ahead, pi, nearest)) {
         left_out = true;
         return;
     }
@@ -313,7 +313,7 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
     const double straight = nearest_turn<double>(balls.nearest()[1], std::clamp(near[0], low[0], high[0]));
     joint[0] = on_limit(0, static_cast<float>(straight), coaxial);
     if (inside(0, joint[0])) offer(true);
-    const Deviations off = nearest_branch(balls, goals, theta1);
+    const Deviations off = nearest_branch(nearest, goals);
     const auto turned = [&](int i, double by) {
         const double q = near[i] + by;
         return static_cast<float>(heed_limits ? std::clamp<double>(q, low[i], high[i]) : q);

@@ -81,6 +81,11 @@ Pair Turn::deviation(Pair position) const
 void Point::move_to(const ArmAngle& arm, const BallJoints& balls, const JointGoals& goals)
 {
     balls.evaluate(arm, angles);
+    place(goals);
+}
+
+void Point::place(const JointGoals& goals)
+{
     const auto turned = [](Pair position) { return position > pi ? position - pi : position + pi; };
     outer[0] = goals.outer.position(angles.outer());
     outer[1] = turned(outer[0]);
@@ -118,6 +123,18 @@ double SquaredDistances::least_of(Branches branches, const JointGoals& goals) co
     return least;
 }
 
+Branch SquaredDistances::nearest(const JointGoals& goals, Branches branches) const
+{
+    int best = 0;
+    double least = INFINITY;
+    for (int n = 0; n < 8; ++n) {
+        const double squared = branches >> n & 1 ? (*this)(branch_of(n), goals) : INFINITY;
+        best += (squared < least) * (n - best); // a choice without a branch
+        least = std::min(least, squared);
+    }
+    return branch_of(best);
+}
+
 SquaredDistances squared_distances(const Point& p, const JointGoals& goals)
 {
     SquaredDistances squared;
@@ -134,16 +151,18 @@ SquaredDistances squared_distances(const Point& p, const JointGoals& goals)
 }
 
 Piece::Piece(const BallJoints& balls, const JointGoals& goals, const Point& a, const Point& b)
-    : balls_(balls), goals_(goals), a_(a.angles), b_(b.angles), sum_rise_(rise(a_.sum, b_.sum)),
-      difference_rise_(rise(a_.difference, b_.difference))
+    : balls_(&balls), goals_(&goals), a_(&a), b_(&b), sum_rise_(rise(a.angles.sum, b.angles.sum)),
+      difference_rise_(rise(a.angles.difference, b.angles.difference))
 {
     const Pair outer_rise = (sum_rise_ + difference_rise_) / 2,
                inner_rise = (sum_rise_ - difference_rise_) / 2;
-    const Pair outer_rate = (a_.sum.rate + a_.difference.rate) / 2, inner_rate = a_.sum.rate - outer_rate;
+    const Pair sum_rate = a.angles.sum.rate;
+    const Pair outer_rate = (sum_rate + a.angles.difference.rate) / 2, inner_rate = sum_rate - outer_rate;
     for (int turned = 0; turned < 2; ++turned) {
         outer_[turned] = deviation(goals.outer, a.outer[turned], b.outer[turned], outer_rise, outer_rate);
         inner_[turned] = deviation(goals.inner, a.inner[turned], b.inner[turned], inner_rise, inner_rate);
     }
+    lower_bounds_ = {{{lower_bound(0, 0), lower_bound(1, 1)}, {lower_bound(0, 1), lower_bound(1, 0)}}};
 }
 
 // The deviation at a. The piece does not go through the ends of the turn, so the position that is farther
@@ -153,7 +172,7 @@ Pair Piece::deviation(const Turn& turn, Pair a, Pair b, Pair rise, Pair rate) co
     const Pair inside_a = min(a, two_pi - a), inside_b = min(b, two_pi - b), inside = max(inside_a, inside_b);
     Pair position = inside_a > inside_b ? a : b - rise;
     if (!(inside[0] > at_end && inside[1] > at_end)) {
-        const auto stays = abs(rate) * (b_.psi - a_.psi) <= at_end;
+        const auto stays = abs(rate) * (b_->angles.psi - a_->angles.psi) <= at_end;
         const Pair falls = pair(1), grows = pair(0);
         const Pair from_finish = stays ? (turn.reference > pi ? falls : grows) : (rate < 0 ? falls : grows);
         const Pair at_start = a > pi ? a - two_pi : a, at_finish = a > pi ? a : a + two_pi;
@@ -164,32 +183,28 @@ Pair Piece::deviation(const Turn& turn, Pair a, Pair b, Pair rise, Pair rate) co
 
 Pair Piece::lower_bound(int turned, int inner_turned) const
 {
+    const BallAngles &a = a_->angles, &b = b_->angles;
     const Pair sum = outer_[turned] + inner_[inner_turned],
                difference = outer_[turned] - inner_[inner_turned];
-    const Interval middle = between(a_.middle.value, b_.middle.value);
+    const Interval middle = between(a.middle.value, b.middle.value);
     const Pair sums = least_square(between(sum, sum + sum_rise_));
     const Pair differences = least_square(between(difference, difference + difference_rise_));
-    return (sums + differences) / 2 + least_square((turned ? -middle : middle) - goals_.middle_reference);
-}
-
-SquaredDistances Piece::lower_bounds() const
-{
-    return {{{lower_bound(0, 0), lower_bound(1, 1)}, {lower_bound(0, 1), lower_bound(1, 0)}}};
+    return (sums + differences) / 2 + least_square((turned ? -middle : middle) - goals_->middle_reference);
 }
 
 BranchStart Piece::start(const Branch& branch) const
 {
     const auto [e, s, w] = branch;
     const Pair outer = {outer_[s][0], outer_[w][1]}, inner = {inner_[s ^ e][0], inner_[w ^ e][1]};
-    return {outer + inner, outer - inner, Pair{s ? -1.0 : 1.0, w ? -1.0 : 1.0}, goals_.elbow_cost[e]};
+    return {outer + inner, outer - inner, branch.middle_sign(), goals_->elbow_cost[e]};
 }
 
 // outer^2 + inner^2 = (sum^2 + difference^2)/2
 Distance Piece::distance(const BranchStart& start, const BallAngles& p) const
 {
-    const Pair sum = start.sum + rise(a_.sum, p.sum),
-               difference = start.difference + rise(a_.difference, p.difference);
-    const Pair middle = p.middle.value - start.middle_sign * goals_.middle_reference;
+    const Pair sum = start.sum + rise(a_->angles.sum, p.sum),
+               difference = start.difference + rise(a_->angles.difference, p.difference);
+    const Pair middle = p.middle.value - start.middle_sign * goals_->middle_reference;
     const Pair squared = (square(sum) + square(difference)) / 2 + square(middle);
     const Pair rate = sum * p.sum.rate + difference * p.difference.rate + 2 * middle * p.middle.rate;
     return {p.psi, squared[0] + squared[1] + start.elbow_cost, rate[0] + rate[1]};
@@ -197,32 +212,33 @@ Distance Piece::distance(const BranchStart& start, const BallAngles& p) const
 
 double Piece::least_bend(const BranchStart& start) const
 {
+    const BallAngles &a = a_->angles, &b = b_->angles;
     // The middle angle's rate grows until it is steepest, and falls from there. Which way it goes, the angles
     // tell; at the ends the rates may be zeros of either sign.
-    Interval middle_rate = between(a_.middle.rate, b_.middle.rate);
-    const Pair steepest = a_.middle_bend * b_.middle_bend < 0 ? balls_.steepest() : pair(0);
-    const auto grows = b_.middle.value > a_.middle.value;
+    Interval middle_rate = between(a.middle.rate, b.middle.rate);
+    const Pair steepest = a.middle_bend * b.middle_bend < 0 ? balls_->steepest() : pair(0);
+    const auto grows = b.middle.value > a.middle.value;
     middle_rate = {grows ? middle_rate.low : min(middle_rate.low, -steepest),
                    grows ? max(middle_rate.high, steepest) : middle_rate.high};
     const Pair least_rate2 = least_square(middle_rate);
     const Pair largest_rate2 = max(square(middle_rate.low), square(middle_rate.high));
 
-    const Interval cosine = between(a_.cos_middle, b_.cos_middle);
-    Interval inverse_sine = between(a_.inverse_sine, b_.inverse_sine);
+    const Interval cosine = between(a.cos_middle, b.cos_middle);
+    Interval inverse_sine = between(a.inverse_sine, b.inverse_sine);
     inverse_sine.low = cosine.low * cosine.high < 0 ? pair(1) : inverse_sine.low;
     const Interval middle_bend =
-        (cosine * Interval{1 - largest_rate2, 1 - least_rate2} - balls_.mean()) * inverse_sine;
-    const Interval sum_bend = between(a_.sum_gain, b_.sum_gain) * middle_rate;
-    const Interval difference_bend = between(a_.difference_gain, b_.difference_gain) * middle_rate;
+        (cosine * Interval{1 - largest_rate2, 1 - least_rate2} - balls_->mean()) * inverse_sine;
+    const Interval sum_bend = between(a.sum_gain, b.sum_gain) * middle_rate;
+    const Interval difference_bend = between(a.difference_gain, b.difference_gain) * middle_rate;
 
     const Interval sum = between(start.sum, start.sum + sum_rise_);
     const Interval difference = between(start.difference, start.difference + difference_rise_);
     const Interval middle =
-        between(a_.middle.value, b_.middle.value) - start.middle_sign * goals_.middle_reference;
+        between(a.middle.value, b.middle.value) - start.middle_sign * goals_->middle_reference;
 
-    const Pair sums = least_square(between(a_.sum.rate, b_.sum.rate)) + (sum * sum_bend).low;
+    const Pair sums = least_square(between(a.sum.rate, b.sum.rate)) + (sum * sum_bend).low;
     const Pair differences =
-        least_square(between(a_.difference.rate, b_.difference.rate)) + (difference * difference_bend).low;
+        least_square(between(a.difference.rate, b.difference.rate)) + (difference * difference_bend).low;
     const Pair bend = sums + differences + 2 * (least_rate2 + (middle * middle_bend).low);
     return bend[0] + bend[1];
 }

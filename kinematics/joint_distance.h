@@ -37,6 +37,8 @@ struct JointGoals {
 // bending the elbow the other way adds pi to both inner joints.
 struct Branch {
     bool elbow, shoulder, wrist;
+
+    Pair middle_sign() const { return Pair{1.0 - 2 * shoulder, 1.0 - 2 * wrist}; }
 };
 
 // Some of the branches: bit 4*elbow + 2*shoulder + wrist.
@@ -54,6 +56,7 @@ struct Point {
     Pair outer[2], inner[2];
 
     void move_to(const ArmAngle& arm, const BallJoints& balls, const JointGoals& goals);
+    void place(const JointGoals& goals); // after the angles
     // Those that keep the limits, to within rounding.
     Branches feasible(const JointGoals& goals) const;
 };
@@ -73,6 +76,9 @@ struct SquaredDistances {
         const Pair a = min(of[0][0], of[0][1]), b = min(of[1][0], of[1][1]);
         return std::min(a[0] + a[1] + goals.elbow_cost[0], b[0] + b[1] + goals.elbow_cost[1]);
     }
+
+    // Which is least.
+    Branch nearest(const JointGoals& goals, Branches branches) const;
 
   private:
     double least_of(Branches branches, const JointGoals& goals) const;
@@ -98,9 +104,13 @@ struct BranchStart {
 // between.
 class Piece {
   public:
+    Piece() = default; // whose members have no values
     Piece(const BallJoints& balls, const JointGoals& goals, const Point& a, const Point& b);
 
-    SquaredDistances lower_bounds() const; // of the squared distances
+    const Point& first() const { return *a_; }
+    const Point& last() const { return *b_; }
+    // What the squared distances do not fall below.
+    const SquaredDistances& lower_bounds() const { return lower_bounds_; }
     BranchStart start(const Branch& branch) const;
     // At any arm angle of the piece.
     Distance distance(const BranchStart& start, const BallAngles& angles) const;
@@ -111,11 +121,12 @@ class Piece {
     Pair deviation(const Turn& turn, Pair a, Pair b, Pair rise, Pair rate) const;
     Pair lower_bound(int turned, int inner_turned) const;
 
-    const BallJoints& balls_;
-    const JointGoals& goals_;
-    const BallAngles &a_, &b_;
+    const BallJoints* balls_;
+    const JointGoals* goals_;
+    const Point *a_, *b_;
     Pair sum_rise_, difference_rise_; // from a to b
     Pair outer_[2], inner_[2];        // deviations at a, as it is and turned by pi
+    SquaredDistances lower_bounds_;
 };
 
 } // namespace kx

@@ -112,7 +112,10 @@ inline void reduced_sine_cosine(const V& x, V& sine, V& cosine)
     const V odd = r * alternating(r2, [&](int k) { return f[2 * k + 1]; });
     const V even = alternating(r2, [&](int k) { return f[2 * k]; });
     const Integer quarter = std::bit_cast<Integer>(shifted);
-    const V s = (quarter & 1) != 0 ? even : odd, c = (quarter & 1) != 0 ? odd : even;
+    const Integer odd_quarter = -(quarter & 1); // a mask, since not every processor compares such integers
+    const Integer either = (std::bit_cast<Integer>(odd) ^ std::bit_cast<Integer>(even)) & odd_quarter;
+    const V s = std::bit_cast<V>(std::bit_cast<Integer>(odd) ^ either);
+    const V c = std::bit_cast<V>(std::bit_cast<Integer>(even) ^ either);
     const auto negated = [](const V& v,
                             const Integer& odd_pairs) { // by the second bit, which becomes the sign
         return std::bit_cast<V>(std::bit_cast<Integer>(v) ^ ((odd_pairs << 62) & INT64_MIN));

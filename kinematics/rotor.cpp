@@ -4,27 +4,23 @@
 
 namespace kx {
 
-Rotor operator*(const Rotor& a, const Rotor& b)
-{
-    return {a.w * b.w - a.x * b.x - a.y * b.y - a.z * b.z, a.w * b.x + a.x * b.w + a.y * b.z - a.z * b.y,
-            a.w * b.y - a.x * b.z + a.y * b.w + a.z * b.x, a.w * b.z + a.x * b.y - a.y * b.x + a.z * b.w};
-}
-
-Rotor conjugate(const Rotor& q)
-{
-    return {q.w, -q.x, -q.y, -q.z};
-}
-
 Rotor turn_y(double angle)
 {
-    const auto [s, c] = sine_cosine<double>(angle / 2);
-    return {c, 0, s, 0};
+    return turn_y(sine_cosine<double>(angle / 2));
 }
 
 Rotor turn_z(double angle)
 {
-    const auto [s, c] = sine_cosine<double>(angle / 2);
-    return {c, 0, 0, s};
+    return turn_z(sine_cosine<double>(angle / 2));
+}
+
+// Of sine and cosine the larger one first, which loses no digits.
+SineCosine<double> half_angle(double y, double x, double r)
+{
+    const double scale = 0.5 / r;
+    const double larger = std::sqrt((r + std::fabs(x)) * scale), smaller = std::fabs(y) * scale / larger;
+    const Pair half = pair(x) < 0 ? Pair{larger, smaller} : Pair{smaller, larger};
+    return {std::copysign(half[0], y + 0.0), half[1]};
 }
 
 Rotor between(const Rotor& a, const Rotor& b, double angle)
