@@ -103,7 +103,7 @@ class FarSide : public World {
         socket.state = one_in(10) ? Socket::refused : Socket::connected;
     }
 
-    void no_socket() override {}
+    void lacks() override {}
     void closed(Socket& socket) override { of(socket).socket = nullptr; }
 
     void has_left(Socket& socket, const std::string& bytes) override

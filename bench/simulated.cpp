@@ -68,6 +68,20 @@ Time now()
     return time_now;
 }
 
+static bool things_run_short;
+
+void let_lack()
+{
+    things_run_short = true;
+}
+
+static bool is_lacking(unsigned once_in)
+{
+    if (!things_run_short || !one_in(once_in)) return false;
+    world->lacks();
+    return true;
+}
+
 // --- threads: each has a stack of its own, and its own copy of the program's thread-local variables
 
 struct Thread {
@@ -263,6 +277,17 @@ struct Watched {
 static std::map<int, Watched> watched;
 static uint64_t event_count;
 
+static addrinfo* address_of(int family, const char* port)
+{
+    auto* made = new addrinfo();
+    auto* address = new sockaddr_in();
+    address->sin_family = static_cast<sa_family_t>(family);
+    address->sin_port = htons(static_cast<uint16_t>(std::atoi(port)));
+    made->ai_addr = reinterpret_cast<sockaddr*>(address);
+    made->ai_addrlen = sizeof *address;
+    return made;
+}
+
 static uint32_t happened(int descriptor)
 {
     if (descriptor == event_descriptor) return event_count > 0 ? EPOLLIN : 0u;
@@ -365,6 +390,7 @@ pthread_t pthread_self()
 int pthread_create(pthread_t* handle, const pthread_attr_t*, void* (*work)(void*), void* argument)
 {
     static unsigned count;
+    if (is_lacking(10)) return EAGAIN;
     start(world->thread_name(count++), [=] { work(argument); });
     *handle = static_cast<pthread_t>(threads.back()->number);
     return 0;
@@ -378,8 +404,9 @@ int pthread_detach(pthread_t)
 int socket(int, int type, int) noexcept
 {
     if (one_in(100)) {
-        world->no_socket();
-        return error(EMFILE);
+        world->lacks();
+        static constexpr int reasons[] = {EMFILE, ENFILE, ENOBUFS, ENOMEM};
+        return error(reasons[choose(4)]);
     }
     const int descriptor = next_descriptor++;
     sockets[descriptor].descriptor = descriptor;
@@ -395,9 +422,11 @@ int setsockopt(int, int, int, const void*, socklen_t) noexcept
 int connect(int descriptor, const sockaddr* address, socklen_t)
 {
     Socket& dialled = socket_of(descriptor, "connect");
+    if (address->sa_family == AF_INET6) return error(ENETUNREACH);
     dialled.port = ntohs(reinterpret_cast<const sockaddr_in*>(address)->sin_port);
     dialled.state = Socket::dialling;
     world->dialled(dialled);
+    if (!dialled.waits && dialled.state == Socket::connected && one_in(10)) return 0;
     if (!dialled.waits || one_in(10)) return error(dialled.waits || one_in(10) ? EINTR : EINPROGRESS);
     wait_until(never, [&dialled] { return dialled.state != Socket::dialling; });
     return dialled.state == Socket::connected ? 0 : error(ECONNREFUSED);
@@ -462,7 +491,9 @@ int shutdown(int descriptor, int) noexcept
 
 int close(int descriptor)
 {
-    world->closed(socket_of(descriptor, "close"));
+    if (descriptor == epoll_descriptor || descriptor == event_descriptor) return watched.clear(), 0;
+    Socket& closed = socket_of(descriptor, "close");
+    if (closed.state != Socket::made) world->closed(closed);
     sockets.erase(descriptor);
     watched.erase(descriptor);
     return 0;
@@ -482,12 +513,12 @@ int sched_yield() noexcept
 
 int epoll_create1(int) noexcept
 {
-    return epoll_descriptor;
+    return is_lacking(10) ? error(EMFILE) : epoll_descriptor;
 }
 
 int eventfd(unsigned, int) noexcept
 {
-    return event_descriptor;
+    return is_lacking(10) ? error(EMFILE) : event_descriptor;
 }
 
 int epoll_ctl(int, int operation, int descriptor, epoll_event* event) noexcept
@@ -495,6 +526,7 @@ int epoll_ctl(int, int operation, int descriptor, epoll_event* event) noexcept
     if (descriptor != event_descriptor) socket_of(descriptor, "epoll_ctl");
     if ((operation == EPOLL_CTL_ADD) == watched.contains(descriptor))
         fail("descriptor %d is watched twice, or not at all", descriptor);
+    if (is_lacking(50)) return error(ENOMEM);
     watched[descriptor] = {event->events | EPOLLERR | EPOLLHUP, event->data.u64};
     return 0;
 }
@@ -513,6 +545,7 @@ int epoll_wait(int, epoll_event* events, int capacity, int timeout)
     for (const auto& entry : watched)
         if (is_awaited(entry) && count < capacity) {
             events[count].events = happened(entry.first) & entry.second.events;
+            if (one_in(100)) events[count].events |= entry.second.events & EPOLLIN; // though nothing has come
             events[count++].data.u64 = entry.second.data;
         }
     if (count > 1) std::rotate(events, events + choose(static_cast<unsigned>(count)), events + count);
@@ -535,5 +568,44 @@ ssize_t read(int descriptor, void* bytes, size_t size)
     std::memcpy(bytes, &event_count, sizeof event_count);
     event_count = 0;
     return static_cast<ssize_t>(size);
+}
+
+// A numeric address is known at once; "arm" takes its time, and has an address that leads nowhere before the right one.
+int getaddrinfo(const char* host, const char* port, const addrinfo* hints, addrinfo** found)
+{
+    if (is_lacking(5)) return EAI_MEMORY;
+    if ((hints->ai_flags & AI_NUMERICHOST) == 0) simulated::sleep(choose(8) * 20 * millisecond);
+    const bool is_number = *host >= '0' && *host <= '9';
+    if (!is_number && ((hints->ai_flags & AI_NUMERICHOST) || std::strcmp(host, "arm") != 0))
+        return EAI_NONAME;
+    *found = address_of(AF_INET, port);
+    if (is_number) return 0;
+    addrinfo* nowhere = address_of(AF_INET6, port);
+    nowhere->ai_next = *found;
+    *found = nowhere;
+    return 0;
+}
+
+void freeaddrinfo(addrinfo* found) noexcept
+{
+    while (found) {
+        addrinfo* const next = found->ai_next;
+        delete reinterpret_cast<sockaddr_in*>(found->ai_addr);
+        delete found;
+        found = next;
+    }
+}
+
+// The linker has the library's code call these.
+void* __real_malloc(size_t size);
+void* __wrap_malloc(size_t size)
+{
+    return running && is_lacking(200) ? nullptr : __real_malloc(size);
+}
+
+void* __real_realloc(void* memory, size_t size);
+void* __wrap_realloc(void* memory, size_t size)
+{
+    return running && is_lacking(20) ? nullptr : __real_realloc(memory, size);
 }
 }

@@ -60,7 +60,7 @@ struct World {
     virtual ~World() = default;
     virtual const char* thread_name(unsigned number) = 0; // of those that the library starts
     virtual void dialled(Socket& socket) = 0;             // decides, now or later
-    virtual void no_socket() = 0;                         // there was none
+    virtual void lacks() = 0;                             // there was no socket, thread, memory or way
     virtual void has_left(Socket& socket, const std::string& bytes) = 0;
     virtual void closed(Socket& socket) = 0;
     virtual bool go_on() = 0; // does what comes next by itself; false if nothing does
@@ -73,6 +73,9 @@ void run(World& world, const std::function<void()>& main); // a thread, and all 
 // Begins some threads that act, each with its number, and waits until all have ended, at most that long.
 void let_act(const std::function<void(unsigned)>& act, Time at_most);
 bool somebody_acts();
+
+// From now on memory and threads run short, too, and what the system keeps for them.
+void let_lack();
 
 // The whole of a program that plays courses, [steps] [seed] or --replay DECISIONS: its exit status.
 int explore(int count, char** arguments, void (*course)());

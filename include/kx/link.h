@@ -19,6 +19,7 @@
  * were open already when the reply was lost: the oldest gets the next one's then, since replies carry no numbers. Stops
  * are never held back. A reply that comes later than `late_reply_ms` allows is one that nobody expects any more: choose
  * it longer than the slowest controller takes. With time-outs shorter than it, more than one call may time out.
+ * 1008 requests may be open on a link, and 16 stops more; the next one gets KX_OUTBOX_FULL.
  *
  * Replies carry no numbers, so this needs a controller that answers requests of one kind in their order. A motion that is
  * refused before an earlier one has ended is answered out of turn, and the refusal goes to the earlier one: ask for one
@@ -72,7 +73,8 @@ typedef struct KX_LINK_OPTIONS {
     int motion_timeout_ms;  /**< for the end of a motion that is waited for until it ends; 600000 */
     int late_reply_ms;      /**< how much later than its time-out a reply may still come; 2000 */
     int silence_ms; /**< how long a peer may be silent towards the network (keep-alive, unacknowledged bytes) or
-                                 towards requests before it counts as lost; 5000 */
+                                 towards requests before it counts as lost; 5000. During a motion it is asked when it
+                                 has been silent for half of that, so it is lost at most 1.5 times as long after its last line */
     bool reconnect;   /**< connect again after a loss: after 0.1 s, doubling up to 5 s, with jitter; false */
     int outbox_bytes; /**< that may wait for a peer that does not read; 65536 */
     int callback_queue; /**< pushes, and as many log lines, that may wait for a slow callback; 256 */
@@ -230,7 +232,8 @@ KX_API void KX_Link_Call_Check(KX_LINK_CHECK check, void* user);
  * KX_NOT_A_SETTING, but for questions: no motion, and nothing that acts once, is ever repeated.
  *
  * When a controller refuses a setting on a new connection, or does not answer, that connection is given up and counts as
- * lost again: an arm does not move with the wrong payload.
+ * lost again: an arm does not move with the wrong payload. A setting that returns KX_LOST is not registered, nor is the
+ * 65th, which returns KX_NO_MEMORY.
  * @link_handle
  * @return 0, KX_BAD_DESCRIPTOR, or KX_NO_MEMORY
  */

@@ -130,9 +130,8 @@ static void run(Event& event)
         Reply reply = event.code == KX_SUCCESS ? Reply(event.tree, Reply::link) : Reply::none(event.code);
         event.tree = nullptr;
         const Subscription& of = event.subscription;
-        if (of.handler)
-            of.handler(reply, event.link, static_cast<uint64_t>(of.asked),
-                       static_cast<uint64_t>(event.answered), of.callback, of.user);
+        of.handler(reply, event.link, static_cast<uint64_t>(of.asked), static_cast<uint64_t>(event.answered),
+                   of.callback, of.user);
     }
 }
 
@@ -161,17 +160,17 @@ static void has_run()
 
 static void* work(void*)
 {
-    while (!is_ending) {
-        const int seen = queued;
+    for (;;) {
+        const int seen = queued; // before the look at the end, whose coming it tells
+        if (is_ending) return nullptr;
         if (Event* event = next_event()) {
             run(*event);
             free_event(event);
             has_run();
-        } else if (!is_ending) {
+        } else {
             wait_while(queued, seen, never);
         }
     }
-    return nullptr;
 }
 
 bool start_callbacks()
@@ -216,7 +215,7 @@ static void end_events(int link, bool answers_only)
     end = &first;
     while (*end)
         end = &(*end)->next;
-    const bool is_own = is_started && pthread_equal(pthread_self(), thread);
+    const bool is_own = pthread_equal(pthread_self(), thread);
     while (!is_own && running == link && (!answers_only || running_kind == Event::answer)) {
         const int seen = finished;
         pthread_mutex_unlock(&mutex);

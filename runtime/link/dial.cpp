@@ -44,9 +44,10 @@ int begin_dial(const Address& address, int silence_ms)
 
 bool has_connected(int socket)
 {
-    int error = 0;
+    int error = EBADF;
     socklen_t size = sizeof error;
-    return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+    getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size);
+    return error == 0;
 }
 
 static int wait_for_connection(int socket, Time until)
@@ -55,9 +56,8 @@ static int wait_for_connection(int socket, Time until)
     for (;;) {
         const Time left = next_check(until) - now();
         const int milliseconds = left <= 0 ? 0 : static_cast<int>((left + millisecond - 1) / millisecond);
-        const int ready = poll(&connecting, 1, milliseconds);
-        if (ready > 0) return has_connected(socket) ? KX_SUCCESS : KX_BAD_DESCRIPTOR;
-        if (ready < 0 && errno != EINTR) return KX_BAD_DESCRIPTOR;
+        if (poll(&connecting, 1, milliseconds) > 0)
+            return has_connected(socket) ? KX_SUCCESS : KX_BAD_DESCRIPTOR;
         if (check_ends_wait()) return KX_CANCELLED;
         if (now() >= until) return KX_TIMED_OUT;
     }
@@ -159,11 +159,8 @@ int dial(const char* host, int port, Time until, int silence_ms, Address& addres
         wait_while(look_up->is_done, 0, next_check(until));
         is_cancelled = check_ends_wait();
     }
-    int status = is_cancelled ? KX_CANCELLED : KX_TIMED_OUT;
-    if (look_up->is_done) {
-        status = status_of(look_up->error);
-        if (status == KX_SUCCESS) status = connect_any(look_up->found, until, silence_ms, address, socket);
-    }
+    int status = is_cancelled ? KX_CANCELLED : look_up->is_done ? status_of(look_up->error) : KX_TIMED_OUT;
+    if (status == KX_SUCCESS) status = connect_any(look_up->found, until, silence_ms, address, socket);
     leave(look_up);
     return status;
 }

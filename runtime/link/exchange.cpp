@@ -80,7 +80,7 @@ static int send_some(Link& link, const char* bytes, int length)
 {
     const ssize_t sent = send(link.socket, bytes, static_cast<size_t>(length), MSG_DONTWAIT | MSG_NOSIGNAL);
     if (sent >= 0) return static_cast<int>(sent);
-    return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR ? 0 : -1;
+    return errno == EAGAIN || errno == EINTR ? 0 : -1;
 }
 
 int flush(Link& link)
@@ -160,8 +160,8 @@ int send_with_place(Link& link, const Place& place, const Line& line, bool is_se
         // The end of a motion that nobody waits for may be far off; who waits asks meanwhile.
         const bool is_due = place.owner != Place::queued || nature_of(place.kind) != Nature::motion;
         if (is_due && (link.unheard_since == 0 || link.places.size() == 0)) link.unheard_since = place.sent;
-        if (link.places.size() >= Places::capacity - reserved || !link.places.add(place))
-            return KX_OUTBOX_FULL;
+        if (link.places.size() >= Places::capacity - reserved) return KX_OUTBOX_FULL;
+        link.places.add(place);
     }
     const int status = transmit(link, line, place.kind, place.serial);
     if (status == KX_SUCCESS) {
@@ -205,9 +205,13 @@ static int may_send(const Link& link, KeyCode kind)
     return is_registering(link) && !is_allowed ? KX_NOT_A_SETTING : KX_SUCCESS;
 }
 
+static bool is_of_setup(const Link& link, KeyCode kind)
+{
+    return is_registering(link) && nature_of(kind) == Nature::setting;
+}
+
 static int register_setting(Link& link, KeyCode kind, const Line& line)
 {
-    if (!is_registering(link) || nature_of(kind) != Nature::setting) return KX_SUCCESS;
     if (link.setup_count == setup_capacity) return KX_NO_MEMORY;
     link.setup_kinds[link.setup_count] = kind;
     link.setup[link.setup_count++] = line;
@@ -237,7 +241,8 @@ static int post_for(Place::Owner owner, int handle, Request& request)
         queued_link = handle;
         queued_serial = place.serial;
     }
-    return register_setting(*link, request.answer(), *line);
+    return is_of_setup(*link, request.answer()) ? register_setting(*link, request.answer(), *line)
+                                                : static_cast<int>(KX_SUCCESS);
 }
 
 int post(int handle, Request& request)
@@ -291,8 +296,9 @@ static int leave(int handle, Call& call, uint64_t serial, bool is_cancelled)
 
 struct Sent {
     int status;
-    uint64_t serial;
-    Time deadline;
+    uint64_t serial = 0;
+    Time deadline = 0;
+    uint64_t reconnects = 0; // of the link by then
 };
 
 // Holds the request back while it is not certain whose reply would come; a stop goes all the same. What was held back
@@ -300,24 +306,25 @@ struct Sent {
 static Sent send_awaited(int handle, KeyCode kind, const Line& line, bool is_secret, Call& call)
 {
     Locked link(handle);
-    if (!link) return {KX_BAD_DESCRIPTOR, 0, 0};
+    if (!link) return {KX_BAD_DESCRIPTOR};
     const Time timeout = call_timeout_ms > 0 ? call_timeout_ms * millisecond : reply_timeout(*link, kind);
     const Time deadline = now() + timeout;
     const int cancels = link->cancels, stops = link->stops;
     const uint64_t losses = link->counters.losses;
     for (;;) {
-        if (const int fault = may_send(*link, kind)) return {fault, 0, 0};
-        if (link->counters.losses != losses) return {KX_LOST, 0, 0};
-        if (link->stops != stops && nature_of(kind) == Nature::motion) return {KX_CANCELLED, 0, 0};
+        if (const int fault = may_send(*link, kind)) return {fault};
+        if (link->counters.losses != losses) return {KX_LOST};
+        if (link->stops != stops && nature_of(kind) == Nature::motion) return {KX_CANCELLED};
         link->places.expire(now());
         const Time barred = link->places.barred_until(kind);
         if (barred == 0 || nature_of(kind) == Nature::stop) break;
-        if (now() >= deadline) return {time_out(*link), 0, 0};
+        if (now() >= deadline) return {time_out(*link)};
         if (!link.wait_for_change(barred < deadline ? barred + 1 : deadline) || link->cancels != cancels)
-            return {KX_CANCELLED, 0, 0};
+            return {KX_CANCELLED};
     }
     const Place place = place_for(*link, kind, Place::caller, &call, deadline);
-    return {send_with_place(*link, place, line, is_secret), place.serial, deadline};
+    return {send_with_place(*link, place, line, is_secret), place.serial, deadline,
+            link->counters.reconnects};
 }
 
 static Reply received(int handle, Call& call, int status)
@@ -330,24 +337,21 @@ static Reply received(int handle, Call& call, int status)
     return Reply(call.reply, Reply::link);
 }
 
-static void register_answered(int handle, Request& request, const Line& line, Reply& reply, int& status)
+// What was answered on a connection that has been replaced since is not in force on the present one.
+static int register_answered(int handle, KeyCode kind, const Line& line, const Reply& reply, const Sent& sent)
 {
-    if (nature_of(request.answer()) != Nature::setting || first_false(reply.tree())) return;
+    if (nature_of(kind) != Nature::setting || first_false(reply.tree())) return KX_SUCCESS;
     const Locked link(handle);
-    if (link) status = register_setting(*link, request.answer(), line);
-}
-
-static Time silence_of(int handle)
-{
-    const Locked link(handle);
-    return link ? link->options.silence_ms * millisecond : millisecond;
+    if (!link || !is_of_setup(*link, kind)) return KX_SUCCESS;
+    return link->counters.reconnects == sent.reconnects ? register_setting(*link, kind, line)
+                                                        : static_cast<int>(KX_LOST);
 }
 
 // A motion takes its time; meanwhile a peer from which nothing is heard is asked, and nobody waits for the answer: the
 // end of the motion may come first.
 class Liveness {
   public:
-    Liveness(int handle, int (*is_alive)(int link)) : handle_(handle), is_alive_(is_alive) { wait_anew(); }
+    Liveness(int handle, int (*is_alive)(int link)) : handle_(handle), is_alive_(is_alive) { plan(); }
 
     Time next_look(Time until) const { return look_ < until ? look_ : until; }
 
@@ -359,20 +363,32 @@ class Liveness {
             is_alive_(handle_);
             is_probing = false;
         }
-        wait_anew();
+        plan();
     }
 
   private:
-    void wait_anew()
+    static Time silence(const Link& link) { return link.options.silence_ms * millisecond; }
+
+    // Nothing will have been heard for half of the time that makes a silent peer.
+    Time due(const Link& link) const
     {
-        since_ = now();
-        look_ = is_alive_ ? since_ + silence_of(handle_) / 2 : never;
+        return (link.heard > begun_ ? link.heard : begun_) + silence(link) / 2;
+    }
+
+    void plan()
+    {
+        const Locked link(handle_);
+        look_ = never;
+        if (!link || !is_alive_) return;
+        const Time time = now();
+        look_ = due(*link);
+        if (look_ <= time) look_ = time + silence(*link) / 2; // it has been asked
     }
 
     bool has_to_ask() const
     {
         const Locked link(handle_);
-        if (!link || link->state != KX_LINK_READY || link->heard > since_) return false;
+        if (!link || link->state != KX_LINK_READY || now() < due(*link)) return false;
         if (!is_silent(*link, now())) return link->unheard_since == 0 || !link->places.has(Place::probe);
         give_connection_up(*link, silent);
         return false;
@@ -380,7 +396,8 @@ class Liveness {
 
     const int handle_;
     int (*const is_alive_)(int link);
-    Time since_ = 0, look_ = never;
+    const Time begun_ = now();
+    Time look_ = never;
 };
 
 static Reply await(int handle, Request& request, int (*is_alive)(int link))
@@ -401,7 +418,7 @@ static Reply await(int handle, Request& request, int (*is_alive)(int link))
     }
     int status = call.is_done ? call.status : leave(handle, call, sent.serial, is_cancelled);
     Reply reply = received(handle, call, status);
-    if (status == KX_SUCCESS) register_answered(handle, request, *line, reply, status);
+    if (status == KX_SUCCESS) status = register_answered(handle, request.answer(), *line, reply, sent);
     return status == KX_SUCCESS ? static_cast<Reply&&>(reply) : Reply::none(status);
 }
 

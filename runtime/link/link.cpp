@@ -27,11 +27,6 @@ Link* at_place(int index)
     return table[index];
 }
 
-int open_links()
-{
-    return open_count;
-}
-
 Locked::Locked(int handle) : link_(nullptr)
 {
     if (handle < first_handle) return;
@@ -123,11 +118,13 @@ void cancel_calls(Link& link)
     for (int i = 0; i < link.places.size(); ++i) {
         const Place place = link.places[i];
         if (place.owner != Place::caller) continue;
-        if (!link.outbox.take_back(place.serial)) {
-            link.places.give_up(place.serial);
-        } else if (Place gone; link.places.take_back(place.serial, gone)) {
+        if (link.outbox.take_back(place.serial)) {
+            Place gone;
+            link.places.take_back(place.serial, gone);
             --link.counters.sent;
             --i;
+        } else {
+            link.places.give_up(place.serial);
         }
         finish(*place.call, KX_CANCELLED);
     }

@@ -112,7 +112,6 @@ void close_locked(Link& link); // all of a close but the callbacks
 
 int highest_place();       // no link stands above
 Link* at_place(int index); // null where none has ever been
-int open_links();
 
 // With the link's mutex held:
 void set_state(Link& link, KX_LINK_STATE state, const char* why);

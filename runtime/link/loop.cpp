@@ -27,7 +27,7 @@ static Time after(int milliseconds)
 void wake_loop()
 {
     const uint64_t one = 1;
-    if (write(wake, &one, sizeof one) < 0) return; // it is awake then
+    (void)!write(wake, &one, sizeof one); // where that fails it is awake
 }
 
 static bool control(int operation, const Link& link, uint32_t events)
@@ -389,7 +389,7 @@ static void* serve(void*)
         for (int i = 0; i < count; ++i) {
             if (events[i].data.u64 == 0) {
                 uint64_t times;
-                if (read(wake, &times, sizeof times) < 0) continue;
+                (void)!read(wake, &times, sizeof times);
             } else if (Locked link(static_cast<int>(events[i].data.u64)); link && link->socket >= 0) {
                 take_event(*link, events[i].events);
             }

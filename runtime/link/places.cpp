@@ -17,13 +17,6 @@ void Places::free_room()
     places_ = nullptr;
 }
 
-bool Places::add(const Place& place)
-{
-    if (size_ == capacity) return false;
-    places_[size_++] = place;
-    return true;
-}
-
 void Places::erase(int index)
 {
     --size_;

@@ -45,7 +45,7 @@ class Places {
     int size() const { return size_; }
     const Place& operator[](int index) const { return places_[index]; }
 
-    bool add(const Place& place); // false when there is no room
+    void add(const Place& place) { places_[size_++] = place; } // where there is room
 
     // The place that a reply of this kind belongs to is taken out; false when there is none. The reply may be that of
     // another place if `is_uncertain`.

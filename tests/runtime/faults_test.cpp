@@ -107,6 +107,7 @@ const Fault faults[] = {
     {"of 299 bytes", {}, says(of_length(299)), good, good},
     {"of 64 KiB", {}, says(of_length(65537)), {not_played}, good},
     {"longer", {}, says(of_length(65538)), {not_played}, timed_out, {}, timed_out},
+    {"far longer", {}, says(of_length(300000)), {not_played}, timed_out, {}, timed_out},
     {"nested too deep", {}, says(std::string(3000, '[') + "\n"), {not_played}, timed_out, {}, timed_out},
     {"with a NUL",
      {},
