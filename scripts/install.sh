@@ -7,7 +7,7 @@ tests=(abigail-tools clang clang-format libclang-rt-14-dev binutils libgtest-dev
   liburdfdom-tools libkdl-parser-dev libsdformat-dev libmujoco-dev
   dpkg-dev file gcovr lintian chromium chromium-driver doxygen python3
   python3-dev pybind11-dev python3-numpy python3-pytest mypy python3-setuptools python3-wheel python3-pip
-  python3-matplotlib cyclonedds-dev cyclonedds-tools libfastrtps-dev liburdfdom-dev)
+  python3-matplotlib python3-pil python3-selenium cyclonedds-dev cyclonedds-tools libfastrtps-dev liburdfdom-dev)
 
 packages=("${demo[@]}")
 [ "${1:-all}" = demo ] || packages+=("${tests[@]}")
