@@ -27,9 +27,8 @@ class Trace : public Tap {
 
     void passed(double time, int client, Direction direction, const std::string& line) override
     {
-        constexpr const char* arrows[] = {"->", "<-", "--"}; // of Direction
-        std::printf("%10.3f %sclient %d %s %s\n", time, whose_.c_str(), client,
-                    arrows[static_cast<int>(direction)], printable(line).c_str());
+        std::printf("%10.3f %sclient %d %s %s\n", time, whose_.c_str(), client, arrow(direction),
+                    printable(line).c_str());
         std::fflush(stdout);
     }
 

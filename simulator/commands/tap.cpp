@@ -2,6 +2,19 @@
 
 namespace kx::sim {
 
+const char* arrow(Direction direction)
+{
+    switch (direction) {
+    case Direction::request:
+        return "->";
+    case Direction::reply:
+        return "<-";
+    case Direction::event:
+        break;
+    }
+    return "--";
+}
+
 std::string printable(std::string_view text)
 {
     std::string out;

@@ -20,6 +20,9 @@ class Tap {
     virtual void passed(double time, int client, Direction direction, const std::string& line) = 0;
 };
 
+/** As traces, recordings and the page show it: "->", "<-" or "--". */
+const char* arrow(Direction direction);
+
 /** On one line of a terminal, where control characters would do harm. */
 std::string printable(std::string_view text);
 

@@ -70,9 +70,8 @@ std::string News::lines_since(std::uint64_t told) const
 
 void News::passed(double time, int client, Direction direction, const std::string& line)
 {
-    constexpr const char* arrows[] = {"->", "<-", "--"}; // of Direction
-    const Json entry = {++line_count_, std::round(time * 1e3) / 1e3, client,
-                        arrows[static_cast<int>(direction)], printable(line).substr(0, longest_line)};
+    const Json entry = {++line_count_, std::round(time * 1e3) / 1e3, client, arrow(direction),
+                        printable(line).substr(0, longest_line)};
     lines_.push_back(printed(entry));
     if (lines_.size() > kept_lines) lines_.pop_front();
 }
