@@ -12,8 +12,7 @@ constexpr unsigned int entry_delay_ms = 20;
 
 int joint_count(int sockfd)
 {
-    if (link::is_link(sockfd)) return link::model(sockfd) == 47 ? 7 : 6;
-    return classic::joint_count(sockfd);
+    return link::is_link(sockfd) ? link::joint_count(sockfd) : classic::joint_count(sockfd);
 }
 
 int request_joints(int sockfd)

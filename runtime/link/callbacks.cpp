@@ -129,6 +129,7 @@ static void run(Event& event)
     case Event::answer:
         Reply reply = event.code == KX_SUCCESS ? Reply(event.tree, Reply::link) : Reply::none(event.code);
         event.tree = nullptr;
+        reads_answer(event.link, event.model);
         const Subscription& of = event.subscription;
         of.handler(reply, event.link, static_cast<uint64_t>(of.asked), static_cast<uint64_t>(event.answered),
                    of.callback, of.user);

@@ -17,6 +17,7 @@ KX_THREAD_LOCAL int queued_link;
 KX_THREAD_LOCAL uint64_t queued_serial;
 KX_THREAD_LOCAL int refused_link;
 KX_THREAD_LOCAL char refused_reason[sizeof(Call::reason)];
+KX_THREAD_LOCAL int answered_link, answered_model;
 KX_THREAD_LOCAL bool is_probing; // what this thread asks is sent, and not waited for
 
 constexpr int places_for_stops = 16;
@@ -30,6 +31,18 @@ int model(int handle)
 {
     const Locked link(handle);
     return link ? link->model : 0;
+}
+
+int joint_count(int handle)
+{
+    const int present = model(handle);
+    return (present == 0 && handle == answered_link ? answered_model : present) == 47 ? 7 : 6;
+}
+
+void reads_answer(int handle, int model)
+{
+    answered_link = handle;
+    answered_model = model;
 }
 
 const char* own_reason(int link)
@@ -322,6 +335,7 @@ static Sent send_awaited(int handle, KeyCode kind, const Line& line, bool is_sec
         if (!link.wait_for_change(barred < deadline ? barred + 1 : deadline) || link->cancels != cancels)
             return {KX_CANCELLED};
     }
+    reads_answer(handle, link->model);
     const Place place = place_for(*link, kind, Place::caller, &call, deadline);
     return {send_with_place(*link, place, line, is_secret), place.serial, deadline,
             link->counters.reconnects};

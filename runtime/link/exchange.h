@@ -11,6 +11,7 @@ namespace kx::link {
 
 bool is_link(int sockfd); // open or not
 int model(int link);      // 0 for one that is not open
+int joint_count(int link);
 
 int post(int link, Request& request);
 int stream(int link, Request& request);

@@ -125,6 +125,9 @@ void finish_without_waking(Call& call, int status, cJSON* reply);
 // success there is no place.
 int send_with_place(Link& link, const Place& place, const Line& line, bool is_secret = false);
 
+// This thread reads an answer of that link next. It has the arm's joints, even if the link is closed meanwhile.
+void reads_answer(int handle, int model);
+
 // The member of a reply that says false; null if none does.
 const cJSON* first_false(const cJSON* reply);
 
