@@ -31,9 +31,10 @@ static bool connect_to(int sockfd, const sockaddr_in& address)
     pollfd connecting = {sockfd, POLLOUT, 0};
     while (poll(&connecting, 1, -1) < 0 && errno == EINTR) {
     }
-    int error = 0;
+    int error = EBADF;
     socklen_t size = sizeof error;
-    return getsockopt(sockfd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+    getsockopt(sockfd, SOL_SOCKET, SO_ERROR, &error, &size);
+    return error == 0;
 }
 
 int Arm_Socket_Start(const char* ip, int port, int model, int recv_timeout)

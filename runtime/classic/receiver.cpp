@@ -41,7 +41,7 @@ static bool is_complete(const Line& line)
 
 static bool is_nothing_yet(ssize_t received)
 {
-    return received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+    return received < 0 && (errno == EAGAIN || errno == EINTR);
 }
 
 // Reads one line, if one has begun to arrive, and stays with it until it is whole or the connection is gone.
