@@ -343,6 +343,7 @@ class FarSide : public World {
         case 10:
             connection.reads = !connection.reads;
             connection.socket->room = connection.reads ? 4096 : 300;
+            connection.link->was_full |= connection.socket->sent.size() >= connection.socket->room;
             return tell("controller %d %s", number, connection.reads ? "reads" : "reads no more");
         case 11:
             if (!one_in(3)) return;

@@ -365,45 +365,35 @@ static int register_answered(int handle, KeyCode kind, const Line& line, const R
 // end of the motion may come first.
 class Liveness {
   public:
-    Liveness(int handle, int (*is_alive)(int link)) : handle_(handle), is_alive_(is_alive) { plan(); }
+    Liveness(int handle, int (*is_alive)(int link)) : handle_(handle), is_alive_(is_alive)
+    {
+        if (is_alive_) has_to_ask();
+    }
 
     Time next_look(Time until) const { return look_ < until ? look_ : until; }
 
     void look_if_due()
     {
-        if (now() < look_) return;
-        if (has_to_ask()) {
-            is_probing = true;
-            is_alive_(handle_);
-            is_probing = false;
-        }
-        plan();
+        if (now() < look_ || !has_to_ask()) return;
+        is_probing = true;
+        is_alive_(handle_);
+        is_probing = false;
+        look_ = now() + half_;
     }
 
   private:
-    static Time silence(const Link& link) { return link.options.silence_ms * millisecond; }
-
-    // Nothing will have been heard for half of the time that makes a silent peer.
-    Time due(const Link& link) const
-    {
-        return (link.heard > begun_ ? link.heard : begun_) + silence(link) / 2;
-    }
-
-    void plan()
+    // Whether nothing has been heard for half of the time that makes a silent peer; and when to look again.
+    bool has_to_ask()
     {
         const Locked link(handle_);
         look_ = never;
-        if (!link || !is_alive_) return;
+        if (!link) return false;
         const Time time = now();
-        look_ = due(*link);
-        if (look_ <= time) look_ = time + silence(*link) / 2; // it has been asked
-    }
-
-    bool has_to_ask() const
-    {
-        const Locked link(handle_);
-        if (!link || link->state != KX_LINK_READY || now() < due(*link)) return false;
-        if (!is_silent(*link, now())) return link->unheard_since == 0 || !link->places.has(Place::probe);
+        half_ = link->options.silence_ms * millisecond / 2;
+        const Time due = (link->heard > begun_ ? link->heard : begun_) + half_;
+        look_ = time < due ? due : time + half_;
+        if (time < due || link->state != KX_LINK_READY) return false;
+        if (!is_silent(*link, time)) return link->unheard_since == 0 || !link->places.has(Place::probe);
         give_connection_up(*link, silent);
         return false;
     }
@@ -411,7 +401,7 @@ class Liveness {
     const int handle_;
     int (*const is_alive_)(int link);
     const Time begun_ = now();
-    Time look_ = never;
+    Time half_ = 0, look_ = never;
 };
 
 static Reply await(int handle, Request& request, int (*is_alive)(int link))
