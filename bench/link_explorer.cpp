@@ -106,8 +106,8 @@ struct Link {
     bool gave_up[kinds] = {}; // on this connection
     std::vector<Request*> queued, setup, motions;
     bool is_registering = false;
-    std::vector<int> states;  // as they were told
-    Time begun = 0, told = 0; // to be opened, a state
+    std::vector<int> states; // as they were told
+    Time begun = 0;          // to be opened
     int pushes_sent = 0, pushes = 0, noise = 0, lines_sent = 0, lines_left = 0;
     bool is_subscribed = false, was_subscribed = false;
 
@@ -543,10 +543,9 @@ void on_state(int handle, KX_LINK_STATE told, void* user)
     if (link.handle > 0 && handle != link.handle) fail("a state of another link is told");
     const int before = link.states.empty() ? static_cast<int>(KX_LINK_CONNECTING) : link.states.back();
     const bool may_be = told == KX_LINK_READY ? before == KX_LINK_CONNECTING : before == KX_LINK_READY;
-    const bool is_known = lacked < link.told; // else one may be missing
+    const bool is_known = lacked < link.begun; // else one may be missing
     if ((!may_be && is_known) || told == (link.reconnects ? KX_LINK_DOWN : KX_LINK_CONNECTING))
         fail("state %d is told after %d", told, before);
-    link.told = now();
     link.states.push_back(told);
 }
 

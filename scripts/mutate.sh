@@ -20,7 +20,7 @@ trap 'rm -rf "$copy"' EXIT
 git ls-files -co --exclude-standard -z | tar -c --null -T - | tar -x -C "$copy"
 
 cmake -S "$copy" -B "$copy/build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DKX_SIMULATOR=OFF \
-  -DKX_TOOLS=OFF -DKX_EXAMPLES=OFF -DCMAKE_LINK_DEPENDS_NO_SHARED=ON -DKX_TEST_TIMEOUT=15 \
+  -DKX_TOOLS=OFF -DKX_EXAMPLES=OFF -DCMAKE_LINK_DEPENDS_NO_SHARED=ON -DKX_TEST_TIMEOUT=40 \
   -DKX_SANITIZE=address,undefined >"$copy/log"
 cmake -S "$copy" -B "$copy/optimised" -G Ninja -DCMAKE_BUILD_TYPE=MinSizeRel -DKX_SIMULATOR=OFF -DKX_TOOLS=OFF \
   -DKX_EXAMPLES=OFF >>"$copy/log"
