@@ -138,7 +138,7 @@ TEST(StreamOverALink, FaultsInMidMotionEndItInTheStatedWay)
         if (row.reason == KX_STREAM_SILENT) options.silence = 0.3;
         std::fill_n(options.velocity, 7, 20.0f);
         const int stream = KX_Stream_Open(link, &options);
-        const float far[] = {100, 0, 0, 0, 0, 0};
+        const float far[] = {170, 0, 0, 0, 0, 0}; // as far as possible, since on a busy machine a fault takes its time
         ASSERT_EQ(KX_Stream_Joints(stream, far, 0), KX_SUCCESS);
         KX_STREAM_CYCLE last = {};
         for (; row.act && last.sent[0] < 10; usleep(1000))
@@ -146,7 +146,7 @@ TEST(StreamOverALink, FaultsInMidMotionEndItInTheStatedWay)
         if (row.act) row.act(row.act == KX_Link_Close ? link : stream);
         EXPECT_EQ(end_of(stream), row.reason);
         KX_Stream_State(stream, &last);
-        EXPECT_TRUE(last.sent[0] > 5 && last.sent[0] < 90) << "it ended at " << last.sent[0];
+        EXPECT_TRUE(last.sent[0] > 5 && last.sent[0] < 165) << "it ended at " << last.sent[0];
         EXPECT_EQ(KX_Stream_Close(stream), KX_SUCCESS);
         KX_Link_Close(link);
     }
