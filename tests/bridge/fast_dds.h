@@ -200,7 +200,7 @@ class Domain {
     dds::Subscriber* subscriber_;
 };
 
-// What comes on a topic. Every message is kept until it is asked for.
+// What comes on a topic. Every message is kept until it is asked for, with its number from its writer and when it came.
 class Reader : public dds::DataReaderListener {
   public:
     enum Kind { reliable, best_effort, late }; // late: wants what was written before, too
@@ -238,9 +238,6 @@ class Reader : public dds::DataReaderListener {
         messages_.clear();
     }
 
-    long lost = 0;              // messages of the only writer after the first one
-    std::vector<double> delays; // ms from a message's stamp until it was here
-
   private:
     void on_data_available(dds::DataReader*) override
     {
@@ -250,13 +247,8 @@ class Reader : public dds::DataReaderListener {
         dds::SampleInfo info;
         while (reader_->take_next_sample(&message, &info) == ReturnCode_t::RETCODE_OK) {
             if (!info.valid_data) continue;
-            const auto number = info.sample_identity.sequence_number().to64long();
-            if (last_ != 0) lost += number - last_ - 1;
-            last_ = number;
-            const double now = duration<double>(system_clock::now().time_since_epoch()).count();
-            if (message.contains("sec"))
-                delays.push_back(1e3 *
-                                 (now - message["sec"].get<int>() - message["nanosec"].get<int>() / 1e9));
+            message["number"] = info.sample_identity.sequence_number().to64long();
+            message["came"] = duration<double>(system_clock::now().time_since_epoch()).count();
             messages_.push_back(message);
         }
         come_.notify_all();
@@ -266,7 +258,6 @@ class Reader : public dds::DataReaderListener {
     std::mutex mutex_;
     std::condition_variable come_;
     std::deque<Json> messages_;
-    int64_t last_ = 0;
 };
 
 class Writer {
