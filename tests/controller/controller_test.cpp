@@ -1,7 +1,6 @@
 // The library and the virtual controller together, as an application meets them; what the controller does besides
 // is tested in process.
 #include <atomic>
-#include <cmath>
 #include <thread>
 
 #include "runtime/classic/pending.h"
@@ -56,50 +55,16 @@ TEST_P(Models, ArriveWhereTheyAreSentWithThePoseOfTheForwardKinematics)
     EXPECT_FLOAT_EQ(frame.z, 0.000123f) << "millimetres go out, micrometres are read";
 }
 
-// A motion that goes on until somebody acts.
-struct LongMotion : testing::Test {
-    Application app{46, {"--speed", "0.1"}};
-    int arm = app.arm;
+TEST(Motion, OutlivesTheConnectionThatAskedForIt)
+{
+    Application app(46, {"--speed", "0.1"});
     const float target[6] = {90, 0, 0, 0, 0, 0};
-
-    // What another client sends as soon as the motion goes on.
-    void once_it_runs(const std::string& sent) const
-    {
-        Connection client(app.controller->port());
-        EXPECT_TRUE(eventually([&] {
-            client.send("{\"command\":\"get_arm_plan_num\"}\n");
-            return client.line().find(":1}") != std::string::npos;
-        }));
-        client.send(sent);
-    }
-};
-
-TEST_F(LongMotion, EndsABlockingCallWhenItIsStoppedElsewhere)
-{
-    const std::jthread stopper([this] { once_it_runs("{\"command\":\"set_arm_stop\"}\n"); });
-    EXPECT_EQ(Movej_Cmd(arm, target, 5, 0, true), 1);
-    EXPECT_LT(app.joints()[0], 89);
-}
-
-TEST_F(LongMotion, OutlivesTheConnectionThatAskedForIt)
-{
-    ASSERT_EQ(Movej_Cmd(arm, target, 20, 0, false), 0);
-    once_it_runs("");
-    Arm_Socket_Close(arm);
-    arm = app.arm = app.connect();
+    ASSERT_EQ(Movej_Cmd(app.arm, target, 20, 0, false), 0);
+    EXPECT_TRUE(eventually([&] { return app.joints()[0] > 0; }));
+    Arm_Socket_Close(app.arm);
+    app.arm = app.connect();
     const float before = app.joints()[0];
     EXPECT_TRUE(eventually([&] { return app.joints()[0] > before; }));
-}
-
-TEST_F(LongMotion, EndsABlockingCallWhenTheControllerDies)
-{
-    m_nOutTime = 500;
-    const std::jthread killer([this] {
-        once_it_runs("");
-        app.controller->end(SIGKILL);
-    });
-    EXPECT_EQ(Movej_Cmd(arm, target, 5, 0, true), 7) << "and no signal ends the application";
-    EXPECT_EQ(Get_Joint_Degree(arm, std::vector<float>(7).data()), 6);
 }
 
 // What the callback was given.

@@ -1,5 +1,5 @@
-// The virtual controller moves the tool through space. Its joints are read every simulated millisecond and
-// judged by Orocos KDL's forward kinematics of the same arm.
+// The virtual controller moves joints together, and the tool through space. Its joints are read every simulated millisecond
+// and judged by Orocos KDL's forward kinematics of the same arm.
 #include <cmath>
 #include <numbers>
 
@@ -35,23 +35,34 @@ double angle_between(const Rotation& a, const Rotation& b)
 
 /** An arm that stands somewhere, and its chain. */
 struct Robot {
-    Robot(int of_model, Joints start) : model(of_model), arm(Scenario::of(model))
+    Robot(int of_model, const Joints& start) : model(of_model), arm(Scenario::of(model))
     {
-        for (double& angle : start)
-            angle *= 1000;
-        send({{"command", "movej"}, {"joint", start}, {"v", 100}});
+        move(start, 100);
         EXPECT_TRUE(finished(1000)) << model;
+    }
+
+    void move(Joints to, int percent)
+    {
+        for (double& angle : to)
+            angle *= 1000;
+        send({{"command", "movej"}, {"joint", to}, {"v", percent}});
     }
 
     void send(const Json& request) { arm->send(request); }
 
-    /** Runs on; whether a motion ends meanwhile, and well. Looks at the arm each millisecond. */
-    bool finished(double seconds, const std::function<void(const Frame&)>& look = {})
+    /** Runs on, at most until so many motions have ended, and looks at the tool each millisecond. */
+    void run(double seconds, std::size_t endings, const std::function<void(const Frame&)>& look)
     {
-        for (const double end = arm->time + seconds; arm->came.empty() && arm->time < end;) {
+        for (const double end = arm->time + seconds; arm->came.size() < endings && arm->time < end;) {
             arm->run(1e-3);
             if (look) look(tool());
         }
+    }
+
+    /** Whether a motion ends meanwhile, and well. */
+    bool finished(double seconds, const std::function<void(const Frame&)>& look = {})
+    {
+        run(seconds, 1, look);
         return arm->take().value("trajectory_state", false);
     }
 
@@ -63,18 +74,19 @@ struct Robot {
     std::shared_ptr<Scenario> arm;
 };
 
-/** Differences of the joints' samples against their limits, as parts of them. */
+/** Differences of the joints' samples against a share of their limits, as parts of them. */
 struct Watch {
+    explicit Watch(int percent = 100) : share(percent / 100.0) {}
     void look(Robot& robot)
     {
         const auto& limits = robot.arm->controller.arm().drives.each();
         Joints now = robot.joints(), velocity(now.size());
         for (std::size_t i = 0; i < now.size() && !last.empty(); ++i) {
             velocity[i] = (now[i] - last[i]) / 1e-3;
-            speed = std::max(speed, std::abs(velocity[i]) / limits[i].max_speed);
+            speed = std::max(speed, std::abs(velocity[i]) / limits[i].max_speed / share);
             if (!last_velocity.empty())
                 acceleration = std::max(acceleration, std::abs(velocity[i] - last_velocity[i]) / 1e-3 /
-                                                          limits[i].max_acceleration);
+                                                          limits[i].max_acceleration / share);
         }
         if (!last.empty()) last_velocity = velocity;
         last = now;
@@ -84,7 +96,7 @@ struct Watch {
         EXPECT_LT(speed, 1.005);
         EXPECT_LT(acceleration, 1.02);
     }
-    double speed = 0, acceleration = 0;
+    double share, speed = 0, acceleration = 0;
     Joints last, last_velocity;
 };
 
@@ -94,6 +106,40 @@ Joints ready(int model)
     return model == 36   ? Joints{0, 30, 60, 0, 90, 0}
            : model == 46 ? Joints{0, -30, -60, 0, -90, 0}
                          : Joints{0, 30, 0, 60, 0, 90, 0};
+}
+
+struct MoveRow {
+    int model;
+    const char* setting; ///< a request before
+    Joints target;
+    int percent;
+    double duration; ///< 1/speed + speed/acceleration along the path, or 2/sqrt(acceleration) if it is short
+};
+
+const MoveRow move_rows[] = {
+    {46, "", {90, 0, 0, 0, 0, 0}, 100, 0.5 + 0.3},
+    {46, "", {90, -45, 30, -20, 10, 5}, 50, 1.0 + 0.3},
+    {46, "", {0, 0, 0, 0, 0, 24}, 100, 2 * std::sqrt(24 / 600.0)},
+    {36, "set_joint_max_speed joint_max_speed [2,10000] -> ok", {90, 20, 0, 0, 0, 0}, 100, 2 + 45 / 600.0},
+    {47, "set_joint_max_acc joint_max_acc [7,100000] -> ok", {0, 0, 0, 0, 0, 0, 350}, 100, 350 / 180.0 + 1.8},
+};
+
+TEST(Joints, MoveTogetherWithinTheirLimitsAndTakeNoLongerThanNeeded)
+{
+    for (const MoveRow& row : move_rows) {
+        Robot robot(row.model, Joints(row.target.size()));
+        robot.arm->play(row.setting);
+        robot.move(row.target, row.percent);
+        Watch watch(row.percent);
+        const double began = robot.arm->time;
+        EXPECT_TRUE(robot.finished(20, [&](const Frame&) {
+            watch.look(robot);
+            for (std::size_t i = 0; i < row.target.size(); ++i)
+                EXPECT_NEAR(robot.joints()[i] * row.target[0], robot.joints()[0] * row.target[i], 1e-6);
+        }));
+        EXPECT_NEAR(robot.arm->time - began, row.duration, 1e-3);
+        EXPECT_EQ(robot.joints(), row.target);
+    }
 }
 
 struct LineRow {
@@ -258,17 +304,13 @@ struct Ride {
 
     void run(double seconds)
     {
-        for (const double end = robot.arm->time + seconds;
-             robot.arm->time < end && robot.arm->came.size() < 2;) {
-            const std::size_t ended = robot.arm->came.size();
-            robot.arm->run(1e-3);
+        robot.run(seconds, 2, [this](const Frame& tool) {
             watch.look(robot);
-            const Vector tool = robot.tool().p;
-            const double away = (tool - corner.p).Norm();
+            const double away = (tool.p - corner.p).Norm();
             nearest = std::min(nearest, away);
-            lowest = std::min(lowest, tool.z()), highest = std::max(highest, tool.z());
-            if (ended == 0 && robot.arm->came.size() == 1) first_ended_at = away;
-        }
+            lowest = std::min(lowest, tool.p.z()), highest = std::max(highest, tool.p.z());
+            if (robot.arm->came.size() == 1 && first_ended_at > 8) first_ended_at = away;
+        });
     }
 
     Robot robot;
@@ -350,16 +392,12 @@ TEST(Tool, GoesToAPoseInJointSpaceByTheNearestJoints)
 // From ready, 338 mm in front of the base.
 const ScenarioRow rows[] = {
     {"IsRefusedBeforeTheArmStarts", R"(
-        0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later
-        2    <- ok
+        0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> done
              movel pose [700000,0,318203,3142,0,0] v 50                -> no reach
              movej_p pose [700000,0,318203,3142,0,0] v 50              -> no reach
              movej_p pose [225200,0,372700,3142,900,0] v 50            -> no "joint 5"
              movel pose [225200,0,372700,3142,900,0] v 50              -> no "joint 5"
              movel pose [-338000,4000,318203,3142,0,0] v 50            -> no singularity
-             movel pose [338000,100000,318203,3142,0,0] v 0            -> no 100
-             movel pose [338000,100000,318203,3142,0,0] v 101          -> no 100
-             movel pose [338000,100000,318203,3142,0,0] v 50 r -1      -> no radius
              movel pose [1,2,3,4,5] v 50                               -> no six
              movel pose [1e300,0,0,0,0,0] v 50                         -> no reach
              movel pose [1,2,3,4,5,null] v 50                          -> no number
@@ -374,16 +412,13 @@ const ScenarioRow rows[] = {
         4    get_joint_degree                                          -> joint [0,-30000,-60000,0,-90000,0])"},
     // Between two places beside the arm the elbow bends more than at both.
     {"IsRefusedIfOnlyItsMiddleIsNotAllowed", R"(
-        0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later
-        2    <- ok
-             movej_p pose [338000,-100000,318203,3142,0,0] v 100       -> later
-        4    <- ok
+        0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> done
+             movej_p pose [338000,-100000,318203,3142,0,0] v 100       -> done
              get_joint_degree                                          -> joint [*,*,-53500~1000,*,*,*]
              set_joint_min_pos joint_min_pos [3,-54600]                -> ok
              movel pose [338000,100000,318203,3142,0,0] v 50           -> no "joint 3 would leave its limits on the way"
              set_joint_min_pos joint_min_pos [3,-135000]               -> ok
-             movel pose [338000,100000,318203,3142,0,0] v 50           -> later
-        9    <- ok)"},
+             movel pose [338000,100000,318203,3142,0,0] v 50           -> done)"},
     {"IsCheckedFromWhereTheQueueEnds", R"(
         0    movel pose [338000,100000,318203,3142,0,0] v 100          -> no
              movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later
@@ -395,21 +430,15 @@ const ScenarioRow rows[] = {
              <- no reach)"},
     // 0.4 s at up to 0.25 m/s and 1 m/s^2, and 0.25 s of braking.
     {"PausesOnItsLineAndGoesOn", R"(
-        0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> later
-        2    <- ok
+        0    movej joint [0,-30000,-60000,0,-90000,0] v 100            -> done
              movel pose [338000,200000,318203,3142,0,0] v 100          -> later
-        2.4  set_arm_pause                                             -> ok
+        +0.4 set_arm_pause                                             -> ok
         5    get_current_arm_state                                     -> arm_state.pose [338000~20,100000~300,318203~20,*,*,*]
              set_arm_continue                                          -> ok
         9    <- ok
              get_current_arm_state                                     -> arm_state.pose [338000~2,200000~20,318203~2,*,*,*])"},
 };
 
-struct ToolScenario : Scenarios {};
-INSTANTIATE_TEST_SUITE_P(Arm, ToolScenario, testing::ValuesIn(rows), Scenarios::name);
-TEST_P(ToolScenario, Plays)
-{
-    play(GetParam());
-}
+INSTANTIATE_TEST_SUITE_P(Tool, Scenarios, testing::ValuesIn(rows), Scenarios::name);
 
 } // namespace

@@ -1,5 +1,4 @@
 // What the virtual controller keeps and answers beside motions: parameters, frames, inputs and outputs.
-#include <numeric>
 
 #include "simulator/scenario.h"
 
@@ -58,11 +57,6 @@ const ScenarioRow rows[] = {
            set_arm_dynamic_parm parm [1,2,3]  -> no 12
            set_install_pose pose [90,0]       -> set_state true
            get_tool_software_version          -> version >0)"},
-    {"StateOfSevenJoints", R"(
-        0  get_current_arm_state              -> arm_state.joint [0,0,0,0,0,0,0] arm_state.sys_err 0
-           get_arm_all_state                  -> all_state.err_flag [0,0,0,0,0,0,0] all_state.voltage [*,*,*,*,*,*,>40000]
-           get_joint_degree                   -> joint [0,0,0,0,0,0,0])",
-     47},
     {"ChannelsReadBackAndInputsComeFromOutside", R"(
         0  set_DO_state IO_Num 1 state 1      -> state true
            set_DO_state IO_Num 0 state 1      -> no channel
@@ -86,8 +80,7 @@ const ScenarioRow rows[] = {
            get_tool_voltage                   -> command tool_voltage_state voltage_type 2)",
      46, with_inputs()},
     {"FramesLiveFromCreationToDeletion", R"(
-        0  movej joint [20000,30000,-45000,10000,60000,0] v 100    -> later
-        9  <- ok
+        0  movej joint [20000,30000,-45000,10000,60000,0] v 100    -> done
            set_manual_tool_frame tool_name grip tool_pose [10000,-20000,120000,0,500,0] payload 1.5 position [10,0,123.4]  -> manual_tool_frame true
            set_manual_work_frame frame_name table frame_pose [0,0,100000,0,0,0]    -> command set_maual_work_frame manual_work_frame true
            get_current_tool_frame             -> tool_name flange pose [0,0,0,0,0,0] payload 0.0
@@ -122,56 +115,45 @@ const ScenarioRow rows[] = {
     // Joints 4 to 6 turn about the centre of the wrist, 144 mm behind the flange.
     {"ToolsAreTaughtByPoints", R"(
         0  set_auto_tool_frame point_num 0    -> no
-           movej joint [10000,20000,30000,20000,40000,0] v 100     -> later
-        3  <- ok
+           movej joint [10000,20000,30000,20000,40000,0] v 100     -> done
            set_auto_tool_frame point_num 1    -> auto_tool_frame true
            generate_auto_tool_frame tool_name wrist payload 0 position [0,0,0]     -> no three
-           movej joint [10000,20000,30000,60000,-30000,20000] v 100    -> later
-        6  <- ok
+           movej joint [10000,20000,30000,60000,-30000,20000] v 100    -> done
            "" point_num 2                     -> command set_auto_tool_frame auto_tool_frame true
-           movej joint [10000,20000,30000,-50000,60000,90000] v 100    -> later
-        9  <- ok
+           movej joint [10000,20000,30000,-50000,60000,90000] v 100    -> done
            set_auto_tool_frame point_num 3    -> ok
            generate_auto_tool_frame tool_name wrist payload 0 position [0,0,0]     -> auto_tool_frame true
            get_tool_frame tool_name wrist     -> pose [0~2,0~2,-144000~2,0~1,0~1,0~1])"},
     {"WorkFramesAreTaughtByPoints", R"(
-        0  movej joint [10000,20000,30000,0,20000,0] v 100         -> later
-        3  <- ok
+        0  movej joint [10000,20000,30000,0,20000,0] v 100         -> done
            set_auto_work_frame frame_name taught point_num 3       -> no "1 and 2"
            set_auto_work_frame frame_name taught point_num 1       -> auto_work_frame true
-           movej joint [40000,20000,30000,0,20000,0] v 100         -> later
-        6  <- ok
+           movej joint [40000,20000,30000,0,20000,0] v 100         -> done
            set_auto_work_frame frame_name taught point_num 2       -> ok
            set_auto_work_frame frame_name taught point_num 3       -> no "too close"
-           movej joint [10000,40000,30000,0,20000,0] v 100         -> later
-        9  <- ok
+           movej joint [10000,40000,30000,0,20000,0] v 100         -> done
            set_auto_work_frame frame_name taught point_num 3       -> ok
            set_change_work_frame frame_name taught         -> ok
            get_current_arm_state              -> arm_state.pose [*,>10000,0~2,*,*,*]
-           movej joint [10000,20000,30000,0,20000,0] v 100         -> later
-       12  <- ok
+           movej joint [10000,20000,30000,0,20000,0] v 100         -> done
            get_current_arm_state              -> arm_state.pose [0~2,0~2,0~2,*,*,*]
-           movej joint [40000,20000,30000,0,20000,0] v 100         -> later
-       15  <- ok
+           movej joint [40000,20000,30000,0,20000,0] v 100         -> done
            get_current_arm_state              -> arm_state.pose [>10000,0~2,0~2,*,*,*])"},
     // At (0.338, 0, 0.318) in the base; the frame's y axis is the base's -x axis.
     {"TheToolStepsAndJogsAlongTheWorkFrame", R"(
-        0  movej joint [0,-30000,-60000,0,-90000,0] v 100          -> later
-        3  <- ok
+        0  movej joint [0,-30000,-60000,0,-90000,0] v 100          -> done
            set_manual_work_frame frame_name table frame_pose [200000,-300000,100000,0,0,1571]  -> ok
            set_change_work_frame frame_name table          -> ok
            get_current_arm_state              -> arm_state.pose [300000~70,-138000~70,218203~2,*,*,*]
-           set_pos_step step_type y_step step -50000.0 v 100       -> later
-        6  <- ok
+           set_pos_step step_type y_step step -50000.0 v 100       -> done
            get_current_arm_state              -> arm_state.pose [300000~70,-188000~70,218203~2,*,*,-1571~2]
-           set_ort_step step_type rz_step step 250.0 v 100 -> later
-        9  <- ok
+           set_ort_step step_type rz_step step 250.0 v 100 -> done
            get_current_arm_state              -> arm_state.pose [300000~70,-188000~70,218203~2,*,*,-1321~2]
            set_ort_step step_type rz_step step 3100.0 v 100        -> no 3000
            set_pos_step step_type rz_step step 1.0 v 100   -> no axis
            set_pos_teach teach_type x direction pos v 100  -> pos_teach true
            movel pose [300000,-188000,218203,3142,0,-1321] v 100   -> no jogged
-        9.5 set_stop_teach                    -> ok
+     +0.5   set_stop_teach                    -> ok
        12  get_current_arm_state              -> arm_state.pose [>320000,-188000~70,218203~2,*,*,-1321~2]
            set_pos_teach teach_type z direction pos v 100  -> ok
        60  get_current_arm_state              -> arm_state.pose [>320000,-188000~70,>240000,*,*,-1321~2]
@@ -193,12 +175,7 @@ const ScenarioRow rows[] = {
               set_ethernet                    -> later)"},
 };
 
-struct CommandScenario : Scenarios {};
-INSTANTIATE_TEST_SUITE_P(Controller, CommandScenario, testing::ValuesIn(rows), Scenarios::name);
-TEST_P(CommandScenario, Plays)
-{
-    play(GetParam());
-}
+INSTANTIATE_TEST_SUITE_P(Command, Scenarios, testing::ValuesIn(rows), Scenarios::name);
 
 TEST(Frames, AreManyAndStillFitIntoAReply)
 {
@@ -214,12 +191,11 @@ TEST(Frames, AreManyAndStillFitIntoAReply)
 TEST(Commands, StateQueriesOfSevenJointsFitALineWhenAllNumbersAreLong)
 {
     const auto arm = Scenario::of(47);
-    arm->play(R"(0   movej joint [-179999,-129999,-179999,-134999,-179999,-127999,-359999] v 100 -> later
-                 60  <- ok)");
+    arm->play(R"(0   movej joint [-179999,-129999,-179999,-134999,-179999,-127999,-359999] v 100 -> done)");
     for (std::size_t i = 0; i < 7; ++i)
         arm->controller.arm().drives.fail(i, 65535);
     arm->play(R"(get_current_arm_state  -> arm_state.joint [*,*,*,*,*,*,-359999] arm_state.pose [*,*,*,*,*,*]
-                 get_arm_all_state      -> all_state.err_flag [65535,65535,65535,65535,65535,65535,65535])");
+                 get_arm_all_state      -> all_state.err_flag [65535,65535,65535,65535,65535,65535,65535] all_state.voltage [*,*,*,*,*,*,>40000])");
 }
 
 /** All that can be read of the arm. */
@@ -246,7 +222,6 @@ TEST(Commands, ARefusalIsTheAnswerOfItsCommandAndChangesNothing)
         {"set_joint_max_speed joint_max_speed [7,1000]", 2, "from 1 to 6"},
         {"set_joint_max_speed joint_max_speed [1.5,1000]", 2, "whole"},
         {"set_joint_max_speed joint_max_speed [1,0]", 2, "above 0"},
-        {"set_joint_max_speed joint_max_speed [1,-5]", 2, "above 0"},
         {"set_joint_max_speed joint_max_speed [1,2147483647]", 2, "360"},
         {R"(set_joint_max_speed joint_max_speed [1,"fast"])", 2, "a number was"},
         {"set_joint_max_speed joint_max_speed [1,2,3]", 2, "array"},
