@@ -184,6 +184,7 @@ TEST_P(Commands, SendAwaitAndDecode)
         EXPECT_EQ(call(row.function, not_connected, false), refusal(6));
         EXPECT_EQ(m_nSockeRIinfosLen, entries);
         EXPECT_EQ(call(row.function, 0, false), row.is_guarded() ? 5 : 6);
+        EXPECT_EQ(sleeps.size(), row.sleeps()) << "as 0 is no link";
         return;
     } else if (row.has_block_flag) {
         expect_nothing_left();

@@ -1,4 +1,4 @@
-// Starting the library, the connection table, the liveness probe.
+// Starting the library, and the connection table.
 #include "support/peer.h"
 
 #include "kx_base.h"
@@ -55,18 +55,6 @@ TEST(Library, AnotherInitRenewsAllButTheThreads)
     }
 }
 
-TEST(Connections, AreRecordedWithTheirModel)
-{
-    static_assert(sizeof(Connection) == 12);
-    Arm arms[] = {Arm(36), Arm(46), Arm(47)};
-    EXPECT_EQ(m_nSockInfoLen, 3);
-    for (const auto& [i, model, joints] : {std::tuple{0, 36, 6}, {1, 46, 6}, {2, 47, 7}}) {
-        EXPECT_TRUE(SockInfo[i].descriptor == arms[i].sockfd && SockInfo[i].model == model &&
-                    SockInfo[i].joint_count == joints)
-            << i;
-    }
-}
-
 TEST(Connections, AreFoundByTheOldestEntry)
 {
     Init_Socket_Joint(47, 1000);
@@ -74,6 +62,7 @@ TEST(Connections, AreFoundByTheOldestEntry)
     Init_Socket_Joint(46, 1000); // the same number again
     EXPECT_EQ(Get_Socket_Idx(1000), 0);
     EXPECT_EQ(Get_Socket_Idx(1001), 1);
+    static_assert(sizeof(Connection) == 12);
     EXPECT_EQ(Get_Socket_Idx(55), 3) << "unknown: the number of entries";
     EXPECT_EQ(joint_count(1000), 7);
     EXPECT_EQ(request_joints(1000), 7);
@@ -124,17 +113,4 @@ TEST(ProgramRuntime, IsThatOfTheMonotonicClock)
     const long before = milliseconds();
     const unsigned int runtime = Get_Program_Runtime();
     EXPECT_LE(runtime - static_cast<unsigned int>(before), milliseconds() - before);
-}
-
-TEST(LivenessProbe, SendsAQueryAndAwaitsNothing)
-{
-    Arm arm;
-    const unsigned int start = Get_Program_Runtime();
-    EXPECT_EQ(Arm_Sockrt_State(0), 5);
-    EXPECT_GE(Get_Program_Runtime() - start, 20u);
-    EXPECT_EQ(Arm_Sockrt_State(arm.sockfd), 0);
-    EXPECT_EQ(arm.peer.next_request(), on_the_wire(R"({"command":"get_joint_max_speed"})"));
-    arm.peer.hang_up();
-    EXPECT_TRUE(eventually([&] { return Arm_Sockrt_State(arm.sockfd) == 6; }))
-        << "and no signal ends the process";
 }

@@ -1,4 +1,4 @@
-// The blocking exchange: time-outs, full lists, overlapping calls, pass-through registrations.
+// What calls and their pending list do to one another: a full list, entries that move, many threads.
 #include "support/peer.h"
 
 #include "kx_base.h"
@@ -10,28 +10,6 @@
 using namespace kx;
 
 static const std::string speed_set = "{\"command\":\"set_joint_max_speed\",\"joint_max_speed\":true}\n";
-
-TEST(Exchange, TimesOutAndDropsAReplyThatComesTooLate)
-{
-    Arm arm;
-    m_nOutTime = 100;
-    const unsigned int start = Get_Program_Runtime();
-    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7);
-    EXPECT_GE(Get_Program_Runtime() - start, 100u);
-    EXPECT_EQ(m_nSockeRIinfosLen, 0);
-}
-
-TEST(Exchange, IgnoresRepliesOfOtherKindsAndOtherArms)
-{
-    Arm arm, other;
-    m_nOutTime = 200;
-    arm.peer.answer("{\"command\":\"set_joint_max_acc\",\"joint_max_speed\":true}\n");
-    const std::jthread elsewhere([&] {
-        arm.peer.next_request();
-        other.peer.send(speed_set);
-    });
-    EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 7);
-}
 
 TEST(Exchange, SendsNothingWhenTheListIsFull)
 {
@@ -73,16 +51,4 @@ TEST(Exchange, QueuesForManyArmsFromManyThreads)
             EXPECT_EQ(arm.peer.next_request(),
                       on_the_wire(R"({"command":"set_joint_min_pos","joint_min_pos":[1,)" +
                                   std::to_string(1000 * i) + "]}"));
-}
-
-TEST(Stream, RegistersOnePushPerTargetAndNoneForAFailedSend)
-{
-    Arm arm;
-    for (int i = 0; i < 2; ++i)
-        EXPECT_EQ(stream(arm.sockfd, Request("movej_canfd", KeyCode::joint_state)), 0);
-    ASSERT_EQ(m_nSockeRIinfosLen, 2);
-    EXPECT_EQ(SockeRIinfos[1].key, 65);
-    EXPECT_EQ(SockeRIinfos[1].waiting, 0);
-    EXPECT_EQ(stream(-1, Request("movej_canfd", KeyCode::joint_state)), 6);
-    EXPECT_EQ(m_nSockeRIinfosLen, 2);
 }

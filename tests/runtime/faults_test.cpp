@@ -44,7 +44,7 @@ std::string of_length(size_t length) // with its line feed
     return reply(4, std::string(length - reply(4).size(), ' ') + "}\n");
 }
 
-const std::string another_kind = "{\"command\":\"timer\",\"set_state\":true}\n";
+const std::string another = "{\"command\":\"timer\",\"set_state\":true}", another_kind = another + "\n";
 const std::string push = "{\"command\":\"joint_state\",\"joint\":[1,2,3,4,5,6],\"arm_err\":0}\n";
 
 using Deed = std::function<void(Connection&)>;
@@ -70,6 +70,7 @@ void byte_by_byte(Connection& end)
 
 constexpr int connection_is_gone = -1, not_played = -2;
 const Told good = {KX_SUCCESS, 4}, timed_out = {KX_TIMED_OUT}, lost = {KX_LOST}, bad = {KX_BAD_REPLY};
+const Told wrong_type = {KX_WRONG_TYPE}, stops_all = {not_played};
 const Told next_good = {KX_SUCCESS, 5}, gone = {connection_is_gone};
 
 struct Fault {
@@ -98,30 +99,16 @@ const Fault faults[] = {
     {"unasked before", says(reply(3)), says(reply(4)), good, good},
     {"a push before", says(push), says(reply(4)), good, good},
     {"without its member", {}, says("{\"command\":\"joint_degree\"}\n"), bad, bad},
-    {"of another type",
-     {},
-     says("{\"command\":\"joint_degree\",\"joint\":4}\n"),
-     {KX_WRONG_TYPE},
-     {KX_WRONG_TYPE}},
-    {"with a joint too many", {}, says(begin + "4000,0,0,0,0,0,7]}\n"), good, {KX_WRONG_TYPE}},
+    {"of another type", {}, says("{\"command\":\"joint_degree\",\"joint\":4}\n"), wrong_type, wrong_type},
+    {"with a joint too many", {}, says(begin + "4000,0,0,0,0,0,7]}\n"), good, wrong_type},
     {"of 299 bytes", {}, says(of_length(299)), good, good},
-    {"of 64 KiB", {}, says(of_length(65537)), {not_played}, good},
-    {"longer", {}, says(of_length(65538)), {not_played}, timed_out, {}, timed_out},
-    {"far longer", {}, says(of_length(300000)), {not_played}, timed_out, {}, timed_out},
-    {"nested too deep", {}, says(std::string(3000, '[') + "\n"), {not_played}, timed_out, {}, timed_out},
-    {"with a NUL",
-     {},
-     says(std::string("{\"command\":\"joint_degree\0\"}\n", 28)),
-     {not_played},
-     timed_out,
-     {},
-     timed_out},
+    {"of 64 KiB", {}, says(of_length(65537)), stops_all, good},
+    {"longer", {}, says(of_length(65538)), stops_all, timed_out, {}, timed_out},
+    {"far longer", {}, says(of_length(300000)), stops_all, timed_out, {}, timed_out},
+    {"nested too deep", {}, says(std::string(3000, '[') + "\n"), stops_all, timed_out, {}, timed_out},
+    {"with a NUL", {}, says({"{\"command\":\"joint_degree\0\"}\n", 28}), stops_all, timed_out, {}, timed_out},
     {"in an array", {}, says("[" + reply(4, "}]\n")), bad, timed_out, next_good, timed_out},
-    {"on one line with another",
-     {},
-     says(another_kind.substr(0, another_kind.size() - 1) + reply(4)),
-     timed_out,
-     good},
+    {"on one line with another", {}, says(another + reply(4)), timed_out, good},
 };
 
 // A busy machine makes no reply late that is not.

@@ -111,12 +111,3 @@ TEST(PendingList, TimeOutPassesOverTheEntryThatMovesIntoAFreedPlace)
     EXPECT_EQ(SockeRIinfos[1].descriptor, 8);
     EXPECT_EQ(SockeRIinfos[2].waiting, push_registration);
 }
-
-TEST(PendingList, HoldsThreeHundred)
-{
-    for (int i = 0; i < 300; ++i)
-        ASSERT_EQ(add_pending(7, KeyCode::timer, push_registration), i);
-    EXPECT_EQ(add_pending(7, KeyCode::timer, waiting_caller), -1);
-    EXPECT_EQ(m_nSockeRIinfosLen, 300);
-    EXPECT_EQ(Get_Joint_Speed(1, nullptr), 6) << "a command that finds no room sends nothing";
-}

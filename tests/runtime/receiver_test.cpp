@@ -6,7 +6,6 @@
 #include "runtime/classic/state.h"
 
 #include <algorithm>
-#include <cmath>
 #include <gtest/gtest.h>
 
 using namespace kx;
@@ -21,18 +20,6 @@ static void await(int sockfd, KeyCode key, Waiter waiter = waiting_caller)
 static bool is_answered(int index)
 {
     return eventually([&] { return SockeRIinfos[index].received == 1; });
-}
-
-TEST(Receiver, TakesOneChunkForOneLine)
-{
-    Arm arm;
-    await(arm.sockfd, KeyCode::set_payload);
-    await(arm.sockfd, KeyCode::timer);
-    arm.peer.send("{\"a\":\"timer\"}\n" + set_payload + "\n");
-    ASSERT_TRUE(is_answered(0)) << "set_payload stands before timer in the table";
-    EXPECT_EQ(stored_reply(0).text, "{\"a\":\"timer\"}\n" + set_payload + "\n");
-    until_all_is_taken();
-    EXPECT_EQ(SockeRIinfos[1].received, 0);
 }
 
 TEST(Receiver, GivesALineToTheFirstEntryThatAwaitsIt)
@@ -50,16 +37,6 @@ TEST(Receiver, GivesALineToTheFirstEntryThatAwaitsIt)
         << "the first again, as long as it stands, and the rest of the longer text stays";
     for (int index : {0, 1, 3})
         EXPECT_EQ(SockeRIinfos[index].received, 0) << index;
-}
-
-TEST(Receiver, SurvivesAClosedDescriptor)
-{
-    Arm arm, other;
-    Arm_Socket_Close(arm.sockfd);
-    other.peer.send(set_payload + "\n");
-    await(other.sockfd, KeyCode::set_payload);
-    other.peer.send(set_payload + "\n");
-    EXPECT_TRUE(is_answered(0));
 }
 
 TEST(ReceiverDeathTest, ALineOfThreeHundredCharactersEndsTheProcess)

@@ -87,11 +87,6 @@ TEST(Request, KnowsWhetherItSaysWhatWasMeant)
     EXPECT_FALSE(Request("x").object("p", Request().pose("p", pose)).is_true());
 }
 
-TEST(RequestDeathTest, ALineThatDoesNotFitEndsTheProcess)
-{
-    EXPECT_EXIT(post(1, Request(std::string(300, 'x').c_str())), testing::KilledBySignal(SIGABRT), "");
-}
-
 // What the rows of the list leave open: a reply that is no object, and whole volts in one byte.
 TEST(Decoders, ReadWhatTheyAreGiven)
 {
