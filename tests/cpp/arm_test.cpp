@@ -461,8 +461,6 @@ TEST(Arm, ReadsBackWhatItHasSet)
     EXPECT_TRUE(arm.io.output(2));
     EXPECT_EQ(arm.io.outputs().digital, std::vector<bool>({false, true, false, false}));
     EXPECT_EQ(arm.io.outputs().volts, std::vector<float>({0, 0, 2.5f, 0}));
-    arm.io.set_tool_voltage(24);
-    EXPECT_EQ(arm.io.tool_voltage_volt(), 24);
     arm.io.set_tool_direction(2, true);
     arm.io.set_tool_output(2, true);
     EXPECT_TRUE(arm.io.tool_channels()[1].is_output && arm.io.tool_channels()[1].is_on);
@@ -497,11 +495,7 @@ TEST(Arm, ReadsBackWhatItHasSet)
     const kx::JointHealth health = arm.health();
     EXPECT_TRUE(health.temperature_celsius[5] > 0 && health.voltage_volt[0] > 1);
     EXPECT_EQ(health.error, kx::PerJoint<int>({0, 0, 0, 0, 0, 0}));
-    const auto states = arm.states(200);
-    EXPECT_EQ(states->next(1h)->joints, there);
-    const kx::State later = *states->next(1h);
-    EXPECT_TRUE(later.asked <= later.answered && later.answered > std::chrono::steady_clock::now() - 1h);
-    arm.unsubscribe();
+    EXPECT_EQ(arm.states(200)->next(1h)->joints, there);
     arm.force.start_following();
     arm.force.follow_pose(Pose(), {});
     arm.force.stop_following();

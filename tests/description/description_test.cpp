@@ -13,7 +13,6 @@
 #include <sdf/Model.hh>
 #include <sdf/Root.hh>
 
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <regex>
@@ -132,18 +131,12 @@ TEST_P(Description, SdformatReadsAllOfIt)
     for (const sdf::Error& error : root.LoadSdfString(description::urdf(options())))
         ADD_FAILURE() << error.Message();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    const sdf::Model* model = root.Model();
-    ASSERT_TRUE(model);
-    for (int i = 0; i < arm.joints; ++i) {
-        const std::string number = std::to_string(i + 1);
-        const sdf::Joint* joint = model->JointByName("joint_" + number);
-        const sdf::Link* link = model->LinkByName("link_" + number);
-        ASSERT_TRUE(joint && link) << number;
-        const sdf::JointAxis& axis = *joint->Axis();
-        EXPECT_NEAR(axis.Lower(), arm.lower[i] * kdl_arms::degree, 1e-6);
-        EXPECT_NEAR(axis.Upper(), arm.upper[i] * kdl_arms::degree, 1e-6);
-        EXPECT_TRUE(axis.MaxVelocity() > 1 && axis.Effort() > 5 && link->Inertial().MassMatrix().IsValid());
-        EXPECT_TRUE(link->CollisionCount() > 0 && link->VisualCount() > 0);
+    for (int i = 1; i <= arm.joints; ++i) {
+        const sdf::Joint* joint = root.Model()->JointByName("joint_" + std::to_string(i));
+        const sdf::Link* link = root.Model()->LinkByName("link_" + std::to_string(i));
+        ASSERT_TRUE(joint && link) << i;
+        EXPECT_TRUE(joint->Axis()->MaxVelocity() > 1 && joint->Axis()->Effort() > 5);
+        EXPECT_TRUE(link->Inertial().MassMatrix().IsValid() && link->CollisionCount() && link->VisualCount());
     }
 }
 

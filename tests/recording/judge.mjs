@@ -2,31 +2,28 @@
 // inside|outside [--unfinished]
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
-import { readFileSync, writeFileSync } from "node:fs";
+import { readFileSync } from "node:fs";
 import { McapIndexedReader, McapStreamReader } from "@mcap/core";
 import { parse } from "@foxglove/rosmsg";
 import { MessageReader } from "@foxglove/rosmsg2-serialization";
 
 const [kx, file, model, from, state] = process.argv.slice(2);
 const bytes = readFileSync(file);
-const exported = (form, from = file) => execFileSync(kx, ["export", from, form], { encoding: "utf8", stdio: ["ignore", "pipe", "ignore"], maxBuffer: 1 << 28 })
+const exported = (form) => execFileSync(kx, ["export", file, form], { encoding: "utf8", stdio: ["ignore", "pipe", "ignore"], maxBuffer: 1 << 28 })
   .trimEnd().split("\n").slice(1);
 
 // Straight through, checksums included.
-function stream(data) {
-  const reader = new McapStreamReader({ validateCrcs: true });
-  reader.append(data);
-  const found = { channels: new Map(), schemas: new Map(), messages: [], kinds: {}, dataCrc: 0 };
-  for (let record; (record = reader.nextRecord());) {
-    found.kinds[record.type] = (found.kinds[record.type] ?? 0) + 1;
-    if (record.type === "Schema") found.schemas.set(record.id, record);
-    if (record.type === "Channel") found.channels.set(record.id, record);
-    if (record.type === "DataEnd") found.dataCrc = record.dataSectionCrc;
-    if (record.type === "Message") found.messages.push({ ...record, data: record.data.slice() });
-  }
-  return { ...found, done: reader.done() };
+const reader = new McapStreamReader({ validateCrcs: true });
+reader.append(bytes);
+const channels = new Map(), schemas = new Map(), messages = [], kinds = {};
+let dataCrc = 0;
+for (let record; (record = reader.nextRecord());) {
+  kinds[record.type] = (kinds[record.type] ?? 0) + 1;
+  if (record.type === "Schema") schemas.set(record.id, record);
+  if (record.type === "Channel") channels.set(record.id, record);
+  if (record.type === "DataEnd") dataCrc = record.dataSectionCrc;
+  if (record.type === "Message") messages.push({ ...record, data: record.data.slice() });
 }
-const { channels, schemas, messages, kinds, dataCrc, done } = stream(bytes);
 const topicOf = (message) => channels.get(message.channelId).topic;
 const text = new TextDecoder();
 messages.forEach((message, i) => assert(i === 0 || messages[i - 1].logTime <= message.logTime, "in order"));
@@ -107,9 +104,9 @@ assert.deepEqual(exported("--json").map((line) => {
 }), lines.map((message) => JSON.parse(text.decode(message.data))));
 
 if (state === "--unfinished") {
-  assert(!done && !kinds.Footer, "nobody has finished it");
+  assert(!reader.done() && !kinds.Footer, "nobody has finished it");
 } else {
-  assert(done);
+  assert(reader.done());
   assert.notEqual(dataCrc, 0, "a checksum of all data");
 
   // By the indexes.
@@ -131,15 +128,6 @@ if (state === "--unfinished") {
     const expected = messages.filter((message) => message.logTime >= startTime && message.logTime <= endTime &&
       (!topics || topics.includes(topicOf(message)))).map(key);
     assert.deepEqual(found.sort(), expected.sort(), `${topics} in a range of time`);
-  }
-
-  // Cut anywhere, both find the same.
-  for (let i = 1; i <= 12; ++i) {
-    const length = Math.floor((bytes.length * ((i * 0.618034) % 1)));
-    writeFileSync(`${file}.cut`, bytes.subarray(0, length));
-    const left = stream(bytes.subarray(0, length));
-    const rows = left.messages.filter((message) => left.channels.get(message.channelId).topic === "/joint_states");
-    assert.equal(length < 100 ? 0 : exported("--csv", `${file}.cut`).length, rows.length, `cut at ${length}`);
   }
 }
 console.log(`${file}: ${messages.length} messages, ${states.length} states, ${wire.length} lines, ${events.length} events`);

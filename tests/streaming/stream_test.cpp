@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <cmath>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <thread>
