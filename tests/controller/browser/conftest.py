@@ -168,13 +168,13 @@ def chromium() -> Iterator[Callable[..., Browser]]:
 
 @pytest.fixture
 def browser(chromium: Callable[..., Browser]) -> Browser:
-    """Draws in 3D, without a GPU."""
+    """Draws in 3D, which takes its time without a GPU."""
     return chromium("--use-angle=swiftshader", "--enable-unsafe-swiftshader").begin_anew()
 
 
 @pytest.fixture
 def flat(chromium: Callable[..., Browser]) -> Browser:
-    """Draws nothing in 3D, so that many windows cost little."""
+    """Draws nothing in 3D: for what has to do with no picture, or with many windows."""
     return chromium("--disable-3d-apis").begin_anew()
 
 
@@ -186,10 +186,10 @@ def start() -> Iterator[Callable[..., Controller]]:
 
 
 @pytest.fixture
-def begin(browser: Browser, start: Callable[..., Controller]) -> Callable[..., tuple[Browser, kx.Arm]]:
+def begin(start: Callable[..., Controller]) -> Callable[..., kx.Arm]:
     """Opens the page of an arm that is ready, at what its address says, and connects to the arm."""
-    def begin(options: str = "", at: str = "") -> tuple[Browser, kx.Arm]:
+    def begin(page: Browser, options: str = "", at: str = "") -> kx.Arm:
         controller = start(options)
-        browser.look_at(controller, at)
-        return browser, controller.connect()
+        page.look_at(controller, at)
+        return controller.connect()
     return begin

@@ -9,17 +9,17 @@ from conftest import TARGET, Browser, becomes
 from selenium.webdriver import Keys
 
 
-def test_looks_back(begin) -> None:
-    page, arm = begin("--speed 10", at="tab=curves")
-    page.draws(arm.joints_deg())
-    before = page.drawn
+def test_looks_back(begin, browser: Browser) -> None:
+    arm = begin(browser, "--speed 10", at="tab=curves")
+    browser.draws(arm.joints_deg())
+    before = browser.drawn
     arm.move_joints(joints_deg=TARGET, speed_percent=50).wait()
-    page.draws(TARGET)
-    after = page.drawn
-    becomes(lambda: (page.press(Keys.PAGE_UP, on="#plot"), page.drawn)[1], before)
-    assert page.joint(3) == 40, "the readings are present"
-    page.click("#plot-now")
-    becomes(lambda: page.drawn, after)
+    browser.draws(TARGET)
+    after = browser.drawn
+    becomes(lambda: (browser.press(Keys.PAGE_UP, on="#plot"), browser.drawn)[1], before)
+    assert browser.joint(3) == 40, "the readings are present"
+    browser.click("#plot-now")
+    becomes(lambda: browser.drawn, after)
 
 
 @pytest.mark.parametrize("kind", ["mcap", "jsonl"])
@@ -43,16 +43,16 @@ def test_goes_over_recordings(start, browser: Browser, tmp_path: Path, kind: str
     browser.shows("#message", "The recording is not shown: it is of an arm with 6 joints")
 
 
-def test_pairs_the_lines_on_the_wire(begin) -> None:
+def test_pairs_the_lines_on_the_wire(begin, flat: Browser) -> None:
     """A reply stands with what it answers, whatever came between; and who reads back is not carried along."""
-    page, arm = begin()
+    arm = begin(flat)
     motion = arm.move_joints(joints_deg=TARGET, speed_percent=10)
-    page.shows("#mode", "moving")
+    flat.shows("#mode", "moving")
     arm.io.input(1)
     motion.wait()
 
     def pairs() -> list[list[str]]:
-        return page.run("""const lines = [...document.querySelectorAll('#lines li')].map(({ line }) => line);
+        return flat.run("""const lines = [...document.querySelectorAll('#lines li')].map(({ line }) => line);
             return lines.filter(({ direction, partner }) => direction === '->' && partner)
                 .map(({ text, partner }) => [text, lines.find(({ number }) => number === partner)?.text ?? '{}']
                     .map((text) => JSON.parse(text).command))""")
@@ -64,11 +64,11 @@ def test_pairs_the_lines_on_the_wire(begin) -> None:
         arm.io.input(1)
 
     def place() -> list:
-        return page.run("""const list = document.querySelector('#lines');
+        return flat.run("""const list = document.querySelector('#lines');
             return [list.children.length, list.scrollTop, getSelection().toString()]""")
 
     becomes(place, lambda now: now[0] > 40)
-    page.run("""const list = document.querySelector('#lines'); list.scrollTop = 16;
+    flat.run("""const list = document.querySelector('#lines'); list.scrollTop = 16;
         getSelection().selectAllChildren(list.children[2])""")
     length, *before = place()
     assert before[1]
@@ -76,29 +76,29 @@ def test_pairs_the_lines_on_the_wire(begin) -> None:
     assert becomes(place, lambda now: now[0] > length)[1:] == before
 
 
-def test_faults_are_put_together_and_stand_among_the_events(begin) -> None:
-    page, _ = begin(at="tab=trouble")
-    page.fill("#fault-kind", "delay")
-    page.fill("#fault-fields label:nth-child(1) input", "3")
-    page.fill("#fault-fields label:nth-child(2) input", "2")
-    page.click("#fault-form .asked button")
-    page.shows("#faults", "delay 3 jitter 2")
-    page.click("#tab-curves")
-    becomes(lambda: page.text("#events button"), lambda told: told.endswith("happens: delay 3 jitter 2"))
-    page.click("#events button")
-    assert page.text("#plot-event").startswith("at ")
+def test_faults_are_put_together_and_stand_among_the_events(begin, flat: Browser) -> None:
+    begin(flat, at="tab=trouble")
+    flat.fill("#fault-kind", "delay")
+    flat.fill("#fault-fields label:nth-child(1) input", "3")
+    flat.fill("#fault-fields label:nth-child(2) input", "2")
+    flat.click("#fault-form .asked button")
+    flat.shows("#faults", "delay 3 jitter 2")
+    flat.click("#tab-curves")
+    becomes(lambda: flat.text("#events button"), lambda told: told.endswith("happens: delay 3 jitter 2"))
+    flat.click("#events button")
+    assert flat.text("#plot-event").startswith("at ")
 
 
-def test_gives_files(begin, tmp_path: Path) -> None:
-    page, arm = begin(at="tab=curves")
+def test_gives_files(begin, flat: Browser, tmp_path: Path) -> None:
+    arm = begin(flat, at="tab=curves")
     arm.move_joints(joints_deg=TARGET, speed_percent=50).wait()
-    becomes(lambda: page.joint(3), 40)
-    head, *table = page.gives("#plot-csv", "joint-angles.csv", tmp_path).decode().splitlines()
+    becomes(lambda: flat.joint(3), 40)
+    head, *table = flat.gives("#plot-csv", "joint-angles.csv", tmp_path).decode().splitlines()
     assert head.startswith("time (s),joint 1 (°),joint 2 (°)")
     assert table[-1].endswith(",30,-20,40,0,60,0")
     assert any(0 < float(row.split(",")[3]) < 40 for row in table), "the way there"
-    assert page.gives("#plot-png", "joint-angles.png", tmp_path).startswith(b"\x89PNG")
-    becomes(lambda: page.text("#lines"), lambda lines: '"trajectory_state":true' in lines)
-    lines = page.gives("#wire-save", "wire.txt", tmp_path).decode()
+    assert flat.gives("#plot-png", "joint-angles.png", tmp_path).startswith(b"\x89PNG")
+    becomes(lambda: flat.text("#lines"), lambda lines: '"trajectory_state":true' in lines)
+    lines = flat.gives("#wire-save", "wire.txt", tmp_path).decode()
     took = re.search(r'client 1\t->\t([\d.]+) ms.*"movej"', lines)
     assert took and float(took[1]) > 500, lines  # ms of the arm's time

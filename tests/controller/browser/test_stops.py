@@ -25,23 +25,23 @@ def test_stops_without_3d(start, flat: Browser) -> None:
 
 
 @pytest.mark.parametrize("width", [1280, 820, 400])
-def test_stops_stay_where_they_are(begin, width: int) -> None:
-    page, arm = begin()
-    page.resize(width, 720)
+def test_stops_stay_where_they_are(begin, flat: Browser, width: int) -> None:
+    arm = begin(flat)
+    flat.resize(width, 720)
 
     def places() -> list[list[float]]:
-        return page.run("""return ['#stop', '#emergency-stop', 'main'].map((id) => {
+        return flat.run("""return ['#stop', '#emergency-stop', 'main'].map((id) => {
             const { x, y, width, height } = document.querySelector(id).getBoundingClientRect();
             return [x, y, width, id === 'main' ? 0 : height]; })""")
 
     before = places()
-    assert page.run("return document.documentElement.scrollWidth") <= width
+    assert flat.run("return document.documentElement.scrollWidth") <= width
     motion = arm.move_joints(joints_deg=FAR, speed_percent=3)
-    page.shows("#mode", "moving")
+    flat.shows("#mode", "moving")
     assert places() == before
-    page.click("#emergency-stop")
+    flat.click("#emergency-stop")
     stopped(motion)
-    page.shows("#errors", "emergency stop")
+    flat.shows("#errors", "emergency stop")
     assert places() == before
 
 
@@ -142,13 +142,12 @@ def test_no_other_site_moves_the_arm(start, flat: Browser) -> None:
     controller = start()
     proxy = start(f"--proxy 127.0.0.1:{controller.ports[0]}")
     move = '{"command":"movej","joint":[90000,0,0,0,0,0],"v":5,"r":0}\n'
-    fetch = """return fetch(there, { method: 'POST', mode: 'no-cors', body: move })
-        .then(() => 'sent', (error) => String(error))"""
+    fetch = "return fetch(there, { method: 'POST', mode: 'no-cors', body: move }).then(String, String)"
     form = """const form = document.createElement('form'), field = document.createElement('input');
         form.action = there; form.method = 'POST'; form.enctype = 'text/plain';
         field.name = move; form.append(field); document.body.append(form); form.submit()"""
     with http.server.ThreadingHTTPServer(("127.0.0.1", 0), http.server.SimpleHTTPRequestHandler) as site:
-        threading.Thread(target=site.serve_forever).start()
+        threading.Thread(target=site.serve_forever, daemon=True).start()
         for port in (controller.ports[0], proxy.ports[0], controller.page):
             for way in (fetch, form):
                 flat.get(f"http://127.0.0.1:{site.server_port}/")
