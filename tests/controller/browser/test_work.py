@@ -25,6 +25,10 @@ def test_shows_the_arm_and_works_it(begin, browser: Browser) -> None:
     browser.shows("#mode", "moving")
     before = browser.joint(1)
     becomes(lambda: browser.joint(1), lambda now: now > before + 3)
+    for button, mode in (("Pause", "paused"), ("Continue", "moving")):
+        browser.shows("#pause", button)
+        browser.click("#pause")
+        browser.shows("#mode", mode)
     browser.click("#stop")
     stopped(motion)
     browser.shows("#mode", "ready")
