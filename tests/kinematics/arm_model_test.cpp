@@ -1,18 +1,18 @@
-// Arm models: against the flat functions, Orocos KDL, Eigen and FCL; all solutions; batches.
+// Arm models: against the flat functions, Orocos KDL and Eigen; all solutions; batches; bodies.
 #include "kinematics/batch.h"
 #include "kinematics/kinematics_support.h"
 
 #include <Eigen/Dense>
-#include <fcl/narrowphase/distance.h>
 #include <kdl/chainjnttojacsolver.hpp>
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 namespace {
 
 struct ArmModel : OfEachModel {
-    const KinPose tool = random.pose();
+    const KinPose tool = problems.pose();
     const Euler installation = {0.4f, -0.7f, 2};
 
     void install()
@@ -20,9 +20,14 @@ struct ArmModel : OfEachModel {
         arm.tool = pos2matrix(tool);
         arm.installation = installation;
     }
-    ::testing::AssertionResult reaches(const float* joint, const KinPose& target)
+    KinPose pose(const Joints& joint) const { return Arm_Model_Pose(&arm, joint.data()); }
+    int inverse(const Joints& reference, const KinPose& target, Joints& found) const
     {
-        return matches(Arm_Model_Pose(&arm, joint), frame_by_quaternion(target), 6e-5);
+        return Arm_Model_Inverse(&arm, reference.data(), &target, 4, found.data());
+    }
+    ::testing::AssertionResult reaches(const Joints& joint, const KinPose& target) const
+    {
+        return matches(pose(joint), frame_by_quaternion(target), 6e-5);
     }
 };
 
@@ -33,12 +38,11 @@ TEST_P(ArmModel, PoseIsTheClassicOne)
 {
     for (int round = 0; round < 3000; ++round) {
         const Joints joint = problems.anywhere();
-        const KinPose pose = Arm_Model_Pose(&arm, joint.data()),
-                      flat = Forward_Kinematics(model, joint.data());
-        ASSERT_EQ(std::memcmp(&pose.position, &flat.position, sizeof pose.position), 0);
+        const KinPose own = pose(joint), flat = Forward_Kinematics(model, joint.data());
+        ASSERT_EQ(std::memcmp(&own.position, &flat.position, sizeof own.position), 0);
         const double tolerance = 1e-6 / std::cos(flat.euler.ry);
-        ASSERT_TRUE(matches(pose, frame_by_euler(flat), tolerance));
-        const Quaternion &a = pose.quaternion, &b = flat.quaternion;
+        ASSERT_TRUE(matches(own, frame_by_euler(flat), tolerance));
+        const Quaternion &a = own.quaternion, &b = flat.quaternion;
         ASSERT_NEAR(a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z, 1, tolerance);
     }
 }
@@ -51,9 +55,8 @@ TEST_P(ArmModel, PosesSurviveGimbalLock)
             const KinPose target = pose_of({KDL::Rotation::RotY(pitch) * KDL::Rotation::RotZ(turn),
                                             {pitch > 0 ? 0.45 : -0.2, 0.1, 0.5}});
             Joints joint = {0, 30, 60};
-            ASSERT_EQ(Arm_Model_Inverse(&arm, joint.data(), &target, 4, joint.data()), ARM_SOLVED);
-            EXPECT_TRUE(
-                matches(Arm_Model_Pose(&arm, joint.data()), kdl_arms::forward(model, joint.data()), 1e-5));
+            ASSERT_EQ(inverse(joint, target, joint), ARM_SOLVED);
+            EXPECT_TRUE(matches(pose(joint), forward(model, joint.data()), 1e-5));
         }
 }
 
@@ -72,9 +75,8 @@ TEST_P(ArmModel, InstalledWithAToolIsKdls)
     KDL::ChainJntToJacSolver solver(chain);
     for (int round = 0; round < 200; ++round) {
         const Joints joint = problems.anywhere();
-        const KDL::Frame flange = KDL::Frame(base) * kdl_arms::forward(model, joint.data());
-        const KinPose pose = Arm_Model_Pose(&arm, joint.data());
-        EXPECT_TRUE(matches(pose, flange * frame_by_euler(tool), 3e-5));
+        const KDL::Frame flange = KDL::Frame(base) * forward(model, joint.data());
+        EXPECT_TRUE(matches(pose(joint), flange * frame_by_euler(tool), 3e-5));
         EXPECT_TRUE(matches(Arm_Model_Flange(&arm, joint.data()), flange, 3e-5));
         Matrix links[7];
         ASSERT_EQ(Arm_Model_Links(&arm, joint.data(), links), arm.joints);
@@ -82,7 +84,7 @@ TEST_P(ArmModel, InstalledWithAToolIsKdls)
 
         KDL::Jacobian in_base(arm.joints);
         solver.JntToJac(kdl_arms::radians(model, joint.data()), in_base);
-        const KDL::Rotation turns[] = {base, {}, frame_by_euler(pose).M.Inverse() * base};
+        const KDL::Rotation turns[] = {base, {}, frame_by_euler(pose(joint)).M.Inverse() * base};
         for (int frame : {ARM_WORLD, ARM_BASE, ARM_TOOL}) {
             KDL::Jacobian expected = in_base;
             expected.changeBase(turns[frame]);
@@ -105,51 +107,44 @@ TEST_P(ArmModel, InstalledWithAToolIsKdls)
 TEST_P(ArmModel, InverseTellsWhyThereIsNone)
 {
     const Joints joint = {10, 20, 30, 40, 50, 60, 70};
-    const KinPose there = Arm_Model_Pose(&arm, joint.data());
+    const KinPose there = pose(joint), beside = pose({30, 20, 30, 40, 50, 60, 70}),
+                  in_line = pose({10, 20, 30, 40, 0, 60});
     KinPose far = there, nowhere = there;
-    far.position.x = 5;
-    nowhere.quaternion.w = nan_f;
+    far.position.x = 5, nowhere.quaternion.w = nan_f;
     Joints found = joint;
-    for (const KinPose& target : {far, nowhere})
-        EXPECT_EQ(Arm_Model_Inverse(&arm, joint.data(), &target, 4, found.data()), ARM_OUT_OF_REACH);
+    for (const KinPose& target : {far, nowhere}) {
+        float solutions[8][7];
+        ARM_INTERVAL angles[ARM_INTERVALS];
+        EXPECT_EQ(inverse(joint, target, found), ARM_OUT_OF_REACH);
+        EXPECT_EQ(Arm_Model_Solutions(&arm, &target, solutions), 0);
+        EXPECT_EQ(Arm_Model_Solutions_At(&arm, &target, 1, solutions), 0);
+        EXPECT_EQ(Arm_Model_Angles(&arm, &target, angles), 0);
+    }
     for (int i = 0; i < arm.joints; ++i)
         ASSERT_EQ(Arm_Model_Limit(&arm, i + 1, joint[i] - 1, joint[i] + 1), 0);
-    EXPECT_EQ(Arm_Model_Inverse(&arm, Joints{}.data(), &there, 4, found.data()), ARM_SOLVED);
-    EXPECT_TRUE(reaches(found.data(), there));
-    const KinPose beside = Arm_Model_Pose(&arm, Joints{30, 20, 30, 40, 50, 60, 70}.data());
-    EXPECT_EQ(Arm_Model_Inverse(&arm, joint.data(), &beside, 4, found.data()), ARM_OUTSIDE_LIMITS);
-
-    if (model != 47) { // joints 4 and 6 of a straight wrist share more turn than their limits leave them
-        Joints straight = {10, 20, 30, 40, 0, 60};
-        const KinPose in_line = Arm_Model_Pose(&arm, straight.data());
-        for (int number : {4, 5, 6})
-            ASSERT_EQ(Arm_Model_Limit(&arm, number, -1, 1), 0);
-        for (float reference : {0.5f, nan_f}) {
-            straight[3] = reference;
-            EXPECT_EQ(Arm_Model_Inverse(&arm, straight.data(), &in_line, 4, found.data()),
-                      ARM_OUTSIDE_LIMITS);
-        }
-    }
-
+    EXPECT_EQ(inverse({}, there, found), ARM_SOLVED);
+    EXPECT_TRUE(reaches(found, there));
+    EXPECT_EQ(inverse(joint, beside, found), ARM_OUTSIDE_LIMITS);
+    for (int number :
+         {4, 5, 6}) // of a straight wrist: its joints share more turn than these limits leave them
+        ASSERT_EQ(Arm_Model_Limit(&arm, number, -1, 1), 0);
+    for (float reference : {0.5f, nan_f})
+        EXPECT_EQ(inverse({10, 20, 30, reference, 0, 60}, in_line, found), ARM_OUTSIDE_LIMITS);
     EXPECT_EQ(Arm_Model_Init(&arm, 45, 0), ARM_UNKNOWN);
-    EXPECT_EQ(Arm_Model_Inverse(&arm, joint.data(), &there, 4, found.data()), ARM_UNKNOWN);
+    EXPECT_EQ(inverse(joint, there, found), ARM_UNKNOWN);
 }
 
 TEST_P(ArmModel, LimitsAreOnlyNarrowed)
 {
     EXPECT_EQ(Arm_Model_Limit(&arm, 2, -30, 40), 0);
-    for (const auto& [number, lower, upper] : {std::tuple{0, -1.f, 1.f},
-                                               {arm.joints + 1, -1.f, 1.f},
-                                               {1, -181.f, 0.f},
-                                               {1, 0.f, 181.f},
-                                               {1, 5.f, 5.f},
-                                               {1, nan_f, 1.f}})
-        EXPECT_EQ(Arm_Model_Limit(&arm, number, lower, upper), KX_WRONG_TYPE);
-    Joints joint = {};
-    for (const auto& [q2, expected] : {std::pair{-30.f, 0}, {40.f, 0}, {40.1f, 2}, {-31.f, 2}, {nan_f, 2}}) {
-        joint[1] = q2;
-        EXPECT_EQ(Arm_Model_Beyond_Limits(&arm, joint.data()), expected) << q2;
-    }
+    const struct {
+        int number;
+        float lower, upper;
+    } refused[] = {{0, -1, 1}, {arm.joints + 1, -1, 1}, {1, -181, 0}, {1, 0, 181}, {1, 5, 5}, {1, nan_f, 1}};
+    for (const auto& [number, lower, upper] : refused)
+        EXPECT_EQ(Arm_Model_Limit(&arm, number, lower, upper), KX_WRONG_TYPE) << number;
+    for (const auto& [q2, expected] : {std::pair{-30.f, 0}, {40.f, 0}, {40.1f, 2}, {-31.f, 2}, {nan_f, 2}})
+        EXPECT_EQ(Arm_Model_Beyond_Limits(&arm, Joints{0, q2}.data()), expected) << q2;
 }
 
 // Every solution is one; the joints that made the target are among them, and the nearest.
@@ -158,35 +153,33 @@ TEST_P(ArmModel, AllSolutions)
     for (int round = 0; round < 500; ++round) {
         if (round == 250) // narrow limits, and not symmetric ones
             for (int i = 0; i < arm.joints; ++i) {
-                const float middle = random.between(-40, 60);
+                const float middle = problems.between(-40, 60);
                 Arm_Model_Limit(&arm, i + 1, std::max(middle - 70, arm.lower[i]),
                                 std::min(middle + 60, arm.upper[i]));
             }
         const Joints joint = problems.anywhere(), reference = problems.anywhere();
-        const KinPose target = Arm_Model_Pose(&arm, joint.data());
+        const KinPose target = pose(joint);
         Joints nearest = {};
-        ASSERT_EQ(Arm_Model_Inverse(&arm, reference.data(), &target, 4, nearest.data()), ARM_SOLVED);
+        ASSERT_EQ(inverse(reference, target, nearest), ARM_SOLVED);
+        const double least = hard::squared_distance(arm, nearest, reference);
 
         float solutions[8][7];
-        const auto least_difference = [&](int count) {
-            double least = 1e9;
+        const auto how_near_to_joint = [&](int count) {
+            double off = 1e9;
             for (int n = 0; n < count; ++n) {
-                EXPECT_TRUE(reaches(solutions[n], target));
-                EXPECT_EQ(Arm_Model_Beyond_Limits(&arm, solutions[n]), 0);
-                double farther = 0; // degrees^2
-                Joints turned = {};
-                for (int i = 0; i < arm.joints; ++i) {
-                    turned[i] = std::remainder(solutions[n][i] - joint[i], 360.0f);
-                    farther +=
-                        std::pow(solutions[n][i] - reference[i], 2) - std::pow(nearest[i] - reference[i], 2);
-                }
-                least = std::min(least, greatest_difference(turned, {}));
-                EXPECT_GE(farther, -3);
+                Joints solution = {}, turned = {};
+                std::copy_n(solutions[n], arm.joints, solution.begin());
+                EXPECT_TRUE(reaches(solution, target));
+                EXPECT_EQ(Arm_Model_Beyond_Limits(&arm, solution.data()), 0);
+                EXPECT_GT(hard::squared_distance(arm, solution, reference), least - 1e-3);
+                for (int i = 0; i < arm.joints; ++i)
+                    turned[i] = std::remainder(solution[i] - joint[i], 360.0f);
+                off = std::min(off, greatest_difference(turned, {}));
             }
-            return least;
+            return off;
         };
         ARM_INTERVAL intervals[ARM_INTERVALS];
-        const int intervals_found = model == 47 ? Arm_Model_Angles(&arm, &target, intervals) : 0;
+        const int intervals_found = Arm_Model_Angles(&arm, &target, intervals);
         for (int step = 0; model == 47 && step < 100; ++step) {
             const double angle = 2 * M_PI * step / 100 - M_PI;
             const int count = Arm_Model_Solutions_At(&arm, &target, angle, solutions);
@@ -198,16 +191,15 @@ TEST_P(ArmModel, AllSolutions)
                     at_end |= std::min(std::fabs(past), std::fabs(left)) < 1e-3;
                 }
             EXPECT_TRUE(at_end || inside == (count > 0)) << angle;
-            least_difference(count);
+            how_near_to_joint(count);
         }
-        const double at = Arm_Model_Angle(&arm, joint.data());
-        const double least =
-            least_difference(model == 47 ? Arm_Model_Solutions_At(&arm, &target, at, solutions)
-                                         : Arm_Model_Solutions(&arm, &target, solutions));
+        const double off = how_near_to_joint(
+            model == 47
+                ? Arm_Model_Solutions_At(&arm, &target, Arm_Model_Angle(&arm, joint.data()), solutions)
+                : Arm_Model_Solutions(&arm, &target, solutions));
         // Near a singular place, or where joints of a ball turn about one axis, the target's rounding moves them.
         const double bend = model == 47 ? std::min(std::fabs(joint[1]), std::fabs(joint[5])) : 90;
-        const bool is_told = bend > 0.5 && Arm_Model_Dexterity(&arm, joint.data()).distance > 0.005;
-        EXPECT_TRUE(!is_told || least < 0.05) << least;
+        EXPECT_TRUE(bend < 0.5 || !is_told(joint, 0.005) || off < 0.05) << off;
     }
 }
 
@@ -257,71 +249,78 @@ TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
     kx::most_lanes = 8;
 }
 
-// Wherever the arm is: the axes of all bodies, and the balls at the bends of tubes as a whole.
-TEST_P(ArmModel, WhatIsDrawnIsWithinCapsules)
+KDL::Vector vector(const Position& p)
 {
-    install();
-    const Joints joint = problems.anywhere();
-    ARM_BODY bodies[ARM_BODIES];
-    ARM_CAPSULE capsules[ARM_CAPSULES];
-    const int drawn = Arm_Model_Bodies(&arm, joint.data(), bodies);
-    const int count = Arm_Model_Capsules(&arm, joint.data(), capsules);
-    ASSERT_GT(drawn, count);
-    for (int i = 0; i < drawn; ++i)
-        for (const Position& end : {bodies[i].from, bodies[i].to}) {
-            const ARM_CAPSULE point = {0, end, end, 0};
-            const bool is_ball = std::memcmp(&bodies[i].from, &bodies[i].to, sizeof end) == 0;
-            const double within = is_ball ? 1e-6 - bodies[i].to_radius : 0;
-            EXPECT_TRUE(std::any_of(capsules, capsules + count, [&](const ARM_CAPSULE& c) {
-                return c.link == bodies[i].link && Arm_Capsule_Distance(&point, &c) < within;
-            })) << i;
-        }
+    return {p.x, p.y, p.z};
 }
 
-// The distances of FCL between the same capsules.
-TEST_P(ArmModel, ClearanceIsFcls)
+// From a point that goes along the one, the distance to the other falls and then rises.
+double apart(const ARM_CAPSULE& a, const ARM_CAPSULE& b)
 {
-    install();
-    const auto objects = [&](const Joints& joint) {
-        ARM_CAPSULE capsules[ARM_CAPSULES];
-        const int count = Arm_Model_Capsules(&arm, joint.data(), capsules);
-        std::vector<std::pair<int, fcl::CollisionObjectd>> all;
-        for (int i = 0; i < count; ++i) {
-            const auto& [link, from, to, radius] = capsules[i];
-            const Eigen::Vector3d a(from.x, from.y, from.z), b(to.x, to.y, to.z), way = b - a;
-            fcl::Transform3d place = fcl::Transform3d::Identity();
-            place.translation() = (a + b) / 2;
-            std::shared_ptr<fcl::CollisionGeometryd> body = std::make_shared<fcl::Sphered>(radius);
-            if (way.norm() > 1e-6) {
-                body = std::make_shared<fcl::Capsuled>(radius, way.norm());
-                place.rotate(Eigen::Quaterniond::FromTwoVectors(Eigen::Vector3d::UnitZ(), way));
-            }
-            all.emplace_back(link, fcl::CollisionObjectd(body, place));
-        }
+    const KDL::Vector along_a = vector(a.to) - vector(a.from), along_b = vector(b.to) - vector(b.from);
+    const auto from = [&](double s) {
+        const KDL::Vector p = vector(a.from) + s * along_a - vector(b.from);
+        const double t = std::clamp(dot(p, along_b) / std::max(dot(along_b, along_b), 1e-12), 0., 1.);
+        return (p - t * along_b).Norm();
+    };
+    double low = 0, high = 1;
+    while (high - low > 1e-6) {
+        const double third = (high - low) / 3;
+        from(low + third) < from(high - third) ? high -= third : low += third;
+    }
+    return from(low) - a.radius - b.radius;
+}
+
+TEST_P(ArmModel, BodiesAndTheirCapsulesMoveWithTheLinks)
+{
+    const auto capsules_at = [&](const Joints& joint) {
+        std::vector<ARM_CAPSULE> all(ARM_CAPSULES);
+        all.resize(Arm_Model_Capsules(&arm, joint.data(), all.data()));
         return all;
     };
-    const auto distance = [](const fcl::CollisionObjectd& a, const fcl::CollisionObjectd& b) {
-        fcl::DistanceResultd result;
-        fcl::DistanceRequestd request;
-        request.gjk_solver_type = fcl::GST_INDEP;
-        return fcl::distance(&a, &b, request, result);
+    const auto links_at = [&](const Joints& joint) {
+        Matrix matrices[7];
+        Arm_Model_Links(&arm, joint.data(), matrices);
+        std::vector<KDL::Frame> all(8); // of the pedestal first
+        all[0].M = KDL::Rotation::RPY(arm.installation.rx, arm.installation.ry, arm.installation.rz);
+        std::transform(matrices, matrices + arm.joints, all.begin() + 1, frame_of);
+        return all;
     };
-    const auto rest = objects(Joints{});
+    const auto rest = capsules_at({});
+    const auto rest_links = links_at({});
+    install();
     int folded = 0;
     for (int round = 0; round < 100; ++round) {
         const Joints joint = problems.anywhere();
-        const auto now = objects(joint);
-        double expected = INFINITY;
-        for (std::size_t i = 0; i < now.size(); ++i)
-            for (std::size_t j = i + 1; j < now.size(); ++j)
-                if (now[i].first != now[j].first && distance(rest[i].second, rest[j].second) > 0.05)
-                    expected = std::min(expected, distance(now[i].second, now[j].second));
-        const double clearance = Arm_Model_Clearance(&arm, joint.data());
-        folded += clearance < 0;
-        if (expected > 0)
-            EXPECT_NEAR(clearance, expected, 1e-4);
-        else
-            EXPECT_LT(clearance, 1e-4);
+        const auto now = capsules_at(joint);
+        const auto links = links_at(joint);
+        ASSERT_EQ(now.size(), rest.size());
+        double least = INFINITY;
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            const KDL::Frame move = links[now[i].link] * rest_links[now[i].link].Inverse();
+            ASSERT_TRUE(KDL::Equal(vector(now[i].from), move * vector(rest[i].from), 1e-5)) << i;
+            ASSERT_TRUE(KDL::Equal(vector(now[i].to), move * vector(rest[i].to), 1e-5)) << i;
+            for (std::size_t j = 0; j < i; ++j) {
+                EXPECT_NEAR(Arm_Capsule_Distance(&now[i], &now[j]), apart(now[i], now[j]), 1e-5);
+                if (now[i].link != now[j].link && apart(rest[i], rest[j]) > 0.05)
+                    least = std::min(least, apart(now[i], now[j]));
+            }
+        }
+        EXPECT_NEAR(Arm_Model_Clearance(&arm, joint.data()), least, 1e-5);
+        folded += least < 0;
+
+        // What is drawn: the axes of all bodies, and the balls at the bends of tubes as a whole.
+        ARM_BODY bodies[ARM_BODIES];
+        const int drawn = Arm_Model_Bodies(&arm, joint.data(), bodies);
+        ASSERT_GT(drawn, static_cast<int>(now.size()));
+        for (const ARM_BODY& body : std::span(bodies, drawn))
+            for (const Position& end : {body.from, body.to}) {
+                const ARM_CAPSULE point = {0, end, end, 0};
+                const bool is_ball = std::memcmp(&body.from, &body.to, sizeof end) == 0;
+                EXPECT_TRUE(std::ranges::any_of(now, [&](const ARM_CAPSULE& c) {
+                    return c.link == body.link && apart(point, c) < (is_ball ? 1e-6 - body.to_radius : 0);
+                }));
+            }
     }
     EXPECT_GT(folded, 0);
     EXPECT_LT(folded, 80);

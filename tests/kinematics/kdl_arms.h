@@ -1,4 +1,4 @@
-// The three arms as Orocos KDL chains, from the link tables, and their limits; poses as KDL frames.
+// The three arms as Orocos KDL chains, from the link tables; poses as KDL frames.
 #pragma once
 
 #include "kx_base.h"
@@ -88,36 +88,9 @@ struct Ball {
 
 inline Ball ball(const KDL::Rotation& r, double side)
 {
-    if (std::hypot(r(0, 2), r(1, 2)) < 1e-12) // straight or folded: the rest is rounding
-        return {std::atan2(r(2, 2) * r(1, 0), r(2, 2) * r(0, 0)), r(2, 2) > 0 ? 0 : side * M_PI, 0};
-    return {std::atan2(side * r(1, 2), side * r(0, 2)),
-            side * std::atan2(std::hypot(r(0, 2), r(1, 2)), r(2, 2)),
-            std::atan2(side * r(2, 1), -side * r(2, 0))};
-}
-
-using Limits = std::vector<std::array<float, 2>>; // of each joint
-
-inline Limits limits(int model) // degrees
-{
-    return model == 36 ? Limits{{-180, 180}, {-180, 180}, {-150, 165}, {-180, 180}, {-180, 180}, {-360, 360}}
-           : model == 46
-               ? Limits{{-180, 180}, {-130, 130}, {-135, 135}, {-180, 180}, {-128, 128}, {-360, 360}}
-               : Limits{{-180, 180}, {-130, 130}, {-180, 180}, {-135, 135},
-                        {-180, 180}, {-128, 128}, {-360, 360}};
-}
-
-// Radians, of the chain's angles, which count from other zeros. Model 36's third lets its joint down to -149.4
-// degrees only.
-inline Limits chain_limits(int model)
-{
-    return model == 36
-               ? Limits{{-4.712389f, 1.5707964f},  {-1.5707964f, 4.712389f}, {-1.0367255f, 4.4516368f},
-                        {-3.1415927f, 3.1415927f}, {0, 6.2831855f},          {-4.712389f, 7.8539815f}}
-           : model == 46 ? Limits{{-3.14159f, 3.14159f}, {-0.697433f, 3.839023f},   {-0.7853975f, 3.9269876f},
-                                  {-3.14159f, 3.14159f}, {-2.2336707f, 2.2336707f}, {-6.28318f, 6.28318f}}
-                         : Limits{{-3.14159f, 3.14159f},    {-2.2689f, 2.2689f},   {-3.14159f, 3.14159f},
-                                  {-2.3562f, 2.3562f},      {-3.14159f, 3.14159f}, {-2.234f, 2.234f},
-                                  {-6.2831855f, 6.2831855f}};
+    const double first = std::atan2(side * r(1, 2), side * r(0, 2)), s = std::sin(first), c = std::cos(first);
+    return {first, side * std::atan2(std::hypot(r(0, 2), r(1, 2)), r(2, 2)),
+            std::atan2(c * r(1, 0) - s * r(0, 0), c * r(1, 1) - s * r(0, 1))};
 }
 
 inline KDL::Frame frame_by_euler(const KinPose& p)
@@ -126,16 +99,10 @@ inline KDL::Frame frame_by_euler(const KinPose& p)
     return {KDL::Rotation::RPY(e.rx, e.ry, e.rz), {position.x, position.y, position.z}};
 }
 
+// The rounding of its length is taken off.
 inline KDL::Frame frame_by_quaternion(const KinPose& p)
 {
-    const auto& [position, q, euler] = p;
-    return {KDL::Rotation::Quaternion(q.x, q.y, q.z, q.w), {position.x, position.y, position.z}};
-}
-
-// By a quaternion whose rounding is taken off.
-inline KDL::Frame exact_frame(KinPose p)
-{
-    auto& [w, x, y, z] = p.quaternion;
+    const auto& [w, x, y, z] = p.quaternion;
     const double length = std::hypot(std::hypot<double>(w, x), std::hypot<double>(y, z));
     return {KDL::Rotation::Quaternion(x / length, y / length, z / length, w / length),
             {p.position.x, p.position.y, p.position.z}};

@@ -1,4 +1,4 @@
-// What the kinematics tests share: the judge's view of poses (KDL frames), comparisons, random numbers, arms.
+// What the kinematics tests share: the judge's view of poses (KDL frames), comparisons, arms.
 #pragma once
 
 #include "kinematics/hard_targets.h"
@@ -7,12 +7,8 @@
 #include <gtest/gtest.h>
 #include <kdl/frames_io.hpp>
 
-#include <array>
-#include <cmath>
-#include <random>
-
-using kdl_arms::degree, kdl_arms::frame_by_euler, kdl_arms::frame_by_quaternion,
-    kdl_arms::greatest_difference, kdl_arms::Joints;
+using hard::Random, kdl_arms::degree, kdl_arms::forward, kdl_arms::frame_by_euler,
+    kdl_arms::frame_by_quaternion, kdl_arms::greatest_difference, kdl_arms::Joints;
 
 inline constexpr float nan_f = std::numeric_limits<float>::quiet_NaN();
 inline constexpr float infinity_f = std::numeric_limits<float>::infinity();
@@ -56,39 +52,20 @@ inline unsigned seed()
     return 1 + static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
 }
 
-class Random {
-    std::mt19937 bits{seed()};
-
-  public:
-    float between(float low, float high) { return std::uniform_real_distribution<float>(low, high)(bits); }
-
-    // Within 1.5 m and with ry short of gimbal lock.
-    KinPose pose()
-    {
-        const Euler e = {between(-3.1f, 3.1f), between(-1.5f, 1.5f), between(-3.1f, 3.1f)};
-        return {{between(-1.5f, 1.5f), between(-1.5f, 1.5f), between(-1.5f, 1.5f)},
-                euler2quaternion(e.rx, e.ry, e.rz),
-                e};
-    }
-};
-
-// An arm of each model, limited to where it may stand: within its joints' limits and its chain's.
 struct OfEachModel : ::testing::TestWithParam<int> {
     const int model = GetParam();
-    ARM_MODEL arm;
-    Random random;
+    ARM_MODEL arm = judge::arm_within_its_chain(model);
     hard::Problems problems{arm, seed()};
 
     OfEachModel()
     {
         Init_Sys_Data(46); // sets the tool transform for model 36
         setAngle(0, 0, 0);
-        Arm_Model_Init(&arm, model, 0);
-        if (model == 36) arm.lower[2] = -149.39f;
-        for (int i = 0; i < 7 && model == 47; ++i) {
-            const auto chain = static_cast<float>(kdl_arms::chain_limits(47)[i][1] / degree * (1 - 1e-6));
-            arm.upper[i] = std::min(arm.upper[i], chain), arm.lower[i] = -arm.upper[i];
-        }
+    }
+    // Whether a pose of single precision tells the joints that made it.
+    bool is_told(const Joints& joint, double regular) const
+    {
+        return Arm_Model_Dexterity(&arm, joint.data()).distance > regular;
     }
 };
 

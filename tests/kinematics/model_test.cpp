@@ -2,100 +2,87 @@
 #include "kinematics/kinematics_support.h"
 #include "kx/model.h"
 
-#include <algorithm>
-#include <map>
-
 namespace {
+
+constexpr float left = 77.25f; // of every parameter before, so that what a model leaves alone shows
+
+struct Parameters {
+    std::vector<float*> names;
+    std::vector<float> of_36, of_46, of_47;
+};
 
 #define LIMITS(n)                                                                                            \
     {                                                                                                        \
         &JOINT##n##_LOWER, &JOINT##n##_UPPER, &theta##n##_l, &theta##n##_u                                   \
     }
-float* const limits[][4] = {LIMITS(1), LIMITS(2), LIMITS(3), LIMITS(4), LIMITS(5), LIMITS(6), LIMITS(7)};
 
-using Values = std::map<float*, float>;
-
-Values every_name(float value)
+std::vector<Parameters> parameters()
 {
-    Values all;
-    for (float* name : {&d1, &d3, &d4, &a2, &a3, &a4, &lsb, &lse, &lew, &dbs, &dse, &dew, &dwt, &dwt_ZF,
-                        &dwt_SF, &lwt, &angleU, &angleV, &angleZ})
-        all[name] = value;
-    for (const auto& names : limits)
-        for (float* name : names)
-            all[name] = value;
-    for (auto& row : Tool_Matrix.data)
-        for (float& x : row)
-            all[&x] = value;
-    return all;
-}
-
-void expect_now(const Values& values)
-{
-    int number = 0;
-    for (const auto& [name, value] : values)
-        EXPECT_EQ(*name, value) << "name " << number++;
-}
-
-// Every parameter is given this value first, so that what a model leaves alone shows.
-Values mark_all()
-{
-    Values all = every_name(77.25f);
-    for (const auto& [name, value] : all)
-        *name = value;
-    Tool_Matrix.rows = Tool_Matrix.cols = 2;
-    return all;
+    constexpr float pi = 3.1415927f, pi_ = 3.14159f;
+    const std::vector<float> none(6, left);
+    return {
+        {{&d1, &d3, &d4, &a2, &a3, &a4},
+         {.172f, -.0102f, .405f, .086f, .38f, -.069f},
+         {.149f, 0, .405f, .082f, .38f, -.069f},
+         {left, left, 0, left, left, left}},
+        {{&lsb, &lse, &lew}, none, {.2405f, .256f, .21f}, none},
+        {{&dbs, &dse, &dew}, none, none, {.2405f, .256f, .21f}},
+        {{&dwt, &lwt, &dwt_ZF, &dwt_SF},
+         {.115f, .115f, .1352f, .1435f},
+         {.144f, .144f, .1642f, .1725f},
+         {.144f, .144f, .1642f, .1725f}},
+        {{&angleU, &angleV, &angleZ}, none, {0, 0, left}, {0, 0, left}},
+        // Degrees, and radians of the chain's angle, which counts from another zero.
+        {LIMITS(1), {-180, 180, -4.712389f, 1.5707964f}, {-180, 180, -pi_, pi_}, {-180, 180, -pi_, pi_}},
+        {LIMITS(2),
+         {-180, 180, -1.5707964f, 4.712389f},
+         {-130, 130, -.697433f, 3.839023f},
+         {-130, 130, -2.2689f, 2.2689f}},
+        {LIMITS(3),
+         {-150, 165, -1.0367255f, 4.4516368f},
+         {-135, 135, -.7853975f, 3.9269876f},
+         {-180, 180, -pi_, pi_}},
+        {LIMITS(4), {-180, 180, -pi, pi}, {-180, 180, -pi_, pi_}, {-135, 135, -2.3562f, 2.3562f}},
+        {LIMITS(5), {-180, 180, 0, 2 * pi}, {-128, 128, -2.2336707f, 2.2336707f}, {-180, 180, -pi_, pi_}},
+        {LIMITS(6),
+         {-360, 360, -4.712389f, 7.8539815f},
+         {-360, 360, -2 * pi_, 2 * pi_},
+         {-128, 128, -2.234f, 2.234f}},
+        {LIMITS(7), none, none, {-360, 360, -2 * pi, 2 * pi}},
+    };
 }
 
 TEST(Model, LoadsItsParametersAndLeavesTheOthers)
 {
-    for (int model : {36, 46, 47}) {
+    for (int model : {36, 46, 47, 0, 35, 45, 48, 99, -46}) {
         SCOPED_TRACE(model);
-        Values expected = mark_all();
-        const std::vector<kdl_arms::Link> link = kdl_arms::links(model);
-        const auto set = [&](float& name, double value) { expected[&name] = static_cast<float>(value); };
-        if (model == 36)
-            set(d1, link[0].d), set(a2, link[1].a), set(a3, link[2].a), set(d3, link[2].d),
-                set(a4, link[3].a), set(d4, link[3].d);
-        if (model == 46) // the first five are of no chain
-            set(d1, 0.149), set(d4, 0.405), set(a2, 0.082), set(a3, 0.38), set(a4, -0.069), set(d3, 0),
-                set(lsb, link[0].d), set(lse, link[2].a), set(lew, link[3].d);
-        if (model == 47) set(d4, 0), set(dbs, link[0].d), set(dse, link[2].d), set(dew, link[4].d);
-        set(dwt, link.back().d), set(lwt, link.back().d);
-        set(dwt_ZF, model == 36 ? 0.1352 : 0.1642), set(dwt_SF, model == 36 ? 0.1435 : 0.1725);
-        for (std::size_t i = 0; i < link.size(); ++i)
-            for (int side : {0, 1})
-                set(*limits[i][side], kdl_arms::limits(model)[i][side]),
-                    set(*limits[i][2 + side], kdl_arms::chain_limits(model)[i][side]);
-        const bool resets = model != 36;
-        if (resets) {
-            set(angleU, 0), set(angleV, 0);
-            for (int i = 0; i < 16; ++i)
-                set(Tool_Matrix.data[i / 4][i % 4], i % 5 == 0);
-        }
+        for (const auto& group : parameters())
+            for (float* name : group.names)
+                *name = left;
+        Tool_Matrix = {2, 3, {{left}}};
         Init_Sys_Data(model);
-        expect_now(expected);
-        EXPECT_EQ(Tool_Matrix.rows * Tool_Matrix.cols, resets ? 16 : 4);
+        for (int no_variant : {-1, 3})
+            setLwt(no_variant);
+        for (const auto& [names, of_36, of_46, of_47] : parameters())
+            for (std::size_t i = 0; i < names.size(); ++i)
+                EXPECT_EQ(*names[i], model == 36   ? of_36[i]
+                                     : model == 46 ? of_46[i]
+                                     : model == 47 ? of_47[i]
+                                                   : left)
+                    << "the " << i << "th of those that are " << ::testing::PrintToString(of_46);
+        const bool has_tool = model == 46 || model == 47;
+        EXPECT_TRUE(Tool_Matrix.rows == (has_tool ? 4 : 2) && Tool_Matrix.cols == (has_tool ? 4 : 3));
+        for (int i = 0; i < 16; ++i)
+            EXPECT_EQ(Tool_Matrix.data[i / 4][i % 4], has_tool ? i % 5 == 0 : i == 0 ? left : 0) << i;
     }
-}
-
-TEST(Model, UnknownCodesAndVariantsChangeNothing)
-{
-    const Values before = mark_all();
-    for (int model : {0, 35, 45, 48, 99, -46})
-        Init_Sys_Data(model);
-    for (int variant : {-1, 3})
-        setLwt(variant);
-    expect_now(before);
-    EXPECT_EQ(Tool_Matrix.rows, 2);
 }
 
 TEST(Model, FlangeVariantLastsUntilTheNextComputation)
 {
     Init_Sys_Data(47);
-    for (const auto& [variant, length] : {std::pair{2, &dwt_SF}, {0, &dwt}, {1, &dwt_ZF}}) {
+    for (const auto& [variant, length] : {std::pair{2, dwt_SF}, {0, dwt}, {1, dwt_ZF}}) {
         setLwt(variant);
-        EXPECT_EQ(lwt, *length);
+        EXPECT_EQ(lwt, length);
     }
     EXPECT_FLOAT_EQ(Forward_Kinematics(47, Joints{}.data()).position.z, dbs + dse + dew + dwt);
     EXPECT_EQ(lwt, dwt);
@@ -106,7 +93,9 @@ TEST(Model, IsZeroUntilLoaded)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // runs the statement in a fresh process
     const auto zeros = [] {
-        expect_now(every_name(0));
+        for (const auto& group : parameters())
+            for (const float* name : group.names)
+                EXPECT_EQ(*name, 0);
         EXPECT_EQ(Tool_Matrix.rows + Tool_Matrix.cols, 0);
         EXPECT_TRUE(matches(Forward_Kinematics(36, Joints{10, 20, 30, 40, 50, 60}.data()),
                             KDL::Frame::Identity(), 0));

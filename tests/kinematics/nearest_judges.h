@@ -11,173 +11,125 @@
 namespace judge {
 
 using KDL::Frame, KDL::Rotation, KDL::Vector;
-using kdl_arms::degree;
-using Angles = std::vector<double>; // radians
+using kdl_arms::degree, kdl_arms::Joints;
 
 constexpr double limit_rounding = 2e-6, straight = 1e-6; // radians
 
-struct Limits {
-    Angles lower, upper;
-};
-
-inline Limits limits_of(const ARM_MODEL& arm)
+// An arm limited to where it may stand: within its joints' limits and its chain's, which were typed with fewer
+// digits.
+inline ARM_MODEL arm_within_its_chain(int model)
 {
-    Limits limits;
-    const kdl_arms::Limits chain = kdl_arms::chain_limits(arm.model);
-    for (int i = 0; i < arm.joints; ++i) {
-        limits.lower.push_back(arm.model == 47 ? chain[i][0] : arm.lower[i] * degree);
-        limits.upper.push_back(arm.model == 47 ? chain[i][1] : arm.upper[i] * degree);
-    }
-    if (arm.model == 36) limits.lower[2] = chain[2][0] - M_PI_2; // narrower than its joint's
-    return limits;
+    constexpr float of_seven[] = {179.9997f, 129.998f, 179.9997f, 135, 179.9997f, 127.998f, 360};
+    ARM_MODEL arm;
+    Arm_Model_Init(&arm, model, 0);
+    if (model == 36) arm.lower[2] = -149.399f;
+    for (int i = 0; i < 7 && model == 47; ++i)
+        arm.upper[i] = of_seven[i], arm.lower[i] = -of_seven[i];
+    return arm;
 }
 
-// A solution's squared distance from the reference, joint by joint; infinite if one cannot stand within its limits.
+// A solution's squared distance from the reference, rad^2, joint by joint; infinite if one cannot stand within its
+// limits.
 class Candidate {
-    const Limits& limits;
-    const Angles& reference;
+    const ARM_MODEL& arm;
+    const Joints& reference;
 
   public:
     double cost = 0;
 
-    Candidate(const Limits& of_arm, const Angles& near_to) : limits(of_arm), reference(near_to) {}
+    Candidate(const ARM_MODEL& within, const Joints& near_to) : arm(within), reference(near_to) {}
 
-    Candidate& stands(std::size_t i, double angle)
+    Candidate& stands(int i, double angle)
     {
         double least = INFINITY;
         for (int turn = -2; turn <= 2; ++turn)
             if (const double q = angle + 2 * M_PI * turn;
-                q >= limits.lower[i] - limit_rounding && q <= limits.upper[i] + limit_rounding)
-                least = std::min(least, std::pow(q - reference[i], 2));
+                q >= arm.lower[i] * degree - limit_rounding && q <= arm.upper[i] * degree + limit_rounding)
+                least = std::min(least, std::pow(q - reference[i] * degree, 2));
         cost += least;
         return *this;
     }
 
-    // Joints about one line share what they add up to, with signs, since they may turn about it the other way.
-    Candidate& share(const std::vector<std::pair<std::size_t, int>>& joints, double sum)
+    // Two joints about one line share what they add up to, the second with a sign, since it may turn about it the other
+    // way: each is shifted towards the sum by the same, as far as its limits let it.
+    Candidate& share(int first, int second, int sign, double sum)
     {
-        // Each is shifted towards the sum by the same, as far as its limits let it; the shift is found by trial.
-        const auto shifted = [&](double shift) {
-            std::pair off_and_cost{-sum, 0.0};
-            for (const auto& [i, sign] : joints) {
-                const double q = std::clamp(reference[i] + sign * shift, limits.lower[i], limits.upper[i]);
-                off_and_cost.first += sign * q, off_and_cost.second += std::pow(q - reference[i], 2);
-            }
-            return off_and_cost;
-        };
         double least = INFINITY;
-        for (double shift = -8; shift < 8; shift += 1e-2) {
-            const auto [off, before] = shifted(shift);
-            const auto [next, after] = shifted(shift + 1e-2);
-            if (next > off && std::ceil(off / (2 * M_PI)) * 2 * M_PI <= next) // whole turns are between them
-                least = std::min(least, std::max(before, after)); // within a little of the truth, above it
+        for (int turn = -3; turn <= 3; ++turn) {
+            double low = -40, high = 40, off = 0, squared = 0;
+            for (int halvings = 0; halvings < 50; ++halvings) {
+                const double shift = (low + high) / 2;
+                off = -sum - 2 * M_PI * turn, squared = 0;
+                for (const auto& [i, way] : {std::pair{first, 1}, {second, sign}}) {
+                    const double start = reference[i] * degree;
+                    const double q =
+                        std::clamp(start + way * shift, arm.lower[i] * degree, arm.upper[i] * degree);
+                    off += way * q, squared += std::pow(q - start, 2);
+                }
+                (off < 0 ? low : high) = shift;
+            }
+            if (std::fabs(off) < limit_rounding) least = std::min(least, squared);
         }
         cost += least;
         return *this;
     }
 
-    // Three joints of a ball, which share their turn where it is straight.
-    Candidate& ball(const Rotation& r, std::size_t first, bool is_turned, bool may_share)
+    // Three joints of a ball, of which two share their turn where it is straight.
+    Candidate& ball(const Rotation& r, int first, bool is_turned, bool may_share)
     {
         const auto angles = kdl_arms::ball(r, is_turned ? -1 : 1);
-        if (may_share && std::fabs(angles.middle) < 3 * straight)
-            return stands(first + 1, 0).share({{first, 1}, {first + 2, 1}}, std::atan2(r(1, 0), r(0, 0)));
+        if (may_share && std::fabs(angles.middle) < straight)
+            return stands(first + 1, 0).share(first, first + 2, 1, std::atan2(r(1, 0), r(0, 0)));
         return stands(first, angles.first).stands(first + 1, angles.middle).stands(first + 2, angles.last);
     }
 };
 
 // --- six joints
 
-inline Vector wrist_centre_of_six(int model, const Frame& flange)
+// The least squared distance of all solutions inside the limits; infinite if there is none.
+inline double nearest_of_six(const ARM_MODEL& arm, const Frame& flange, const Joints& reference)
 {
-    return flange.p - (model == 36 ? 0.115f : 0.144f) * flange.M.UnitZ();
+    struct Geometry {
+        double a1, a2, b, c1, c2, c3, c4; // metres
+        double more1, more6;              // what the paper's joints count more than the arm's, radians
+    };
+    const auto& [a1, a2, b, c1, c2, c3, c4, more1, more6] =
+        arm.model == 36 ? Geometry{.086f, .069f, .0102f, .172f, .38f, .405f, .115f, -M_PI_2, M_PI_2}
+                        : Geometry{0, 0, 0, .2405f, .256f, .21f, .144f, 0, M_PI};
+    const Vector c = flange.p - c4 * flange.M.UnitZ();
+    const double to_axis_1 = std::hypot(c.x(), c.y());
+    const double nx1 = std::sqrt(to_axis_1 * to_axis_1 - b * b) - a1, z = c.z() - c1;
+    const double s1 = std::hypot(nx1, z), s2 = std::hypot(nx1 + 2 * a1, z), k = std::hypot(a2, c3);
+    const double aside = std::atan2(b, nx1 + a1);
+    const auto arc_cosine = [](double x) {
+        return std::acos(std::fabs(x) < 1.00001 ? std::clamp(x, -1., 1.) : NAN);
+    };
+    double best = INFINITY;
+    const int steps = to_axis_1 > 4e-7 ? 1 : 720; // a wrist centre on axis 1 leaves joint 1 open
+    for (int i = 0; i < 8 * steps; ++i) {
+        const double ahead = steps == 1 ? std::atan2(c.y(), c.x()) : 2 * M_PI / steps * (i / 8 + 0.5);
+        const bool back = i & 1;
+        const double s = back ? s2 : s1, elbow = i & 2 ? 1 : -1;
+        const double t1 = ahead + (back ? aside - M_PI : -aside);
+        const double t2 = elbow * arc_cosine((s * s + c2 * c2 - k * k) / (2 * s * c2)) +
+                          (back ? -std::atan2(nx1 + 2 * a1, z) : std::atan2(nx1, z));
+        const double t3 = -elbow * arc_cosine((s * s - c2 * c2 - k * k) / (2 * c2 * k)) - std::atan2(a2, c3);
+        Candidate solution(arm, reference); // some joints turn the other way than the paper's
+        solution.stands(0, t1 - more1).stands(1, -t2).stands(2, -t3);
+        if (std::isnan(t3) || !(solution.cost < best)) continue;
+
+        const Rotation wrist = (Rotation::RotZ(t1) * Rotation::RotY(t2 + t3)).Inverse() * flange.M;
+        const auto [t4, t5, t6] = kdl_arms::ball(wrist, i & 4 ? -1 : 1);
+        if (std::fabs(std::sin(t5)) > straight)
+            solution.stands(3, t4).stands(4, -t5).stands(5, t6 - more6);
+        else if (std::cos(t5) > 0)
+            solution.stands(4, 0).share(3, 5, 1, t4 + t6 - more6);
+        else
+            solution.stands(4, M_PI).share(3, 5, -1, t4 - t6 + more6);
+        best = std::min(best, solution.cost);
+    }
+    return best;
 }
-
-// Where a pose of single precision does not tell the joints to 0.01 degrees: gimbal lock of its Euler angles, a wrist
-// centre near axis 1, a stretched elbow, a straight or folded wrist, or a little of the last two, whose effects
-// multiply.
-inline bool near_singular(int model, const Frame& flange, const float* joint)
-{
-    const Vector centre = wrist_centre_of_six(model, flange);
-    const double d3 = model == 36 ? 0.0102 : 0, stretched = model == 36 ? 9.67 : 0;
-    const double to_axis =
-        std::sqrt(std::max(0.0, std::pow(std::hypot(centre.x(), centre.y()), 2) - d3 * d3));
-    const double bend = std::fabs(joint[2] - stretched), wrist = std::fabs(std::sin(joint[4] * degree));
-    return std::fabs(flange.M(2, 0)) > 1 - 1e-4 || to_axis < 0.005 || bend < 1 || wrist < 0.02 ||
-           bend * wrist < 0.1;
-}
-
-class Six {
-    const int model;
-    const Limits limits;
-    const double cosine_bound; // beyond it a branch is out of reach
-
-  public:
-    explicit Six(const ARM_MODEL& m) : Six(m.model, limits_of(m), 1.00001) {}
-    Six(int model_code, const Limits& other, double bound)
-        : model(model_code), limits(other), cosine_bound(bound)
-    {
-    }
-
-    // The least squared distance of all solutions inside the limits; infinite if there is none.
-    double nearest(const Frame& flange, const Angles& reference) const
-    {
-        const Vector centre = wrist_centre_of_six(model, flange);
-        if (model == 36 || std::hypot(centre.x(), centre.y()) > 4e-7) return at(flange, reference);
-        // The wrist centre on axis 1 leaves joint 1 open. The geometry is told joint 1 by where the centre is.
-        constexpr int steps = 720;
-        double best = INFINITY;
-        for (int i = 0; i < steps; ++i) {
-            const double q1 = 2 * M_PI / steps * (i + 0.5);
-            const Vector aside(1e-8 * std::cos(q1) - centre.x(), 1e-8 * std::sin(q1) - centre.y(), 0);
-            best = std::min(best, at({flange.M, flange.p + aside}, reference));
-        }
-        return best;
-    }
-
-  private:
-    double at(const Frame& flange, const Angles& reference) const
-    {
-        struct Geometry {
-            double a1, a2, b, c1, c2, c3; // metres
-            double more1, more6;          // what the paper's joints count more than the arm's, radians
-        };
-        const auto& [a1, a2, b, c1, c2, c3, more1, more6] =
-            model == 36 ? Geometry{.086f, .069f, .0102f, .172f, .38f, .405f, -M_PI_2, M_PI_2}
-                        : Geometry{0, 0, 0, .2405f, .256f, .21f, 0, M_PI};
-        const Vector c = wrist_centre_of_six(model, flange);
-        const double nx1 = std::sqrt(c.x() * c.x() + c.y() * c.y() - b * b) - a1, z = c.z() - c1;
-        const double s1 = std::hypot(nx1, z), s2 = std::hypot(nx1 + 2 * a1, z), k = std::hypot(a2, c3);
-        const double aside = std::atan2(b, nx1 + a1);
-        const auto arc_cosine = [this](double x) {
-            return std::fabs(x) < cosine_bound ? std::acos(std::clamp(x, -1., 1.)) : NAN;
-        };
-        double best = INFINITY;
-        for (int i = 0; i < 8; ++i) {
-            const bool back = i & 1;
-            const double s = back ? s2 : s1, elbow = i & 2 ? 1 : -1;
-            const double t1 = std::atan2(c.y(), c.x()) + (back ? aside - M_PI : -aside);
-            const double t2 = elbow * arc_cosine((s * s + c2 * c2 - k * k) / (2 * s * c2)) +
-                              (back ? -std::atan2(nx1 + 2 * a1, z) : std::atan2(nx1, z));
-            const double t3 =
-                -elbow * arc_cosine((s * s - c2 * c2 - k * k) / (2 * c2 * k)) - std::atan2(a2, c3);
-            Candidate solution(limits, reference); // some joints turn the other way than the paper's
-            solution.stands(0, t1 - more1).stands(1, -t2).stands(2, -t3);
-            if (std::isnan(t3) || !(solution.cost < best)) continue;
-
-            const Rotation wrist = (Rotation::RotZ(t1) * Rotation::RotY(t2 + t3)).Inverse() * flange.M;
-            const auto [t4, t5, t6] = kdl_arms::ball(wrist, i & 4 ? -1 : 1);
-            if (std::fabs(std::sin(t5)) > straight)
-                solution.stands(3, t4).stands(4, -t5).stands(5, t6 - more6);
-            else if (std::cos(t5) > 0)
-                solution.stands(4, 0).share({{3, 1}, {5, 1}}, t4 + t6 - more6);
-            else
-                solution.stands(4, M_PI).share({{3, 1}, {5, -1}}, t4 - t6 + more6);
-            best = std::min(best, solution.cost);
-        }
-        return best;
-    }
-};
 
 // --- seven joints
 
@@ -206,12 +158,19 @@ inline double arm_angle(const float* joint)
 
 // All branches at any arm angle by rotation matrices, and a fine sweep of the arm angle in every branch.
 class Seven {
-    const Limits& limits;
+    const ARM_MODEL& arm;
     const Frame& flange;
-    const Angles& reference;
+    const Joints& reference;
+    const Vector line; // from the shoulder to the wrist
     double theta4;
-    Vector line; // from the shoulder to the wrist
-    Rotation at_0;
+    Rotation at_0; // the shoulder's, at arm angle zero
+
+    void bend_elbow(double angle)
+    {
+        theta4 = angle;
+        const double lift = std::atan2(d_ew * std::sin(angle), d_se + d_ew * std::cos(angle));
+        at_0 = reference_plane(line) * Rotation::RotY(-lift);
+    }
 
     struct Balls {
         Rotation r03, r47;
@@ -222,88 +181,50 @@ class Seven {
         return {r03, (r03 * Rotation::RotY(is_bent_back ? -theta4 : theta4)).Inverse() * flange.M};
     }
 
-    double distance(double psi, int branch, bool may_share = false) const
+    double distance(double psi, int branch, bool may_share) const
     {
         const auto [r03, r47] = balls(psi, branch & 1);
-        return Candidate(limits, reference)
+        return Candidate(arm, reference)
             .stands(3, branch & 1 ? -theta4 : theta4)
             .ball(r03, 0, branch & 2, may_share)
             .ball(r47, 4, branch & 4, may_share)
             .cost;
     }
 
-    // The arm angle at which shoulder or wrist comes straight; NaN if none. A cosine of the form
-    // mean + c*cos(psi) + s*sin(psi).
-    double straight_at(bool wrist) const
+    // The arm angle at which shoulder or wrist is bent least: its cosine is mean + c*cos(psi) + s*sin(psi).
+    double straightest(bool wrist) const
     {
-        const auto of_ball = [&](double psi) {
+        const auto cosine = [&](double psi) {
             const auto [r03, r47] = balls(psi, false);
-            return wrist ? r47 : r03;
+            return (wrist ? r47 : r03)(2, 2);
         };
-        const auto cosine = [&](double psi) { return of_ball(psi)(2, 2); };
         const double mean = (cosine(0) + cosine(M_PI)) / 2;
-        const double psi = std::atan2(cosine(M_PI_2) - mean, cosine(0) - mean);
-        const Rotation r = of_ball(psi);
-        return std::hypot(r(0, 2), r(1, 2)) < straight && r(2, 2) > 0 ? psi : NAN;
-    }
-
-    // All of the arm up to the wrist is one line.
-    double stretched() const
-    {
-        const double tilt = std::atan2(std::hypot(line.x(), line.y()), line.z());
-        double best = INFINITY;
-        for (int turned = 0; turned < 4; ++turned) {
-            const double side = turned & 1 ? -1 : 1;
-            const bool upright = tilt < straight;
-            const double q1 = upright ? 0 : std::atan2(side * line.y(), side * line.x()),
-                         q2 = upright ? 0 : side * tilt;
-            const Rotation rest = (Rotation::RotZ(q1) * Rotation::RotY(q2)).Inverse() * flange.M;
-            auto [sum, middle, last] = kdl_arms::ball(rest, turned & 2 ? -1 : 1);
-            Candidate c(limits, reference);
-            c.stands(1, q2).stands(3, 0);
-            std::vector<std::pair<std::size_t, int>> coaxial = {{2, 1}, {4, 1}};
-            if (upright)
-                coaxial.push_back({0, 1});
-            else
-                c.stands(0, q1);
-            if (std::fabs(middle) < straight) {
-                coaxial.push_back({6, 1});
-                middle = 0;
-                sum = std::atan2(rest(1, 0), rest(0, 0));
-            } else {
-                c.stands(6, last);
-            }
-            best = std::min(best, c.stands(5, middle).share(coaxial, sum).cost);
-        }
-        return best;
+        return std::atan2(cosine(M_PI_2) - mean, cosine(0) - mean);
     }
 
   public:
-    Seven(const Limits& of_arm, const Frame& target, const Angles& near_to)
-        : limits(of_arm), flange(target), reference(near_to)
+    Seven(const ARM_MODEL& within, const Frame& target, const Joints& near_to)
+        : arm(within), flange(target), reference(near_to), line(wrist_centre(target))
     {
-        line = wrist_centre(flange);
         const double cosine = (dot(line, line) - d_se * d_se - d_ew * d_ew) / (2 * d_se * d_ew);
-        theta4 = std::acos(std::clamp(cosine, -1., 1.));
-        const double lift = std::atan2(d_ew * std::sin(theta4), d_se + d_ew * std::cos(theta4));
-        at_0 = reference_plane(line) * Rotation::RotY(-lift);
+        bend_elbow(std::acos(std::clamp(cosine, -1., 1.)));
     }
 
     // The least squared distance for arm angles from `from` to `to`; infinite if there is no solution.
-    double nearest(double from, double to, int steps) const
+    double nearest(double from, double to, int steps, bool may_share = false) const
     {
         double best = INFINITY;
         std::vector<double> at(steps + 1);
         for (int branch = 0; branch < 8; ++branch) {
             const double width = (to - from) / steps;
             for (int i = 0; i <= steps; ++i)
-                at[i] = distance(from + width * i, branch);
+                at[i] = distance(from + width * i, branch, may_share);
             for (int i = 0; i <= steps; ++i) {
                 const int before = std::max(i - 1, 0), after = std::min(i + 1, steps);
                 if (at[i] == INFINITY || at[i] > at[before] || at[i] > at[after]) continue;
                 for (double a = from + width * before, b = from + width * after; b - a > 1e-8;) {
                     const double c = b - 0.618 * (b - a), d = a + 0.618 * (b - a); // by the golden section
-                    const double at_c = distance(c, branch), at_d = distance(d, branch);
+                    const double at_c = distance(c, branch, may_share), at_d = distance(d, branch, may_share);
                     best = std::min({best, at_c, at_d});
                     (at_c < at_d ? b = d : a = c);
                 }
@@ -315,14 +236,24 @@ class Seven {
     double nearest() const
     {
         double best = nearest(-M_PI, M_PI, 400);
-        if (theta4 < 1e-3) best = std::min(best, stretched());
-        // A ball that is straight at some arm angle: there it shares its turn, whatever the other one does.
-        for (bool wrist : {false, true})
-            if (const double psi = straight_at(wrist); !std::isnan(psi))
-                for (int branch = 0; branch < 8; ++branch)
-                    best = std::min(best, distance(psi, branch, true));
-        return best;
+        // A ball that is straight at some arm angle shares its turn there, whatever the other one does; in a stretched
+        // arm a ball may be so at all of them.
+        for (int i = 0; i < 16; ++i)
+            best = std::min(best, distance(straightest(i & 8), i, true));
+        if (theta4 > 1e-3) return best;
+        Seven stretched = *this;
+        stretched.bend_elbow(0);
+        return std::min(best, stretched.nearest(-M_PI, M_PI, 60, true));
     }
 };
+
+// With arm angles within a range around the reference's; pi or more: anywhere.
+inline double nearest_of_seven(const ARM_MODEL& arm, const Frame& flange, const Joints& reference,
+                               double range)
+{
+    const Seven seven(arm, flange, reference);
+    const double psi = arm_angle(reference.data());
+    return range < M_PI ? seven.nearest(psi - range, psi + range, 200) : seven.nearest();
+}
 
 } // namespace judge
