@@ -137,7 +137,8 @@ TEST(StreamOverALink, FaultsInMidMotionEndItInTheStatedWay)
         if (row.reason == KX_STREAM_SILENT) options.silence = 0.3;
         std::fill_n(options.velocity, 7, 20.0f);
         const int stream = KX_Stream_Open(link, &options);
-        const float far[] = {170, 0, 0, 0, 0, 0}; // as far as possible, since on a busy machine a fault takes its time
+        // As far as possible, since on a busy machine a fault takes its time.
+        const float far[] = {170, 0, 0, 0, 0, 0};
         ASSERT_EQ(KX_Stream_Joints(stream, far, 0), KX_SUCCESS);
         KX_STREAM_CYCLE last = {};
         for (; row.act && last.sent[0] < 10; usleep(1000))
