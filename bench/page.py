@@ -13,7 +13,7 @@ import sys
 import time
 import urllib.error
 import urllib.request
-from contextlib import contextmanager
+from contextlib import closing, contextmanager
 from statistics import median
 
 TICK = os.sysconf("SC_CLK_TCK")
@@ -67,6 +67,9 @@ class Browser:
         with urllib.request.urlopen(request, timeout=120) as reply:
             return json.load(reply)["value"]
 
+    def close(self):
+        urllib.request.urlopen(urllib.request.Request(self.base, method="DELETE"), timeout=120).close()
+
     def until_ready(self, url: str) -> tuple[float, float]:
         """Seconds from opening the page until its mode is told and its stops act, and until the arm is drawn."""
         self.ask("/url", {"url": "about:blank"})
@@ -110,8 +113,7 @@ def main(bin_dir: str) -> None:
     with running(controller, "--port", "0", "--web", "0") as arm:
         port = line_with(arm, r"listening on [\d.]+:(\d+)")
         page = line_with(arm, r"page at (\S+)")
-        with running("chromedriver", "--port=0") as driver:
-            browser = Browser(driver)
+        with running("chromedriver", "--port=0") as driver, closing(Browser(driver)) as browser:
             ready, drawn = browser.until_ready(page)
             print(f"at work after {ready:.2f} s, drawn after {drawn:.2f} s")
             ready, drawn = map(median, zip(*(browser.until_ready(page) for _ in range(7))))
