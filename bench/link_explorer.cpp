@@ -589,6 +589,8 @@ void on_subscribed(const KX_ARM_STATE* told, void* user)
 {
     const auto& link = *static_cast<Link*>(user);
     if (!link.is_subscribed) fail("a state comes that nobody is subscribed to");
+    if (one_in(8)) sleep(choose(30) * ms);
+    if (!link.is_subscribed) fail("the end of a subscription does not wait for a state that is being told");
     const int status = told->status;
     if (status != 0 && status != KX_TIMED_OUT && status != KX_LOST && status != KX_OUTBOX_FULL &&
         (status != KX_NO_MEMORY || lacked == 0))

@@ -83,8 +83,8 @@ auto started(Function function)
 }
 
 struct Linked {
-    explicit Linked(KX_LINK_OPTIONS options = with(), int receive_buffer = 0)
-        : door(128, receive_buffer), link(KX_Link_Open("127.0.0.1", door.port(), 46, &options)),
+    explicit Linked(KX_LINK_OPTIONS options = with(), int receive_buffer = 0, int model = 46)
+        : door(128, receive_buffer), link(KX_Link_Open("127.0.0.1", door.port(), model, &options)),
           end(door.accept())
     {
         EXPECT_GE(link, 1 << 30);
@@ -252,6 +252,23 @@ TEST(Replies, ThatRefuseAreKept)
     EXPECT_EQ(reason(arm.link), why) << "a thread that was refused nothing is told of the last";
     EXPECT_EQ(refused(""), "");
     EXPECT_EQ(arm.counters().refused, 2u);
+}
+
+TEST(Replies, AreReadAsTheArmsThoughTheLinkIsClosedMeanwhile)
+{
+    Linked arm(with(), 0, 47);
+    const auto close_behind = [](void* user) {
+        auto& own = *static_cast<Linked*>(user);
+        own.end.request();
+        own.end.say(R"({"command":"joint_degree","joint":[1000,0,0,0,0,0,7000]})");
+        EXPECT_TRUE(eventually([&] { return own.counters().answered == 1; }));
+        return KX_Link_Close(own.link);
+    };
+    KX_Link_Call_Check(close_behind, &arm);
+    float joint[7] = {};
+    EXPECT_EQ(Get_Joint_Degree(arm.link, joint), 0);
+    KX_Link_Call_Check(nullptr, nullptr);
+    EXPECT_EQ(joint[6], 7);
 }
 
 // --- queued requests, by their tickets
@@ -586,6 +603,18 @@ TEST(Subscription, BringsStatesAtItsRateWithTheirTimes)
         EXPECT_GE(s.asked_ns, i == 0 ? 0 : states[i - 1].answered_ns);
     }
     EXPECT_GT(states.back().asked_ns - states.front().asked_ns, 47 * 10'000'000u) << "it does not hurry";
+}
+
+TEST(Subscription, GoesOnBehindALoss)
+{
+    Linked arm(with([](auto& options) { options.reconnect = true; }));
+    ASSERT_EQ(KX_Link_Subscribe(
+                  arm.link, 1, [](auto, void*) {}, nullptr),
+              0);
+    EXPECT_EQ(arm.end.command(), "get_current_arm_state");
+    arm.end.close();
+    arm.end = arm.door.accept();
+    EXPECT_EQ(arm.end.command(), "get_current_arm_state");
 }
 
 // --- opening and closing
