@@ -98,6 +98,7 @@ const Fault faults[] = {
     {"noise before", says("nonsense\n"), says(reply(4)), good, good},
     {"unasked before", says(reply(3)), says(reply(4)), good, good},
     {"a push before", says(push), says(reply(4)), good, good},
+    {"without its command", {}, says("{\"joint_degree\":0,\"joint\":[4000,0,0,0,0,0]}\n"), good, good},
     {"without its member", {}, says("{\"command\":\"joint_degree\"}\n"), bad, bad},
     {"of another type", {}, says("{\"command\":\"joint_degree\",\"joint\":4}\n"), wrong_type, wrong_type},
     {"with a joint too many", {}, says(begin + "4000,0,0,0,0,0,7]}\n"), good, wrong_type},
