@@ -3,7 +3,7 @@
 set -euo pipefail
 demo=(g++ cmake ninja-build libcjson-dev libasio-dev nlohmann-json3-dev libcli11-dev liborocos-kdl-dev libmodbus-dev
   libjs-three fonts-b612 pkgconf gnuplot-nox)
-tests=(abigail-tools clang clang-format libclang-rt-14-dev binutils libgtest-dev libbenchmark-dev libcpp-httplib-dev libglpk-dev
+tests=(abigail-tools clang clang-format libclang-rt-14-dev binutils libgtest-dev libbenchmark-dev libcpp-httplib-dev libfcl-dev libglpk-dev
   liburdfdom-tools libkdl-parser-dev libsdformat-dev libmujoco-dev
   dpkg-dev file gcovr lintian chromium chromium-driver doxygen python3
   python3-dev pybind11-dev python3-numpy python3-pytest mypy python3-setuptools python3-wheel python3-pip

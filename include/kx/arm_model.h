@@ -127,7 +127,7 @@ KX_API ARM_DEXTERITY Arm_Model_Dexterity(const ARM_MODEL* arm, const float* join
 /**
  * Of all joint angles within the limits that put the tool at a pose, those nearest to a reference: with the
  * least sum of squared differences. Singular places are no exception: where joints turn about one axis, to within
- * 5e-5 rad, they share the turn so that the sum is least. Where inverse_kinematics returns 1, this finds the same, except
+ * 5e-5 rad (3e-6 rad with seven joints), they share the turn so that the sum is least. Where inverse_kinematics returns 1, this finds the same, except
  * in a nearly straight wrist, where inverse_kinematics lets the flange lean and this does not.
  * @param arm the arm, made by Arm_Model_Init
  * @param reference joint angles to stay near, degrees; may lie outside the limits

@@ -1,8 +1,9 @@
-// Arm models: against the flat functions, Orocos KDL and Eigen; all solutions; batches; bodies.
+// Arm models: against the flat functions, Orocos KDL, Eigen and FCL; all solutions; batches; bodies.
 #include "kinematics/batch.h"
 #include "kinematics/kinematics_support.h"
 
 #include <Eigen/Dense>
+#include <fcl/narrowphase/distance.h>
 #include <kdl/chainjnttojacsolver.hpp>
 
 #include <algorithm>
@@ -254,21 +255,22 @@ KDL::Vector vector(const Position& p)
     return {p.x, p.y, p.z};
 }
 
-// From a point that goes along the one, the distance to the other falls and then rises.
+// FCL's distance between the axes as thin bodies, since it does not say how deep one body is in another.
 double apart(const ARM_CAPSULE& a, const ARM_CAPSULE& b)
 {
-    const KDL::Vector along_a = vector(a.to) - vector(a.from), along_b = vector(b.to) - vector(b.from);
-    const auto from = [&](double s) {
-        const KDL::Vector p = vector(a.from) + s * along_a - vector(b.from);
-        const double t = std::clamp(dot(p, along_b) / std::max(dot(along_b, along_b), 1e-12), 0., 1.);
-        return (p - t * along_b).Norm();
+    const double thin = 1e-6;
+    const auto axis = [thin](const ARM_CAPSULE& c) {
+        const Eigen::Vector3d from(c.from.x, c.from.y, c.from.z), to(c.to.x, c.to.y, c.to.z), way = to - from;
+        fcl::Transform3d place = fcl::Transform3d::Identity();
+        place.translation() = (from + to) / 2;
+        place.rotate(Eigen::Quaterniond::FromTwoVectors(Eigen::Vector3d::UnitZ(), way));
+        return fcl::CollisionObjectd(std::make_shared<fcl::Capsuled>(thin, way.norm()), place);
     };
-    double low = 0, high = 1;
-    while (high - low > 1e-6) {
-        const double third = (high - low) / 3;
-        from(low + third) < from(high - third) ? high -= third : low += third;
-    }
-    return from(low) - a.radius - b.radius;
+    const fcl::CollisionObjectd first = axis(a), second = axis(b);
+    fcl::DistanceRequestd request;
+    request.gjk_solver_type = fcl::GST_INDEP;
+    fcl::DistanceResultd result;
+    return std::max(fcl::distance(&first, &second, request, result), 0.0) - a.radius - b.radius;
 }
 
 TEST_P(ArmModel, BodiesAndTheirCapsulesMoveWithTheLinks)
