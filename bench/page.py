@@ -1,8 +1,9 @@
 """What the page of kx-controller costs: bench/page.py BIN, where BIN holds kx-controller and 7_stream of a build.
 
 Prints how soon the page is ready in headless Chromium after it was opened, and again from the browser's cache; what the
-idle page and its controller then take of one core, processes of the browser included; and how many cycles of a 200 Hz stream
-come late without and with four loads of all files of the page beside it, with the processor time of the controller for them.
+idle page and its controller then take of one core, processes of the browser included, beside an empty page; and how many
+cycles of a 200 Hz stream come late without and with four loads of all files of the page beside it, with the processor time
+of the controller for them.
 """
 import gzip
 import json
@@ -118,12 +119,15 @@ def main(bin_dir: str) -> None:
             print(f"at work after {ready:.2f} s, drawn after {drawn:.2f} s")
             ready, drawn = map(median, zip(*(browser.until_ready(page) for _ in range(7))))
             print(f"from the cache {ready:.2f} s and {drawn:.2f} s (medians of 7)")
-            time.sleep(5)
-            seconds = 20
-            before = processor_time(arm.pid), processor_time(driver.pid)
-            time.sleep(seconds)
-            took = processor_time(arm.pid) - before[0], processor_time(driver.pid) - before[1]
-            print(f"idle, of one core: controller {took[0] / seconds:.2%}, browser {took[1] / seconds:.2%}")
+        for what, address in ("idle", page), ("an empty page", "about:blank"):
+            with running("chromedriver", "--port=0") as driver, closing(Browser(driver)) as browser:
+                browser.ask("/url", {"url": address})
+                time.sleep(10)
+                seconds = 40  # within which browsers do what they do now and then
+                before = processor_time(arm.pid), processor_time(driver.pid)
+                time.sleep(seconds)
+                took = processor_time(arm.pid) - before[0], processor_time(driver.pid) - before[1]
+                print(f"{what}, of one core: controller {took[0] / seconds:.2%}, browser {took[1] / seconds:.2%}")
         print("stream alone:", stream(bin_dir, port))
         files: set = set()
 

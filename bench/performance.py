@@ -155,13 +155,14 @@ def python() -> str:
 def page() -> str:
     text = said("python3", ROOT / "bench/page.py", BIN)
     first, drawn, again, drawn_again = found(r"after ([\d.]+) s, drawn after ([\d.]+) s\nfrom the cache ([\d.]+) s and ([\d.]+)", text)
-    mine, browsers = found(r"controller ([\d.]+%), browser ([\d.]+%)", text)
+    mine, browsers = found(r"idle, of one core: controller ([\d.]+%), browser ([\d.]+%)", text)
+    empty, = found(r"empty page, of one core: .*browser ([\d.]+%)", text)
     alone, = found(r"stream alone: (.*)", text)
     beside, = found(r"stream beside four loads: (.*)", text)
     return table(("the page of `kx-controller` in headless Chromium, drawn by software", ""),
                  ("acts, first visit", f"{first} s (drawn {drawn} s)"),
                  ("acts, files cached", f"{again} s (drawn {drawn_again} s)"),
-                 ("nobody moves, share of a core", f"controller {mine}, browser {browsers}"),
+                 ("nobody moves, share of a core", f"controller {mine}, browser {browsers}, which takes {empty} for an empty page"),
                  ("a 200 Hz stream beside it", alone), ("beside four loads of the page", beside))
 
 
