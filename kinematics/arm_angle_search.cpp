@@ -46,8 +46,8 @@ double cubic_minimum(const Distance& a, const Distance& b)
     return b.psi - width * (b.rate + root - z) / (b.rate - a.rate + 2 * root);
 }
 
-// What the processor cannot foresee is chosen without a branch: one that is mispredicted behind a chain of arc tangents
-// costs as much as they do.
+// What the processor cannot foresee is chosen without a branch, since behind a mispredicted one it begins anew only when the
+// arc tangents are known that it depends on.
 class Search {
   public:
     Search(const BallJoints& balls, const JointGoals& goals) : balls_(balls), goals_(goals)

@@ -29,7 +29,7 @@ inline Rotor turn_z(const SineCosine<double>& half)
 {
     return {half.cosine, 0, 0, half.sine};
 }
-// Of half the angle of (x, y), which is at distance r > 0 from the origin: it takes half as long as the angle.
+// Of half the angle of (x, y), which is at distance r > 0 from the origin: by square roots, without the angle itself.
 SineCosine<double> half_angle(double y, double x, double r);
 Rotor rotor_of(const Rotation& rotation);
 
