@@ -71,20 +71,25 @@ const degrees = (state) => state.value.position.map((angle) => (angle * 180) / M
 assert(states.some((state) => Math.abs(degrees(state)[0] - degrees(states[0])[0]) > 1), "the arm has moved");
 
 // The angles are those that the controller says on the wire: who asks for states records each answer; from inside the
-// arm is seen again and again, and an answer lies between what was seen before it and after it.
-const said = wire.filter(({ value }) => value.reply?.arm_state).map(({ logTime, value }) => ({ logTime, joint: value.reply.arm_state.joint }));
+// arm is seen again and again, and an answer lies within what was seen from before it was asked until after it was told.
+const asked = ({ client }, i) => wire.slice(0, i).findLast(({ value }) => value.client === client && value.request).logTime;
+const said = wire.flatMap(({ logTime, value }, i) => value.reply?.arm_state ?
+  [{ asked: asked(value, i), told: logTime, joint: value.reply.arm_state.joint }] : []);
 assert(said.length > 0);
 if (from === "outside") {
   assert.equal(said.length, states.length);
   states.forEach((state, i) => degrees(state).forEach((angle, j) =>
     assert(Math.abs(1000 * angle - said[i].joint[j]) < 0.01, `state ${i}, joint ${j + 1}: ${angle}, ${said[i].joint}`)));
 } else {
-  for (const { logTime, joint } of said) {
-    const next = states.findIndex((state) => state.logTime > logTime);
-    if (next < 1) continue;
-    const [before, after] = [degrees(states[next - 1]), degrees(states[next])];
-    joint.forEach((angle, j) => assert(angle / 1000 > Math.min(before[j], after[j]) - 0.001 &&
-      angle / 1000 < Math.max(before[j], after[j]) + 0.001, `joint ${j + 1}: ${angle} between ${before} and ${after}`));
+  for (const { asked, told, joint } of said) {
+    const before = states.findLastIndex((state) => state.logTime < asked), after = states.findIndex((state) => state.logTime > told);
+    if (before < 0 || after < 0) continue;
+    const seen = states.slice(before, after + 1).map(degrees);
+    joint.forEach((angle, j) => {
+      const angles = seen.map((state) => state[j]);
+      assert(angle / 1000 > Math.min(...angles) - 0.001 && angle / 1000 < Math.max(...angles) + 0.001,
+        `joint ${j + 1}: ${angle}, not within ${angles}`);
+    });
   }
 }
 
