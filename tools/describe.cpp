@@ -11,7 +11,7 @@ namespace kx::tool {
 
 namespace {
 
-int model_of(const Given& given)
+int described_model(const Given& given)
 {
     const int model = given.described.value_or(given.model);
     if (model == 0) throw WrongUse("the model is needed: 36, 46 (six joints) or 47 (seven)");
@@ -28,7 +28,7 @@ void write(const std::filesystem::path& path, const std::string& contents)
 
 Answer give(const Given& given, std::string (*describe)(const description::Options&))
 {
-    const std::string text = describe({model_of(given), given.prefix, given.meshes});
+    const std::string text = describe({described_model(given), given.prefix, given.meshes});
     if (given.output.empty())
         std::cout << text << std::flush;
     else
@@ -57,7 +57,7 @@ Answer mjcf(const Given& given)
 
 Answer meshes(const Given& given)
 {
-    for (const auto& [name, contents] : description::meshes(model_of(given))) {
+    for (const auto& [name, contents] : description::meshes(described_model(given))) {
         const std::filesystem::path path = std::filesystem::path(given.output) / name;
         std::error_code error; // which writing will find, too
         std::filesystem::create_directories(path.parent_path(), error);

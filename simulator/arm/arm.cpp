@@ -11,7 +11,6 @@ namespace kx::sim {
 namespace {
 
 constexpr CartesianLimits max_cartesian_limits = {1, 10, 6, 60};
-constexpr double finest_limit = 0.001; // the wire's resolution
 constexpr std::size_t max_waypoints = 10000;
 
 std::vector<double> values(const POSE& pose)

@@ -9,7 +9,7 @@ namespace kx::sim {
 
 namespace {
 
-constexpr double points = 16;          // of the rounding
+constexpr double places = 16;          // of the rounding
 constexpr double nearest = 1.0 / 4096; // to the corner that is looked at, as part of a path
 constexpr double no_radius = 1e-5;     // m
 constexpr double braking_share = 0.1;  // of a joint's acceleration; the rest is for the rounding
@@ -82,8 +82,8 @@ std::optional<Corner> Rounding::between(const Path& first, const Path& next) con
         return model.joints_for(frames.flange_of(tool), joints, Model::Elbow::near);
     };
     const auto curve = std::make_shared<JointCurve>(before.at(leave));
-    for (double i = 1; i < points; ++i)
-        curve->add(i / points, joints_at(i / points));
+    for (double i = 1; i < places; ++i)
+        curve->add(i / places, joints_at(i / places));
     curve->add(1, after.at(enter));
 
     Corner corner{1 - leave, enter, curve, 0, std::numeric_limits<double>::infinity()};

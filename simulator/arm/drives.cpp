@@ -12,7 +12,6 @@ namespace {
 
 constexpr double top_speed = 360;         // degrees/s, what the drives can do at most
 constexpr double top_acceleration = 3600; // degrees/s^2
-constexpr double finest_limit = 0.001;    // the wire's resolution
 constexpr double calibration_time = 1;    // s per joint
 
 constexpr double room_temperature = 25; // degrees Celsius

@@ -13,6 +13,8 @@
 
 namespace kx::sim {
 
+constexpr double finest_limit = 0.001; ///< of speeds and accelerations: the wire's resolution
+
 struct JointLimits {
     Joints min_position, max_position; ///< degrees
     Joints max_speed;                  ///< degrees/s

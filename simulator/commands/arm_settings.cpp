@@ -25,7 +25,7 @@ bool servo(const Call& call, const char* key)
     return integer(call[key], "the servo's state", 0, 1) == 1;
 }
 
-constexpr Command commands[] = {
+constexpr Command arm_setting_table[] = {
     {"set_arm_max_line_speed", "arm_line_speed",
      [](Call& call) { set_limit(call, "arm_line_speed", &CartesianLimits::speed); }},
     {"set_arm_max_line_acc", "arm_line_acc",
@@ -86,7 +86,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> arm_setting_commands()
 {
-    return commands;
+    return arm_setting_table;
 }
 
 } // namespace kx::sim

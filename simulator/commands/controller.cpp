@@ -29,7 +29,7 @@ Later set_baud_rate(const Call& call, const char* port)
     return accept(call, std::string(port) + " at " + std::to_string(rate) + " baud");
 }
 
-constexpr Command commands[] = {
+constexpr Command controller_table[] = {
     {"get_controller_state", "",
      [](Call& call) -> Json {
          constexpr double own_current = 0.8;   // A
@@ -54,7 +54,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> controller_commands()
 {
-    return commands;
+    return controller_table;
 }
 
 } // namespace kx::sim

@@ -5,7 +5,7 @@ namespace kx::sim {
 
 namespace {
 
-constexpr Command commands[] = {
+constexpr Command drag_teach_table[] = {
     {"start_drag_teach", "drag_teach",
      [](Call& call) {
          const bool record = integer(call["trajectory_record"], "the recording", 0, 1) == 1;
@@ -30,7 +30,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> drag_teach_commands()
 {
-    return commands;
+    return drag_teach_table;
 }
 
 } // namespace kx::sim

@@ -34,7 +34,7 @@ MaybeLater pick(const Call& call, bool keep_up)
     });
 }
 
-constexpr Command commands[] = {
+constexpr Command end_effector_table[] = {
     {"set_gripper_route", "state",
      [](Call& call) {
          call.peripherals.gripper.set_route(whole(call, "min", 0, Gripper::stroke),
@@ -86,7 +86,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> end_effector_commands()
 {
-    return commands;
+    return end_effector_table;
 }
 
 } // namespace kx::sim

@@ -53,7 +53,7 @@ void calibrate(Call& call, Sensor sensor)
 /** Every calibration is answered under this name. */
 constexpr const char* calibration = "set_force_sensor";
 
-constexpr Command commands[] = {
+constexpr Command force_table[] = {
     {"set_force_position", "set_state",
      [](Call& call) { call.peripherals.force.control = force_target(call, "direction", "N", 1); }},
     {"stop_force_positon", "stop_state", [](Call& call) { call.peripherals.force.control.reset(); }},
@@ -119,7 +119,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> force_commands()
 {
-    return commands;
+    return force_table;
 }
 
 } // namespace kx::sim

@@ -39,7 +39,7 @@ void teach_tool(Call& call)
     call.arm.frames.teach_tool(point(call), call.arm.flange());
 }
 
-constexpr Command commands[] = {
+constexpr Command frame_table[] = {
     {"set_auto_tool_frame", "auto_tool_frame", [](Call& call) { teach_tool(call); }},
     // The blocking form of the client library sends its point under no name.
     {.name = "",
@@ -103,7 +103,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> frame_commands()
 {
-    return commands;
+    return frame_table;
 }
 
 } // namespace kx::sim

@@ -25,7 +25,7 @@ Json numbers(const Values& values)
     return array;
 }
 
-constexpr Command commands[] = {
+constexpr Command io_table[] = {
     {"set_DO_state", "state",
      [](Call& call) { call.peripherals.io.digital_outputs[channel(call)] = state(call); }},
     {"set_AO_state", "state",
@@ -80,7 +80,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> io_commands()
 {
-    return commands;
+    return io_table;
 }
 
 } // namespace kx::sim

@@ -22,7 +22,7 @@ Json integers_of(const Call& call, Value Drive::*value)
     return array;
 }
 
-constexpr Command commands[] = {
+constexpr Command joint_parameter_table[] = {
     {"set_joint_max_speed", "joint_max_speed",
      [](Call& call) {
          const auto [joint, speed] = call.joint_and_value("joint_max_speed");
@@ -79,7 +79,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> joint_parameter_commands()
 {
-    return commands;
+    return joint_parameter_table;
 }
 
 } // namespace kx::sim

@@ -29,7 +29,7 @@ void drive(const Call& call, const char* speed_key, const char* angular_key)
                                                -Base::max_angular_speed, Base::max_angular_speed));
 }
 
-constexpr Command commands[] = {
+constexpr Command lift_and_base_table[] = {
     {"set_vehicle", "set_state", [](Call& call) { drive(call, "speed", "angular"); }},
     {"set_car_move", "set_state", [](Call& call) { drive(call, "linear_speed", "angular_speed"); }},
     {"set_lift ", "set_state", // with the blank
@@ -78,7 +78,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> lift_and_base_commands()
 {
-    return commands;
+    return lift_and_base_table;
 }
 
 } // namespace kx::sim

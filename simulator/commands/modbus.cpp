@@ -75,7 +75,7 @@ std::vector<int> registers(const Call& call)
     return registers;
 }
 
-constexpr Command commands[] = {
+constexpr Command modbus_table[] = {
     {"set_modbus_mode", "set_state",
      [](Call& call) {
          const double timeout = integer(call["timeout"], "the time-out", 1, 100) / 10.0; // comes in tenths
@@ -118,7 +118,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> modbus_commands()
 {
-    return commands;
+    return modbus_table;
 }
 
 } // namespace kx::sim

@@ -23,7 +23,7 @@ Json target_of(const Motion& motion)
     return pose_of({single(0), single(1), single(2), single(3), single(4), single(5)});
 }
 
-constexpr Command commands[] = {
+constexpr Command motion_table[] = {
     motion("movej",
            [](Call& call) {
                const Joints target = call.joints("joint");
@@ -67,7 +67,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> motion_commands()
 {
-    return commands;
+    return motion_table;
 }
 
 } // namespace kx::sim

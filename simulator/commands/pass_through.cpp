@@ -6,19 +6,19 @@ namespace kx::sim {
 
 namespace {
 
-Json state(Call& call)
+Json pushed(Call& call)
 {
     return {{"arm_err", call.arm.drives.error()},
             {"pose", pose_of(call.arm.tool_pose())},
             {"joint", thousandths(call.arm.position())}};
 }
 
-constexpr Command commands[] = {
+constexpr Command pass_through_table[] = {
     {.name = "movej_canfd",
      .handle =
          [](Call& call) {
              call.arm.pass_through(call.joints("joint"));
-             return state(call);
+             return pushed(call);
          },
      .recognised_by = "joint_state",
      .streamed = true},
@@ -26,7 +26,7 @@ constexpr Command commands[] = {
      .handle =
          [](Call& call) {
              call.arm.pass_through(pose_from(call["pose"]));
-             return state(call);
+             return pushed(call);
          },
      .recognised_by = "pose_state",
      .streamed = true},
@@ -36,7 +36,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> pass_through_commands()
 {
-    return commands;
+    return pass_through_table;
 }
 
 } // namespace kx::sim

@@ -10,7 +10,7 @@ int system_error(const Call& call)
     return static_cast<int>(call.peripherals.system.fault());
 }
 
-constexpr Command commands[] = {
+constexpr Command state_table[] = {
     {"get_current_arm_state", "arm_state",
      [](Call& call) -> Json {
          return {{"pose", pose_of(call.arm.tool_pose())},
@@ -45,7 +45,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> state_commands()
 {
-    return commands;
+    return state_table;
 }
 
 } // namespace kx::sim

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int power_on = 1, power_off = 64;
 
-constexpr Command commands[] = {
+constexpr Command system_table[] = {
     {"set_arm_power", "arm_power",
      [](Call& call) {
          const int power = integer(call["arm_power"], "the power", power_on, power_off);
@@ -53,7 +53,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> system_commands()
 {
-    return commands;
+    return system_table;
 }
 
 } // namespace kx::sim

@@ -51,7 +51,7 @@ void step_tool(Call& call, const KDL::Twist& axis, double unit)
     call.arm.step_tool(axis * step, call.percent(), call.completion());
 }
 
-constexpr Command commands[] = {
+constexpr Command teaching_table[] = {
     {"set_joint_teach", "joint_teach",
      [](Call& call) { call.arm.jog_joint(call.joint(call["teach_joint"]), is_up(call), call.percent()); }},
     {"set_pos_teach", "pos_teach",
@@ -92,7 +92,7 @@ constexpr Command commands[] = {
 
 std::span<const Command> teaching_commands()
 {
-    return commands;
+    return teaching_table;
 }
 
 } // namespace kx::sim

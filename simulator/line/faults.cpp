@@ -321,8 +321,8 @@ std::vector<std::string> Luck::sent_for(std::string line, const LineFaults& faul
 }
 
 struct Faults::Parsed {
-    const Kind* kind; ///< none for all
-    bool ends;
+    std::string name; ///< none for all
+    bool ends, lasts; ///< until it is ended
     Action act;
 };
 
@@ -332,7 +332,7 @@ Faults::Parsed Faults::parse(const std::string& text) const
     const std::string name = words.word("the fault");
     if (name == "off") {
         words.end();
-        return {nullptr, true, [](FaultTarget& target) {
+        return {"", true, false, [](FaultTarget& target) {
                     for (const Kind& kind : kinds)
                         if (kind.end && (target.controller || !kind.needs_arm)) kind.end(target);
                 }};
@@ -344,7 +344,7 @@ Faults::Parsed Faults::parse(const std::string& text) const
         if (ends && !kind.end) throw std::invalid_argument("there is nothing to end");
         const Action act = ends ? Action(kind.end) : kind.begin(words, target_);
         words.end();
-        return {&kind, ends, act};
+        return {name, ends, kind.end != nullptr, act};
     } catch (const std::invalid_argument& wrong) {
         throw std::invalid_argument(name + ": " + wrong.what());
     }
@@ -355,12 +355,12 @@ std::string Faults::apply(const std::string& text)
     try {
         const Parsed parsed = parse(text);
         parsed.act(target_);
-        if (!parsed.kind)
+        if (parsed.name.empty())
             in_force_.clear();
         else if (parsed.ends)
-            in_force_.erase(std::string(parsed.kind->name));
-        else if (parsed.kind->end)
-            in_force_[std::string(parsed.kind->name)] = text;
+            in_force_.erase(parsed.name);
+        else if (parsed.lasts)
+            in_force_[parsed.name] = text;
         return "";
     } catch (const std::invalid_argument& wrong) {
         return wrong.what();

@@ -11,10 +11,10 @@ namespace kx::sim {
 using asio::ip::tcp;
 
 // What is longer is passed on in parts.
-constexpr std::size_t longest_line = 64 * 1024;
+constexpr std::size_t longest_reply = 64 * 1024;
 constexpr std::size_t waiting_bytes = 64 * 1024;
 
-constexpr std::size_t most_clients = 64; // a controller takes fewer
+constexpr std::size_t most_upstreams = 64; // a controller takes fewer
 
 /** Keeps itself alive until it is closed. */
 class Proxy::Upstream : public Answerer, public std::enable_shared_from_this<Upstream> {
@@ -77,7 +77,8 @@ std::shared_ptr<Answerer> Proxy::connect(std::shared_ptr<OnlyClient> client)
 std::string Proxy::refuses(const tcp::socket& client)
 {
     std::erase_if(upstreams_, [](const auto& past) { return past.expired(); });
-    if (upstreams_.size() >= most_clients) return "too many clients for a proxy, which may be behind itself";
+    if (upstreams_.size() >= most_upstreams)
+        return "too many clients for a proxy, which may be behind itself";
     asio::error_code none;
     const tcp::endpoint from = client.remote_endpoint(none);
     for (const auto& upstream : upstreams_)
@@ -126,7 +127,7 @@ void Proxy::Upstream::take(std::string_view bytes)
     for (char c : bytes) {
         if (closed_) return;
         line_ += c;
-        if (c == '\n' || line_.size() == longest_line) client_->reply(std::exchange(line_, {}));
+        if (c == '\n' || line_.size() == longest_reply) client_->reply(std::exchange(line_, {}));
     }
 }
 

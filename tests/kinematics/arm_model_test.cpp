@@ -1,9 +1,9 @@
 // Arm models: against the flat functions, Orocos KDL, Eigen and FCL; all solutions; batches; bodies.
 #include "kinematics/batch.h"
+#include "kinematics/capsule_judge.h"
 #include "kinematics/kinematics_support.h"
 
-#include <Eigen/Dense>
-#include <fcl/narrowphase/distance.h>
+#include <Eigen/SVD>
 #include <kdl/chainjnttojacsolver.hpp>
 
 #include <algorithm>
@@ -253,24 +253,6 @@ TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
 KDL::Vector vector(const Position& p)
 {
     return {p.x, p.y, p.z};
-}
-
-// FCL's distance between the axes as thin bodies, since it does not say how deep one body is in another.
-double apart(const ARM_CAPSULE& a, const ARM_CAPSULE& b)
-{
-    const double thin = 1e-6;
-    const auto axis = [thin](const ARM_CAPSULE& c) {
-        const Eigen::Vector3d from(c.from.x, c.from.y, c.from.z), to(c.to.x, c.to.y, c.to.z), way = to - from;
-        fcl::Transform3d place = fcl::Transform3d::Identity();
-        place.translation() = (from + to) / 2;
-        place.rotate(Eigen::Quaterniond::FromTwoVectors(Eigen::Vector3d::UnitZ(), way));
-        return fcl::CollisionObjectd(std::make_shared<fcl::Capsuled>(thin, way.norm()), place);
-    };
-    const fcl::CollisionObjectd first = axis(a), second = axis(b);
-    fcl::DistanceRequestd request;
-    request.gjk_solver_type = fcl::GST_INDEP;
-    fcl::DistanceResultd result;
-    return std::max(fcl::distance(&first, &second, request, result), 0.0) - a.radius - b.radius;
 }
 
 TEST_P(ArmModel, BodiesAndTheirCapsulesMoveWithTheLinks)

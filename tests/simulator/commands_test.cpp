@@ -16,7 +16,7 @@ World with_inputs()
     return world;
 }
 
-const ScenarioRow rows[] = {
+const ScenarioRow commands_rows[] = {
     {"JointParametersAreKept", R"(
         0  set_joint_max_speed joint_max_speed [3,12345]   -> joint_max_speed true
            get_joint_max_speed                -> joint_speed [180000,180000,12345,180000,180000,180000]
@@ -175,7 +175,7 @@ const ScenarioRow rows[] = {
               set_ethernet                    -> later)"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Command, Scenarios, testing::ValuesIn(rows), Scenarios::name);
+INSTANTIATE_TEST_SUITE_P(Command, Scenarios, testing::ValuesIn(commands_rows), Scenarios::name);
 
 TEST(Frames, AreManyAndStillFitIntoAReply)
 {

@@ -24,7 +24,7 @@ const World modbus = with([](World& world) {
     world.modbus_input_registers[7] = 1234;
 });
 
-const ScenarioRow rows[] = {
+const ScenarioRow devices_rows[] = {
     // From 100 mm to the object's 40 mm at 50 mm/s.
     {"TheGripperStopsOnAnObjectAndAnswersWhenItDoes", R"(
         0    clear_force_data                                      -> clear_state true
@@ -232,7 +232,7 @@ const ScenarioRow rows[] = {
      20000   get_car_state                                         -> battery_volume 100)"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Device, Scenarios, testing::ValuesIn(rows), Scenarios::name);
+INSTANTIATE_TEST_SUITE_P(Device, Scenarios, testing::ValuesIn(devices_rows), Scenarios::name);
 
 // --- what clients cannot see
 

@@ -11,7 +11,7 @@ namespace {
 
 // 90 degrees of joint 1 take 0.8 s: after 0.4 s it is half way at 180 degrees/s, from which it stops in 0.3 s
 // and 27 degrees.
-const ScenarioRow rows[] = {
+const ScenarioRow motion_rows[] = {
     {"OneAfterTheOtherAndEachReportedToItsAsker", R"(
         0     movej joint [90000,0,0,0,0,0] v 100  -> later
               movej joint [0,0,0,0,0,0] v 100      -> later
@@ -234,7 +234,7 @@ const ScenarioRow rows[] = {
               get_joint_degree                     -> joint [0,0,0,0,0,0])"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Motion, Scenarios, testing::ValuesIn(rows), Scenarios::name);
+INSTANTIATE_TEST_SUITE_P(Motion, Scenarios, testing::ValuesIn(motion_rows), Scenarios::name);
 // Of all tables.
 TEST_P(Scenarios, Play)
 {
