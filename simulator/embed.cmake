@@ -28,6 +28,6 @@ function(kx_embed target)
        "#include \"web/assets.h\"\n\nasm(R\"(.pushsection .rodata\n@data@.popsection)\");\n\n@names@
 static const kx::sim::Asset embedded[] = {\n@rows@};\n
 const std::span<const kx::sim::Asset> kx::sim::assets = embedded;\n")
-  set_source_files_properties(${source} PROPERTIES OBJECT_DEPENDS "${files}")
+  set_source_files_properties(${source} PROPERTIES OBJECT_DEPENDS "${files}" SKIP_UNITY_BUILD_INCLUSION ON)
   target_sources(${target} PRIVATE ${source})
 endfunction()

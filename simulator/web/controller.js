@@ -70,7 +70,10 @@ export class Controller extends EventTarget {
     return () => {
       if (!held) return;
       held = false;
-      begun.then(() => this.act({ act: 'release', ...mine }, arm)); // which must not overtake the begin
+      begun.then((why) => {
+        refused(why);
+        this.act({ act: 'release', ...mine }, arm); // which must not overtake the begin
+      });
     };
   }
 

@@ -79,15 +79,11 @@ def test_what_one_page_holds_another_is_told_of(start, flat: Browser) -> None:
     flat.look_at(controller, at="jog-speed=1")
     one, other = flat.window_handles
 
-    def hold(joint: int) -> None:  # without the keyboard, which only one window has
-        flat.run("arguments[0].dispatchEvent(new KeyboardEvent('keydown', { key: ' ' }))",
-                 flat.find(f'[aria-label="Joint {joint} up"]'))
-
-    flat.switch_to.window(one)
-    hold(3)
+    flat.switch_to.window(one)  # whose button is held without the keyboard, which only one window has
+    flat.run("arguments[0].dispatchEvent(new KeyboardEvent('keydown', { key: ' ' }))", flat.find('[aria-label="Joint 3 up"]'))
     flat.switch_to.window(other)
     flat.shows("#running", "another page at 127.0.0.1 holds joint 3")
-    hold(1)
+    flat.press(" ", on='[aria-label="Joint 1 up"]')
     flat.shows("#message", "Another page holds joint 3, at 127.0.0.1")
     assert flat.text("#mode") == "jogging"
     flat.click("#stop")
