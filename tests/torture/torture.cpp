@@ -126,22 +126,14 @@ static void find_library()
 
 using Replies = std::map<std::string, std::string>; // by the request's command
 
-static std::string command_of(const std::string& request)
-{
-    const size_t begin = request.find("\"command\"");
-    const size_t value = begin == request.npos ? begin : request.find('"', begin + 10);
-    return value == request.npos ? "" : request.substr(value + 1, request.find('"', value + 1) - value - 1);
-}
-
 // Answers each request; hangs up at "set_wifi_ap".
 static void serve(const Door& door, const Replies& replies)
 {
     for (;;) {
         Connection client = door.accept();
-        std::string request;
-        while (!(request = client.request()).empty() && command_of(request) != "set_wifi_ap")
-            if (const auto reply = replies.find(command_of(request)); reply != replies.end())
-                client.send(reply->second);
+        std::string command;
+        while (!(command = client.command()).empty() && command != "set_wifi_ap")
+            if (const auto reply = replies.find(command); reply != replies.end()) client.say(reply->second);
     }
 }
 
@@ -254,12 +246,14 @@ int main(int count, char** arguments)
     const std::vector<list::Command> rows = representatives();
     Replies replies = {
         {"get_current_arm_state", R"({"command":"current_arm_state","arm_state":{"pose":[0,0,0,0,0,0],)"
-                                  R"("joint":[0,0,0,0,0,0],"arm_err":0,"sys_err":0}})"
-                                  "\n"},
-        {"set_payload", "{\"command\":\"set_payload\",\"set_state\":true}\n"},
+                                  R"("joint":[0,0,0,0,0,0],"arm_err":0,"sys_err":0}})"},
+        {"set_payload", R"({"command":"set_payload","set_state":true})"},
     };
-    for (const list::Command& row : rows)
-        replies[command_of(row.blocking_request)] = row.good_reply() + "\n";
+    for (const list::Command& row : rows) {
+        const size_t name = row.blocking_request.find(':') + 2;
+        replies[row.blocking_request.substr(name, row.blocking_request.find('"', name) - name)] =
+            row.good_reply();
+    }
 
     // First with nothing failing, then ever more sparsely.
     int faults = 0, failures = 0;
