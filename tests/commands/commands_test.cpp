@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <map>
 #include <sys/socket.h>
 #include <tuple>
 #include <unistd.h>
@@ -83,7 +84,7 @@ class Commands : public testing::TestWithParam<std::tuple<const ConnectionKind*,
     // A form that waits for nothing, over function or method. On a link its answer has a place, too.
     void go_out(const Call& command)
     {
-        if (!kind.is_classic) arm.peer.answer(row.ending == Ending::push ? "" : row.good_reply() + "\n");
+        if (!kind.is_classic) arm.peer.answer(row.ending == Ending::push ? "" : row.good_reply());
         EXPECT_EQ(call(command, arm.sockfd, false), 0);
         EXPECT_EQ(sleeps, entry_sleep());
         EXPECT_EQ(arm.peer.next_request(), on_the_wire(row.request));
@@ -93,7 +94,7 @@ class Commands : public testing::TestWithParam<std::tuple<const ConnectionKind*,
     void exchange(const Call& command, const Case& expected)
     {
         int key = row.answer;
-        arm.peer.answer(expected.reply + "\n", [&] {
+        arm.peer.answer(expected.reply, [&] {
             if (kind.is_classic) key = SockeRIinfos[0].key;
         });
         EXPECT_EQ(call(command, arm.sockfd, true), expected.status) << expected.reply;
@@ -115,19 +116,17 @@ class Commands : public testing::TestWithParam<std::tuple<const ConnectionKind*,
     {
         const std::string alive =
             R"({"command":"current_arm_state","arm_state":{"pose":[0,0,0,0,0,0],"joint":[0,0,0,0,0,0)" +
-            std::string(row.model == 47 ? ",0" : "") +
-            R"(],"arm_err":0,"sys_err":0}})"
-            "\n";
+            std::string(row.model == 47 ? ",0" : "") + R"(],"arm_err":0,"sys_err":0}})";
         arm.peer.answer("");
         arm.peer.answer(alive);
         std::thread controller([&] {
             EXPECT_EQ(arm.peer.next_request(), on_the_wire(row.blocking_request));
             for (int i = 0; i < 2; ++i)
                 EXPECT_EQ(arm.peer.next_request(), on_the_wire(R"({"command":"get_current_arm_state"})"));
-            arm.peer.send(expected.reply + "\n");
+            arm.peer.say(expected.reply);
             EXPECT_TRUE(
                 eventually([] { return SockeRIinfos[0].received == 1; })); // two lines together would be one
-            arm.peer.send(alive);
+            arm.peer.say(alive);
         });
         EXPECT_EQ(call(row.function, arm.sockfd, true), expected.status) << expected.reply;
         controller.join();
@@ -138,7 +137,7 @@ class Commands : public testing::TestWithParam<std::tuple<const ConnectionKind*,
     void expect_silence_and_dead_connections()
     {
         const char* const other_kind = row.answer == 42 ? "timer" : "set_payload";
-        arm.peer.answer("{\"command\":\"" + std::string(other_kind) + "\",\"set_state\":true}\n");
+        arm.peer.answer("{\"command\":\"" + std::string(other_kind) + "\",\"set_state\":true}");
         kind.wait_at_most(20);
         EXPECT_EQ(call(row.function, arm.sockfd, true), 7);
         expect_written({}, "silence");
@@ -206,16 +205,11 @@ TEST_P(Commands, SendAwaitAndDecode)
 
 static std::vector<Command> rows(On not_here)
 {
-    std::vector<Command> rows;
-    for (const Family& family : all_families())
-        for (const Command& row : family.commands) {
-            if (row.on == not_here) continue;
-            rows.push_back(row);
-            const auto same = std::count_if(rows.begin(), rows.end(), [&](const Command& other) {
-                return other.name.substr(0, other.name.find("_row_")) == row.name;
-            });
-            if (same > 1) rows.back().name += "_row_" + std::to_string(same);
-        }
+    std::vector<Command> rows = all_commands();
+    std::erase_if(rows, [=](const Command& row) { return row.on == not_here; });
+    std::map<std::string, int> times;
+    for (Command& row : rows)
+        if (const int same = ++times[row.name]; same > 1) row.name += "_row_" + std::to_string(same);
     return rows;
 }
 

@@ -86,9 +86,9 @@ TEST(Force, BlocksOnlyOnExactlyOne)
 TEST(PassThrough, WaitsForThePushInTheBlockingWorkers)
 {
     Arm arm;
-    arm.peer.answer("{\"command\":\"joint_state\",\"arm_err\":0,\"joint\":[1,2,3,4,5,6]}\n");
+    arm.peer.answer(R"({"command":"joint_state","arm_err":0,"joint":[1,2,3,4,5,6]})");
     EXPECT_EQ(Movej_CANFD_Block(arm.sockfd, std::array<float, 6>().data()), 0);
-    arm.peer.answer("pose_state {,\n");
+    arm.peer.answer("pose_state {,");
     EXPECT_EQ(Movep_CANFD_Block(arm.sockfd, {}), 9);
     EXPECT_EQ(m_nSockeRIinfosLen, 0);
 }
@@ -96,7 +96,7 @@ TEST(PassThrough, WaitsForThePushInTheBlockingWorkers)
 TEST(ForcePosition, RaisesTheSuspendFlagAroundEitherForm)
 {
     Arm arm;
-    arm.peer.answer("Force_Position_State\n");
+    arm.peer.answer("Force_Position_State");
     for (bool block : {true, false}) {
         KX_Mutex_Lock(); // holds the caller up where it registers
         std::thread caller(

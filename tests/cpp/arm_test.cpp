@@ -215,38 +215,20 @@ const std::vector<Row> rows = {
     ROW(Stop_Force_Postion_Move, arm.force.stop_following()),
 };
 
-const std::vector<list::Command>& commands()
-{
-    static const auto all = [] {
-        std::vector<list::Command> commands;
-        for (const list::Family& family : list::all_families())
-            commands.insert(commands.end(), family.commands.begin(), family.commands.end());
-        return commands;
-    }();
-    return all;
-}
-
-const list::Command& command(const Row& row)
-{
-    return *std::ranges::find_if(commands(), [&](const list::Command& command) {
-        return command.name == row.command && command.model == row.model;
-    });
-}
-
-const std::string arrived = "{\"command\":\"current_trajectory_state\",\"trajectory_state\":true}\n";
-
 } // namespace
 
 TEST(Arm, SendsTheCommandsThatItSays)
 {
+    const std::vector<list::Command> commands = list::all_commands();
     for (const Row& row : rows) {
         SCOPED_TRACE(row.command);
-        const list::Command& expected = command(row);
+        const list::Command& expected = *std::ranges::find_if(commands, [&](const list::Command& command) {
+            return command.name == row.command && command.model == row.model;
+        });
         Peer peer;
         const Quiet arm("127.0.0.1", peer.port(), row.model);
-        peer.answer(expected.ending == list::Ending::push ? "" : expected.good_reply() + "\n");
-        peer.answer(R"({"command":"close_modbus_mode","set_state":true})"
-                    "\n");
+        peer.answer(expected.ending == list::Ending::push ? "" : expected.good_reply());
+        peer.answer(R"({"command":"close_modbus_mode","set_state":true})");
         EXPECT_EQ(row.call(arm), 0);
         const std::string request = peer.next_request();
         EXPECT_TRUE(request == on_the_wire(expected.request) ||
@@ -267,7 +249,7 @@ TEST(Arm, LeavesNoCommandOutOfReach)
         "Close_Modbus_Mode", "Force_Position_Move_POSE"};
     for (const Row& row : rows)
         reached.insert(row.command);
-    for (const list::Command& command : commands())
+    for (const list::Command& command : list::all_commands())
         EXPECT_TRUE(reached.contains(command.name)) << command.name;
 }
 
@@ -297,8 +279,7 @@ TEST(Arm, TellsWhatWentWrongAndWhatToDo)
     Peer peer;
     const kx::Arm arm("127.0.0.1", peer.port(), 46);
     peer.answer(
-        R"({"command":"current_trajectory_state","trajectory_state":false,"error":"joint 5 would leave"})"
-        "\n");
+        R"({"command":"current_trajectory_state","trajectory_state":false,"error":"joint 5 would leave"})");
     try {
         arm.move_joints(joint).wait();
         FAIL();
@@ -335,7 +316,7 @@ TEST(Motion, IsUnderWayUntilItHasEnded)
     EXPECT_TRUE(motion.done());
     EXPECT_FALSE(motion.wait_for(10ms).value);
     peer.next_request();
-    peer.send(arrived);
+    peer.say(R"({"command":"current_trajectory_state","trajectory_state":true})");
     EXPECT_TRUE(motion.wait_for(10h).value);
     EXPECT_TRUE(motion.wait());
     EXPECT_TRUE(motion.done().value);
@@ -355,8 +336,7 @@ TEST(Motion, IsStoppedWhenItsBlockIsLeftByAnException)
     Peer peer;
     const kx::Arm arm("127.0.0.1", peer.port(), 46);
     peer.answer("");
-    peer.answer(R"({"command":"set_arm_stop","arm_stop":true})"
-                "\n");
+    peer.answer(R"({"command":"set_arm_stop","arm_stop":true})");
     try {
         const kx::StopOnException guard(arm);
         arm.move_joints(joint);
@@ -382,9 +362,8 @@ TEST(Pushes, ReachCallbackAndQueuesInTheirUnits)
     arm->send_joints(joint); // so that somebody is there
     peer.next_request();
     for (const char* angle : {"1000", "2000", "-3500"})
-        peer.send(R"({"command":"pose_state","joint":[0,)" + std::string(angle) +
-                  R"(,0,0,0,0],"pose":[250000,0,0,0,0,1500],"arm_err":0})"
-                  "\n");
+        peer.say(R"({"command":"pose_state","joint":[0,)" + std::string(angle) +
+                 R"(,0,0,0,0],"pose":[250000,0,0,0,0,1500],"arm_err":0})");
     EXPECT_TRUE(eventually([&] { return newest->size() == 3; }));
     EXPECT_EQ(newest->latest()->joints[1], -3.5f);
     EXPECT_FALSE(newest->latest());

@@ -141,6 +141,14 @@ std::vector<Family> all_families()
     return families;
 }
 
+std::vector<Command> all_commands()
+{
+    std::vector<Command> commands;
+    for (const Family& family : all_families())
+        commands.insert(commands.end(), family.commands.begin(), family.commands.end());
+    return commands;
+}
+
 // --- replies
 
 // A reply with all members but that one, which has another value, or none.

@@ -160,6 +160,7 @@ struct Family {
     std::vector<Command> commands;
 };
 std::vector<Family> arm_families(), peripheral_families(), all_families();
+std::vector<Command> all_commands();
 
 // --- binding a row's arguments to its function and its method
 

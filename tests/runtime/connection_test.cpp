@@ -62,7 +62,7 @@ TEST(Connections, AreFoundByTheOldestEntry)
     Init_Socket_Joint(46, 1000); // the same number again
     EXPECT_EQ(Get_Socket_Idx(1000), 0);
     EXPECT_EQ(Get_Socket_Idx(1001), 1);
-    static_assert(sizeof(Connection) == 12);
+    static_assert(sizeof(kx::Connection) == 12);
     EXPECT_EQ(Get_Socket_Idx(55), 3) << "unknown: the number of entries";
     EXPECT_EQ(joint_count(1000), 7);
     EXPECT_EQ(request_joints(1000), 7);

@@ -9,8 +9,6 @@
 
 using namespace kx;
 
-static const std::string speed_set = "{\"command\":\"set_joint_max_speed\",\"joint_max_speed\":true}\n";
-
 TEST(Exchange, SendsNothingWhenTheListIsFull)
 {
     Arm arm;
@@ -31,7 +29,7 @@ TEST(Exchange, ReadsTheTextAtThePlaceWhereItRegistered)
     const std::jthread mover([&] {
         arm.peer.next_request();
         remove_pending(0); // the caller's entry moves to index 0
-        arm.peer.send(speed_set);
+        arm.peer.say(R"({"command":"set_joint_max_speed","joint_max_speed":true})");
     });
     EXPECT_EQ(Set_Joint_Speed(arm.sockfd, 1, 1, true), 9) << "at index 1 stands no text";
 }

@@ -29,9 +29,9 @@ TEST(Receiver, GivesALineToTheFirstEntryThatAwaitsIt)
     await(arm.sockfd, KeyCode::timer);
     await(arm.sockfd, KeyCode::set_payload);
     await(arm.sockfd, KeyCode::set_payload);
-    arm.peer.send(set_payload + "       \n");
+    arm.peer.say(set_payload + "       ");
     ASSERT_TRUE(is_answered(2));
-    arm.peer.send("set_payload\n");
+    arm.peer.say("set_payload");
     const std::string rest = (set_payload + "       \n").substr(12);
     EXPECT_TRUE(eventually([&] { return stored_reply(2).text == "set_payload\n" + rest; }))
         << "the first again, as long as it stands, and the rest of the longer text stays";
@@ -46,7 +46,7 @@ TEST(ReceiverDeathTest, ALineOfThreeHundredCharactersEndsTheProcess)
         EXPECT_EXIT(
             {
                 Arm arm;
-                arm.peer.send(std::string(length - 1, 'x') + "\n");
+                arm.peer.say(std::string(length - 1, 'x'));
                 sleep_cp(5000);
             },
             testing::KilledBySignal(SIGABRT), "");
@@ -73,7 +73,7 @@ struct Pushes : testing::Test {
     // Sends a line and waits until the callback was called `total` times.
     void push(Arm& arm, const std::string& line, size_t total)
     {
-        arm.peer.send(line + "\n");
+        arm.peer.say(line);
         ASSERT_TRUE(eventually([&] { return pushed() == total; })) << pushed() << " callbacks after " << line;
     }
 };
@@ -123,7 +123,7 @@ TEST_F(Pushes, AnswerEveryOtherRegistration)
     EXPECT_TRUE(eventually([] { return m_nSockeRIinfosLen == 1; }));
     push(arm, line, 3);
     EXPECT_TRUE(eventually([] { return m_nSockeRIinfosLen == 0; }));
-    arm.peer.send(line + "\n");
+    arm.peer.say(line);
     until_all_is_taken();
     EXPECT_EQ(pushed(), 3u) << "nobody asked for another";
 }
@@ -134,9 +134,9 @@ TEST_F(Pushes, AreNotForRepliesAndRepliesNotForThem)
     await(arm.sockfd, KeyCode::timer, push_registration);
     await(arm.sockfd, KeyCode::joint_state);
     await(arm.sockfd, KeyCode::joint_state, push_registration);
-    arm.peer.send("timer\n");
+    arm.peer.say("timer");
     until_all_is_taken();
-    arm.peer.send("joint_state\n");
+    arm.peer.say("joint_state");
     ASSERT_TRUE(is_answered(1)) << "a waiting caller comes first";
     EXPECT_EQ(pushed(), 0u);
     EXPECT_EQ(m_nSockeRIinfosLen, 3);
@@ -147,7 +147,7 @@ TEST_F(Pushes, WithoutACallbackAreTakenFromTheList)
     Arm arm;
     callback1 = nullptr;
     await(arm.sockfd, KeyCode::joint_state, push_registration);
-    arm.peer.send("joint_state\n");
+    arm.peer.say("joint_state");
     EXPECT_TRUE(eventually([] { return m_nSockeRIinfosLen == 0; }));
 }
 

@@ -1,61 +1,43 @@
 // Streams as applications meet them: with a sender, over a link. Here is what only the whole can show; what a
 // stream decides, and when, is tested on simulated time.
 #include "kx_base.h"
-#include "support/connection.h"
 #include "support/controller.h"
 #include "support/own_file.h"
+#include "support/peer.h"
 
 #include <atomic>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <mutex>
-#include <thread>
 #include <vector>
 
 namespace {
 
 // A controller whose arm is at once where set-points lead.
-class Playing {
-  public:
-    Playing()
-    {
-        thread_ = std::thread([this] { serve(door_.accept()); });
-        link = KX_Link_Open("127.0.0.1", door_.port(), 46, nullptr);
-    }
-    ~Playing()
-    {
-        KX_Link_Close(link);
-        thread_.join();
-    }
+struct Playing {
+    ~Playing() { KX_Link_Close(link); }
 
+    static std::string joints(const std::string& request)
+    {
+        const size_t begin = std::min(request.find('['), request.size());
+        return request.substr(begin, request.find(']') + 1 - begin);
+    }
+    static std::string answer(const std::string& request)
+    {
+        if (request.find("get_joint_degree") != request.npos)
+            return R"({"command":"joint_degree","joint":[0,-20000,-60000,0,-80000,0]})";
+        return R"({"command":"joint_state","arm_err":0,"joint":)" + joints(request) + "}";
+    }
     std::vector<double> set_points() // of joint 1, degrees
     {
-        const std::lock_guard lock(mutex_);
-        return set_points_;
+        std::vector<double> all;
+        while (peer.unread() > 0)
+            if (const std::string joint = joints(peer.next_request()); !joint.empty())
+                all.push_back(atof(joint.c_str() + 1) / 1000);
+        return all;
     }
 
-    int link;
-
-  private:
-    void serve(Connection end)
-    {
-        for (std::string request; !(request = end.request()).empty();) {
-            if (request.find("get_joint_degree") != request.npos) {
-                end.say(R"({"command":"joint_degree","joint":[0,-20000,-60000,0,-80000,0]})");
-                continue;
-            }
-            const std::string joints =
-                request.substr(request.find('['), request.find(']') + 1 - request.find('['));
-            const std::lock_guard lock(mutex_);
-            set_points_.push_back(atof(joints.c_str() + 1) / 1000);
-            end.say("{\"command\":\"joint_state\",\"arm_err\":0,\"joint\":" + joints + "}");
-        }
-    }
-
-    Door door_;
-    std::thread thread_;
-    std::mutex mutex_;
-    std::vector<double> set_points_;
+    Peer peer{answer};
+    const int link = KX_Link_Open("127.0.0.1", peer.port(), 46, nullptr);
 };
 
 KX_STREAM_OPTIONS patient()
@@ -98,9 +80,10 @@ TEST(StreamOverALink, ArrivesAndTells)
     counters.size = sizeof counters;
     EXPECT_EQ(KX_Stream_Counters(stream, &counters), KX_SUCCESS);
     EXPECT_EQ(counters.targets, 1u);
-    EXPECT_EQ(counters.cycles, controller.set_points().size());
+    const std::vector<double> set_points = controller.set_points();
+    EXPECT_EQ(counters.cycles, set_points.size());
     EXPECT_EQ(counters.cycles, static_cast<uint64_t>(seen));
-    EXPECT_NEAR(controller.set_points().back(), 30, 1e-9);
+    EXPECT_NEAR(set_points.back(), 30, 1e-9);
     EXPECT_EQ(KX_Stream_Close(stream), KX_SUCCESS);
     EXPECT_EQ(KX_Stream_Close(stream), KX_BAD_DESCRIPTOR);
 

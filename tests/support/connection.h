@@ -82,6 +82,7 @@ class Connection {
     }
 
     void end() { shutdown(socket_, SHUT_WR); }
+    void hang_up() { shutdown(socket_, SHUT_RDWR); } // also while another thread takes
     void close()
     {
         if (socket_ >= 0) ::close(std::exchange(socket_, -1));

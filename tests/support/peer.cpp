@@ -1,7 +1,5 @@
 #include "peer.h"
 
-#include "bound.h"
-
 #include "kx/link.h"
 #include "kx_base.h"
 #include "runtime/classic/connection.h"
@@ -9,67 +7,53 @@
 #include "runtime/classic/state.h"
 
 #include <cjson/cJSON.h>
-#include <functional>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using namespace std::chrono_literals;
 
-Peer::Peer()
-{
-    const Bound bound(4);
-    listener_ = bound.socket;
-    port_ = bound.port();
-    thread_ = std::thread(&Peer::serve, this);
-}
-
 Peer::~Peer()
 {
-    shutdown(listener_, SHUT_RDWR);
+    shutdown(bound_.socket, SHUT_RDWR);
     hang_up();
     thread_.join();
-    close(listener_);
+    close(bound_.socket);
 }
 
 void Peer::serve()
 {
-    for (int client; (client = accept(listener_, nullptr, nullptr)) >= 0;) {
-        {
-            std::lock_guard lock(mutex_);
-            client_ = client;
-            changed_.notify_all();
-        }
-        char bytes[4096];
-        for (ssize_t count; (count = recv(client, bytes, sizeof bytes, 0)) > 0;)
-            receive(bytes, static_cast<size_t>(count));
-        std::lock_guard lock(mutex_);
-        client_ = -1;
-        close(client);
+    for (Connection::Taken taken; (taken.socket = accept(bound_.socket, nullptr, nullptr)) >= 0;) {
+        Connection client(taken);
+        serves(&client);
+        for (std::string request; !(request = client.request()).empty();)
+            take(request);
+        serves(nullptr);
     }
 }
 
-void Peer::receive(const char* bytes, size_t count)
+void Peer::serves(Connection* client)
 {
     std::lock_guard lock(mutex_);
-    partial_.append(bytes, count);
-    for (size_t end; (end = partial_.find("\r\n")) != std::string::npos;) {
-        requests_.push_back(partial_.substr(0, end + 2));
-        partial_.erase(0, end + 2);
-        if (!answers_.empty()) {
-            const auto [text, look] = answers_.front();
-            answers_.pop_front();
-            if (look) look();
-            ::send(client_, text.data(), text.size(), MSG_NOSIGNAL);
-        }
-    }
+    client_ = client;
     changed_.notify_all();
 }
 
-void Peer::answer(std::string text, std::function<void()> look)
+void Peer::take(const std::string& request)
 {
     std::lock_guard lock(mutex_);
-    answers_.emplace_back(std::move(text), std::move(look));
+    requests_.push_back(request);
+    changed_.notify_all();
+    Answerer answerer = answerer_;
+    if (!answers_.empty()) {
+        answerer = answers_.front();
+        answers_.pop_front();
+    }
+    if (const std::string line = answerer(request); !line.empty()) client_->say(line);
+}
+
+void Peer::answer(const std::string& line, const std::function<void()>& look)
+{
+    std::lock_guard lock(mutex_);
+    answers_.push_back([=](auto) { return look(), line; });
 }
 
 std::string Peer::next_request()
@@ -90,17 +74,17 @@ size_t Peer::unread()
     return requests_.size();
 }
 
-void Peer::send(const std::string& bytes)
+void Peer::say(const std::string& line)
 {
     std::unique_lock lock(mutex_);
-    ASSERT_TRUE(changed_.wait_for(lock, 30s, [&] { return client_ >= 0; })) << "nobody is connected";
-    ::send(client_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    ASSERT_TRUE(changed_.wait_for(lock, 30s, [&] { return client_ != nullptr; })) << "nobody is connected";
+    client_->say(line);
 }
 
 void Peer::hang_up()
 {
     std::lock_guard lock(mutex_);
-    if (client_ >= 0) shutdown(client_, SHUT_RDWR);
+    if (client_) client_->hang_up();
 }
 
 static int start_classic(const char* address, int port, int model)
@@ -136,7 +120,7 @@ void until_all_is_taken()
     Add_List(SockeRIinfos, index, marker.sockfd, Get_Json_KeyCode("set_vehicle"), 0, 1);
     m_nSockeRIinfosLen = index + 1;
     KX_Mutex_UnLock();
-    marker.peer.send("set_vehicle\n");
+    marker.peer.say("set_vehicle");
     EXPECT_TRUE(eventually([&] { return SockeRIinfos[index].received == 1; }));
     ClearList(SockeRIinfos, &m_nSockeRIinfosLen, index);
 }

@@ -1,6 +1,8 @@
 // A scripted controller on loopback: records what it gets and answers what the test says.
 #pragma once
 
+#include "support/connection.h"
+
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -10,15 +12,18 @@
 
 class Peer {
   public:
-    Peer();
+    using Answerer = std::function<std::string(const std::string& request)>;
+
+    // An empty line is not sent.
+    explicit Peer(Answerer otherwise = [](auto) { return ""; }) : answerer_(std::move(otherwise)) {}
     ~Peer();
     Peer(const Peer&) = delete;
 
-    int port() const { return port_; }
+    int port() const { return bound_.port(); }
 
-    // Answers the next request that has no answer yet; an empty text leaves it unanswered. `look` is called
-    // when the request has come, before it is answered.
-    void answer(std::string text, std::function<void()> look = nullptr);
+    // Answers the next request that has no answer yet; `look` is called when it has come, before it is answered.
+    void answer(
+        const std::string& line, const std::function<void()>& look = [] {});
 
     // The next request as it came, with its CR LF; fails the test when none comes.
     std::string next_request();
@@ -26,24 +31,23 @@ class Peer {
     // Requests that came and were not fetched yet.
     size_t unread();
 
-    // Sends bytes at once, as they are.
-    void send(const std::string& bytes);
+    void say(const std::string& line); // at once
 
     void hang_up();
 
   private:
     void serve();
-    void receive(const char* bytes, size_t count);
+    void serves(Connection* client);
+    void take(const std::string& request);
 
-    int listener_ = -1;
-    int port_ = 0;
+    const Answerer answerer_;
+    const Bound bound_{4};
     std::mutex mutex_;
     std::condition_variable changed_;
-    int client_ = -1;
-    std::string partial_;
+    Connection* client_ = nullptr;
     std::deque<std::string> requests_;
-    std::deque<std::pair<std::string, std::function<void()>>> answers_;
-    std::thread thread_;
+    std::deque<Answerer> answers_;
+    std::thread thread_{&Peer::serve, this};
 };
 
 // A way to be connected to an arm; all of them serve the same commands.
