@@ -100,16 +100,6 @@ const Fault faults[] = {
     {"on one line with another", {}, says(another + reply(4)), timed_out, good},
 };
 
-// A busy machine makes no reply late that is not.
-const ConnectionKind patient_link = {false,
-                                     [](const char* address, int port, int model) {
-                                         KX_LINK_OPTIONS options;
-                                         KX_Link_Defaults(&options);
-                                         options.late_reply_ms = options.silence_ms = 60000;
-                                         return KX_Link_Open(address, port, model, &options);
-                                     },
-                                     link_kind.close, link_kind.wait_at_most};
-
 class Faults : public testing::TestWithParam<const ConnectionKind*> {};
 
 } // namespace
@@ -146,7 +136,7 @@ TEST_P(Faults, EndInTheirStatusAndLeaveTheNextCall)
             end.send(fault.next_reply);
             EXPECT_EQ(next.get(), expected_next) << "the next call";
         }
-        kind.close(arm);
+        Arm_Socket_Close(arm);
     }
 }
 
@@ -160,7 +150,7 @@ TEST_P(Faults, OfAControllerThatDoesNotReadAreTold)
     for (int i = 0; i < 1000000 && status == 0; ++i)
         status = Movep_CANFD(arm, POSE());
     EXPECT_EQ(status, kind.is_classic ? KX_SEND_FAILED : KX_OUTBOX_FULL);
-    kind.close(arm);
+    Arm_Socket_Close(arm);
 }
 
 TEST_P(Faults, OfOpeningHaveTheirStatus)
@@ -208,7 +198,7 @@ TEST_P(Faults, OfOpeningHaveTheirStatus)
         const bool is_open = kind.is_classic ? arm > KX_BAD_DESCRIPTOR : arm < 0;
         EXPECT_EQ(is_open ? opens : arm, expected)
             << (row.host ? row.host : "null") << ":" << row.port << " " << row.model;
-        if (is_open) kind.close(kind.is_classic ? arm : -arm);
+        if (is_open) Arm_Socket_Close(kind.is_classic ? arm : -arm);
     }
     EXPECT_EQ(m_nSockInfoLen, connections + kind.is_classic);
 
@@ -225,5 +215,5 @@ TEST_P(Faults, OfOpeningHaveTheirStatus)
         close(socket);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, Faults, testing::Values(&classic, &patient_link),
+INSTANTIATE_TEST_SUITE_P(On, Faults, testing::Values(&classic, &link_kind),
                          [](const auto& kind) { return kind.param->is_classic ? "classic" : "link"; });

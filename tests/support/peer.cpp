@@ -95,20 +95,22 @@ static int start_classic(const char* address, int port, int model)
     return sockfd;
 }
 
-const ConnectionKind classic = {true, start_classic, Arm_Socket_Close, [](int ms) { m_nOutTime = ms; }};
-
-const ConnectionKind link_kind = {
-    false,
-    [](const char* address, int port, int model) { return KX_Link_Open(address, port, model, nullptr); },
-    [](int handle) { KX_Link_Close(handle); }, [](int ms) { KX_Link_Call_Timeout(ms); }};
-
-Arm::Arm(int model, const ConnectionKind& way) : kind(way), sockfd(way.open("127.0.0.1", peer.port(), model))
+static int open_link(const char* address, int port, int model)
 {
+    KX_LINK_OPTIONS options;
+    KX_Link_Defaults(&options);
+    options.late_reply_ms = options.silence_ms = 60000; // a busy machine makes no reply late that is not
+    return KX_Link_Open(address, port, model, &options);
 }
+
+const ConnectionKind classic = {true, start_classic, [](int ms) { m_nOutTime = ms; }};
+const ConnectionKind link_kind = {false, open_link, [](int ms) { KX_Link_Call_Timeout(ms); }};
+
+Arm::Arm(int model, const ConnectionKind& kind) : sockfd(kind.open("127.0.0.1", peer.port(), model)) {}
 
 Arm::~Arm()
 {
-    kind.close(sockfd);
+    Arm_Socket_Close(sockfd);
 }
 
 // The receiver looks at the connections in their order, so what a newer one got is taken last.

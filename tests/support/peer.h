@@ -54,7 +54,6 @@ class Peer {
 struct ConnectionKind {
     bool is_classic;
     int (*open)(const char* address, int port, int model);
-    void (*close)(int handle);
     void (*wait_at_most)(int milliseconds); // the calling thread, for a reply
 };
 extern const ConnectionKind classic, link_kind;
@@ -65,7 +64,6 @@ struct Arm {
     ~Arm();
 
     Peer peer;
-    const ConnectionKind& kind;
     int sockfd;
 };
 
