@@ -54,15 +54,13 @@ int subscribe(int link, double hz)
         link, hz, [](auto, void*) {}, nullptr);
 }
 
-std::string object(int number, const std::string& more = "")
+std::string object(int number)
 {
-    return R"({"command":"arm_plan_num",)" + more + R"("plan_num":)" + std::to_string(number) + "}";
+    return R"({"command":"arm_plan_num","plan_num":)" + std::to_string(number) + "}";
 }
 
 const float home[7] = {};
 const std::string arrived = R"({"command":"current_trajectory_state","trajectory_state":true})";
-const std::string broken_off =
-    R"({"command":"current_trajectory_state","trajectory_state":false,"error":"collision"})";
 const std::string push = R"({"command":"joint_state","joint":[1,2,3,4,5,6],"arm_err":0})";
 
 template <class Function>
@@ -242,7 +240,7 @@ TEST(Tickets, TellHowTheLastRequestEndedThatAThreadQueued)
         KX_Link_Cancel(arm.link);
     EXPECT_EQ(cancelled.get(), KX_CANCELLED);
     EXPECT_EQ(KX_Link_Await(arm.link, ticket, 0), KX_TIMED_OUT); // the arm goes on
-    arm.end.say(broken_off);
+    arm.end.say(R"({"command":"current_trajectory_state","trajectory_state":false,"error":"collision"})");
     for (const int timeout : {patience, 0}) // as often as one asks
         EXPECT_EQ(KX_Link_Await(arm.link, ticket, timeout), KX_REFUSED);
     EXPECT_EQ(reason(arm.link), "collision");
