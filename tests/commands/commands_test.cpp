@@ -37,9 +37,7 @@ class Commands : public testing::TestWithParam<std::tuple<const ConnectionKind*,
 
     int call(const Call& call, int handle, bool block)
     {
-        for (Output& output : outputs)
-            output.bytes.fill(unwritten);
-        write(outputs, row.before);
+        outputs = holding({});
         slept();
         const int status = call(handle, block, outputs);
         sleeps = slept();
@@ -57,20 +55,21 @@ class Commands : public testing::TestWithParam<std::tuple<const ConnectionKind*,
         return std::vector<unsigned int>(kind.is_classic && row.sleeps(), 20); // most wait before they send
     }
 
-    static void write(Outputs& to, const std::vector<Write>& writes)
+    // What stands in the outputs before the call, and what is written.
+    Outputs holding(const std::vector<Write>& writes) const
     {
-        for (const Write& written : writes)
-            std::copy(written.bytes.begin(), written.bytes.end(),
-                      to[written.output].bytes.begin() + written.offset);
+        Outputs all;
+        for (Output& output : all)
+            output.bytes.fill(unwritten);
+        for (const auto* step : {&row.before, &writes})
+            for (const auto& [output, offset, bytes] : *step)
+                std::copy(bytes.begin(), bytes.end(), all[output].bytes.begin() + offset);
+        return all;
     }
 
     void expect_written(const std::vector<Write>& writes, const std::string& reply)
     {
-        Outputs expected;
-        for (Output& output : expected)
-            output.bytes.fill(unwritten);
-        write(expected, row.before);
-        write(expected, writes);
+        const Outputs expected = holding(writes);
         for (size_t i = 0; i < outputs.size(); ++i)
             EXPECT_EQ(outputs[i].bytes, expected[i].bytes) << "output " << i << " after " << reply;
     }

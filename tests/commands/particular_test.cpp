@@ -12,37 +12,24 @@
 #include <climits>
 #include <gtest/gtest.h>
 
-static void expect_next(Arm& arm, const std::string& request)
-{
-    EXPECT_EQ(arm.peer.next_request(), on_the_wire(request));
-}
-
-// Puts a reply where the receiver would put one, for kinds that it never finds.
-template <class Call>
-static int answered_with(const std::string& reply, int key, Call call)
-{
-    std::thread receiver([&] {
-        ASSERT_TRUE(eventually([] { return m_nSockeRIinfosLen == 1; }));
-        EXPECT_EQ(SockeRIinfos[0].key, key);
-        std::copy(reply.begin(), reply.end(), SockeRIinfos[0].text);
-        SockeRIinfos[0].received = 1;
-    });
-    const int status = call();
-    receiver.join();
-    return status;
-}
-
+// A reply is put where the receiver would put one, of kinds that it never finds.
 TEST(NeverAnswered, WouldDecodeAStatus)
 {
     Arm arm;
-    for (const auto& [value, status] : {std::pair("true", 0), {"false", 1}, {"5", 11}}) {
-        EXPECT_EQ(answered_with("{\"waypoint_state\":" + std::string(value) + "}", 76,
-                                [&] { return Stop_Waypoint(arm.sockfd, true); }),
-                  status);
-        EXPECT_EQ(answered_with("{\"set_state\":" + std::string(value) + "}", 106,
-                                [&] { return Set_Tool_DO_State(arm.sockfd, 2, true, true); }),
-                  status);
-    }
+    for (const auto& [value, status] : {std::pair("true", 0), {"false", 1}, {"5", 11}})
+        for (const bool of_waypoint : {true, false}) {
+            std::thread receiver([&, end = std::string(value) + "}"] {
+                const std::string reply = (of_waypoint ? "{\"waypoint_state\":" : "{\"set_state\":") + end;
+                ASSERT_TRUE(eventually([] { return m_nSockeRIinfosLen == 1; }));
+                EXPECT_EQ(SockeRIinfos[0].key, of_waypoint ? 76 : 106);
+                std::copy(reply.begin(), reply.end(), SockeRIinfos[0].text);
+                SockeRIinfos[0].received = 1;
+            });
+            EXPECT_EQ(of_waypoint ? Stop_Waypoint(arm.sockfd, true)
+                                  : Set_Tool_DO_State(arm.sockfd, 2, true, true),
+                      status);
+            receiver.join();
+        }
 }
 
 TEST(NetworkSettings, AreRefusedWhenTheyDoNotFit)
@@ -52,7 +39,8 @@ TEST(NetworkSettings, AreRefusedWhenTheyDoNotFit)
     EXPECT_EQ(Set_WiFi_AP_Data(arm.sockfd, "cell", password.c_str()), 11);
     EXPECT_EQ(Set_WiFI_STA_Data(arm.sockfd, password.c_str(), ""), 11);
     EXPECT_EQ(Set_WiFi_AP_Data(arm.sockfd, "cell \"7\"", "pass\\word"), 0);
-    expect_next(arm, R"({"command":"set_wifi_ap","wifi_name":"cell \"7\"","password":"pass\\word"})");
+    EXPECT_EQ(arm.peer.next_request(),
+              on_the_wire(R"({"command":"set_wifi_ap","wifi_name":"cell \"7\"","password":"pass\\word"})"));
 }
 
 TEST(Nothing, IsSentForAnUnknownTypeAndWhatIsReserved)
@@ -136,7 +124,8 @@ TEST(Service, SetsTheLinearAccelerationForTheAngularSpeed)
 {
     Arm arm;
     EXPECT_EQ(KX_Service().Service_Set_Arm_Angular_Speed(arm.sockfd, 1.5f, false), 0);
-    expect_next(arm, R"({"command":"set_arm_max_line_acc","arm_line_acc":1500})");
+    EXPECT_EQ(arm.peer.next_request(),
+              on_the_wire(R"({"command":"set_arm_max_line_acc","arm_line_acc":1500})"));
 }
 
 TEST(Service, NamesItsVersionConnectsAndComputes)

@@ -26,7 +26,7 @@ static std::string reply(const Command& row)
     case Ending::nothing:
         return "none awaited";
     case Ending::push:
-        return "push `" + row.answer_name + "`";
+        return "push `" + row.reply + "`";
     default:
         return row.cases().empty() ? "none is taken for its own" : "`" + row.good_reply() + "`";
     }

@@ -40,17 +40,12 @@ static std::vector<std::string> values_of_wrong_type(const Member& member)
 
 static Command row(Called call, Text command, Text members, int answer, const Options& options)
 {
-    Command row(std::move(call));
+    Command row(std::move(call), options);
     row.request = command ? object(command, json(members)) : json("{" + std::string(members) + "}");
     row.blocking_request =
         options.blocking_command ? object(options.blocking_command, json(options.blocking)) : row.request;
     row.answer = answer;
-    row.answer_name = options.reply ? options.reply : command;
-    row.inside = options.inside ? options.inside : "";
-    row.other_type = options.other_type;
-    row.model = options.model;
-    row.entry = options.entry;
-    row.on = options.on;
+    if (row.reply.empty()) row.reply = command;
     return row;
 }
 
@@ -123,7 +118,7 @@ Command tell(Called call, Text command, Text members, Options options)
 
 Command&& Command::also(const char* other_members, int status, std::vector<Write> written, On connection) &&
 {
-    extra.push_back({object(answer_name, json(other_members)), status, std::move(written), connection});
+    extra.push_back({object(reply, json(other_members)), status, std::move(written), connection});
     return std::move(*this);
 }
 
@@ -159,7 +154,7 @@ std::string Command::with_members(size_t but, const std::string& value) const
         const std::string& shown = i == but ? value : members[i].value;
         if (!shown.empty()) text += (text.empty() ? "\"" : ",\"") + members[i].key + "\":" + shown;
     }
-    return object(answer_name, inside.empty() ? text : "\"" + inside + "\":{" + text + "}");
+    return object(reply, inside.empty() ? text : "\"" + inside + "\":{" + text + "}");
 }
 
 std::vector<Write> Command::written_before(size_t index) const
@@ -172,7 +167,7 @@ std::vector<Write> Command::written_before(size_t index) const
 
 std::string Command::good_reply() const
 {
-    if (!status_key.empty()) return object(answer_name, "\"" + status_key + "\":true");
+    if (!status_key.empty()) return object(reply, "\"" + status_key + "\":true");
     return with_members(members.size(), "");
 }
 
@@ -180,15 +175,15 @@ std::vector<Case> Command::cases() const
 {
     std::vector<Case> cases = extra;
     const size_t all = members.size();
-    const auto add = [&](std::string reply, int status, std::vector<Write> written = {},
+    const auto add = [&](std::string text, int status, std::vector<Write> written = {},
                          On connection = On::both) {
-        cases.push_back({std::move(reply), status, std::move(written), connection});
+        cases.push_back({std::move(text), status, std::move(written), connection});
     };
     const auto with = [&](const std::string& key, const char* value) {
-        return object(answer_name, "\"" + key + "\":" + value);
+        return object(reply, "\"" + key + "\":" + value);
     };
-    const std::string nothing = object(answer_name, "");
-    const std::string no_json = answer_name + " {,"; // which a link drops
+    const std::string nothing = object(reply, "");
+    const std::string no_json = reply + " {,"; // which a link drops
 
     if (ending == Ending::push) { // whatever it is answered
         add(nothing, 0);

@@ -105,9 +105,9 @@ struct Called {
 };
 
 struct Options {
-    const char* reply = nullptr;            // the reply's name, where it is not the command's
+    std::string reply = {};                 // the reply's name, where it is not the command's
     int other_type = 11;                    // the status of a reply that says neither true nor false
-    const char* inside = nullptr;           // the object that holds the members
+    std::string inside = {};                // the object that holds the members
     const char* blocking_command = nullptr; // what the blocking form sends, where it differs
     const char* blocking = "";
     int model = 46;
@@ -115,14 +115,12 @@ struct Options {
     On on = On::both;
 };
 
-struct Command : Called {
-    explicit Command(Called call) : Called(std::move(call)) {}
+struct Command : Called, Options {
+    Command(Called call, Options options) : Called(std::move(call)), Options(std::move(options)) {}
 
-    std::string request, blocking_request, answer_name, inside, status_key;
-    int answer = 0, other_type = 11, model = 46;
-    Entry entry = Entry::sleeping;
+    std::string request, blocking_request, status_key;
+    int answer = 0;
     Ending ending = Ending::reply;
-    On on = On::both;
     std::vector<Member> members;
     std::vector<Write> before; // what stands in the outputs before the call
     std::vector<Case> extra;

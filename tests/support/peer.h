@@ -14,7 +14,7 @@ class Peer {
   public:
     using Answerer = std::function<std::string(const std::string& request)>;
 
-    // An empty line is not sent.
+    // What has no answer of its own is answered otherwise, if at all: an empty line is not sent.
     explicit Peer(Answerer otherwise = [](auto) { return ""; }) : answerer_(std::move(otherwise)) {}
     ~Peer();
     Peer(const Peer&) = delete;
