@@ -182,8 +182,9 @@ class Way {
     Profile lasting(double duration) const
     {
         const State turn = turning(ramp_to(start_, greatest_)).state;
-        if (turn.acceleration < 0) return fastest(); // it does nothing but slow down
         const double peak = settled(turn, limits_.jerk);
+        // It does nothing but slow down, or comes from the other side, if only by rounding.
+        if (turn.acceleration < 0 || peak <= 0) return fastest();
         Ramp up, down;
         double way; // left for the run
         const auto spared = [&](double velocity) {

@@ -149,6 +149,10 @@ TEST(Profile, KeepsLimitsAndArrives)
         expect_true(way, c);
         EXPECT_LE(way.duration(), wanted + 1e-9);
         EXPECT_TRUE(way.duration() > wanted - 1e-6 || i % 5 != 0);
+        // On the way it is sent to the same target again.
+        const double passed = between(0, 1) * way.duration();
+        c.from = way.at(passed);
+        expect_true(lasting(way.duration() - passed, c.from, c.target, c.limits), c);
     }
 }
 
