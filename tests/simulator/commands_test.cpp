@@ -8,13 +8,7 @@ using namespace kx::sim;
 
 namespace {
 
-World with_inputs()
-{
-    World world;
-    world.digital_inputs[1] = world.tool_inputs[0] = true;
-    world.analogue_inputs[2] = 2.5;
-    return world;
-}
+const World inputs{.digital_inputs = {false, true}, .analogue_inputs = {0, 0, 2.5}, .tool_inputs = {true}};
 
 const ScenarioRow commands_rows[] = {
     {"JointParametersAreKept", R"(
@@ -78,7 +72,7 @@ const ScenarioRow commands_rows[] = {
            set_tool_voltage voltage_type 2    -> state true
            set_tool_voltage voltage_type 4    -> no type
            get_tool_voltage                   -> command tool_voltage_state voltage_type 2)",
-     46, with_inputs()},
+     46, inputs},
     {"FramesLiveFromCreationToDeletion", R"(
         0  movej joint [20000,30000,-45000,10000,60000,0] v 100    -> done
            set_manual_tool_frame tool_name grip tool_pose [10000,-20000,120000,0,500,0] payload 1.5 position [10,0,123.4]  -> manual_tool_frame true
@@ -175,26 +169,27 @@ const ScenarioRow commands_rows[] = {
               set_ethernet                    -> later)"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Command, Scenarios, testing::ValuesIn(commands_rows), Scenarios::name);
+INSTANTIATE_TEST_SUITE_P(Command, Scenarios, testing::ValuesIn(commands_rows),
+                         testing::PrintToStringParamName());
 
 TEST(Frames, AreManyAndStillFitIntoAReply)
 {
-    const auto arm = Scenario::of();
+    Scenario arm;
     for (char letter = 'a'; letter < 'a' + 20; ++letter) {
         const std::string name = std::string("longname") + letter;
-        arm->play("set_manual_work_frame frame_name " + name + " frame_pose [0,0,0,0,0,0] -> " +
-                  (letter < 't' ? "ok" : "no room"));
+        arm.play("set_manual_work_frame frame_name " + name + " frame_pose [0,0,0,0,0,0] -> " +
+                 (letter < 't' ? "ok" : "no room"));
     }
-    EXPECT_EQ(arm->ask({{"command", "get_total_work_frame"}}).at("frame_names").size(), 20u);
+    EXPECT_EQ(arm.ask({{"command", "get_total_work_frame"}}).at("frame_names").size(), 20u);
 }
 
 TEST(Commands, StateQueriesOfSevenJointsFitALineWhenAllNumbersAreLong)
 {
-    const auto arm = Scenario::of(47);
-    arm->play(R"(0   movej joint [-179999,-129999,-179999,-134999,-179999,-127999,-359999] v 100 -> done)");
+    Scenario arm(47);
+    arm.play(R"(0   movej joint [-179999,-129999,-179999,-134999,-179999,-127999,-359999] v 100 -> done)");
     for (std::size_t i = 0; i < 7; ++i)
-        arm->controller.arm().drives.fail(i, 65535);
-    arm->play(R"(get_current_arm_state  -> arm_state.joint [*,*,*,*,*,*,-359999] arm_state.pose [*,*,*,*,*,*]
+        arm.controller.arm().drives.fail(i, 65535);
+    arm.play(R"(get_current_arm_state  -> arm_state.joint [*,*,*,*,*,*,-359999] arm_state.pose [*,*,*,*,*,*]
                  get_arm_all_state      -> all_state.err_flag [65535,65535,65535,65535,65535,65535,65535] all_state.voltage [*,*,*,*,*,*,>40000])");
 }
 
@@ -247,29 +242,29 @@ TEST(Commands, ARefusalIsTheAnswerOfItsCommandAndChangesNothing)
         {"set_arm_pause", 68, "nothing"},
         {"set_arm_continue", 69, "not paused"},
     };
-    const auto arm = Scenario::of();
-    const std::string before = everything(*arm);
+    Scenario arm;
+    const std::string before = everything(arm);
     for (const auto& row : refused) {
-        const Scenario::Json reply = arm->ask(Scenario::request(row.request));
+        const Scenario::Json reply = arm.ask(Scenario::request(row.request));
         EXPECT_EQ(Get_Json_KeyCode(reply.dump().c_str()), row.recognised) << reply;
         EXPECT_NE(reply.value("error", "").find(row.why), std::string::npos) << row.request << reply;
         EXPECT_EQ(std::ranges::count(reply, Scenario::Json(false)), 1) << reply;
-        EXPECT_EQ(everything(*arm), before) << row.request;
+        EXPECT_EQ(everything(arm), before) << row.request;
     }
 }
 
 TEST(Commands, WhatIsNoCommandGetsOneErrorThatFitsALine)
 {
-    const auto arm = Scenario::of();
+    Scenario arm;
     for (const std::string& request :
          {std::string("{}"), std::string(R"({"command":5})"), std::string(R"({"command":"fly"})"),
           std::string("{oops}"), "{\"command\":\"" + std::string(5000, 'x') + "\"}",
           "{\"command\":\"" + std::string(500, '\x01') + "\"}",
           "{\"command\":\"" + std::string(39, 'x') + "\xc3\xa4\"}", // would be cut inside a letter
           "{\"a\":" + std::string(20000, '[') + "}"}) {
-        arm->controller.handle(request, 0, arm->client());
-        EXPECT_NE(arm->take().value("error", ""), "") << request.substr(0, 50);
-        EXPECT_TRUE(arm->came.empty());
+        arm.controller.handle(request, 0, arm.client());
+        EXPECT_NE(arm.take().value("error", ""), "") << request.substr(0, 50);
+        EXPECT_TRUE(arm.came.empty());
     }
 }
 

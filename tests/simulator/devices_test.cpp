@@ -6,23 +6,11 @@ using namespace kx::sim;
 
 namespace {
 
-World with(const std::function<void(World&)>& what)
-{
-    World world;
-    what(world);
-    return world;
-}
-
-const World object = with([](World& world) { world.object = {40, 2.5}; });
-const World lead = with([](World& world) {
-    world.operator_way = {{30, 0, 0, 0, 0, 0}, {30, -20, 0, 0, 0, 0}};
-});
-const World table = with([](World& world) { world.table = 0; });
-const World payload = with([](World& world) { world.payload = 1.5; });
-const World modbus = with([](World& world) {
-    world.modbus_inputs[6] = 1;
-    world.modbus_input_registers[7] = 1234;
-});
+const World object{.object = {{40, 2.5}}};
+const World lead{.operator_way = {{30, 0, 0, 0, 0, 0}, {30, -20, 0, 0, 0, 0}}};
+const World table{.table = 0};
+const World payload{.payload = 1.5};
+const World modbus{.modbus_inputs = {{6, 1}}, .modbus_input_registers = {{7, 1234}}};
 
 const ScenarioRow devices_rows[] = {
     // From 100 mm to the object's 40 mm at 50 mm/s.
@@ -232,25 +220,26 @@ const ScenarioRow devices_rows[] = {
      20000   get_car_state                                         -> battery_volume 100)"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Device, Scenarios, testing::ValuesIn(devices_rows), Scenarios::name);
+INSTANTIATE_TEST_SUITE_P(Device, Scenarios, testing::ValuesIn(devices_rows),
+                         testing::PrintToStringParamName());
 
 // --- what clients cannot see
 
 TEST(Devices, TheHandTakesPostureAfterPosture)
 {
-    const auto arm = Scenario::of();
-    const Hand& hand = arm->controller.peripherals().hand;
+    Scenario arm;
+    const Hand& hand = arm.controller.peripherals().hand;
     const auto expect = [&hand](const Hand::Angles& expected) {
         for (std::size_t i = 0; i < expected.size(); ++i)
             EXPECT_NEAR(hand.angles()[i], expected[i], 1e-9) << "finger " << i + 1;
     };
-    arm->play(R"(0    set_hand_speed hand_speed 500  -> ok
+    arm.play(R"(0    set_hand_speed hand_speed 500  -> ok
                       set_hand_angle hand_angle [0,500,1000,1000,1000,1000]  -> ok)");
-    arm->run(0.5);
+    arm.run(0.5);
     expect({750, 750, 1000, 1000, 1000, 1000});
-    arm->play("set_hand_seq seq_num 3  -> ok"); // open, point, thumb up, open
+    arm.play("set_hand_seq seq_num 3  -> ok"); // open, point, thumb up, open
     for (const auto& [seconds, number] : {std::pair{0.5, 0}, {2.0, 3}, {2.0, 4}, {20.0, 0}}) {
-        arm->run(seconds);
+        arm.run(seconds);
         expect(Hand::postures[number]);
     }
 }
@@ -258,33 +247,33 @@ TEST(Devices, TheHandTakesPostureAfterPosture)
 TEST(Devices, TheGripperFollowsAnObjectThatGivesWayAndLosesOneThatIsTaken)
 {
     for (const bool keep_up : {true, false}) {
-        const auto arm = Scenario::of(46, object);
-        const Gripper& gripper = arm->controller.peripherals().gripper;
-        arm->play(std::string("0 set_gripper_pick") + (keep_up ? "_on" : "") +
-                  " speed 1000 force 150 block 1  -> later\n 2 <- ok");
+        Scenario arm(46, object);
+        const Gripper& gripper = arm.controller.peripherals().gripper;
+        arm.play(std::string("0 set_gripper_pick") + (keep_up ? "_on" : "") +
+                 " speed 1000 force 150 block 1  -> later\n 2 <- ok");
         EXPECT_EQ(gripper.force(), 150);
-        arm->world().object->width = 30;
-        arm->run(2);
+        arm.world().object->width = 30;
+        arm.run(2);
         EXPECT_EQ(gripper.opening(), keep_up ? 300 : 400);
         EXPECT_EQ(gripper.force(), keep_up ? 150 : 0);
-        arm->world().object.reset();
+        arm.world().object.reset();
         EXPECT_EQ(gripper.held_mass(), 0);
     }
 }
 
 TEST(Devices, TheBaseDrivesArcsAndFindsItsStation)
 {
-    const auto arm = Scenario::of();
-    const Base& base = arm->controller.peripherals().base;
+    Scenario arm;
+    const Base& base = arm.controller.peripherals().base;
     const double x = base.x();
     // A quarter of a circle of 0.5 m radius, to the left.
-    arm->play("set_car_move linear_speed 500 angular_speed 1000  -> ok");
-    arm->run(M_PI / 2);
+    arm.play("set_car_move linear_speed 500 angular_speed 1000  -> ok");
+    arm.run(M_PI / 2);
     EXPECT_NEAR(base.x(), x + 0.5, 1e-9);
     EXPECT_NEAR(base.y(), 0.5, 1e-9);
     EXPECT_NEAR(base.heading(), M_PI / 2, 1e-9);
-    arm->play("set_car_speed station 3 speed 1000  -> ok");
-    arm->run(std::hypot(6 - base.x(), base.y()) + 1e-6);
+    arm.play("set_car_speed station 3 speed 1000  -> ok");
+    arm.run(std::hypot(6 - base.x(), base.y()) + 1e-6);
     EXPECT_EQ(base.station(), 3);
     EXPECT_EQ(base.x(), 6);
     EXPECT_EQ(base.y(), 0);
@@ -293,7 +282,7 @@ TEST(Devices, TheBaseDrivesArcsAndFindsItsStation)
 TEST(Devices, TheLogTellsWhatWasRefused)
 {
     const OwnFile log;
-    Scenario::of(46, with([&](World& world) { world.log_file = log.path; }))->play(R"(
+    Scenario(46, {.log_file = log.path}).play(R"(
         2.5  movej joint [0,0,0,0,0,0] v 0           -> no speed
              set_wifi_ap wifi_name shop password "s" -> later
              get_log_file                            -> set_state true)");

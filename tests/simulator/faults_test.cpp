@@ -14,12 +14,10 @@ struct FaultsOfAnArm {
     Controller controller{46, [](const std::string&) {}};
     double speed = 1;
     int resets = 0;
-    bool paused = false;
     Faults faults{{.controller = &controller,
                    .reset_connections = [this] { ++resets; },
                    .set_speed = [this](double factor) { speed = factor; },
-                   .pause = [this](bool on) { paused = on; },
-                   .step = {}}};
+                   .pause = [](bool) {}}};
     const World& world() { return controller.peripherals().world; }
 };
 
@@ -93,40 +91,34 @@ TEST(FaultScript, BeginsEachFaultOnceAtItsTime)
     std::istringstream text(
         "# a comment\n2.5 silence # and another\n\nmovej+0.5 collision\n0 drop 1\nmovej reset");
     Script script(text, "script", check);
-    const auto due = [&](double time) {
-        const auto next = script.due(time);
-        return next ? next->text : "";
+    const auto due = [](Script& from, double time) {
+        std::string texts;
+        while (const auto next = from.due(time))
+            texts += next->text + " at " + std::to_string(next->time).substr(0, 3) + ", ";
+        return texts;
     };
     EXPECT_FALSE(script.next_event());
     script.requested("movej", 4);
-    EXPECT_EQ(due(4), "reset");
+    EXPECT_EQ(due(script, 4), "reset at 4.0, ");
     script.connected(5);
     script.connected(6);
     script.requested("movej", 6);
-    EXPECT_EQ(due(7), "collision");
-    EXPECT_EQ(due(7), "drop 1");
-    EXPECT_EQ(due(7), "");
+    EXPECT_EQ(due(script, 7), "collision at 4.5, drop 1 at 5.0, ");
     EXPECT_EQ(script.next_event(), 7.5);
-    EXPECT_EQ(due(7.5), "silence");
+    EXPECT_EQ(due(script, 7.5), "silence at 7.5, ");
     EXPECT_FALSE(script.next_event());
 
     std::istringstream handshake(
         "do 1 rises, +0.5 di 2 on\ndo 1 falls di 2 off\nevery do 4 rises +1 di 3 on\n"
         "every movej, di 3 off\n");
     Script cell(handshake, "script", check);
-    const auto all_due = [&] {
-        std::string texts;
-        while (const auto next = cell.due(100))
-            texts += next->text + " at " + std::to_string(next->time).substr(0, 3) + ", ";
-        return texts;
-    };
     for (double time : {1, 2}) {
         cell.switched(1, true, time);
         cell.switched(2, true, time);
         cell.switched(4, true, time);
         cell.requested("movej", time);
     }
-    EXPECT_EQ(all_due(),
+    EXPECT_EQ(due(cell, 100),
               "di 3 off at 1.0, di 2 on at 1.5, di 3 on at 2.0, di 3 off at 2.0, di 3 on at 3.0, ");
     cell.switched(1, false, 3);
     cell.add("do 2 rises di 4 on", check, 3);
@@ -137,7 +129,7 @@ TEST(FaultScript, BeginsEachFaultOnceAtItsTime)
     };
     EXPECT_THROW(grow(), std::invalid_argument);
     cell.switched(2, true, 4);
-    EXPECT_EQ(all_due(), "di 2 off at 3.0, pause at 3.5, di 4 on at 4.0, ");
+    EXPECT_EQ(due(cell, 100), "di 2 off at 3.0, pause at 3.5, di 4 on at 4.0, ");
 
     for (const char* wrong : {"\n\ndo 5 rises reset", "\n\ndo 1 rise reset", "\n\nevery 2 reset",
                               "\n\ndo 1 rises, +x reset", "\n\nmovej", "1 drop 1\n\nfly reset",

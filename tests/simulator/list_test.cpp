@@ -20,21 +20,21 @@ static bool is_answer(const list::Command& row, const Json& reply)
 TEST(List, IsServedByTheVirtualController)
 {
     for (int model : {36, 46, 47}) {
-        const auto arm = Scenario::of(model);
+        Scenario arm(model);
         for (const list::Family& family : list::all_families())
             for (const list::Command& row : family.commands) {
-                arm->came.clear();
-                arm->controller.handle(row.request, arm->time, arm->client());
+                arm.came.clear();
+                arm.controller.handle(row.request, arm.time, arm.client());
                 for (int minute = 0; minute < 3; ++minute)
-                    arm->controller.advance(arm->time += 60);
+                    arm.controller.advance(arm.time += 60);
                 if (row.answer == 0) continue; // nobody awaits one
-                const auto answer = std::ranges::find_if(arm->came, [&](const Json& line) {
+                const auto answer = std::ranges::find_if(arm.came, [&](const Json& line) {
                     return Get_Json_KeyCode(line.dump().c_str()) == row.answer;
                 });
-                const bool is_answered = answer != arm->came.end() && is_answer(row, *answer);
+                const bool is_answered = answer != arm.came.end() && is_answer(row, *answer);
                 const bool is_expected = row.request.starts_with("{\"command\"") && !row.cases().empty();
                 EXPECT_EQ(is_answered, is_expected)
-                    << row.name << ": " << (arm->came.empty() ? Json("nothing") : arm->came.front());
+                    << row.name << ": " << (arm.came.empty() ? Json("nothing") : arm.came.front());
             }
     }
 }

@@ -1,13 +1,15 @@
-// Parts of the virtual controller by themselves: cutting requests, the lines to a client that streams targets, and
-// the arm that follows those.
+// Parts of the virtual controller by themselves: cutting requests, the lines to a client that streams targets, the arm that
+// follows those, and the memory of Modbus devices.
 #include <algorithm>
 #include <cmath>
+#include <malloc.h>
 #include <random>
 
 #include <gtest/gtest.h>
 
 #include "arm/follower.h"
 #include "commands/json.h"
+#include "devices/modbus.h"
 #include "line/framing.h"
 #include "line/outbox.h"
 
@@ -137,20 +139,15 @@ TEST(Follower, ReachesEveryTargetWithinTheLimits)
     const Follower::Limits limits = {50, 200};
     for (bool stops : {false, true}) {
         Follower follower, coarse;
-        double time = 0, last = 0, last_velocity = 0;
-        follower.start(0, {0}, {limits});
-        coarse.start(0, {0}, {limits});
+        double time = 0, last = 0, last_velocity = 0, target = 0;
         constexpr double dt = 1e-3;
-        double target = 0;
         for (int i = 0; i < 300; ++i) {
-            if (!follower.moving()) {
-                follower.start(time, follower.position(), {limits});
-                coarse.start(time, coarse.position(), {limits});
-            }
             target = targets(random);
-            follower.aim({target});
-            coarse.aim({target});
-            if (stops && i % 3 == 0) follower.halt(), coarse.halt();
+            for (Follower* each : {&follower, &coarse}) {
+                if (!each->moving()) each->start(time, {last}, {limits});
+                each->aim({target});
+                if (stops && i % 3 == 0) each->halt();
+            }
             for (const double until = time + intervals(random) + (i == 299 ? 10 : 0); time < until;) {
                 follower.advance(time += dt);
                 const double position = follower.position()[0], velocity = (position - last) / dt;
@@ -166,6 +163,31 @@ TEST(Follower, ReachesEveryTargetWithinTheLimits)
         EXPECT_FALSE(follower.moving());
         EXPECT_EQ(follower.position()[0], target);
     }
+}
+
+/** Memory in use by this process, MB. */
+std::size_t in_use()
+{
+    const struct mallinfo2 blocks = mallinfo2();
+    return (blocks.uordblks + blocks.hblkhd) >> 20;
+}
+
+// A node for every value that was ever written would take 100 times as much as the requests.
+TEST(Memory, OfModbusDevicesIsThatOfTheirRegisters)
+{
+    const World world;
+    SimulatedModbus devices(world);
+    const std::size_t before = in_use();
+    for (const auto function : {ModbusFunction::write_coils, ModbusFunction::write_registers})
+        for (int device = 1; device <= 30; ++device)
+            for (int address = 0; address < 65536; address += 1024)
+                devices.transact({function, 0, device, address, std::vector<int>(1024, 1)}, 1,
+                                 [](const auto&, const auto&) {});
+    EXPECT_LT(in_use() - before, 60u) << "MB; the devices have 30 * (8 + 128) kB";
+    devices.transact({ModbusFunction::read_coils, 0, 30, 65535, {0}}, 1,
+                     [](const auto& values, const auto&) { EXPECT_EQ(values.at(0), 1); });
+    devices.transact({ModbusFunction::read_coils, 1, 30, 65535, {0}}, 1,
+                     [](const auto& values, const auto&) { EXPECT_EQ(values.at(0), 0); });
 }
 
 } // namespace
