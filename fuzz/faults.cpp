@@ -8,7 +8,7 @@
 
 using namespace kx::sim;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void judge(std::string_view input)
 {
     Controller controller(46, [](const std::string&) {});
     Faults faults({.controller = &controller,
@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                    .pause = [](bool) {},
                    .step = [](double) {}});
     const auto check = [&](const auto& fault) { return faults.check(fault); };
-    std::istringstream in(std::string(reinterpret_cast<const char*>(data), size));
+    std::istringstream in{std::string(input)};
     try {
         Script script(in, "script", check);
         script.connected(0);
@@ -46,5 +46,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 faults.apply(line);
         } catch (const std::invalid_argument&) { // is answered
         }
-    return 0;
 }

@@ -4,28 +4,13 @@
 #include "runtime/link/inbox.h"
 
 #include <cstring>
-#include <string>
-
-namespace {
 
 using kx::link::Inbox;
 
-/** Cuts at line feeds alone; a line that is too long is told by its beginning. */
-std::string next_line(std::string_view& rest, bool& is_cut)
+void judge(std::string_view input)
 {
-    const std::string_view line = rest.substr(0, rest.find('\n'));
-    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-    is_cut = line.size() > Inbox::longest_line;
-    return std::string(line);
-}
-
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    if (size == 0) return 0;
-    const std::string_view input(reinterpret_cast<const char*>(data), size);
-    std::string_view rest = input.substr(1);
+    if (input.empty()) return;
+    std::string_view rest = input.substr(1); // which a line feed alone cuts
     Inbox inbox;
     in_pieces(input, [&](std::string_view piece) {
         while (!piece.empty()) {
@@ -37,8 +22,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             inbox.received(taken);
             piece.remove_prefix(taken);
             for (Inbox::Line line = inbox.next(); line.text; line = inbox.next()) {
-                bool is_cut;
-                const std::string expected = next_line(rest, is_cut);
+                const std::string_view expected = rest.substr(0, rest.find('\n'));
+                rest.remove_prefix(std::min(expected.size() + 1, rest.size()));
+                const bool is_cut = expected.size() > Inbox::longest_line; // and told by its beginning
                 require(line.is_cut == is_cut, "a line is cut when it is too long");
                 require(expected.compare(0, line.length, line.text, line.length) == 0,
                         "the line that was sent");
@@ -50,5 +36,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     });
     require(rest.find('\n') == rest.npos, "every line was told");
     inbox.free_room();
-    return 0;
 }

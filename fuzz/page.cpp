@@ -6,15 +6,15 @@
 
 using namespace kx::sim;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void judge(std::string_view input)
 {
     HttpReader reader;
     HttpReader::Status status = HttpReader::unfinished;
-    in_pieces({reinterpret_cast<const char*>(data), size}, [&](std::string_view piece) {
+    in_pieces(input, [&](std::string_view piece) {
         status = reader.take(piece);
         return status == HttpReader::unfinished;
     });
-    if (status != HttpReader::complete) return 0;
+    if (status != HttpReader::complete) return;
     const HttpRequest& request = reader.request();
     require(request.path.starts_with('/'), "a path begins with a slash");
     require(request.body.size() <= HttpReader::max_body, "a body has a bound");
@@ -31,5 +31,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const std::exception& refused) {
         require(*refused.what(), "a refusal says why");
     }
-    return 0;
 }

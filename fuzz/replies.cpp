@@ -51,12 +51,12 @@ extern "C" int usleep(useconds_t)
     return 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void judge(std::string_view input)
 {
-    if (size == 0) return 0;
-    const list::Command& command = commands()[*data % commands().size()];
-    if (command.ending == list::Ending::push) return 0; // sends targets; its reply calls back
-    reply.assign(reinterpret_cast<const char*>(data + 1), std::min(size - 1, longest));
+    if (input.empty()) return;
+    const list::Command& command = commands()[static_cast<unsigned char>(input[0]) % commands().size()];
+    if (command.ending == list::Ending::push) return; // sends targets; its reply calls back
+    reply = input.substr(1, longest);
     reply.resize(std::strlen(reply.c_str()));
 
     list::Outputs outputs;
@@ -69,5 +69,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             require(output.bytes.front() == unwritten && output.bytes.back() == unwritten,
                     "nothing is written");
     require(m_nSockeRIinfosLen == 0, "nobody is left waiting");
-    return 0;
 }

@@ -21,20 +21,19 @@ class Judge : public Client {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void judge(std::string_view input)
 {
-    if (size == 0) return 0;
+    if (input.empty()) return;
     constexpr int models[] = {36, 46, 47};
-    Controller controller(models[*data % 3], [](const std::string&) {});
+    Controller controller(models[static_cast<unsigned char>(input[0]) % 3], [](const std::string&) {});
     const auto client = std::make_shared<Judge>();
     double time = 0;
     Framing framing;
-    for (const Request& request : framing.feed({reinterpret_cast<const char*>(data + 1), size - 1})) {
+    for (const Request& request : framing.feed(input.substr(1))) {
         if (request.fault.empty())
             controller.handle(request.text, time, client);
         else
             controller.complain(request.fault, *client);
         controller.advance(time += 0.25);
     }
-    return 0;
 }

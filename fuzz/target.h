@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 /** What must hold for every input. */
@@ -15,7 +16,14 @@ inline void require(bool holds, const char* what)
     std::abort();
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+/** What each target is. */
+void judge(std::string_view input);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    judge({reinterpret_cast<const char*>(data), size});
+    return 0;
+}
 
 /** The pieces in which a stream arrives: as long as its first byte says. */
 template <typename Take>
