@@ -3,14 +3,12 @@
 #pragma once
 
 #include <condition_variable>
-#include <cstring>
 #include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <sys/file.h>
 #include <unistd.h>
-#include <vector>
 
 #include <fastcdr/Cdr.h>
 #include <fastdds/dds/domain/DomainParticipant.hpp>
@@ -32,55 +30,43 @@ namespace rtps = eprosima::fastrtps::rtps;
 using eprosima::fastcdr::Cdr;
 using Json = nlohmann::json;
 
-// Members in their order: i and u have 32 bits, b is a byte, d a double, s a string; lists stand in brackets.
+// Members in their order: i and u have 32 bits, b is a byte, d a double, s a string; of a list, what is in it.
 struct Layout {
     const char *type, *members;
 };
-constexpr Layout joint_state{"sensor_msgs::msg::dds_::JointState_",
-                             "sec:i nanosec:u frame:s name:[s] position:[d] velocity:[d] effort:[d]"};
-constexpr Layout text{"std_msgs::msg::dds_::String_", "data:s"};
+constexpr Layout joint_state{
+    "sensor_msgs::msg::dds_::JointState_",
+    R"({"sec":"i", "nanosec":"u", "frame":"s", "name":["s"], "position":["d"], "velocity":["d"], "effort":["d"]})"};
+constexpr Layout text{"std_msgs::msg::dds_::String_", R"({"data":"s"})"};
 constexpr Layout transforms{"tf2_msgs::msg::dds_::TFMessage_",
-                            "transforms:[sec:i nanosec:u frame:s child:s x:d y:d z:d qx:d qy:d qz:d qw:d]"};
+                            R"({"transforms":[{"sec":"i", "nanosec":"u", "frame":"s", "child":"s",
+                                "x":"d", "y":"d", "z":"d", "qx":"d", "qy":"d", "qz":"d", "qw":"d"}]})"};
 constexpr Layout wrench{"geometry_msgs::msg::dds_::WrenchStamped_",
-                        "sec:i nanosec:u frame:s fx:d fy:d fz:d tx:d ty:d tz:d"};
-constexpr Layout diagnostics{
-    "diagnostic_msgs::msg::dds_::DiagnosticArray_",
-    "sec:i nanosec:u frame:s status:[level:b name:s message:s hardware:s values:[key:s value:s]]"};
-constexpr Layout trajectory{
-    "trajectory_msgs::msg::dds_::JointTrajectory_",
-    "sec:i nanosec:u frame:s joint_names:[s] "
-    "points:[positions:[d] velocities:[d] accelerations:[d] effort:[d] sec:i nanosec:u]"};
+                        R"({"sec":"i", "nanosec":"u", "frame":"s",
+                            "fx":"d", "fy":"d", "fz":"d", "tx":"d", "ty":"d", "tz":"d"})"};
+constexpr Layout diagnostics{"diagnostic_msgs::msg::dds_::DiagnosticArray_",
+                             R"({"sec":"i", "nanosec":"u", "frame":"s", "status":[{"level":"b", "name":"s",
+                                 "message":"s", "hardware":"s", "values":[{"key":"s", "value":"s"}]}]})"};
+constexpr Layout trajectory{"trajectory_msgs::msg::dds_::JointTrajectory_",
+                            R"({"sec":"i", "nanosec":"u", "frame":"s", "joint_names":["s"],
+                                "points":[{"positions":["d"], "velocities":["d"], "accelerations":["d"],
+                                           "effort":["d"], "sec":"i", "nanosec":"u"}]})"};
 
 // Puts JSON into CDR as a layout says, or gets it out.
 struct Passage {
     Cdr& cdr;
     const bool puts;
 
-    void members(const char*& at, Json& object)
+    void pass(const nlohmann::ordered_json& layout, Json& json)
     {
-        while (*at != 0 && *at != ']') {
-            const char* colon = strchr(at, ':');
-            Json& member = object[std::string(at, colon)];
-            value(at = colon + 1, member);
-            at += *at == ' ';
-        }
-    }
-    void value(const char*& at, Json& json)
-    {
-        switch (*at++) {
-        case 'i':
-            return one<int32_t>(json);
-        case 'u':
-            return one<uint32_t>(json);
-        case 'b':
-            return one<uint8_t>(json);
-        case 'd':
-            return one<double>(json);
-        case 's':
-            return one<std::string>(json);
-        default:
-            return list(at, json);
-        }
+        if (layout == "i") return one<int32_t>(json);
+        if (layout == "u") return one<uint32_t>(json);
+        if (layout == "b") return one<uint8_t>(json);
+        if (layout == "d") return one<double>(json);
+        if (layout == "s") return one<std::string>(json);
+        if (layout.is_array()) return list(layout[0], json);
+        for (const auto& [name, member] : layout.items())
+            pass(member, json[name]);
     }
     template <class T>
     void one(Json& json)
@@ -89,24 +75,19 @@ struct Passage {
         puts ? cdr << value : cdr >> value;
         json = value;
     }
-    void list(const char*& at, Json& json)
+    void list(const nlohmann::ordered_json& element, Json& json)
     {
         Json count = json.size();
         one<uint32_t>(count);
         if (json.is_null()) json = Json::array();
-        for (size_t i = 0; i < count; ++i) {
-            const char* element = at;
-            at[1] == ']' ? value(element, json[i]) : members(element, json[i]);
-        }
-        for (int depth = 1; depth > 0; ++at)
-            depth += (*at == '[') - (*at == ']');
+        for (size_t i = 0; i < count; ++i)
+            pass(element, json[i]);
     }
 };
 
-// `bytes` are what goes out in place of messages, while there are any.
 class Type : public dds::TopicDataType {
   public:
-    Type(const Layout& layout, const std::vector<char>& bytes) : layout_(layout), bytes_(bytes)
+    explicit Type(const Layout& layout) : members_(nlohmann::ordered_json::parse(layout.members))
     {
         setName(layout.type);
         m_typeSize = 1 << 20;
@@ -116,14 +97,9 @@ class Type : public dds::TopicDataType {
         eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->max_size);
         Cdr cdr(buffer, Cdr::LITTLE_ENDIANNESS, Cdr::DDS_CDR);
         cdr.serialize_encapsulation();
-        const char* at = layout_.members;
-        Passage{cdr, true}.members(at, *static_cast<Json*>(message));
+        Passage{cdr, true}.pass(members_, *static_cast<Json*>(message));
         payload->encapsulation = CDR_LE;
         payload->length = static_cast<uint32_t>(cdr.getSerializedDataLength());
-        if (!bytes_.empty()) {
-            std::copy(bytes_.begin(), bytes_.end(), payload->data);
-            payload->length = static_cast<uint32_t>(bytes_.size());
-        }
         return true;
     }
     bool deserialize(rtps::SerializedPayload_t* payload, void* message) override
@@ -131,8 +107,7 @@ class Type : public dds::TopicDataType {
         eprosima::fastcdr::FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->length);
         Cdr cdr(buffer, Cdr::DEFAULT_ENDIAN, Cdr::DDS_CDR);
         cdr.read_encapsulation();
-        const char* at = layout_.members;
-        Passage{cdr, false}.members(at, *static_cast<Json*>(message) = Json());
+        Passage{cdr, false}.pass(members_, *static_cast<Json*>(message) = Json());
         return true;
     }
     std::function<uint32_t()> getSerializedSizeProvider(void*) override
@@ -144,16 +119,15 @@ class Type : public dds::TopicDataType {
     bool getKey(void*, rtps::InstanceHandle_t*, bool) override { return false; }
 
   private:
-    const Layout layout_;
-    const std::vector<char>& bytes_;
+    const nlohmann::ordered_json members_;
 };
 
 // A domain that no other test uses meanwhile, with this process as a participant.
 class Domain {
   public:
-    explicit Domain(int another = 0) : number(another) // a further participant, if that is given
+    Domain()
     {
-        for (int any = getpid(); another == 0 && lock_ < 0; ++any) {
+        for (int any = getpid(); lock_ < 0; ++any) {
             number = 1 + any % 100; // whose ports are none that the system gives to others
             const int file = open(("/tmp/kx-test-domain-" + std::to_string(number)).c_str(),
                                   O_CREAT | O_RDWR | O_CLOEXEC, 0666);
@@ -169,8 +143,8 @@ class Domain {
         qos.transport().user_transports = {loopback};
         participant_ = dds::DomainParticipantFactory::get_instance()->create_participant(
             static_cast<unsigned>(number), qos);
-        publisher_ = participant_->create_publisher(dds::PUBLISHER_QOS_DEFAULT);
-        subscriber_ = participant_->create_subscriber(dds::SUBSCRIBER_QOS_DEFAULT);
+        publisher = participant_->create_publisher(dds::PUBLISHER_QOS_DEFAULT);
+        subscriber = participant_->create_subscriber(dds::SUBSCRIBER_QOS_DEFAULT);
     }
     Domain(const Domain&) = delete;
     ~Domain()
@@ -182,22 +156,19 @@ class Domain {
 
     dds::Topic* topic(const Layout& layout, const std::string& name)
     {
-        dds::TypeSupport(new Type(layout, bytes)).register_type(participant_);
+        dds::TypeSupport(new Type(layout)).register_type(participant_);
         dds::TopicDescription* known = participant_->lookup_topicdescription("rt/" + name);
         return known ? static_cast<dds::Topic*>(known)
                      : participant_->create_topic("rt/" + name, layout.type, dds::TOPIC_QOS_DEFAULT);
     }
-    dds::Publisher* publisher() { return publisher_; }
-    dds::Subscriber* subscriber() { return subscriber_; }
 
     int number;
-    std::vector<char> bytes; // what this participant writes, whatever the message, if there are any
+    dds::Publisher* publisher;
+    dds::Subscriber* subscriber;
 
   private:
     int lock_ = -1;
     dds::DomainParticipant* participant_;
-    dds::Publisher* publisher_;
-    dds::Subscriber* subscriber_;
 };
 
 // What comes on a topic. Every message is kept until it is asked for, with its number from its writer and when it came.
@@ -213,7 +184,7 @@ class Reader : public dds::DataReaderListener {
         if (kind == late) qos.durability().kind = dds::TRANSIENT_LOCAL_DURABILITY_QOS;
         qos.history().kind = dds::KEEP_ALL_HISTORY_QOS;
         qos.endpoint().history_memory_policy = rtps::DYNAMIC_RESERVE_MEMORY_MODE;
-        reader_ = domain.subscriber()->create_datareader(domain.topic(layout, name), qos, this);
+        reader_ = domain.subscriber->create_datareader(domain.topic(layout, name), qos, this);
     }
     ~Reader() { reader_->set_listener(nullptr); }
 
@@ -267,7 +238,7 @@ class Writer {
         dds::DataWriterQos qos;
         qos.reliability().kind = dds::RELIABLE_RELIABILITY_QOS;
         qos.endpoint().history_memory_policy = rtps::DYNAMIC_RESERVE_MEMORY_MODE;
-        writer_ = domain.publisher()->create_datawriter(domain.topic(layout, name), qos);
+        writer_ = domain.publisher->create_datawriter(domain.topic(layout, name), qos);
     }
     void write(Json message) { writer_->write(&message); }
 
