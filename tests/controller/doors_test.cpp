@@ -139,6 +139,7 @@ TEST(Door, KeepsPasswordsIn)
     for (const char* sent : {
              R"({"command":"set_wifi_ap","wifi_name":"workshop","password":"sesame"})",
              R"({"command":"set_wifi_ap","wifi_name":"workshop","Password":"sesame"})",
+             R"({"command":"set_wifi_ap","wifi_name":"workshop","password":"open \"sesame\""})",
              R"({"command":"set_wifi_ap","wifi_name":"workshop","pass\u0077ord":"sesame"})",
              R"({"command":"set_wifi_ap","wifi_name" "workshop","pass\u0077ord":"sesame"})",
              R"({"command":"set_wifi_ap","wifi_name" "workshop","PASSWORD":"sesame"})",

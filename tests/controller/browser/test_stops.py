@@ -1,9 +1,7 @@
 """Who may stop the arm and who may move it: whatever the browser can and however many look on."""
 from __future__ import annotations
 
-import http.server
 import socket
-import threading
 
 import pytest
 from conftest import FAR, Browser, becomes, stopped
@@ -131,24 +129,3 @@ def test_works_several_arms(start, browser: Browser) -> None:
     browser.shows("#errors", "collision")
     browser.click(chip(2, "button"))
     becomes(lambda: browser.text("#errors"), lambda told: "collision, joint 7: error" in told)
-
-
-def test_no_other_site_moves_the_arm(start, flat: Browser) -> None:
-    """A web site that its user has open asks for a motion at every door: the arm's port, a proxy's, the page's."""
-    controller = start()
-    proxy = start(f"--proxy 127.0.0.1:{controller.ports[0]}")
-    move = '{"command":"movej","joint":[90000,0,0,0,0,0],"v":5,"r":0}\n'
-    fetch = "return fetch(there, { method: 'POST', mode: 'no-cors', body: move }).then(String, String)"
-    form = """const form = document.createElement('form'), field = document.createElement('input');
-        form.action = there; form.method = 'POST'; form.enctype = 'text/plain';
-        field.name = move; form.append(field); document.body.append(form); form.submit()"""
-    with http.server.ThreadingHTTPServer(("127.0.0.1", 0), http.server.SimpleHTTPRequestHandler) as site:
-        threading.Thread(target=site.serve_forever, daemon=True).start()
-        for port in (controller.ports[0], proxy.ports[0], controller.page):
-            for way in (fetch, form):
-                flat.get(f"http://127.0.0.1:{site.server_port}/")
-                flat.run(f"const [there, move] = arguments; {way}", f"http://127.0.0.1:{port}/", move)
-        flat.get(f"http://127.0.0.1:{site.server_port}/")
-        site.shutdown()
-    arm = controller.connect()
-    assert arm.plan_number() == 0 and arm.joints_deg()[0] == 0
