@@ -205,7 +205,6 @@ def test_a_forked_child_fails_cleanly(kx_controller: kx.Controller) -> None:
 
 EXITS = {
     "nothing open": "",
-    "an arm open": "arm = controller.connect()",
     "states coming": "arm = controller.connect(); states = arm.states(1000); states.next()",
     "a daemon waiting for a motion": "arm = controller.connect(); start(arm.move_joints(joints_deg=AWAY).wait)",
     "a daemon waiting for pushes": "arm = controller.connect(); start(lambda: list(arm.pushes()))",

@@ -9,10 +9,9 @@ Shell blocks are run with kx-controller in the PATH. What is to be run gets a kx
 of its own, whose port takes the place of 8080. Comments above a block say what differs:
 
     <!-- controller: --model 47 -->   options of its kx-controller
-    <!-- on "text": stop -->          when the program prints the text: stop, continue, kill or restart the controller;
+    <!-- on "text": stop -->          when the program prints the text: stop, continue or restart the controller;
                                       in the order given
     <!-- not run: why -->
-    <!-- declarations -->             compiled outside a function
     <!-- file: name -->               it is also in this file, beside the page
 """
 import os
@@ -40,13 +39,9 @@ class Block:
     def kind(self):
         if self.language == "sh":
             return "skipped" if self.noted("not run") else "shell"
-        if self.language == "py":
-            return "python"
-        if self.language != "cpp":
-            return "skipped"
-        if "int main(" not in self.code:
-            return "compiled"
-        return "compiled" if self.noted("not run") else "program"
+        if self.language == "cpp":
+            return "program" if "int main(" in self.code and not self.noted("not run") else "compiled"
+        return "python" if self.language == "py" else "skipped"
 
     def source(self):
         code = self.code.replace(" 8080", " std::atoi(std::getenv(\"KX_PORT\"))")
@@ -54,10 +49,8 @@ class Block:
             return "#include <cstdlib>\n" + code
         includes = "\n".join(re.findall(r"^#include.*", code, re.M))
         rest = re.sub(r"^#include.*\n", "", code, flags=re.M)
-        if not self.noted("declarations"):
-            rest = f"[[maybe_unused]] void block([[maybe_unused]] int arm)\n{{\n{rest}}}\n"
-        return f"#include <cstdlib>\n#include \"kx_base.h\"\n{includes}\n{rest}"
-
+        return (f"#include <cstdlib>\n#include \"kx_base.h\"\n{includes}\n"
+                f"[[maybe_unused]] void block([[maybe_unused]] int arm)\n{{\n{rest}}}\n")
 
     def python(self):
         code = self.code.replace(" 8080", " int(os.environ['KX_PORT'])")
@@ -96,10 +89,9 @@ class Controller:
         self.port = self.process.stdout.readline().split(":")[-1].strip()
 
     def act(self, action):
-        if action in ("kill", "restart"):
+        if action == "restart":
             self.process.kill()
             self.process.wait()
-        if action == "restart":
             self.start()
         if action == "stop":
             self.process.send_signal(signal.SIGSTOP)

@@ -15,7 +15,7 @@ public = {name for name in exported if re.search(rf"^(KX_API|    ).*\b{name}\(",
 
 REFERS = re.compile(r"^Service_|_(Block|Blcok|BLock|NonBlock|NonBLock|NonBlcok|NoBlock)$")
 
-faults = {name: "is not in the reference" for name in public}
+faults = {name: ["is not in the reference"] for name in public}
 
 
 def text(element):
@@ -31,25 +31,20 @@ for path in xml.glob("*.xml"):
         described = {text(name) for item in about.iter("parameteritem") if text(item.find("parameterdescription"))
                      for name in item.iter("parametername")}
         parameters = {text(p.find("declname")) for p in member.iter("param")} - {""}
-        result = re.sub(r"\w+\(\w+\)", "", text(member.find("type"))).strip()
-        rules = [text(section) for section in about.iter("simplesect") if section.get("kind") == "par"]
-        fault = None
-        if not text(member.find("briefdescription")):
-            fault = "does not say what it does"
-        elif REFERS.search(name):
-            pass
-        elif parameters - described:
-            fault = "does not describe " + ", ".join(sorted(parameters - described))
-        elif result != "void" and not any(s.get("kind") == "return" and text(s) for s in about.iter("simplesect")):
-            fault = "does not say what it returns"
-        elif "sockfd" in parameters and not any(rule.startswith("Waiting and threads") for rule in rules):
-            fault = "does not say how it waits"
-        if fault:
-            faults[name] = fault
-        else:
-            faults.pop(name, None)
+        returns = re.sub(r"\w+\(\w+\)", "", text(member.find("type"))).strip() != "void"
+        said = {kind: [text(section) for section in about.iter("simplesect") if section.get("kind") == kind]
+                for kind in ("return", "par")}
+        refers = REFERS.search(name)
+        faults[name] = [fault for fault, holds in (
+            ("does not say what it does", text(member.find("briefdescription"))),
+            ("does not describe " + ", ".join(sorted(parameters - described)), refers or parameters <= described),
+            ("does not say what it returns", refers or not returns or any(said["return"])),
+            ("does not say how it waits", refers or "sockfd" not in parameters
+             or any(rule.startswith("Waiting and threads") for rule in said["par"])),
+        ) if not holds]
 
-for name, fault in sorted(faults.items()):
-    print(name, fault)
+faults = {name: found for name, found in faults.items() if found}
+for name, found in sorted(faults.items()):
+    print(name, *found, sep=", ")
 print(f"{len(public) - len(faults)} of {len(public)} public functions are documented")
 sys.exit(1 if faults or len(public) < 500 else 0)

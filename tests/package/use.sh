@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # An installation as its users see it: use.sh prefix
-# Builds an installed example, and a C and a C++ program through find_package and through pkg-config, which move the arm
-# of the installed kx-controller.
+# Builds an installed example through find_package, and a C and a C++ program through pkg-config, which move the arm of the
+# installed kx-controller.
 set -euo pipefail
 prefix=$1
 consumer=$(cd "$(dirname "$0")" && pwd)/consumer
@@ -9,12 +9,8 @@ work=$(mktemp -d)
 trap 'kill "${controller_pid:-}" "${bridge_pid:-}" 2>/dev/null || true; rm -rf "$work"' EXIT
 cd "$work"
 
-build() { # source, targets...
-  cmake -S "$1" -B "build-${1##*/}" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >cmake.log &&
-    cmake --build "build-${1##*/}" --target "${@:2}" >cmake.log || { cat cmake.log && return 1; }
-}
-build "$consumer" move_c move_cpp
-build "$prefix/share/doc/libkx-service-dev/examples" 7_stream
+cmake -S "$prefix/share/doc/libkx-service-dev/examples" -B build -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >cmake.log &&
+  cmake --build build --target 6_modbus >cmake.log || { cat cmake.log && exit 1; }
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix"/lib* -name kx-service.pc)")
 export PKG_CONFIG_PATH
@@ -27,7 +23,7 @@ exec {output}< <(exec "$prefix/bin/kx-controller" --port 0 --model 46 --speed 20
 controller_pid=$!
 read -r -u "$output" listening
 port=${listening##*:}
-for program in build-consumer/move_c build-consumer/move_cpp ./move_c ./move_cpp; do
+for program in build/6_modbus ./move_c ./move_cpp; do
   library=$(ldd "$program" | sed -n 's/.*libKX_Service.so.1 => \([^ ]*\) .*/\1/p')
   [[ $(realpath "$library") == "$(realpath "$prefix")"/* ]] || {
     echo "$program uses $library, not that of $prefix"
