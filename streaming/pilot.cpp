@@ -7,19 +7,24 @@ namespace kx::streaming {
 
 // How far ahead the arm aims: this smooths what is uneven in the targets.
 constexpr double longest_filter = 0.16; // s
+// Turning the dial takes this share of an arm's limits, the rest is for what the path asks; it sets in so fast (s).
+constexpr double dial_share = 0.4, dial_onset = 0.04;
+// A way that asks for all of the limits is followed no faster than this once the dial has been turned on it.
+constexpr double led_speed = 0.7;
 
 Pilot::Pilot(double cycle, double look_ahead, const ArmLimits& limits, const ToolPath& tool,
              const Joints& start, const Course& course)
     : cycle_(cycle), look_ahead_(look_ahead), limiter_(limits, tool, start, cycle), own_course_(course),
       course_(course), next_(course), target_(limiter_.now())
 {
-    // The dial is turned so gently that an arm at full speed could follow.
-    double braking = cycle;
+    dial_ = {HUGE_VAL, HUGE_VAL, 0};
     for (int i = 0; i < limits.joints; ++i) {
         const Limits& joint = limiter_.limits().motion[i];
-        braking = fmax(braking, joint.velocity / joint.acceleration + joint.acceleration / joint.jerk);
+        dial_.velocity = fmin(dial_.velocity, dial_share * joint.acceleration / joint.velocity);
+        dial_.acceleration = fmin(dial_.acceleration, dial_share * joint.jerk / joint.velocity);
+        braking_ = fmax(braking_, joint.velocity / joint.acceleration + joint.acceleration / joint.jerk);
     }
-    dial_ = {2 / braking, 8 / (braking * braking), 64 / (braking * braking * braking)};
+    dial_.jerk = dial_.acceleration / dial_onset;
 }
 
 void Pilot::begin(double now)
@@ -82,13 +87,19 @@ bool Pilot::has_come_to_rest() const
     return is_at_goal && limiter_.rests();
 }
 
-// The course or the approach as it will be after the last set-point, if the speed along it stays as it is.
+// The course or the approach as it will be after the last set-point, with the dial turning as it will.
 class Pilot::Ahead : public Lead {
   public:
-    explicit Ahead(const Pilot& pilot) : pilot_(pilot) {}
+    explicit Ahead(const Pilot& pilot)
+        : pilot_(pilot), turn_(fastest(pilot.speed_, pilot.wanted_speed(), pilot.dial_))
+    {
+    }
     void in(double time, ArmState& state) const override
     {
-        const double speed = pilot_.speed_.position, on_path = speed * (time - pilot_.cycle_);
+        const double begin = pilot_.speed_.position, from_here = time - pilot_.cycle_;
+        const State half = turn_.at(fmax(0, from_here / 2)), then = turn_.at(fmax(0, from_here));
+        const double speed = then.position;
+        const double on_path = from_here * (begin + 4 * half.position + speed) / 6; // Simpson's rule
         const int joints = pilot_.limiter_.limits().joints;
         if (pilot_.way_ == Way::course)
             pilot_.course_.at(pilot_.clock_ + on_path, state);
@@ -96,20 +107,24 @@ class Pilot::Ahead : public Lead {
             for (int i = 0; i < joints; ++i)
                 state.joint[i] = pilot_.approach_.joint[i].at(fmax(0, pilot_.approached_ + on_path));
         for (int i = 0; i < joints; ++i) {
-            state.joint[i].velocity *= speed;
-            state.joint[i].acceleration *= speed * speed;
+            State& joint = state.joint[i];
+            joint.acceleration = joint.acceleration * speed * speed + joint.velocity * then.velocity;
+            joint.velocity *= speed;
         }
     }
 
   private:
     const Pilot& pilot_;
+    const Profile turn_;
 };
 
 void Pilot::follow()
 {
     const Ahead ahead(*this);
     ahead.in(cycle_, target_);
-    const double soonest = fmax(3 * cycle_, fmin(0.8 * look_ahead_, longest_filter));
+    // Only targets with times are uneven.
+    const double filter = way_ == Way::course ? fmin(0.8 * look_ahead_, longest_filter) : 0;
+    const double soonest = fmax(3 * cycle_, filter);
     Joints jerk = {};
     const bool is_near = pursue(limiter_.now(), ahead, soonest, cycle_, limiter_.limits_here(), jerk);
     is_limited_ = !limiter_.go(jerk) || !is_near;
@@ -141,9 +156,14 @@ void Pilot::go_to_goal()
 
 void Pilot::approach(double elapsed)
 {
-    if (!is_planned_) approached_ = 0;
+    if (!is_planned_) {
+        approached_ = 0;
+        is_led_ = false;
+        if (wanted_speed_ >= 1) speed_ = {1, 0, 0};
+    }
     approached_ += speed_.position * elapsed;
-    if (!is_dialled()) {
+    is_led_ = is_led_ || speed_.position != 1;
+    if (is_led_) {
         if (!is_planned_) approach_ = fastest_together(limiter_.now(), goal_, limiter_.limits_here());
         is_planned_ = true;
         if (approached_ < approach_.duration) return follow();
@@ -168,12 +188,25 @@ void Pilot::follow_course()
     go_to_goal();
 }
 
+double Pilot::wanted_speed() const
+{
+    return way_ == Way::approach ? fmin(wanted_speed_, is_led_ ? led_speed : 1) : wanted_speed_;
+}
+
+// The way to the goal is as fast as can be, so nothing more can be asked of its end.
+bool Pilot::brakes_for_goal() const
+{
+    return way_ == Way::approach && is_on_plan_ && !limiter_.rests() &&
+           approach_.duration - approached_ < braking_;
+}
+
 void Pilot::turn_dial(double elapsed)
 {
-    if (speed_.position == wanted_speed_ && speed_.velocity == 0) return;
-    const Profile turn = fastest(speed_, wanted_speed_, dial_);
+    const double wanted = wanted_speed();
+    if ((speed_.position == wanted && speed_.velocity == 0) || brakes_for_goal()) return;
+    const Profile turn = fastest(speed_, wanted, dial_);
     speed_ = turn.at(elapsed);
-    if (turn.duration() <= elapsed) speed_ = {wanted_speed_, 0, 0};
+    if (turn.duration() <= elapsed) speed_ = {wanted, 0, 0};
     speed_.position = fmax(0, speed_.position);
 }
 

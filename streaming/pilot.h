@@ -48,7 +48,8 @@ class Pilot {
 
     bool has_come_to_rest() const;
     void begin(double now);
-    bool is_dialled() const { return speed_.position == 1 && speed_.velocity == 0 && wanted_speed_ == 1; }
+    double wanted_speed() const;
+    bool brakes_for_goal() const;
     void turn_dial(double elapsed);
     void follow_course();
     void approach(double elapsed);
@@ -69,10 +70,12 @@ class Pilot {
     double approached_ = 0;   // time on it
     bool is_planned_ = false; // the approach is a motion
     bool is_on_plan_ = false; // that the set-points go along
+    bool is_led_ = false;     // the dial has been turned on it: it is followed
 
     double wanted_speed_ = 1;
     State speed_ = {1, 0, 0};
     Limits dial_;
+    double braking_ = 0; // s that an arm at full speed needs at most
     ArmState target_ = {};
     bool is_limited_ = false;
 };
