@@ -242,7 +242,7 @@ class BasicArm : public Moving<Errors> {
         return Base::outcome("KX_Link_Subscribe", status);
     }
 
-    /** The state at a rate, up to 1000 Hz, in a queue; ends what was subscribed before. The queue is closed by unsubscribe(),
+    /** The state at a rate, above 0 and up to 1000 Hz, in a queue; ends what was subscribed before. The queue is closed by unsubscribe(),
      *  by the next subscription, and with the arm. */
     Value<Errors, std::shared_ptr<Queue<State>>> states(double hertz, size_t capacity = 16) const
     {
@@ -250,8 +250,9 @@ class BasicArm : public Moving<Errors> {
         KX_Link_Subscribe(this->link(), 0, nullptr, nullptr);
         const std::shared_ptr<void> closes(nullptr, [queue](void*) { queue->close(); });
         callbacks_->set_subscriber([queue, closes](const State& state) { queue->put(state); });
+        const double rate = hertz > 0 ? hertz : -1; // with 0 the queue would wait for ever
         const int status =
-            KX_Link_Subscribe(this->link(), hertz, detail::Callbacks::take_state, callbacks_.get());
+            KX_Link_Subscribe(this->link(), rate, detail::Callbacks::take_state, callbacks_.get());
         return Base::outcome("KX_Link_Subscribe", status, std::move(queue));
     }
     /** @} */

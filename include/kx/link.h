@@ -73,8 +73,9 @@ typedef struct KX_LINK_OPTIONS {
     int motion_timeout_ms;  /**< for the end of a motion that is waited for until it ends; 600000 */
     int late_reply_ms;      /**< how much later than its time-out a reply may still come; 2000 */
     int silence_ms; /**< how long a peer may be silent towards the network (keep-alive, unacknowledged bytes) or
-                                 towards requests before it counts as lost; 5000. During a motion it is asked when it
-                                 has been silent for half of that, so it is lost at most 1.5 times as long after its last line */
+                                 towards requests before it counts as lost; 5000. Towards requests it is noticed when a
+                                 wait for a reply ends. During a motion it is asked when it has been silent for half of
+                                 that, so it is lost at most 1.5 times as long after its last line */
     bool reconnect;   /**< connect again after a loss: after 0.1 s, doubling up to 5 s, with jitter; false */
     int outbox_bytes; /**< that may wait for a peer that does not read; 65536 */
     int callback_queue; /**< pushes, and as many log lines, that may wait for a slow callback; 256 */
@@ -109,8 +110,8 @@ typedef struct KX_LINK_COUNTERS {
 
 /** A state of an arm, as subscribed. */
 typedef struct KX_ARM_STATE {
-    int link;   /**< the handle */
-    int status; /**< 0, or why there is nothing else in it: as Get_Current_Arm_State returns, or KX_LOST */
+    int link; /**< the handle */
+    int status; /**< 0, or why there is nothing else in it: as Get_Current_Arm_State returns, or KX_LOST, once a loss */
     uint64_t asked_ns;    /**< CLOCK_MONOTONIC when the question left */
     uint64_t answered_ns; /**< CLOCK_MONOTONIC when the reply had come; the state is from between the two */
     float joint[7];       /**< joint angles, degrees; [6] is 0 for six joints */

@@ -36,8 +36,10 @@ static inline const char* KX_Status_Words(int status)
     case KX_BAD_REPLY:
         return "the answer cannot be read";
     case KX_WRONG_SHAPE:
-    case KX_WRONG_TYPE:
         return "the answer is not what was expected; does the model fit the arm?";
+    case KX_WRONG_TYPE:
+        return "an argument is out of range, or the answer is not what was expected; does the model fit the "
+               "arm?";
     case KX_INCOMPLETE_POSE:
         return "the answer holds no whole pose";
     case KX_LOST:
@@ -101,6 +103,10 @@ static inline const char* KX_Status_Advice(int status)
         return "check the name, or give the address";
     case KX_NOT_A_SETTING:
         return "send it after KX_Link_End_Setup; nothing was sent";
+    case KX_ENDED:
+        return "read why it has ended, look where the arm is, and open another";
+    case KX_WRONG_TYPE:
+        return "check the arguments, and that the model is that of the arm";
     default:
         return "check that the model is that of the arm, and the controller's version";
     }

@@ -40,5 +40,5 @@ class Cancelled(Error):
     """A wait was ended by a stop, cancel or close, or by the end of the interpreter."""
 
 
-class BadArgument(Error):
+class BadArgument(Error, ValueError):
     """An argument is out of range, and nothing was sent."""

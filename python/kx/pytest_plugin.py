@@ -20,7 +20,7 @@ def kx_controller(request: pytest.FixtureRequest) -> Iterator[kx.Controller]:
     """A virtual controller of the test's own; its time runs five times as fast unless the marker says otherwise."""
     marker = request.node.get_closest_marker("kx")
     wanted: dict[str, Any] = {"speed": 5, **(marker.kwargs if marker else {})}
-    with kx.Controller(**wanted) as controller:
+    with kx.Controller(*(marker.args if marker else ()), **wanted) as controller:
         yield controller
 
 

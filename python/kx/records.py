@@ -27,7 +27,7 @@ class State:
     asked_s: float
     """when the question left; of Arm.states(), otherwise 0"""
     answered_s: float
-    """when the answer had come: the state is from between the two"""
+    """when the answer had come, likewise: the state is from between the two"""
     status: int
     """0, or, of Arm.states(): the status code that says why there is nothing in it"""
 

@@ -28,7 +28,7 @@ def test_units(kx_arm: kx.Arm) -> None:
     np.testing.assert_allclose(kx_arm.state().pose.position_m, above.position_m, atol=1e-3)
 
 
-@pytest.mark.parametrize("joints", [{}, {"joints_deg": DEGREES, "joints_rad": DEGREES}, {"joints_deg": DEGREES[:5]},
+@pytest.mark.parametrize("joints", [{}, {"joints_deg": DEGREES, "joints_rad": DEGREES}, {"joints_deg": DEGREES[:5]}, {"joints_deg": [0] * 7},
                                     {"joints_deg": [DEGREES]}, {"joints_deg": "home"}])
 def test_joint_angles_that_are_none(kx_arm: kx.Arm, joints: dict[str, object]) -> None:
     for call in (kx_arm.move_joints, kx_arm.send_joints, kx.Model(46).pose, kx_arm.teaching.add_waypoint):

@@ -90,8 +90,9 @@ static void lose(Link& link, const char* why)
         const Place& place = link.places[i];
         if (place.owner == Place::caller) finish(*place.call, KX_LOST);
         if (place.owner == Place::queued) link.outcomes.add(place.serial, KX_LOST);
-        if (place.owner == Place::subscription) tell_answer(link, KX_LOST, nullptr, now());
     }
+    if (link.state == KX_LINK_READY && link.subscription.period > 0)
+        tell_answer(link, KX_LOST, nullptr, now());
     link.places.clear();
     link.attempt_at = never;
     if (link.state == KX_LINK_READY) ++link.counters.losses;

@@ -263,12 +263,14 @@ TEST(Arm, RefusesWhatDoesNotFitBeforeAnythingIsSent)
                          code(arm.move_line({NAN})),
                          code(arm.io.set_output(-1, true)),
                          code(arm.io.set_tool_voltage(9)),
+                         code(arm.frames.use_tool(std::string("tool\0", 5))),
                          code(arm.gripper.pick(NAN)),
                          code(arm.gripper.move_to(1e300)),
                          code(arm.force.hold({.newton = 1e10})),
                          code(arm.settings.set_dynamics(std::span(dynamics, 11))),
                          code(arm.wait_between_motions(std::chrono::hours(10000)))};
-    EXPECT_EQ(std::ranges::count(codes, KX_NOT_FINITE), 11) << testing::PrintToString(codes);
+    EXPECT_EQ(std::ranges::count(codes, KX_NOT_FINITE), 12) << testing::PrintToString(codes);
+    EXPECT_EQ(code(arm.states(0)), KX_WRONG_TYPE) << "a queue that waits for ever";
     EXPECT_EQ(code(Quiet("127.0.0.1", 1, 46).connected()), KX_BAD_DESCRIPTOR);
     EXPECT_EQ(code(Quiet("127.0.0.1", 1, 45).stop()), KX_BAD_DESCRIPTOR);
     EXPECT_EQ(peer.unread(), 0u);
@@ -372,8 +374,9 @@ TEST(Pushes, ReachCallbackAndQueuesInTheirUnits)
     EXPECT_TRUE(push->type == 2 && push->joints == Degrees({0, 2, 0, 0, 0, 0}));
     EXPECT_EQ(push->pose, Pose::m_rad(0.25, 0, 0, 0, 0, 1.5));
     EXPECT_TRUE(all->next() && !all->next(1ms) && called == 3);
-    const std::jthread closer([&] { arm.reset(); });
-    EXPECT_FALSE(all->next(1h)); // closed with the arm
+    const std::jthread closer([&] { arm->close(); });
+    EXPECT_FALSE(all->next(1h));
+    EXPECT_FALSE(arm->pushes()->next(1h)); // the arm is closed
 }
 
 TEST(Values, KnowTheirUnits)

@@ -496,12 +496,18 @@ TEST(Subscription, BringsStatesAtItsRateWithTheirTimes)
     EXPECT_GT(states.back().asked_ns - states.front().asked_ns, 47 * 10'000'000u) << "it does not hurry";
 }
 
-TEST(Subscription, GoesOnBehindALoss)
+TEST(Subscription, TellsALossAndGoesOnBehindIt)
 {
     Linked arm(with([](auto& options) { options.reconnect = true; }));
-    ASSERT_EQ(subscribe(arm.link, 1), 0);
+    static std::atomic<int> last;
+    last = -1;
+    const auto take = [](const KX_ARM_STATE* state, void*) { last = state->status; };
+    ASSERT_EQ(KX_Link_Subscribe(arm.link, 1, take, nullptr), 0);
     EXPECT_EQ(arm.end.command(), "get_current_arm_state");
+    arm.end.say(R"({"command":"get_current_arm_state"})");
+    EXPECT_TRUE(eventually([] { return last == KX_BAD_REPLY; }));
     arm.end.close();
+    EXPECT_TRUE(eventually([] { return last == KX_LOST; })) << "when nothing was asked, too";
     arm.end = arm.door.accept();
     EXPECT_EQ(arm.end.command(), "get_current_arm_state");
 }

@@ -68,7 +68,10 @@ class Callbacks {
         auto queue = std::make_shared<Queue<Push>>(capacity);
         const std::lock_guard lock(mutex_);
         std::erase_if(pushes_, [](const auto& weak) { return weak.expired(); });
-        pushes_.push_back(queue);
+        if (is_closed_)
+            queue->close();
+        else
+            pushes_.push_back(queue);
         return queue;
     }
 
@@ -89,6 +92,7 @@ class Callbacks {
     void close()
     {
         const std::lock_guard lock(mutex_);
+        is_closed_ = true;
         for (const auto& weak : pushes_)
             if (const auto queue = weak.lock()) queue->close();
         subscriber_.reset();
@@ -141,6 +145,7 @@ class Callbacks {
     const Options options_;
     const int joint_count_;
     std::mutex mutex_; // guards what follows
+    bool is_closed_ = false;
     std::vector<std::weak_ptr<Queue<Push>>> pushes_;
     std::shared_ptr<const std::function<void(const State&)>> subscriber_;
 };

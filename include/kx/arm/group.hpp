@@ -115,6 +115,8 @@ class Group {
     {
         if constexpr (std::derived_from<Argument, PerJoint<float>>)
             return argument.size() == bond_.joint_count();
+        else if constexpr (std::derived_from<Argument, std::string>)
+            return argument.find('\0') == std::string::npos;
         else if constexpr (std::integral<Parameter> && std::integral<Argument> &&
                            !std::same_as<Parameter, bool> && !std::same_as<Argument, bool>)
             return std::in_range<Parameter>(argument);

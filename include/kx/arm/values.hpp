@@ -164,7 +164,7 @@ struct State {
     int arm_error = 0;        /**< error code of the arm, 0 when healthy */
     int controller_error = 0; /**< error code of the controller, 0 when healthy */
     Time asked = {};          /**< when the question left; set for subscribed states, otherwise zero */
-    Time answered = {};       /**< when the answer had come; the state is from between the two */
+    Time answered = {};       /**< when the answer had come, likewise; the state is from between the two */
     int status = KX_SUCCESS;  /**< of a subscribed state: why there is nothing in it */
 
     /** Whether there are no errors. */
