@@ -12,8 +12,8 @@ namespace {
 
 using Json = nlohmann::json;
 
-const std::string move = R"({"command":"movej","joint":[90000,0,0,0,0,0],"v":100,"r":0})";
-const std::string ask = R"({"command":"get_joint_degree"})";
+const std::string motion = R"({"command":"movej","joint":[90000,0,0,0,0,0],"v":100,"r":0})";
+const std::string question = R"({"command":"get_joint_degree"})";
 const std::string ask_plans = R"({"command":"get_arm_plan_num"})";
 
 std::string here(int port)
@@ -39,17 +39,17 @@ TEST(Door, IsShutToWhoeverDoesNotBeginWithARequest)
         std::string sent;
         bool is_heard;
     } rows[] = {
-        {"a request", move + "\r\n", true},
-        {"after white space", "\r\n  \t" + move + "\r\n", true},
+        {"a request", motion + "\r\n", true},
+        {"after white space", "\r\n  \t" + motion + "\r\n", true},
         {"fetch of a web page",
-         "POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: text/plain\r\n\r\n" + move + "\r\n", false},
-        {"a link on a web page", "GET /" + move + " HTTP/1.1\r\n\r\n" + move + "\r\n", false},
-        {"HTTP with the next protocol", "PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n" + move + "\r\n", false},
-        {"a word", "hello\n" + move + "\r\n", false},
-        {"broken JSON", "{oops}\n" + move + "\r\n", false},
-        {"an array", "[1]\n" + move + "\r\n", false},
-        {"a line without end", std::string(70000, 'x') + "\n" + move + "\r\n", false},
-        {"white space without end", std::string(200000, ' ') + move + "\r\n", false},
+         "POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: text/plain\r\n\r\n" + motion + "\r\n", false},
+        {"a link on a web page", "GET /" + motion + " HTTP/1.1\r\n\r\n" + motion + "\r\n", false},
+        {"HTTP with the next protocol", "PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n" + motion + "\r\n", false},
+        {"a word", "hello\n" + motion + "\r\n", false},
+        {"broken JSON", "{oops}\n" + motion + "\r\n", false},
+        {"an array", "[1]\n" + motion + "\r\n", false},
+        {"a line without end", std::string(70000, 'x') + "\n" + motion + "\r\n", false},
+        {"white space without end", std::string(200000, ' ') + motion + "\r\n", false},
     };
     Controller arm;
     Controller proxy({"--proxy", here(arm.port())});
@@ -87,16 +87,16 @@ TEST(Door, StaysOpenInAFlood)
         return client.line().substr(0, 12);
     };
     Connection early(arm);
-    early.send(ask);
+    early.send(question);
     const std::string answer = early.line();
     for (const int port : ports) {
         SCOPED_TRACE(port == arm ? "clients" : port == page ? "page" : "control");
         std::list<Connection> flood;
         for (int i = 0; i < 100; ++i)
             flood.emplace_back(port);
-        early.send(ask);
+        early.send(question);
         EXPECT_EQ(early.line(), answer);
-        EXPECT_EQ(answers(Connection(arm), ask), answer.substr(0, 12));
+        EXPECT_EQ(answers(Connection(arm), question), answer.substr(0, 12));
         EXPECT_EQ(answers(Connection(page), "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n"), "HTTP/1.1 200");
         EXPECT_EQ(answers(Connection(control), "di 2 on\n"), "ok");
     }
@@ -112,7 +112,7 @@ TEST(Door, RefusesWhatIsNestedTooDeeply)
     {
         Controller arm({"--record", recording.path, "--web", "0"});
         Connection client(arm.port());
-        client.send(ask + deep + ask);
+        client.send(question + deep + question);
         EXPECT_TRUE(Json::parse(client.line()).contains("joint"));
         EXPECT_EQ(Json::parse(client.line()).at("error"), "the request is nested too deeply");
         EXPECT_TRUE(Json::parse(client.line()).contains("joint"));
@@ -149,7 +149,8 @@ TEST(Door, KeepsPasswordsIn)
              "{\"command\":\"set_wifi_ap\",\"password\":\r\n\"sesame\"",
          }) {
         Connection client(arm.port());
-        for (const std::string& lines : {ask + sent + "\r\n" + ask + "\r\n", "\r\n" + ask + "\r\n"}) {
+        for (const std::string& lines :
+             {question + sent + "\r\n" + question + "\r\n", "\r\n" + question + "\r\n"}) {
             client.send(lines);
             while (client.line().find("\"joint\"") == std::string::npos) {
             }
@@ -170,7 +171,7 @@ TEST(Door, OfAProxyBehindItselfIsShut)
         Controller second({"--port", std::to_string(other.port()), "--proxy", here(one.port())});
         {
             Connection client(one.port());
-            client.send(ask + "\r\n");
+            client.send(question + "\r\n");
             EXPECT_EQ(client.rest().find("\"joint\""), std::string::npos);
         }
         EXPECT_EQ(first.end(SIGTERM), 0);
@@ -201,10 +202,10 @@ TEST(Control, MovesTheTimeAndSwitchesInputs)
         return Json::parse(client.line());
     };
     EXPECT_EQ(say("pause"), "ok");
-    client.send(move);
+    client.send(motion);
     EXPECT_EQ(ask_for(ask_plans).at("plan_num"), 1);
     EXPECT_EQ(say("step 0.4"), "ok");
-    EXPECT_EQ(ask_for(ask).at("joint").at(0), 45000);
+    EXPECT_EQ(ask_for(question).at("joint").at(0), 45000);
 
     EXPECT_EQ(say("every do 1 rises, +0.5 di 2 on"), "ok");
     EXPECT_EQ(ask_for(R"({"command":"set_DO_state","IO_Num":1,"state":1})").at("state"), true);

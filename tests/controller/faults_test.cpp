@@ -6,7 +6,7 @@
 
 namespace {
 
-const float target[7] = {90}; // takes 2.5 s of the arm's time
+const float far_away[7] = {90}; // takes 2.5 s of the arm's time
 
 int ask(int arm)
 {
@@ -22,7 +22,7 @@ int ask_speed(int arm)
 
 int move(int arm)
 {
-    return Movej_Cmd(arm, target, 20, 0, true);
+    return Movej_Cmd(arm, far_away, 20, 0, true);
 }
 
 // Errors of the second joint and of the controller; clearing them lets the arm move again.
@@ -61,7 +61,7 @@ void PrintTo(const FaultRow& row, std::ostream* out)
     *out << row.name;
 }
 
-const FaultRow rows[] = {
+const FaultRow fault_rows[] = {
     {"ADelayIsWaitedFor", "0 delay 300 jitter 200", link, ask, 0, {}, 20000, 300},
     {"ADelayBeyondTheTimeOut", "0 delay 5000", classic, ask, 7, {}, 300, 300},
     {"ALostReply", "get_joint_degree drop 1", classic, ask, 7, {}, 300, 300},
@@ -95,7 +95,7 @@ const FaultRow rows[] = {
 
 struct Faults : testing::TestWithParam<FaultRow> {};
 
-INSTANTIATE_TEST_SUITE_P(Each, Faults, testing::ValuesIn(rows), testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Each, Faults, testing::ValuesIn(fault_rows), testing::PrintToStringParamName());
 
 TEST_P(Faults, ShowAs)
 {
