@@ -355,6 +355,7 @@ class BasicArm : public Moving<Errors> {
 
     static int open(const std::string& host, int port, int model, detail::Callbacks& callbacks)
     {
+        if (host.find('\0') != std::string::npos) return -KX_UNKNOWN_HOST;
         const KX_LINK_OPTIONS options = callbacks.c_options();
         return KX_Link_Open(host.c_str(), port, model, &options);
     }

@@ -273,6 +273,7 @@ TEST(Arm, RefusesWhatDoesNotFitBeforeAnythingIsSent)
     EXPECT_EQ(code(arm.states(0)), KX_WRONG_TYPE) << "a queue that waits for ever";
     EXPECT_EQ(code(Quiet("127.0.0.1", 1, 46).connected()), KX_BAD_DESCRIPTOR);
     EXPECT_EQ(code(Quiet("127.0.0.1", 1, 45).stop()), KX_BAD_DESCRIPTOR);
+    EXPECT_EQ(code(Quiet(std::string("127.0.0.1\0x", 11), peer.port(), 46).connected()), KX_UNKNOWN_HOST);
     EXPECT_EQ(peer.unread(), 0u);
 }
 
