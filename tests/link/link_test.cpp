@@ -155,6 +155,21 @@ TEST(Lines, ThatAreUnfinishedDelayTheirOwnArmOnly)
     EXPECT_EQ(late.get(), 1);
 }
 
+TEST(Lines, MayHoldSeveralObjectsAndBlanks)
+{
+    Linked arm;
+    const auto start = std::chrono::steady_clock::now();
+    auto first = arm.asked(), second = arm.asked();
+    arm.end.send(" " + object(1) + " \t" + object(2) + " \r\n");
+    EXPECT_EQ(first.get(), 1);
+    EXPECT_EQ(second.get(), 2);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    const KX_LINK_COUNTERS counters = arm.counters();
+    EXPECT_EQ(counters.dropped, 0u);
+    for (int i = 1; i < 24; ++i)
+        EXPECT_TRUE(counters.round_trips[i] == 0 || (1 << (i - 1)) * 1us <= taken) << i;
+}
+
 // --- who gets which reply
 
 TEST(Replies, ThatAreMissingHoldRequestsOfTheirKindBack)
