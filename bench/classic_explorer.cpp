@@ -234,11 +234,7 @@ class FarSide : public World {
     static bool deliver(Arm& arm, const std::string& line)
     {
         arm.tail += line;
-        size_t size = arm.tail.size();
-        if (std::exchange(arm.cuts_next, false) && size > 1)
-            size = 1 + choose(static_cast<unsigned>(size - 1));
-        arm.socket->to_come += arm.tail.substr(0, size);
-        arm.tail.erase(0, size);
+        let_come(*arm.socket, arm.tail, arm.cuts_next);
         arm.next_line = now() + (arm.tail.empty() ? spacing : 2 * ms);
         return true;
     }

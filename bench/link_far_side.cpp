@@ -112,11 +112,7 @@ bool deliver(Connection& connection, std::string line)
 {
     if (connection.link->closing == never) connection.link->lines_sent += !line.empty();
     connection.tail += line;
-    size_t size = connection.tail.size();
-    if (std::exchange(connection.cuts_next, false) && size > 1)
-        size = 1 + choose(static_cast<unsigned>(size - 1));
-    connection.socket->to_come += connection.tail.substr(0, size);
-    connection.tail.erase(0, size);
+    let_come(*connection.socket, connection.tail, connection.cuts_next);
     if (is_silent(*connection.link)) connection.silence_ended = now();
     connection.heard = now();
     if (!connection.tail.empty()) connection.busy_until = now() + 1 * ms;

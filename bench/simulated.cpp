@@ -18,6 +18,7 @@
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
+#include <utility>
 
 namespace simulated {
 
@@ -203,6 +204,14 @@ void sleep(Time time)
 }
 
 static unsigned acting = 0;
+
+void let_come(Socket& socket, std::string& left, bool& is_cut)
+{
+    size_t size = left.size();
+    if (std::exchange(is_cut, false) && size > 1) size = 1 + choose(static_cast<unsigned>(size - 1));
+    socket.to_come += left.substr(0, size);
+    left.erase(0, size);
+}
 
 bool somebody_acts()
 {

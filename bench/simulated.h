@@ -56,6 +56,9 @@ struct Socket {
     bool is_shut = false;                     // by the program
 };
 
+// From the far side, as much of what is left of a line as a cut lets through; the rest stays.
+void let_come(Socket& socket, std::string& left, bool& is_cut);
+
 struct World {
     virtual ~World() = default;
     virtual const char* thread_name(unsigned number) = 0; // of those that the library starts
