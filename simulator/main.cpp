@@ -203,13 +203,15 @@ int main(int argc, char** argv)
         ->type_name("MS");
     app.add_option("--modbus-tcp", options.modbus_tcp,
                    "HOST:PORT of a real Modbus slave behind the controller's ports");
-    unsigned short web_port = 8090;
-    const CLI::Option* web =
+    unsigned short web_port = 0;
+    CLI::Option* const web =
         app.add_option("--web", web_port,
                        "serve a page that shows the arm; 8090 unless a port is given, 0 picks a "
                        "free one")
-            ->expected(0, 1);
+            ->expected(0, 1)
+            ->default_str("8090");
     app.add_option("--web-host", options.web_host, "address or name at which the page is served")
+        ->needs(web)
         ->capture_default_str();
     add_world_options(app, options.world, given);
     add_testing_options(app, options);

@@ -11,13 +11,16 @@ fail() { echo "$*" && failures=1; }
 printf 'movej di 9 on\n' >"$work/script"
 for wrong in '--model 35' '--port 70000' '--speed 0' '--payload -1' '--object-mass -1' '--di 5=1' '--fault dely' \
   '--control tcp' "--script $work/script" '--lead 1,2,3' --fly fly \
-  '--port 1 --port 2' '--model 46 --model 47 --port 65535' '--model 46 --model 47 --record x'; do
+  '--port 1 --port 2' '--model 46 --model 47 --port 65535' '--model 46 --model 47 --record x' '--web-host ::1'; do
   # shellcheck disable=SC2086
   "$controller" $wrong >"$work/out" 2>"$work/err" </dev/null
   [ $? = 64 ] && [ -s "$work/err" ] && [ ! -s "$work/out" ] || fail "kx-controller $wrong: $(<"$work/err")"
 done
-"$controller" --host 192.0.2.1 2>"$work/err"
-[ $? = 1 ] && [ -s "$work/err" ] || fail "an address of others: $(<"$work/err")"
+for others in '8080 --host 192.0.2.1' '8090 --port 0 --web-host 192.0.2.1 --web'; do # no port is taken
+  # shellcheck disable=SC2086
+  "$controller" ${others#* } >/dev/null 2>"$work/err"
+  [ $? = 1 ] && grep -qF "192.0.2.1:${others%% *}: " "$work/err" || fail "an address of others: $(<"$work/err")"
+done
 [ "$("$controller" --version)" = "kx-controller $("$2" --version | cut -d' ' -f2)" ] || fail "$("$controller" --version)"
 
 # Names stand for addresses, and the standard input is heard line by line.
