@@ -6,6 +6,7 @@
 
 #include <asio/post.hpp>
 
+#include "commands/request.h"
 #include "devices/modbus_tcp.h"
 #include "line/past.h"
 #include "line/recorder.h"
@@ -266,8 +267,8 @@ std::string Station::act(const Json& wish, const std::string& from)
     controller_.advance(clock_.now());
     std::string refused;
     try {
-        if (wish.at("act") == "fault")
-            refused = make_happen(wish.at("text"), clock_.now());
+        if (member(wish, "act") == "fault")
+            refused = make_happen(text(member(wish, "text")), clock_.now());
         else
             page_.act(wish, from), tell_action(wish);
     } catch (const std::exception& error) {

@@ -52,6 +52,12 @@ const std::string& text(const Json& value)
     return value.get_ref<const std::string&>();
 }
 
+bool flag(const Json& value)
+{
+    if (!value.is_boolean()) throw Refused("true or false was expected");
+    return value.get<bool>();
+}
+
 double from_thousandths(const Json& value)
 {
     const double thousandths = value_of(value);

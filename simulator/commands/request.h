@@ -23,6 +23,9 @@ double number(const Json& value, const char* what, double low, double high);
 /** A text. @throws Refused if it is none */
 const std::string& text(const Json& value);
 
+/** @throws Refused if it is neither true nor false */
+bool flag(const Json& value);
+
 /** A number of thousandths, divided by 1000. @throws Refused if it is not a number */
 double from_thousandths(const Json& value);
 

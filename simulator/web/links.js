@@ -11,8 +11,10 @@ export function keep(name, value) {
   history.replaceState(null, '', `#${told}`);
 }
 
-/** A field whose value stands in the address. */
+/** A field whose value stands in the address. A choice that there is not leaves what was chosen. */
 export function link(field, name) {
+  const usual = field.value;
   if (told.has(name)) field.value = told.get(name);
+  if (field.selectedIndex === -1) field.value = usual;
   field.addEventListener('input', () => keep(name, field.value));
 }

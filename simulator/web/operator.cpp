@@ -66,15 +66,16 @@ void Operator::send(Ask ask)
 std::string Operator::jog(const Json& request)
 {
     const double percent = percent_of(request);
+    const bool up = flag(member(request, "up"));
     if (!arm_.standing()) throw Refused("the arm is moving");
     arm_.check_ready();
     if (!request.contains("frame")) {
         const std::size_t joint = joint_of(request, arm_);
-        arm_.jog_joint(joint, member(request, "up") == true, percent);
+        arm_.jog_joint(joint, up, percent);
         return "joint " + std::to_string(joint + 1);
     }
     KDL::Twist direction = in_work_frame(request);
-    if (member(request, "up") != true) direction = -direction;
+    if (!up) direction = -direction;
     if (direction.vel.Norm() > 0)
         slide_ = {arm_.frames.active().work.M * direction.vel, percent / 100 * arm_.cartesian_limits().speed};
     try {
@@ -122,7 +123,7 @@ void Operator::go(const Json& request)
     const auto length = [&](std::size_t i) { return static_cast<float>(values[i] / 1000); };
     const auto angle = [&](std::size_t i) { return static_cast<float>(values[i] * degree); };
     const POSE target = {length(0), length(1), length(2), angle(3), angle(4), angle(5)};
-    const bool along_line = member(request, "line") == true;
+    const bool along_line = flag(member(request, "line"));
     send([&](Arm::Ended ended) {
         if (along_line)
             arm_.move_line(target, manner, std::move(ended));

@@ -17,13 +17,6 @@ std::size_t index(const Json& value, const char* what, std::size_t count)
     return static_cast<std::size_t>(integer(value, what, 1, static_cast<int>(count)) - 1);
 }
 
-bool flag(const Json& request, const char* key)
-{
-    const Json& value = member(request, key);
-    if (!value.is_boolean()) throw Refused("true or false was expected");
-    return value.get<bool>();
-}
-
 KDL::Vector vector(const Json& array, double limit)
 {
     if (!array.is_array() || array.size() != 3) throw Refused("three numbers were expected");
@@ -46,7 +39,7 @@ void Page::act(const Json& request, const std::string& from)
     else if (what == "continue")
         arm().resume();
     else if (what == "power")
-        peripherals().set_power(flag(request, "on"));
+        peripherals().set_power(flag(member(request, "on")));
     else if (what == "clear_errors")
         clear_errors();
     else if (what == "jog" || what == "push")
@@ -139,7 +132,7 @@ void Page::look(double time)
 void Page::teach(const Json& request)
 {
     DragTeach& drag_teach = peripherals().drag_teach;
-    if (!flag(request, "on")) return drag_teach.stop();
+    if (!flag(member(request, "on"))) return drag_teach.stop();
     drag_teach.start(true, Freedom::all);
     drag_teach.lead(arm().position());
 }
@@ -160,9 +153,9 @@ void Page::set_input(const Json& request)
     const std::string& kind = text(member(request, "kind"));
     const std::size_t channel = index(member(request, "channel"), "the channel", io_channels);
     if (kind == "digital")
-        world.digital_inputs[channel] = flag(request, "on");
+        world.digital_inputs[channel] = flag(member(request, "on"));
     else if (kind == "tool")
-        world.tool_inputs[channel] = flag(request, "on");
+        world.tool_inputs[channel] = flag(member(request, "on"));
     else if (kind == "analogue")
         world.analogue_inputs[channel] = number(member(request, "volts"), "the voltage", 0, 10);
     else

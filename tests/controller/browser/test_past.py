@@ -90,7 +90,7 @@ def test_faults_are_put_together_and_stand_among_the_events(begin, flat: Browser
 
 
 def test_gives_files(begin, flat: Browser, tmp_path: Path) -> None:
-    arm = begin(flat, at="tab=curves")
+    arm = begin(flat, at="tab=curves&plot=nothing")  # an address that says what there is not
     arm.move_joints(joints_deg=TARGET, speed_percent=50).wait()
     becomes(lambda: flat.joint(3), 40)
     head, *table = flat.gives("#plot-csv", "joint-angles.csv", tmp_path).decode().splitlines()
