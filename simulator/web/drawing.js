@@ -2,7 +2,7 @@
 import { Vector3 } from './three/build/three.module.js';
 import { soon } from './soon.js';
 
-const margin = 40; // px
+const margin = 40; // px, if there is room
 
 /** An arm in lines. */
 class Sketch {
@@ -97,7 +97,7 @@ export class Drawing {
 
   #sketch(paper, colour, sketch, row, { width, top, height }) {
     const { reach, lines, flange, state: { table } } = sketch;
-    const scale = Math.max(1, Math.min((width - 3 * margin) / 2, height - margin) / (2 * reach));
+    const scale = Math.max(1, Math.min((width - 3 * Math.min(margin, width / 25)) / 2, height - margin) / (2 * reach));
     const y = top + (height - 10) / 2;
     const several = this.#sketches.length > 1 ? `Arm ${row + 1}, ` : '';
     const views = [['Side: x to the right, z up', 'z', width * 0.27], ['Top: x to the right, y up', 'y', width * 0.73]];

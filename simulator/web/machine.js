@@ -19,7 +19,7 @@ function rows({ machine, toolName, workName }) {
       ['installed at', `${list(installation, 1)} °`],
     ]],
     ['Around it', '', [
-      ['hand', `${list(hand)} ‰ stretched`],
+      ['hand, ‰ stretched', list(hand)],
       ['lift', `${fixed(lift, 0)} mm`],
       ['base', `${base.state}${base.station ? `, station ${base.station}` : ''}, `
         + `x ${fixed(base.x, 2)} y ${fixed(base.y, 2)} m, ${fixed(degrees(base.heading), 0)}°, ${fixed(base.charge * 100, 0)} %`],

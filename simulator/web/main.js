@@ -189,7 +189,7 @@ hear('wire', ({ detail, arm }) => {
 hear('state', ({ detail: state, arm }) => {
   const entry = arms[arm];
   entry.state = state;
-  entry.past.add(state);
+  if (state.source?.age !== null) entry.past.add(state); // else nothing is known of it yet
   const { number, text } = state.notice ?? { number: 0 };
   if (entry.noticed !== null && number > entry.noticed) tell(arms.length > 1 ? `arm ${arm + 1}: ${text}` : text);
   entry.noticed = number;

@@ -1,7 +1,7 @@
 // Motion over time: what the chosen arm did in the last minutes, or in a recording, as curves with the events among them.
 // Pointing into the past shows the arm as it stood then, and playing it as it moved.
 import { Past } from './past.js';
-import { element, get, write } from './parts.js';
+import { element, fixed, get, write } from './parts.js';
 import { soon } from './soon.js';
 
 const longest = 60; // s of the arm's time that are seen at once
@@ -10,6 +10,15 @@ const margin = { left: 44, right: 6, top: 6, bottom: 16 }; // px
 const colours = ['#2b8cb0', '#d0453c', '#3d9a50', '#b97a10', '#8b6cc0', '#5a86d8', '#8a8a8a']; // seen on light and dark
 
 const length = (from, to) => Math.hypot(...[0, 1, 2].map((i) => to.pose[i] - from.pose[i]));
+/** Round values from below one to above another, with so many steps at most, and how many digits they need. */
+function scale(low, high, steps) {
+  const rough = (high - low) / steps;
+  const power = Math.floor(Math.log10(rough));
+  const step = [1, 2, 5, 10].find((of) => of * 10 ** power >= rough) * 10 ** power;
+  const first = Math.floor(low / step);
+  return { digits: Math.max(0, -Math.floor(Math.log10(step))),
+           marks: Array.from({ length: Math.ceil(high / step) - first + 1 }, (_, i) => (first + i) * step) };
+}
 const joint = (i) => `joint ${i + 1}`;
 
 /** By name: its unit, the names of its curves, and their values in a state; `before` is the state before that one. */
@@ -112,6 +121,7 @@ export class Plots {
       : time === null || !this.#past.states.length || time >= now ? null : Math.max(begin, time);
     get('plot-now').disabled = this.#at === null || recorded;
     document.body.classList.toggle('looks-back', this.#at !== null);
+    get('view').dataset.past = this.#at === null ? '' : `as it was at ${this.#at.toFixed(2)} s`;
     if (this.#at === null) this.#show();
     else this.#show(this.#past.at(this.#at), this.#at, this.#playing !== null);
     if (this.#playing) this.#drawSoon();
@@ -121,8 +131,8 @@ export class Plots {
   /** From the moment that is looked at, or from the begin. */
   #play() {
     const { begin, now } = this.#past;
-    const ended = this.#at === null || this.#at >= now;
-    this.#playing = { from: ended ? begin : this.#at, since: performance.now() };
+    if (this.#at === null || this.#at >= now) this.#look(begin); // which is no way of the arm's
+    this.#playing = { from: this.#at ?? begin, since: performance.now() };
     write(get('plot-play'), 'Halt');
     const go = () => {
       if (!this.#playing) return;
@@ -181,8 +191,8 @@ export class Plots {
 
     const entries = this.#values();
     const all = entries.flatMap(({ value }) => value ?? []);
-    const low = Math.min(0, ...all);
-    const high = Math.max(low + 1e-3, 0, ...all);
+    const { marks, digits } = scale(Math.min(0, ...all), Math.max(0.1, ...all), 5);
+    const [low, high] = [marks[0], marks.at(-1)];
     const [end, span] = [this.#end, this.#span];
     const x = (time) => margin.left + ((time - end + span) / span) * (width - margin.left - margin.right);
     const y = (value) => height - margin.bottom - ((value - low) / (high - low)) * (height - margin.top - margin.bottom);
@@ -196,13 +206,14 @@ export class Plots {
 
     paper.fillStyle = colour('--soft');
     paper.textAlign = 'right';
-    for (const value of new Set([low, 0, high])) {
+    for (const value of marks) {
       line([[margin.left, y(value)], [width - margin.right, y(value)]], colour('--line'));
-      paper.fillText(value.toFixed(Math.abs(high - low) < 10 ? 2 : 0), margin.left - 4, y(value) + 3);
+      paper.fillText(fixed(value, digits), margin.left - 4, y(value) + 3);
     }
-    const step = span > 20 ? 10 : span > 4 ? 2 : 0.5;
-    for (let time = Math.ceil((end - span) / step) * step; time <= end; time += step)
-      if (time >= 0) paper.fillText(`${time} s`, x(time) + 10, height - 3);
+    const times = scale(end - span, end, 6);
+    for (const time of times.marks)
+      if (time >= Math.max(0, end - span) && time <= end)
+        paper.fillText(`${fixed(time, times.digits)} s`, Math.min(x(time) + 10, width), height - 3);
 
     paper.save();
     paper.rect(margin.left, 0, width - margin.left - margin.right, height - margin.bottom + 1);
@@ -225,18 +236,18 @@ export class Plots {
   #describe(unit, name, entries, curves) {
     const at = this.#at ?? this.#past.now;
     const values = entries.findLast(({ time, value }) => value && time <= at)?.value ?? [];
-    const legend = document.getElementById('plot-legend');
+    const legend = get('plot-legend');
     if (legend.children.length !== curves)
       legend.replaceChildren(...Array.from({ length: curves }, () => document.createElement('span')));
     [...legend.children].forEach((item, i) => {
       item.style.borderColor = colours[i];
-      write(item, `${name(i, this.#past.recorded)} ${(values[i] ?? 0).toFixed(2)} ${unit}`);
+      write(item, `${name(i, this.#past.recorded)} ${fixed(values[i] ?? 0, 2)} ${unit}`);
     });
     const { begin, now } = this.#past;
     Object.assign(this.#time, { min: begin, max: Math.max(now, begin + 0.01), value: at });
     this.#time.setAttribute('aria-valuetext', `${at.toFixed(1)} s`);
     const event = this.#past.events.findLast(({ time }) => time <= at);
-    write(document.getElementById('plot-event'), (this.#at === null ? '' : `at ${this.#at.toFixed(2)} s: `)
+    write(get('plot-event'), (this.#at === null ? '' : `at ${this.#at.toFixed(2)} s: `)
       + (event ? `${event.text}, since ${event.time.toFixed(2)} s` : ''));
   }
 

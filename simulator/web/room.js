@@ -10,11 +10,12 @@ import { soon } from './soon.js';
 const keyTurn = 0.1; // rad by which a key turns the view
 const slowFrame = 60; // ms; if frames take longer, shadows are left out
 const apart = 1.3; // m between two arms, however far they really are
+const tools = 46; // px at the top of the picture that they cover
 const centre = new THREE.Vector3(0, 0, 0.42); // of what is looked at
 const views = { corner: [1.69, -1.5, 0.69], front: [2.38, 0, 0.13], side: [0, -2.38, 0.13], top: [0.001, 0, 2.5] };
 
 export class Room {
-  camera = new THREE.PerspectiveCamera(32, 1, 0.05, 30);
+  camera = new THREE.PerspectiveCamera(32, 1, 0.05, 60);
   #scene = new THREE.Scene();
   #renderer = new THREE.WebGLRenderer({ antialias: true });
   #figures = [];
@@ -22,6 +23,7 @@ export class Room {
   #size = 1; // of the arms, compared with what the views are made for
   #draw = soon(() => this.#render());
   #slow = 0; // frames in a row
+  #view = ''; // which one it is, until somebody turns it
 
   /**
    * @param lead called with the place to which the operator's hand leads the tool of the chosen arm, metres in its base
@@ -40,8 +42,8 @@ export class Room {
     this.camera.up.set(0, 0, 1);
     this.orbit = new OrbitControls(this.camera, this.canvas);
     this.orbit.minDistance = 0.4;
-    this.orbit.maxDistance = 6;
     this.orbit.enableKeys = false; // they would shift the arm out of sight
+    this.orbit.addEventListener('start', () => (this.#view = ''));
     this.orbit.addEventListener('change', () => this.#draw());
     followHand(this.canvas, this, (place) =>
       lead(new THREE.Vector3(...place).sub(this.#figures[this.#chosen].group.position).toArray()));
@@ -55,9 +57,11 @@ export class Room {
   /** From farther away if several arms would not fit. */
   view(name) {
     if (!views[name]) return;
+    this.#view = name;
     const others = ((this.#figures.length - 1) / 2) * apart;
     const wide = others && (others + 0.6 * this.#size) / (Math.tan(this.camera.fov * Math.PI / 360) * this.camera.aspect);
-    const place = new THREE.Vector3(...views[name]).multiplyScalar(this.#size);
+    const { clientHeight } = this.element;
+    const place = new THREE.Vector3(...views[name]).multiplyScalar(this.#size * clientHeight / (clientHeight - tools));
     this.orbit.target.copy(centre).multiplyScalar(this.#size);
     this.camera.position.copy(place.setLength(Math.max(place.length(), wide + others / 2))).add(this.orbit.target);
     this.orbit.update();
@@ -70,6 +74,7 @@ export class Room {
                     '+': [0, 0, 0.9], '-': [0, 0, 1 / 0.9] };
     if (!turns[event.key]) return;
     event.preventDefault();
+    this.#view = '';
     const [around, over, nearer] = turns[event.key];
     const away = this.camera.position.clone().sub(this.orbit.target);
     const { radius, theta, phi } = new THREE.Spherical().setFromCartesianCoords(away.y, away.z, away.x);
@@ -105,10 +110,10 @@ export class Room {
     const names = several ? `${arms.length} arms` : `Arm ${arms[0].model}`;
     this.canvas.setAttribute('aria-label', `${names}; arrow keys turn the view, plus and minus bring it nearer or farther`);
     this.#size = Math.max(...this.#figures.map(({ size }) => size));
+    this.orbit.maxDistance = 6 + 2 * apart * (arms.length - 1);
     Object.assign(this.sun.shadow.camera, { left: -0.7 - 0.7 * arms.length, right: 0.7 + 0.7 * arms.length });
     this.sun.shadow.camera.updateProjectionMatrix();
     this.#resize();
-    this.view('corner');
     this.choose(this.#chosen);
   }
 
@@ -189,7 +194,8 @@ export class Room {
     if (!clientWidth || !clientHeight) return;
     this.#renderer.setSize(clientWidth, clientHeight);
     this.camera.aspect = clientWidth / clientHeight;
-    this.camera.updateProjectionMatrix();
+    this.camera.setViewOffset(clientWidth, clientHeight, 0, -tools / 2, clientWidth, clientHeight);
+    this.view(this.#view);
     this.#draw();
   }
 

@@ -24,9 +24,10 @@ export function buildTabs() {
     tab.addEventListener('keydown', ({ key }) => {
       const step = { ArrowRight: 1, ArrowLeft: -1 }[key];
       if (!step) return;
-      const next = (i + step + tabs.length) % tabs.length;
-      choose(next);
-      tabs[next].focus();
+      const seen = tabs.filter(({ offsetParent }) => offsetParent); // an onlooker has fewer
+      const next = seen.at((seen.indexOf(tab) + step) % seen.length);
+      choose(tabs.indexOf(next));
+      next.focus();
     });
   });
   get('tabs').append(...tabs);

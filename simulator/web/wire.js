@@ -91,7 +91,7 @@ export class Wire {
     const item = Object.assign(element('li', gap ? 'gap' : '', gap ? text : ''), { line });
     if (gap) return item;
     item.classList.toggle('refusal', direction === '<-' && /:\s*false|"error"/.test(text));
-    item.append(element('span', 'time', time.toFixed(3)), element('span', 'client', String(client)),
+    item.append(element('span', 'time', time.toFixed(3)), element('span', 'client', client ? String(client) : ''),
                 element('span', 'direction', arrows[direction]), element('span', 'took'),
                 element('span', direction === '->' ? 'request' : 'reply', text));
     return item;

@@ -20,6 +20,10 @@ def test_looks_back(begin, browser: Browser) -> None:
     assert browser.joint(3) == 40, "the readings are present"
     browser.click("#plot-now")
     becomes(lambda: browser.drawn, after)
+    trail, *begun = browser.run("""const play = document.querySelector('#plot-play'),
+        { dataset } = document.querySelector('#view canvas'), { trail } = dataset;
+        play.click(); play.click(); return [trail, dataset.flange, dataset.trail]""")
+    assert begun == [before, trail], "the way back to the begin is none of the arm's"
 
 
 @pytest.mark.parametrize("kind", ["mcap", "jsonl"])
