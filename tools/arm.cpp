@@ -1,5 +1,6 @@
 #include "arm.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -70,8 +71,11 @@ void catch_interrupts()
     struct sigaction action = {};
     action.sa_handler = [](int) { is_interrupted = true; };
     action.sa_flags = SA_RESTART | SA_RESETHAND; // a second interrupt ends the program at once
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    for (const int signal : {SIGINT, SIGTERM})
         sigaction(signal, &action, nullptr);
+    struct sigaction inherited;
+    sigaction(SIGHUP, nullptr, &inherited);
+    if (inherited.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr); // nohup keeps it away
 }
 
 bool interrupted()
@@ -91,6 +95,8 @@ Arm::Arm(const std::string& address, int model, double timeout, KX_LINK_OPTIONS 
 {
     const auto [host, port] = parse(address);
     options.connect_timeout_ms = options.reply_timeout_ms = milliseconds(timeout);
+    // An answer that does not come within its time is that, and no loss.
+    options.silence_ms = std::max(options.silence_ms, options.reply_timeout_ms + 1000);
     link_ = KX_Link_Open(host.c_str(), port, model, &options);
     if (link_ < 0) throw failed(-link_);
 }

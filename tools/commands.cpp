@@ -191,7 +191,7 @@ Answer state(const Given& given)
     const Arm arm(given.arm, given.model, timeout_of(given));
     const char* separator = given.json ? "" : isatty(STDOUT_FILENO) ? "\033[5A" : "\n"; // up by all rows
     Answer answer = read_state(arm, joint_count);
-    while (given.watch) {
+    while (given.watch && std::ferror(stdout) == 0) {
         print(answer, given.json);
         sleep_cp(static_cast<unsigned int>(1000 * given.every));
         answer = read_state(arm, joint_count);

@@ -32,8 +32,8 @@ struct Given {
     std::string file;                   ///< a recording
     bool csv = false;                   ///< is wanted of it
     bool overwrite = false;
-    double hz = 50;     ///< states a second
-    double seconds = 0; ///< of a recording, 0: until interrupted
+    double hz = 50;                ///< states a second
+    std::optional<double> seconds; ///< of a recording; else until interrupted
 };
 
 /*

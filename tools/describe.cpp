@@ -1,4 +1,6 @@
 // Descriptions of the arms for other people's programs.
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -18,12 +20,12 @@ int described_model(const Given& given)
     return model;
 }
 
-/** @throws WrongUse when it cannot be written */
+/** @throws Failed when it cannot be written */
 void write(const std::filesystem::path& path, const std::string& contents)
 {
     std::ofstream file(path, std::ios::binary);
     file << contents << std::flush;
-    if (!file) throw WrongUse("cannot write " + path.string());
+    if (!file) throw Failed{bad_file, "cannot write " + path.string() + ": " + std::strerror(errno)};
 }
 
 Answer give(const Given& given, std::string (*describe)(const description::Options&))

@@ -1,6 +1,7 @@
 // kx: drives a robot arm from a terminal or a script.
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 
 #include <CLI/CLI.hpp>
 #include <kx_base.h>
@@ -15,10 +16,16 @@ using namespace kx::tool;
 
 constexpr int wrong_use = 64; ///< beyond all status codes of the library
 
-/** The library takes single-precision numbers. */
+/** The library takes single-precision numbers; what an unset variable of a script leaves is not 0. */
 std::string is_finite(const std::string& text)
 {
+    if (text.empty()) return "an empty argument is no number";
     return std::isfinite(std::strtof(text.c_str(), nullptr)) ? "" : text + " is no number to send";
+}
+
+std::string is_given(const std::string& text)
+{
+    return text.empty() ? "an empty argument is no value" : "";
 }
 
 std::string is_prefix(const std::string& text)
@@ -64,7 +71,7 @@ class CommandLine {
     int run(int argc, char** argv)
     {
         try {
-            app_.parse(argc, argv);
+            app_.parse(words(argc, argv));
             if (needs_arm_ && given_.arm.empty()) throw WrongUse(how_to_have_an_arm);
             return finish(command_(given_));
         } catch (const Failed& failed) {
@@ -79,6 +86,15 @@ class CommandLine {
     }
 
   private:
+    /** Last one first, as the parser takes them; and -.5, which it would take for an option, as -0.5. */
+    static std::vector<std::string> words(int argc, char** argv)
+    {
+        std::vector<std::string> words(std::reverse_iterator(argv + argc), std::reverse_iterator(argv + 1));
+        for (std::string& word : words)
+            if (word.starts_with("-.")) word.insert(1, "0");
+        return words;
+    }
+
     CLI::App* add(const char* name, Answer (*command)(const Given&), const char* help, bool needs_arm = true)
     {
         CLI::App* sub = app_.add_subcommand(name, help);
@@ -141,7 +157,7 @@ class CommandLine {
         sub->add_option("kind", given_.kind, "do, di, ao, ai of the controller, tool of the flange")
             ->check(CLI::IsMember({"do", "di", "ao", "ai", "tool"}));
         sub->add_option("channel", given_.channel, "counted from 1")->check(CLI::Range(1, 255));
-        sub->add_option("value", given_.value, "on or off; of ao V");
+        sub->add_option("value", given_.value, "on or off; of ao V")->check(is_given);
 
         sub = add("gripper", gripper, "Open or close the gripper and wait until its fingers rest");
         sub->add_option("action", given_.action, "open, close, hold (close and keep up the force), to")
@@ -149,8 +165,12 @@ class CommandLine {
             ->required();
         sub->add_option("position", given_.position,
                         "for `to`, in the gripper's units (kx-controller: 0.1 mm)");
-        sub->add_option("--speed", given_.finger_speed, "in the gripper's units")->capture_default_str();
-        sub->add_option("--force", given_.force, "in the gripper's units")->capture_default_str();
+        sub->add_option("--speed", given_.finger_speed, "in the gripper's units")
+            ->check(is_given)
+            ->capture_default_str();
+        sub->add_option("--force", given_.force, "in the gripper's units")
+            ->check(is_given)
+            ->capture_default_str();
 
         add_numbers(add("fk", forward, "Compute the tool's pose for joint angles; needs no arm", false),
                     "joint", angles_help);
@@ -180,9 +200,12 @@ class CommandLine {
         sub = add("record", record, "Record the arm's states and the lines of the wire, until interrupted");
         sub->add_option("file", given_.file, "of the format MCAP")->required();
         sub->add_option("--hz", given_.hz, "states a second")
+            ->check(is_finite)
             ->check(CLI::Range(0.1, 1000.0))
             ->capture_default_str();
-        sub->add_option("--seconds", given_.seconds, "end after so many")->check(CLI::Range(0.0, 1e7));
+        sub->add_option("--seconds", given_.seconds, "end after so many")
+            ->check(is_finite)
+            ->check(CLI::Range(0.0, 1e7));
         sub->add_flag("--overwrite", given_.overwrite, "replace a file that exists");
         sub = add("export", export_recording, "Print what a recording holds; needs no arm", false);
         sub->add_option("file", given_.file, "of the format MCAP")->required();
@@ -228,5 +251,8 @@ class CommandLine {
 
 int main(int argc, char** argv)
 {
-    return CommandLine().run(argc, argv);
+    const int status = CommandLine().run(argc, argv);
+    if (status != KX_SUCCESS || (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)) return status;
+    std::fprintf(stderr, "kx: the output cannot be written\n");
+    return bad_file;
 }

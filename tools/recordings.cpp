@@ -156,8 +156,8 @@ Answer record(const Given& given)
 
     catch_interrupts();
     using Clock = std::chrono::steady_clock;
-    const auto end = Clock::now() + std::chrono::duration<double>(given.seconds);
-    while (!interrupted() && recorder->trouble().empty() && (given.seconds == 0 || Clock::now() < end))
+    const auto end = Clock::now() + std::chrono::duration<double>(given.seconds.value_or(0));
+    while (!interrupted() && recorder->trouble().empty() && (!given.seconds || Clock::now() < end))
         sleep_cp(20);
 
     KX_LINK_COUNTERS counters = {};
@@ -183,7 +183,6 @@ Answer export_recording(const Given& given)
     } catch (const recording::Damaged& why) {
         throw Failed{bad_file, given.file + ": " + why.what()};
     }
-    if (!std::cout.flush()) throw Failed{bad_file, "the output cannot be written"};
     if (!account.damage.empty()) throw Failed{bad_file, given.file + " is damaged " + account.damage};
     if (!account.finished)
         std::fprintf(stderr, "kx: %s was never finished; this is all that is in it\n", given.file.c_str());
