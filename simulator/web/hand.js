@@ -11,6 +11,7 @@ const interval = 50; // ms between two places to which it leads
 export function followHand(canvas, view, lead) {
   const plane = new Plane();
   const ray = new Raycaster();
+  const hold = new Vector3(); // from where the tool was taken to the tool
   let pointer = null;
   let sent = 0;
 
@@ -19,22 +20,27 @@ export function followHand(canvas, view, lead) {
     return Math.hypot(offsetX - ((x + 1) / 2) * canvas.clientWidth, offsetY - ((1 - y) / 2) * canvas.clientHeight);
   };
 
+  /** The pointer's place in the plane. */
+  const place = ({ offsetX, offsetY }) => {
+    const [x, y] = [(offsetX / canvas.clientWidth) * 2 - 1, 1 - (offsetY / canvas.clientHeight) * 2];
+    ray.setFromCamera({ x, y }, view.camera);
+    return ray.ray.intersectPlane(plane, new Vector3());
+  };
+
   canvas.addEventListener('pointerdown', (event) => {
     if (!view.ledTool || fromTool(event) > reach) return;
     pointer = event.pointerId;
     canvas.setPointerCapture(pointer);
     view.orbit.enabled = false;
     plane.setFromNormalAndCoplanarPoint(view.camera.getWorldDirection(new Vector3()), view.ledTool);
+    hold.copy(view.ledTool).sub(place(event));
   }, true);
 
   canvas.addEventListener('pointermove', (event) => {
     if (event.pointerId !== pointer || performance.now() - sent < interval) return;
     sent = performance.now();
-    const x = (event.offsetX / canvas.clientWidth) * 2 - 1;
-    const y = 1 - (event.offsetY / canvas.clientHeight) * 2;
-    ray.setFromCamera({ x, y }, view.camera);
-    const place = ray.ray.intersectPlane(plane, new Vector3());
-    if (place) lead(place.toArray());
+    const to = place(event);
+    if (to) lead(to.add(hold).toArray());
   });
 
   for (const type of ['pointerup', 'pointercancel'])

@@ -174,8 +174,7 @@ hear('gap', () => {
 hear('time', ({ detail: time, arm }) => {
   arms[arm].past.now = time;
   if (arm !== controller.arm) return;
-  if (time < clock || time - clock >= idleClock) showClock();
-  plots.tell();
+  if (time < clock || time - clock >= idleClock) showClock(), plots.tell();
 });
 hear('wire', ({ detail, arm }) => {
   const { lines, past } = arms[arm];

@@ -92,6 +92,7 @@ export class Room {
 
   clearTrail() {
     for (const { trail } of this.#figures) trail.clear();
+    this.#tell();
     this.#draw();
   }
 
@@ -132,6 +133,7 @@ export class Room {
   /** A click, and no turning of the view, chooses an arm. */
   #heedClicks(choose) {
     const ray = new THREE.Raycaster();
+    ray.linePrecision = 0; // m; axes are not clicked
     let begun = null;
     this.canvas.addEventListener('pointerdown', (event) => (begun = event), true);
     this.canvas.addEventListener('click', ({ offsetX, offsetY }) => {
