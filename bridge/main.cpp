@@ -32,12 +32,12 @@ std::string is_finite(const std::string& text)
 }
 
 /** Names with slashes between them. */
-bool is_topic(std::string text)
+bool is_topic(const std::string& text)
 {
-    if (text.empty() || text.front() == '/' || text.back() == '/' || text.find("//") != text.npos)
-        return false;
-    std::ranges::replace(text, '/', '_');
-    return kx::description::is_prefix(text);
+    const size_t end = std::min(text.find('/'), text.size());
+    const std::string name = text.substr(0, end);
+    return !name.empty() && kx::description::is_prefix(name) &&
+           (end == text.size() || is_topic(text.substr(end + 1)));
 }
 
 Address parse(const std::string& text)
@@ -142,6 +142,9 @@ int main(int argc, char** argv)
     sigemptyset(&ends);
     sigaddset(&ends, SIGINT);
     sigaddset(&ends, SIGTERM);
+    struct sigaction hangup;
+    sigaction(SIGHUP, nullptr, &hangup);
+    if (hangup.sa_handler != SIG_IGN) sigaddset(&ends, SIGHUP); // which nohup keeps away
     pthread_sigmask(SIG_BLOCK, &ends, nullptr);
     try {
         app.parse(argc, argv);

@@ -14,6 +14,10 @@
 #ifndef KX_ARM_HPP
 #define KX_ARM_HPP
 
+#if __cplusplus < 202002L
+#error "kx/arm.hpp is for C++20: g++ -std=c++20, or CMAKE_CXX_STANDARD at 20"
+#endif
+
 #include "kx/arm/callbacks.hpp"
 #include "kx/arm/end_effectors.hpp"
 #include "kx/arm/errors.hpp"

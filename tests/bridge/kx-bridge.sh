@@ -11,7 +11,7 @@ fail() { echo "$*" && failures=1; }
 arm='--arm 127.0.0.1:8080,46'
 for wrong in '' '--arm 127.0.0.1,46' '--arm 127.0.0.1:8080' '--arm 127.0.0.1:8080,35' '--arm 127.0.0.1:8080,460' '--arm :8080,46' \
   '--arm 127.0.0.1:70000,46' '--arm 1=127.0.0.1:8080,46' '--arm =127.0.0.1:8080,46' "$arm $arm" "$arm --domain 233" \
-  "$arm --rate 0" "$arm --watchdog 0" "$arm --watchdog nan" "$arm --velocity nan" "$arm --rename joint=a" "$arm --rename tf=" "$arm --rename tf=a-b"; do
+  "$arm --rate 0" "$arm --watchdog 0" "$arm --watchdog nan" "$arm --velocity nan" "$arm --rename joint=a" "$arm --rename tf=" "$arm --rename tf=a-b" "$arm --rename tf=a/1"; do
   # shellcheck disable=SC2086
   timeout 20 "$bridge" $wrong >"$work/out" 2>"$work/err"
   [ $? = 64 ] && [ -s "$work/err" ] && [ ! -s "$work/out" ] || fail "kx-bridge $wrong: $(<"$work/err")"
@@ -24,7 +24,8 @@ read -r -u "$output" _
 sockets=$(find /proc/$pid/fd -lname 'socket:*' -printf '%l\n' | tr -dc '0-9\n')
 addresses=$(awk 'NR == FNR {is[$1]; next} $10 in is {print $2}' <(echo "$sockets") /proc/net/udp)
 [ "$addresses" ] && ! grep -v '^0100007F:' <<<"$addresses" || fail "it hears on $addresses"
-kill -INT $pid
+kill -HUP $pid
+wait $pid || fail "hung up: $?"
 
 # Manual and completion know every option.
 "$bridge" --help >"$work/help"
