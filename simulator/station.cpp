@@ -236,11 +236,15 @@ void Station::look_on()
 {
     const auto [host, port] = host_and_port(source_);
     const auto joints = static_cast<std::ptrdiff_t>(controller_.arm().joint_count());
-    onlooker_ = std::make_unique<Onlooker>(
-        host, std::stoi(port), controller_.arm().model.code, [this, joints](const KX_ARM_STATE& state) {
-            asio::post(loop_,
-                       [this, degrees = Joints(state.joint, state.joint + joints)] { page_.shows(degrees); });
-        });
+    onlooker_ = std::make_unique<Onlooker>(host, std::stoi(port), controller_.arm().model.code,
+                                           [this, joints](const KX_ARM_STATE& state) {
+                                               asio::post(loop_, [this, joints, state] {
+                                                   if (state.status == KX_SUCCESS)
+                                                       page_.shows(Joints(state.joint, state.joint + joints));
+                                                   else
+                                                       page_.wonders();
+                                               });
+                                           });
 }
 
 void Station::show_frame()

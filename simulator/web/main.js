@@ -48,11 +48,12 @@ function showSource({ source }, about) {
     showMode('recording');
     return write(get('running'), about.source);
   }
-  const said = source.joints && source.joints !== about.hinges.length ? 'other-arm'
+  const { joints, strange } = source;
+  const said = strange || (joints && joints !== about.hinges.length) ? 'other-arm'
     : source.age === null ? 'unheard' : source.age > 2 ? 'silent' : 'looking on';
   showMode(said, { 'other-arm': 'another arm', unheard: 'nothing heard yet' }[said] ?? said);
   write(get('running'), said === 'other-arm'
-    ? `${about.source} has ${source.joints} joints; this page is told model ${about.model}`
+    ? `${about.source} has ${joints || 'other'} joints; this page is told model ${about.model}`
     : `${about.source}${source.age === null ? '' : `, last reply ${source.age < 2 ? 'now' : `${source.age} s ago`}`}`);
 }
 

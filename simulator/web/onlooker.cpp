@@ -32,7 +32,8 @@ void Onlooker::look(const std::string& host, int port, int model)
     while (!is_ending_ && (link_ = KX_Link_Open(host.c_str(), port, model, &options)) < 0)
         ends_.wait_for(lock, std::chrono::seconds(1));
     const auto callback = [](const KX_ARM_STATE* state, void* self) {
-        if (state->status == KX_SUCCESS) static_cast<Onlooker*>(self)->seen_(*state);
+        if (state->status == KX_SUCCESS || state->status == KX_WRONG_TYPE)
+            static_cast<Onlooker*>(self)->seen_(*state);
     };
     KX_Link_Subscribe(link_, looks_per_second, callback, this);
 }

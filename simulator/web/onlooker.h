@@ -13,7 +13,8 @@ namespace kx::sim {
 
 class Onlooker {
   public:
-    /** @param seen is called on another thread, for every state that came */
+    /** @param seen is called on another thread, for every state that came, be it one that fits the model
+     * (KX_SUCCESS) or not (KX_WRONG_TYPE) */
     Onlooker(std::string host, int port, int model, std::function<void(const KX_ARM_STATE&)> seen);
     ~Onlooker();
     Onlooker(const Onlooker&) = delete;

@@ -76,6 +76,7 @@ void Page::passed(double, int, Direction direction, const std::string& line)
 void Page::shows(const Joints& degrees)
 {
     told_joints_ = degrees.size();
+    strange_ = false;
     heard_ = Real::now();
     arm().lead_to(degrees);
 }

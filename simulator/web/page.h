@@ -38,6 +38,9 @@ class Page : public Tap {
     /** The same, for a state of the arm that the page asked for itself. */
     void shows(const Joints& degrees);
 
+    /** It was told one that no arm of its model has. */
+    void wonders() { strange_ = true; }
+
     /** Time has gone on (s). Lets go of whatever the page holds and has not confirmed for a while: it may be gone. */
     void look(double time);
 
@@ -83,6 +86,7 @@ class Page : public Tap {
     // Of an arm that is not simulated here.
     std::optional<Real::time_point> heard_; ///< when something told last where it is
     std::size_t told_joints_ = 0;           ///< how many angles that had
+    bool strange_ = false;                  ///< what was told last was of another arm
 };
 
 } // namespace kx::sim

@@ -228,9 +228,9 @@ double Page::dexterity() const
 Json Page::source() const
 {
     if (simulated_) return nullptr;
-    if (!heard_) return {{"age", nullptr}, {"joints", told_joints_}};
-    const auto age = std::chrono::duration_cast<std::chrono::seconds>(Real::now() - *heard_);
-    return {{"age", age.count()}, {"joints", told_joints_}};
+    Json age;
+    if (heard_) age = std::chrono::duration_cast<std::chrono::seconds>(Real::now() - *heard_).count();
+    return {{"age", age}, {"joints", told_joints_}, {"strange", strange_}};
 }
 
 Json Page::errors() const

@@ -28,10 +28,10 @@ export class Waypoints {
     this.#state = null;
     try {
       this.#places = JSON.parse(localStorage.getItem(this.#key) ?? '[]');
-    } catch {
-      this.#places = [];
+      this.#list();
+    } catch { // what another version kept, or nothing may be
+      this.#keep([]);
     }
-    this.#list();
   }
 
   show(state) {

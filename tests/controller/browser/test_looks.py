@@ -31,9 +31,9 @@ def test_tells_whose_arm_it_shows(start, browser: Browser) -> None:
     assert re.fullmatch(f"{source}, last reply \\d+ s ago", browser.text("#running"))
 
     wrong = start(f"--proxy 127.0.0.1:{start(models=(47,)).ports[0]}")
-    browser.look_at(wrong, mode="nothing heard yet")
+    browser.look_at(wrong, mode="another arm")
     wrong.connect(model=47).joints_deg()
-    browser.shows("#mode", "another arm")
+    becomes(lambda: browser.text("#running"), lambda told: told.endswith(" has 7 joints; this page is told model 46"))
 
 
 def test_goes_on_after_it_was_hidden(begin, browser: Browser) -> None:
