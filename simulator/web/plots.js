@@ -169,7 +169,7 @@ export class Plots {
   /** What is seen: the last of it, or that about the moment that is looked at, which stays as long as it can. */
   #frame() {
     const { begin, now, recorded } = this.#past;
-    this.#span = recorded ? Math.max(1, Math.min(longest, now - begin)) : longest;
+    this.#span = Math.max(recorded ? 1 : 10, Math.min(longest, now - begin));
     if (this.#at === null) this.#end = now;
     else if (this.#at > this.#end || this.#at < this.#end - this.#span) this.#end = Math.min(now, this.#at + this.#span / 2);
     if (recorded) this.#end = Math.max(this.#end, begin + this.#span);
