@@ -1,8 +1,10 @@
 // kx-controller: a virtual arm controller. It answers the controller's JSON line protocol and moves a
 // simulated arm.
+#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 
 #include <CLI/CLI.hpp>
@@ -33,61 +35,93 @@ struct Given {
 template <typename Inputs>
 void set(Inputs& inputs, const Channels& given)
 {
-    for (const auto& [channel, value] : given) {
-        if (channel < 1 || channel > static_cast<int>(inputs.size()))
-            throw std::invalid_argument("there is no input " + std::to_string(channel));
+    for (const auto& [channel, value] : given)
         inputs[static_cast<std::size_t>(channel - 1)] = static_cast<typename Inputs::value_type>(value);
-    }
 }
 
-void set(std::map<int, int>& inputs, const Channels& given, int highest)
+/** Which numbers an option of the form NUMBER=VALUE takes, and which values, all from 0. */
+struct Form {
+    int first, last;
+    double highest;
+    bool is_whole = true;
+};
+
+constexpr Form switches{1, io_channels, 1}, volts{1, io_channels, 10, false}, bits{0, 65535, 1},
+    registers{0, 65535, 65535};
+
+bool takes(const Form& form, int number, double value)
 {
-    for (const auto& [address, value] : given) {
-        if (!(value >= 0 && value <= highest))
-            throw std::invalid_argument("input " + std::to_string(address) + " goes to " +
-                                        std::to_string(highest));
-        inputs[address] = static_cast<int>(value);
-    }
+    return number >= form.first && number <= form.last && value >= 0 && value <= form.highest &&
+           (!form.is_whole || value == std::floor(value));
 }
 
 /** An option of the form NUMBER=VALUE, which may be given several times. */
-void add_channels(CLI::App& app, const std::string& name, Channels& channels, const std::string& help)
+void add_channels(CLI::App& app, const std::string& name, Channels& channels, const Form& form,
+                  const std::string& help)
 {
-    const auto take = [&channels, name](const std::vector<std::string>& settings) {
+    const auto take = [=, &channels](const std::vector<std::string>& settings) {
         for (const std::string& setting : settings) {
             int channel = 0;
             double value = 0;
             char more = 0;
-            if (std::sscanf(setting.c_str(), "%d=%lf%c", &channel, &value, &more) != 2)
-                throw CLI::ValidationError(name, setting + " is not of the form 1=2.5");
+            if (std::sscanf(setting.c_str(), "%d=%lf%c", &channel, &value, &more) != 2 ||
+                !takes(form, channel, value)) {
+                std::ostringstream message;
+                message << setting << " is not NUMBER=VALUE with a number from " << form.first << " to "
+                        << form.last << " and a " << (form.is_whole ? "whole " : "") << "value from 0 to "
+                        << form.highest;
+                throw CLI::ValidationError(name, message.str());
+            }
             channels[channel] = value;
         }
     };
     app.add_option_function<std::vector<std::string>>(name, take, help)->type_name("NUMBER=VALUE");
 }
 
+/** NaN is in no range. */
+CLI::Validator between(double low, double high)
+{
+    std::ostringstream out;
+    out << "from " << low << " to " << high;
+    const std::string range = out.str();
+    const auto wrong = [=](const std::string& given) {
+        double value = 0;
+        const bool is_within = CLI::detail::lexical_cast(given, value) && value >= low && value <= high;
+        return is_within ? "" : given + " is no number " + range;
+    };
+    return {wrong, range};
+}
+
+/** An empty text, as of a variable that a shell does not know, would be taken for none. */
+const CLI::Validator said([](const std::string& given) { return given.empty() ? "nothing is given" : ""; },
+                          "");
+
 void add_world_options(CLI::App& app, World& world, Given& given)
 {
-    add_channels(app, "--di", given.digital_inputs, "digital inputs of the controller, counted from 1");
-    add_channels(app, "--ai", given.analogue_inputs, "its analogue inputs, V");
-    add_channels(app, "--tool-di", given.tool_inputs, "inputs of the tool flange, where it has no outputs");
+    add_channels(app, "--di", given.digital_inputs, switches,
+                 "digital inputs of the controller, counted from 1");
+    add_channels(app, "--ai", given.analogue_inputs, volts, "its analogue inputs, V");
+    add_channels(app, "--tool-di", given.tool_inputs, switches,
+                 "inputs of the tool flange, where it has no outputs");
     app.add_option("--object", given.object_width, "width of an object between the gripper's fingers, mm")
-        ->check(CLI::Range(0.0, 100.0));
+        ->check(between(1, 100));
     app.add_option("--object-mass", given.object_mass, "its mass, kg")
-        ->check(CLI::NonNegativeNumber)
+        ->check(between(0, 10))
         ->capture_default_str();
     app.add_option("--payload", world.payload, "mass mounted on the flange, kg")
-        ->check(CLI::NonNegativeNumber)
+        ->check(between(0, 20))
         ->capture_default_str();
-    app.add_option("--table", given.table, "height of a level surface that the flange can touch, mm");
+    app.add_option("--table", given.table, "height of a level surface that the flange can touch, mm")
+        ->check(between(-10000, 10000));
     app.add_option("--lead", given.way,
                    "where the operator leads the arm in drag teaching: joint angles with commas, degrees; "
                    "for several places several times")
-        ->delimiter(',');
-    add_channels(app, "--modbus-input", given.modbus_inputs,
+        ->delimiter(',')
+        ->check(between(-360, 360));
+    add_channels(app, "--modbus-input", given.modbus_inputs, bits,
                  "discrete inputs of the simulated Modbus devices, by address");
-    add_channels(app, "--modbus-register", given.modbus_registers, "their input registers");
-    app.add_option("--log", world.log_file, "file into which a client can have the log written");
+    add_channels(app, "--modbus-register", given.modbus_registers, registers, "their input registers");
+    app.add_option("--log", world.log_file, "file into which a client can have the log written")->check(said);
 }
 
 void add_testing_options(CLI::App& app, ServerOptions& options)
@@ -100,10 +134,12 @@ void add_testing_options(CLI::App& app, ServerOptions& options)
                    "file of what happens, one a line after the seconds since the first connection, after the "
                    "command at whose first request it begins, or after an output: 2.5 silence, movej reset, "
                    "movej+0.4 collision, do 1 rises, +0.5 di 2 on; before a command or an output, every")
+        ->check(said)
         ->type_name("FILE");
     app.add_option("--control", options.control,
                    "port of this machine on which the same is heard line by line, 0 picks a free one; -: the "
                    "standard input")
+        ->check(said)
         ->type_name("PORT|-");
     app.add_flag("--until-eof", options.until_eof,
                  "end when the standard input does: with the program at the other end of a pipe");
@@ -111,11 +147,14 @@ void add_testing_options(CLI::App& app, ServerOptions& options)
     app.add_option("--record", options.record,
                    "file into which all traffic is recorded, without passwords; with the arm's angles if it "
                    "ends in .mcap")
+        ->check(said)
         ->type_name("FILE");
     const auto replay =
         app.add_option("--replay", options.replay, "recording that answers instead of the arm")
+            ->check(said)
             ->type_name("FILE");
     app.add_option("--proxy", options.proxy, "controller that answers instead of the arm")
+        ->check(said)
         ->type_name("HOST:PORT")
         ->excludes(replay);
     app.footer("What happens; faults are ended by their name and off, or all by off; of several arms all do "
@@ -129,8 +168,8 @@ void complete_world(const CLI::App& app, World& world, const Given& given, const
     set(world.digital_inputs, given.digital_inputs);
     set(world.analogue_inputs, given.analogue_inputs);
     set(world.tool_inputs, given.tool_inputs);
-    set(world.modbus_inputs, given.modbus_inputs, 1);
-    set(world.modbus_input_registers, given.modbus_registers, 65535);
+    world.modbus_inputs = {given.modbus_inputs.begin(), given.modbus_inputs.end()};
+    world.modbus_input_registers = {given.modbus_registers.begin(), given.modbus_registers.end()};
     if (app.count("--object")) world.object = {given.object_width, given.object_mass};
     if (app.count("--table")) world.table = given.table;
     const std::size_t joints = models.front() == 47 ? 7 : 6;
@@ -191,7 +230,7 @@ int main(int argc, char** argv)
         ->allow_extra_args(false)
         ->check(CLI::IsMember({36, 46, 47}));
     app.add_option("--speed", options.speed, "simulated time runs this many times as fast as real time")
-        ->check(CLI::Range(0.001, 1000.0))
+        ->check(between(0.001, 1000))
         ->capture_default_str();
     app.add_flag("--trace", options.trace, "print every line in and out, with simulated seconds");
     app.add_option_function<int>(
@@ -202,7 +241,8 @@ int main(int argc, char** argv)
         ->check(CLI::Range(0, 1000))
         ->type_name("MS");
     app.add_option("--modbus-tcp", options.modbus_tcp,
-                   "HOST:PORT of a real Modbus slave behind the controller's ports");
+                   "HOST:PORT of a real Modbus slave behind the controller's ports")
+        ->check(said);
     unsigned short web_port = 0;
     CLI::Option* const web =
         app.add_option("--web", web_port,

@@ -1,5 +1,6 @@
 #include "line/proxy.h"
 
+#include <charconv>
 #include <stdexcept>
 
 #include <asio/buffer.hpp>
@@ -53,9 +54,14 @@ class Proxy::Upstream : public Answerer, public std::enable_shared_from_this<Ups
 std::pair<std::string, std::string> host_and_port(const std::string& address)
 {
     const auto colon = address.rfind(':');
-    if (colon == std::string::npos)
+    std::string host = address.substr(0, colon);
+    const std::string port = colon == address.npos ? "" : address.substr(colon + 1);
+    if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+    unsigned short number = 0;
+    const auto [end, error] = std::from_chars(port.data(), port.data() + port.size(), number);
+    if (host.empty() || error != std::errc() || end != port.data() + port.size() || number == 0)
         throw std::invalid_argument("an address is given as HOST:PORT, not " + address);
-    return {address.substr(0, colon), address.substr(colon + 1)};
+    return {host, port};
 }
 
 Proxy::Proxy(asio::io_context& loop, const std::string& controller) : loop_(loop)

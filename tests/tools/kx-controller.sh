@@ -10,7 +10,8 @@ fail() { echo "$*" && failures=1; }
 # Wrong use is said, with 64.
 printf 'movej di 9 on\n' >"$work/script"
 for wrong in '--model 35' '--port 70000' '--speed 0' '--payload -1' '--object-mass -1' '--di 5=1' '--fault dely' \
-  '--control tcp' "--script $work/script" '--lead 1,2,3' --fly fly \
+  '--payload nan' '--lead 1,2,3,4,5,nan' '--ai 1=nan' '--ai 1=11' '--di 1=2' '--modbus-input -1=1' '--modbus-register 1=.5' \
+  '--control tcp' "--script $work/script" "--script=" '--lead 1,2,3' --fly fly '--proxy :80' '--proxy localhost:http' \
   '--port 1 --port 2' '--model 46 --model 47 --port 65535' '--model 46 --model 47 --record x' '--web-host ::1'; do
   # shellcheck disable=SC2086
   "$controller" $wrong >"$work/out" 2>"$work/err" </dev/null
