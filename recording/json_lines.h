@@ -18,8 +18,8 @@
 
 namespace kx::recording {
 
-/** A request or reply as recordings keep it, without its end. What is no JSON object, or would not read the same again,
- *  is kept as a text. */
+/** A request or reply as recordings keep it, without its end. What is no JSON object, or would not read the same again
+ *  but for its blanks, is kept as a text. */
 Json as_recorded(std::string_view line);
 
 /** The first line, with its end. */

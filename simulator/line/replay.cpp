@@ -21,10 +21,11 @@ std::string text_of(const Json& line)
     return line.is_string() ? line.get<std::string>() : printed(line);
 }
 
-/** By which requests are compared; the order of their members does not matter. */
+/** By which requests are compared; the order of their members does not matter, nor how they are spelled. */
 std::string content(const Json& request)
 {
-    return request.is_object() ? nlohmann::json(request).dump() : text_of(request);
+    const Json read = request.is_object() ? request : parsed(text_of(request));
+    return read.is_object() ? nlohmann::json(read).dump() : text_of(request);
 }
 
 int awaited_by(const Json& request)

@@ -1,5 +1,6 @@
 // Recordings when something goes wrong: a slow file, a file that breaks off, flipped bits, other people's files.
 #include "recording/json.h"
+#include "recording/json_lines.h"
 #include "recording/messages.h"
 #include "recording/reader.h"
 #include "recording/recorder.h"
@@ -97,6 +98,15 @@ std::string three_chunks()
     }
     writer.finish();
     return file.content();
+}
+
+TEST(JsonLines, KeepAsATextWhatIsNoObjectOrWouldReadOtherwise)
+{
+    for (const char* object :
+         {R"({"a":1,"b":[2,"x y"]})", R"({"a": 1, "b": [2, "x y"]})", "{\n\t\"a\":\t1e3\n}\r\n"})
+        EXPECT_TRUE(as_recorded(object).is_object()) << object;
+    for (const char* text : {"[1]", R"({"a":1,"a":2})", R"({"a":1e3})", "{"})
+        EXPECT_EQ(as_recorded(text), text);
 }
 
 TEST(Reader, GivesAllWholeChunksOfAFileThatBreaksOff)
