@@ -58,6 +58,7 @@ void Session::has_read()
 void Session::take(std::string_view bytes)
 {
     for (const Request& request : framing_.feed(bytes)) {
+        const Clock::Moment moment(host_.clock());
         host_.passed(number_, Direction::request, shown(request));
         if (!is_introduced_ && (!request.fault.empty() || !parsed(request.text).is_object()))
             return turn_away(request);
@@ -102,7 +103,7 @@ void Session::read_on()
 
 void Session::answerer_has_ended(const std::string& why)
 {
-    host_.passed(number_, Direction::event, why);
+    host_.log(number_, why);
     finish();
 }
 

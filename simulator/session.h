@@ -1,6 +1,7 @@
 // One client: reads what it sends, has it answered, and lets it know.
 #pragma once
 
+#include "arm/clock.h"
 #include "commands/tap.h"
 #include "line/answerer.h"
 #include "line/framing.h"
@@ -18,6 +19,9 @@ class Session : public LineWriter {
 
         /** Tells an event to whoever runs the program, too. */
         virtual void log(int client, const std::string& event) = 0;
+
+        /** Whose time stands still while a request is answered. */
+        virtual Clock& clock() = 0;
 
         /** Before it is answered. */
         virtual void comes(const Request& request) = 0;

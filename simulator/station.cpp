@@ -121,7 +121,8 @@ void Station::comes(const Request& request)
     if (!script_.awaits_something() || !request.fault.empty()) return;
     const Json json = parsed(request.text);
     if (const auto name = json.find("command"); name != json.end() && name->is_string()) {
-        script_.requested(*name, clock_.now());
+        if (const Command* command = find_command(name->get_ref<const std::string&>()))
+            script_.requested(std::string(command->called()), clock_.now());
         run_script();
     }
 }
@@ -150,18 +151,26 @@ void Station::log(int client, const std::string& event)
     passed(client, Direction::event, event);
 }
 
-/** The arm acts when it is asked something, and when its next event is due. */
+/** The arm acts when it is asked something, and when its next event is due. Time waits for the plan of a motion that shall
+ *  begin, so that what is counted from its request does not depend on how long that takes. */
 void Station::schedule()
 {
+    clock_.wait(controller_.arm().planning_to_leave());
     const auto event = controller_.next_event();
     if (!event) return void(event_.cancel());
     event_.expires_after(clock_.until(*event));
     event_.async_wait([this](asio::error_code cancelled) {
-        if (cancelled) return;
-        run_script();
-        controller_.advance(clock_.now());
-        schedule();
+        if (!cancelled) catch_up();
     });
+}
+
+/** In one moment, or the arm might be beyond what is due by then. */
+void Station::catch_up()
+{
+    const Clock::Moment moment(clock_);
+    run_script();
+    controller_.advance(clock_.now());
+    schedule();
 }
 
 // --- recordings
@@ -178,9 +187,7 @@ void Station::record(const ServerOptions& options)
 void Station::sample()
 {
     if (simulated_) {
-        run_script();
-        controller_.advance(clock_.now());
-        schedule();
+        catch_up();
         mcap_->sample(controller_);
     }
     if (const std::string trouble = mcap_->trouble(); !trouble.empty()) log_(trouble);
@@ -252,13 +259,11 @@ void Station::show_frame()
     page_.look(clock_.now());
     bool changes = page_.holds();
     if (web_->watched()) {
-        run_script();
-        const double now = clock_.now();
-        controller_.advance(now);
-        schedule();
+        const Clock::Moment moment(clock_);
+        catch_up();
         Json state = page_.state();
         state["faults"] = faults_.in_force();
-        changes |= news_->take(now, state);
+        changes |= news_->take(clock_.now(), state);
         web_->publish();
     }
     frame_.expires_after(changes ? frame_interval : rest_interval);
@@ -267,8 +272,8 @@ void Station::show_frame()
 
 std::string Station::act(const Json& wish, const std::string& from)
 {
-    run_script();
-    controller_.advance(clock_.now());
+    const Clock::Moment moment(clock_);
+    catch_up();
     std::string refused;
     try {
         if (member(wish, "act") == "fault")
@@ -342,6 +347,7 @@ std::string Station::check(const std::string& line)
 
 std::string Station::hear(const std::string& line)
 {
+    const Clock::Moment moment(clock_);
     run_script();
     const double now = clock_.now();
     if (!Script::says_when(line)) {

@@ -63,12 +63,14 @@ class Station : public Session::Host, public Answerer {
   private:
     void passed(int client, Direction direction, const std::string& line) override;
     void log(int client, const std::string& event) override;
+    Clock& clock() override { return clock_; }
     void comes(const Request& request) override;
     void answer(const Request& request, const ClientHandle& client) override;
 
     void take_in(asio::ip::tcp::socket socket);
     std::shared_ptr<Answerer> answerer_of(const std::shared_ptr<Session>& session);
     void schedule();
+    void catch_up();
 
     void record(const ServerOptions& options);
     void sample();

@@ -34,6 +34,7 @@ class Arm {
     /** Planning that takes long is done in slices, so that others need not wait: there is another one to do.
      */
     bool planning() const { return motions_.planning(); }
+    bool planning_to_leave() const { return !follower_.moving() && motions_.planning_to_leave(); }
     void plan_on() { motions_.plan_on(); }
 
     std::size_t joint_count() const { return drives.count(); }

@@ -13,7 +13,26 @@ class Clock {
 
     explicit Clock(double speed) : speed_(speed) {}
 
-    double now() const { return before_ + (paused_ ? 0 : Seconds(Real::now() - start_).count() * speed_); }
+    double now() const
+    {
+        return before_ + (paused_ || waits_ ? 0 : Seconds(present() - start_).count() * speed_);
+    }
+
+    /** While any of these lives, all happens at the same time, however long it takes and however fast time runs; what has
+     *  passed meanwhile is made up for afterwards. */
+    class Moment {
+      public:
+        explicit Moment(Clock& clock) : clock_(clock)
+        {
+            if (clock_.moments_++ == 0) clock_.held_ = Real::now();
+        }
+        ~Moment() { --clock_.moments_; }
+        Moment(const Moment&) = delete;
+        Moment& operator=(const Moment&) = delete;
+
+      private:
+        Clock& clock_;
+    };
 
     void set_speed(double speed)
     {
@@ -25,6 +44,13 @@ class Clock {
     {
         settle();
         paused_ = on;
+    }
+
+    /** Stands still for a short while. */
+    void wait(bool on)
+    {
+        if (on != waits_) settle();
+        waits_ = on;
     }
 
     /** Goes on by so much at once. */
@@ -41,13 +67,17 @@ class Clock {
   private:
     static constexpr double longest = 3600; // s
 
+    Real::time_point present() const { return moments_ > 0 ? held_ : Real::now(); }
+
     void settle()
     {
         before_ = now();
-        start_ = Real::now();
+        start_ = present();
     }
 
-    bool paused_ = false;
+    bool paused_ = false, waits_ = false;
+    int moments_ = 0;
+    Real::time_point held_;                ///< since the first of them
     Real::time_point start_ = Real::now(); ///< of the present speed, or pause
     double before_ = 0;                    ///< simulated time until then
     double speed_;

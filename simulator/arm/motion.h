@@ -94,6 +94,9 @@ class Motions {
     /** There is more to plan than the last slice was enough for. */
     bool planning() const;
 
+    /** The arm stands, and will not any more once that is planned. */
+    bool planning_to_leave() const { return !running_ && !paused_ && planning(); }
+
     /** When something will happen by itself next. */
     std::optional<double> next_event() const;
 

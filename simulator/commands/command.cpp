@@ -62,4 +62,9 @@ const Command* find_command(std::string_view name)
     return found == commands.end() ? nullptr : found->second;
 }
 
+bool is_called(std::string_view name)
+{
+    return !name.empty() && (find_command(name) || find_command(std::string(name) + ' '));
+}
+
 } // namespace kx::sim

@@ -101,6 +101,13 @@ struct Command {
 
     /** Under which false is answered if it was refused. */
     std::string_view refusal_key = key;
+
+    /** As logs and scripts call it: of two names on the wire, one is empty and one ends with a blank. */
+    std::string_view called() const
+    {
+        const auto shown = name.substr(0, name.find_last_not_of(' ') + 1);
+        return shown.empty() ? recognised_by : shown;
+    }
 };
 
 /** A motion: answered when it has ended. */
@@ -119,6 +126,9 @@ constexpr Command motion(std::string_view name, Function)
 
 /** None if there is no command of that name. */
 const Command* find_command(std::string_view name);
+
+/** Whether some command is called so. */
+bool is_called(std::string_view name);
 
 /** The line of a reply. An error text is cut as far as needed. @throws std::length_error if it cannot fit */
 std::string reply_line(Json reply);

@@ -41,7 +41,7 @@ constexpr Command controller_table[] = {
          return {{"voltage", std::lround(1000 * voltages(currents).front())},
                  {"current", std::lround(1000 * drawn)},
                  {"temperature", std::lround(1000 * (joints + cabinet_warmth))},
-                 {"err_flag", 0}};
+                 {"err_flag", static_cast<int>(call.peripherals.system.fault())}};
      }},
     {"set_wifi_ap", "", [](Call& call) { return join_wifi(call, "WiFi access point", "wifi_name"); }},
     {"set_wifi_sta", "", [](Call& call) { return join_wifi(call, "WiFi of the router", "router_name"); }},

@@ -73,7 +73,7 @@ void Controller::answer(const std::string& text, const ClientHandle& client)
         respond(command, value, refused, *asker);
     };
     try {
-        if (refused_.contains(name->get_ref<const std::string&>()))
+        if (refused_.contains(std::string(command.called())))
             throw Refused("this command is refused on demand");
         Call call{request, arm_, peripherals_, asker, later, log_};
         if (const auto value = command.handle(call)) respond(command, *value, "", *asker);
@@ -87,7 +87,7 @@ void Controller::respond(const Command& command, const Json& value, const std::s
 {
     Json reply = {{"command", command.recognised_by}};
     if (!refused.empty()) {
-        log_("refused " + std::string(command.name) + ": " + refused);
+        log_("refused " + std::string(command.called()) + ": " + refused);
         if (!command.refusal_key.empty()) reply[std::string(command.refusal_key)] = false;
         reply["error"] = refused;
     } else if (command.key.empty()) {

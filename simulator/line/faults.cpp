@@ -192,7 +192,7 @@ constexpr Kind kinds[] = {
          std::set<std::string> names;
          do {
              const std::string name = words.word("COMMAND");
-             if (!find_command(name)) throw std::invalid_argument("there is no command " + name);
+             if (!is_called(name)) throw std::invalid_argument("there is no command " + name);
              names.insert(name);
          } while (!words.empty());
          return [names](FaultTarget& target) { target.controller->refuse(names); };

@@ -27,8 +27,8 @@ void LineWriter::push(std::string_view kind, const std::string& line)
 void LineWriter::delay(std::function<void()> queue_up)
 {
     if (!open_) return;
-    auto due = Clock::now() + std::chrono::ceil<Clock::duration>(luck_.delay(faults_));
-    if (delayed_.empty() && due <= Clock::now()) {
+    auto due = Real::now() + std::chrono::ceil<Real::duration>(luck_.delay(faults_));
+    if (delayed_.empty() && due <= Real::now()) {
         queue_up();
         return write();
     }
@@ -41,7 +41,7 @@ void LineWriter::await_delayed()
 {
     delay_timer_.expires_at(delayed_.front().due);
     delay_timer_.async_wait([self = shared_from_this()](auto) {
-        for (auto& lines = self->delayed_; !lines.empty() && lines.front().due <= Clock::now();) {
+        for (auto& lines = self->delayed_; !lines.empty() && lines.front().due <= Real::now();) {
             lines.front().queue_up();
             lines.pop_front();
         }
@@ -86,7 +86,7 @@ void LineWriter::write()
 void LineWriter::await_company()
 {
     if (std::exchange(awaits_company_, true)) return;
-    after(std::chrono::ceil<Clock::duration>(faults_.company), &LineWriter::stop_waiting);
+    after(std::chrono::ceil<Real::duration>(faults_.company), &LineWriter::stop_waiting);
 }
 
 void LineWriter::stop_waiting()
@@ -105,7 +105,7 @@ void LineWriter::write_piece()
         if (self->pieces_.empty())
             self->after(self->gap_, &LineWriter::end_gap);
         else
-            self->after(std::chrono::ceil<Clock::duration>(self->faults_.pause), &LineWriter::write_piece);
+            self->after(std::chrono::ceil<Real::duration>(self->faults_.pause), &LineWriter::write_piece);
     });
 }
 
@@ -116,7 +116,7 @@ void LineWriter::end_gap()
     has_written();
 }
 
-void LineWriter::after(Clock::duration time, void (LineWriter::*next)())
+void LineWriter::after(Real::duration time, void (LineWriter::*next)())
 {
     timer_.expires_after(time);
     timer_.async_wait([self = shared_from_this(), next](auto cancelled) {

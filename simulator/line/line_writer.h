@@ -55,10 +55,10 @@ class LineWriter : public OnlyClient, public std::enable_shared_from_this<LineWr
     const LineFaults& faults_;
 
   private:
-    using Clock = std::chrono::steady_clock;
+    using Real = std::chrono::steady_clock;
 
     struct Delayed {
-        Clock::time_point due;
+        Real::time_point due;
         std::function<void()> queue_up;
     };
 
@@ -66,7 +66,7 @@ class LineWriter : public OnlyClient, public std::enable_shared_from_this<LineWr
     void await_delayed();
     void await_company();
     void write_piece();
-    void after(Clock::duration time, void (LineWriter::*next)());
+    void after(Real::duration time, void (LineWriter::*next)());
     void end_gap();
     void stop_waiting();
 

@@ -53,8 +53,7 @@ bool Script::says_when(const std::string& line)
 {
     std::istringstream words(line);
     const std::string first = next(words);
-    return first == "every" || first == "do" || seconds(first) ||
-           find_command(first.substr(0, first.find('+')));
+    return first == "every" || first == "do" || seconds(first) || is_called(first.substr(0, first.find('+')));
 }
 
 Script::Line Script::parse(const std::string& text, const Check& check)
@@ -71,7 +70,7 @@ Script::Line Script::parse(const std::string& text, const Check& check)
     }
     const auto plus = word.find('+');
     const bool is_delayed = plus != word.npos;
-    if (line.event.empty() && find_command(word.substr(0, plus))) line.event = word.substr(0, plus);
+    if (line.event.empty() && is_called(word.substr(0, plus))) line.event = word.substr(0, plus);
     if (line.event.empty() || is_delayed) {
         const std::string number = line.event.empty() ? word : word.substr(plus + 1);
         const auto after = seconds(number);

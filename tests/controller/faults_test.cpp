@@ -3,6 +3,7 @@
 #include "support/own_file.h"
 
 #include <atomic>
+#include <set>
 
 namespace {
 
@@ -25,15 +26,28 @@ int move(int arm)
     return Movej_Cmd(arm, far_away, 20, 0, true);
 }
 
+// The wire has other names for both.
+int lift(int arm)
+{
+    return Set_Lift(arm, 10, 50, true);
+}
+
+int learn_tool(int arm)
+{
+    return Auto_Set_Tool_Frame(arm, 1, true);
+}
+
 // Errors of the second joint and of the controller; clearing them lets the arm move again.
 void expect_cleared(int arm, int joint_error, int system_error)
 {
-    unsigned short errors[7] = {}, arm_err = 0, sys_err = 0;
-    float joint[7];
+    unsigned short errors[7] = {}, arm_err = 0, sys_err = 0, controller_err = 0;
+    float joint[7], volts;
     POSE pose;
     EXPECT_EQ(Get_Joint_Err_Flag(arm, errors), 0);
     EXPECT_EQ(Get_Current_Arm_State(arm, joint, &pose, &arm_err, &sys_err), 0);
+    EXPECT_EQ(Get_Controller_State(arm, &volts, &volts, &volts, &controller_err), 0);
     EXPECT_TRUE(errors[1] == joint_error && arm_err == joint_error && sys_err == system_error);
+    EXPECT_EQ(controller_err, system_error);
     EXPECT_LT(joint[0], 89) << "the arm was stopped on its way";
     EXPECT_EQ(move(arm), 1) << "not before the error is cleared";
     EXPECT_EQ(Set_Joint_Err_Clear(arm, 2, true), 0);
@@ -78,6 +92,8 @@ const FaultRow fault_rows[] = {
      [](int arm) { EXPECT_EQ(ask(arm), 6) << "the connection is gone for good"; }, 3000},
     {"ARefusedMotion", "0 refuse movej movel", link, move, 1, [](int arm) { EXPECT_EQ(ask(arm), 0); }},
     {"ARefusedQuery", "0 refuse get_joint_degree", classic, ask, 11},
+    {"ARefusalByName", "set_lift refuse set_lift set_auto_tool_frame", link, lift, 1,
+     [](int arm) { EXPECT_EQ(learn_tool(arm), 1); }},
     {"RefusedOnlyForATime", "0 refuse movej\nget_joint_degree refuse off", link, move, 1,
      [](int arm) {
          EXPECT_EQ(ask(arm), 0);
@@ -120,6 +136,29 @@ TEST(Faults, TheClockRunsFasterFromNowOn)
     EXPECT_EQ(move(app.arm), 0) << "or 40 minutes later";
 }
 
+// The circle takes long to plan.
+TEST(Faults, ComeAtTheSamePlaceHoweverFastTimeRuns)
+{
+    const OwnFile script("script", "movec+0.4 collision");
+    std::set<std::vector<float>> places;
+    for (const char* speed : {"20", "1000"}) {
+        const Application app(46, {"--speed", speed, "--script", script.path});
+        const int arm = KX_Link_Open("127.0.0.1", app.controller->port(), 46, nullptr);
+        const float bent[7] = {0, 20, 70, 0, 80, 0};
+        float joint[7];
+        POSE via, to;
+        unsigned short error;
+        EXPECT_EQ(Movej_Cmd(arm, bent, 50, 0, true), 0);
+        EXPECT_EQ(Get_Current_Arm_State(arm, joint, &via, &error, &error), 0);
+        to = via;
+        via.y += 0.1f, to.y += 0.2f, via.z += 0.05f, to.z -= 0.1f;
+        EXPECT_EQ(Movec_Cmd(arm, via, to, 20, 0, 1, true), 1);
+        places.insert(app.standing());
+        KX_Link_Close(arm);
+    }
+    EXPECT_EQ(places.size(), 1u);
+}
+
 class Recording : public testing::TestWithParam<const char*> {};
 
 TEST_P(Recording, AnswersAsTheArmDid)
@@ -149,6 +188,18 @@ TEST_P(Recording, AnswersAsTheArmDid)
         EXPECT_EQ(app.joints()[0], 90) << "asked more often than recorded";
     m_nOutTime = 300;
     EXPECT_EQ(Set_Joint_Speed(app.arm, 1, 70, true), 7) << "not in the recording";
+}
+
+TEST(Replay, KnowsARequestHoweverItIsSpelled)
+{
+    const OwnFile recording("recording", R"({"recording":"kx-controller","version":1}
+{"time":0,"client":1,"request":"{\"IO_Num\": 1, \"command\": \"get_DO_state\"}"}
+{"time":0,"client":1,"reply":{"command":"get_DO_state","IO_state":7}}
+)");
+    const Application app(46, {"--replay", recording.path});
+    unsigned char state;
+    EXPECT_EQ(Get_DO_State(app.arm, 1, &state), 0);
+    EXPECT_EQ(state, 7);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Recording, testing::Values("recording", "recording.mcap"));
