@@ -32,7 +32,7 @@ KX_API int Get_Controller_State(int sockfd, float* voltage, float* current, floa
  * @param password its password. Both together at most 230 bytes, in which quotes and backslashes count
  *   twice and control characters up to six times
  * @sends
- * @return 0 sent, 6 not sent; also 11, with nothing sent, for a longer name and password
+ * @return 0 sent, 6 not sent; also 11, on a link 17, with nothing sent, for a longer name and password
  */
 KX_API int Set_WiFi_AP_Data(int sockfd, const char* wifi_name, const char* password);
 
@@ -41,7 +41,7 @@ KX_API int Set_WiFi_AP_Data(int sockfd, const char* wifi_name, const char* passw
  * @param router_name the router's name
  * @param password its password; both together as long as for Set_WiFi_AP_Data
  * @sends
- * @return 0 sent, 6 not sent; also 11, with nothing sent, for a longer name and password
+ * @return 0 sent, 6 not sent; also 11, on a link 17, with nothing sent, for a longer name and password
  */
 KX_API int Set_WiFI_STA_Data(int sockfd, const char* router_name, const char* password);
 
