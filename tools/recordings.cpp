@@ -135,6 +135,7 @@ class LinesPrinter {
 
 Answer record(const Given& given)
 {
+    state(given); // fails for an arm that has none to record, as one of another model
     Listener listener = {joints_of(given)};
     KX_LINK_OPTIONS options = Arm::usual_options();
     options.reconnect = true;

@@ -100,6 +100,7 @@ check 65 '' "kx: record: status 65: cannot write $work/a.mcap: File exists" reco
 check 65 '' '*cannot write /dev/full: No space left on device' record /dev/full --overwrite
 check 65 '' '*cannot write /nowhere/a.mcap: No such file or directory' record /nowhere/a.mcap
 check 5 '' '*' --arm 127.0.0.1:1 record "$work/none.mcap"
+check 11 '' '*the arm has 6 joints, model 47 has not' --model 47 record "$work/none.mcap" --seconds 1
 [ ! -e "$work/none.mcap" ] || { echo "recorded without an arm" && failures=1; }
 (trap '' XFSZ && ulimit -f 64 && "$kx" record "$work/full.mcap" --seconds 60 2>"$work/err") # kB
 [ $? = 65 ] && grep -q 'full.mcap: File too large' "$work/err" || { echo "full: $(<"$work/err")" && failures=1; }
