@@ -20,7 +20,7 @@ const SideBySide by_two = {2,
                                for (int n = 0; n < count; ++n)
                                    result[n] = Arm_Model_Pose(&batch.arm, joints + n * batch.arm.joints);
                            },
-                           inverses_of_six<2>};
+                           inverses_of_six<2>, nullptr};
 int most_lanes = 8;
 
 const SideBySide& widest()
@@ -33,21 +33,34 @@ const SideBySide& widest()
     return by_two;
 }
 
-SixBatch::SixBatch(const ARM_MODEL& model)
-    : arm(six_joint_arm(model)), chain(chain_limits(model)), has_tool(!is_identity(model.tool))
+InverseBatch::InverseBatch(const ARM_MODEL& arm) : model(arm), has_tool(!is_identity(arm.tool))
+{
+    for (int i = 0; i < arm.joints; ++i)
+        degrees[i] = {arm.lower[i], arm.upper[i]};
+    const auto& [rx, ry, rz] = arm.installation;
+    is_turned = rx != 0 || ry != 0 || rz != 0;
+    if (has_tool) tool_inverse = matrix_inv(arm.tool);
+    if (is_turned) base = rotation_of(arm.installation);
+}
+
+SixBatch::SixBatch(const ARM_MODEL& six)
+    : InverseBatch(six), arm(six_joint_arm(six)), chain(chain_limits(six))
 {
     for (int i = 0; i < 6; ++i) {
-        degrees[i] = {model.lower[i], model.upper[i]};
-        radians[i] = {model.lower[i] * radians_per_degree, model.upper[i] * radians_per_degree};
+        radians[i] = {degrees[i].lower * radians_per_degree, degrees[i].upper * radians_per_degree};
         const double lower = radians[i].lower - inside_slack, upper = radians[i].upper + inside_slack;
         inside[i] = {static_cast<float>(lower), static_cast<float>(upper)};
         if (inside[i].lower < lower) inside[i].lower = std::nextafter(inside[i].lower, INFINITY);
         if (inside[i].upper > upper) inside[i].upper = std::nextafter(inside[i].upper, -INFINITY);
     }
-    const auto& [rx, ry, rz] = model.installation;
-    is_turned = rx != 0 || ry != 0 || rz != 0;
-    if (has_tool) tool_inverse = matrix_inv(model.tool);
-    if (is_turned) base = rotation_of(model.installation);
+}
+
+SevenBatch::SevenBatch(const ARM_MODEL& seven, double of_arm_angles)
+    : InverseBatch(seven), lengths(geometry(seven.model)->lengths), limits(limits_of_seven(seven, false)),
+      range(std::min(of_arm_angles, pi))
+{
+    const Pair straight[7] = {};
+    usual = range >= 0 && !goals_of(straight, limits, pair(0), true).narrow;
 }
 
 namespace {
@@ -115,24 +128,28 @@ int Arm_Model_Inverses(const ARM_MODEL* arm, int count, const float* references,
                        float range, float* results, int* codes, int threads)
 {
     std::atomic<int> solved{0};
-    const auto solve = [&](int first, int number, const SixBatch* six) {
-        const auto at = [&](auto* joints, int n) {
-            return joints + static_cast<std::ptrdiff_t>(n) * arm->joints;
-        };
-        if (six)
-            widest().inverses_of_six(*six, number, at(references, first), targets + first, at(results, first),
-                                     codes + first);
-        for (int n = first; n < first + number; ++n) {
-            if (!six || codes[n] == left_to_single_call)
-                codes[n] = Arm_Model_Inverse(arm, at(references, n), &targets[n], range, at(results, n));
-            if (codes[n] == ARM_SOLVED) solved.fetch_add(1, std::memory_order_relaxed);
-        }
+    const auto share = [&](const auto& batch, auto side_by_side) {
+        share_out(count, threads, [&](int first, int number) {
+            const auto at = [&](auto* joints, int n) {
+                return joints + static_cast<std::ptrdiff_t>(n) * arm->joints;
+            };
+            if (side_by_side)
+                side_by_side(batch, number, at(references, first), targets + first, at(results, first),
+                             codes + first);
+            for (int n = first; n < first + number; ++n) {
+                if (!side_by_side || codes[n] == left_to_single_call)
+                    codes[n] = Arm_Model_Inverse(arm, at(references, n), &targets[n], range, at(results, n));
+                if (codes[n] == ARM_SOLVED) solved.fetch_add(1, std::memory_order_relaxed);
+            }
+        });
     };
     if (arm->model == 36 || arm->model == 46) {
-        const SixBatch six(*arm);
-        share_out(count, threads, [&](int first, int number) { solve(first, number, &six); });
+        share(SixBatch(*arm), widest().inverses_of_six);
+    } else if (arm->model == 47) {
+        const SevenBatch seven(*arm, range);
+        share(seven, seven.usual ? widest().inverses_of_seven : nullptr);
     } else {
-        share_out(count, threads, [&](int first, int number) { solve(first, number, nullptr); });
+        std::fill_n(codes, std::max(count, 0), ARM_UNKNOWN);
     }
     return solved;
 }

@@ -6,7 +6,7 @@
 // For files that are compiled for different processors; so nothing here has a name that they could share.
 #pragma once
 
-#include "kinematics/batch.h"
+#include "kinematics/batch_targets.h"
 #include "kinematics/six_joints.h"
 
 namespace kx {
@@ -67,7 +67,7 @@ class SixSideBySide {
 
     const SixBatch& batch;
     Float reference[6]; // radians
-    TransformOf<Double> flange;
+    Flanges<lanes> flange;
     Double centre[3];                                  // of the wrist
     Float best[6], best_distance = Float{} + INFINITY; // minus infinity for what is left to the single call
 };
@@ -75,28 +75,11 @@ class SixSideBySide {
 template <int lanes>
 SixSideBySide<lanes>::SixSideBySide(const SixBatch& shared, const float* const (&references)[lanes],
                                     const KinPose* const (&targets)[lanes])
-    : batch(shared)
+    : batch(shared), flange(shared, targets)
 {
-    for (int i = 0; i < 6; ++i) {
-        const Float degrees = side_by_side<lanes>([&](int lane) { return references[lane][i]; });
-        const auto [lower, upper] = batch.degrees[i];
-        reference[i] = onto(lower, upper, degrees, reference_rounding) * radians_per_degree;
-        best[i] = reference[i];
-    }
-    const auto all = [&](const auto& of) {
-        return widened(side_by_side<lanes>([&](int lane) { return of(*targets[lane]); }));
-    };
-    const QuaternionRotation<Double> unit(all([](const KinPose& t) { return t.quaternion.w; }),
-                                          all([](const KinPose& t) { return t.quaternion.x; }),
-                                          all([](const KinPose& t) { return t.quaternion.y; }),
-                                          all([](const KinPose& t) { return t.quaternion.z; }));
-    leave(!(unit.off < unit_rounding));
-    flange = {unit.r,
-              {all([](const KinPose& t) { return t.position.x; }),
-               all([](const KinPose& t) { return t.position.y; }),
-               all([](const KinPose& t) { return t.position.z; })}};
-    if (batch.has_tool) append(flange, batch.tool_inverse);
-    if (batch.is_turned) take_off_base(flange, batch.base);
+    for (int i = 0; i < 6; ++i)
+        best[i] = reference[i] = reference_of<lanes>(batch, i, references) * radians_per_degree;
+    leave(flange.not_unit);
     centre[0] = flange.p.x - batch.arm.lwt * flange.r[0][2];
     centre[1] = flange.p.y - batch.arm.lwt * flange.r[1][2];
     centre[2] = flange.p.z - batch.arm.lwt * flange.r[2][2];

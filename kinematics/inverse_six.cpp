@@ -289,22 +289,25 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
         return offer();
     }
 
-    const Rotor forearm = rotor_of({{{c23, 0, s23}, {0, -1, 0}, {s23, 0, -c23}}});
-    const Rotor half_turn_back = {0, 0, 0, -1}, half_turn = {0, 0, 0, 1}, aside = turn_y(pi / 2);
-    const Rotor rotation = rotor_of(flange.r);
-    const Rotor wrist_rotor[] = {forearm * rotation, forearm * half_turn_back * rotation};
-    const Rotor joint_1[] = {aside, half_turn * aside};
+    const auto forearm = rotor_of(in_pairs({{{c23, 0, s23}, {0, -1, 0}, {s23, 0, -c23}}}));
+    const auto rotation = rotor_of(in_pairs(flange.r)), aside = turn_y(pair(pi / 2));
+    const Pair zero = pair(0);
+    const RotorOf<Pair> half_turn = {zero, zero, zero, pair(1)},
+                        half_turn_back = {zero, zero, zero, pair(-1)};
+    const RotorOf<Pair> wrist_rotor[] = {forearm * rotation, forearm * half_turn_back * rotation};
+    const RotorOf<Pair> joint_1[] = {aside, half_turn * aside};
 
     const auto least = [&](int i, double none) { return heed_limits ? low[i] - inside_slack : none; };
     const auto most = [&](int i, double none) { return heed_limits ? high[i] + inside_slack : none; };
-    const Turn outer(Pair{low[0], least(5, near[5] - pi)}, Pair{high[0], most(5, near[5] + pi)},
-                     Pair{near[0], near[5]});
-    const Turn inner(Pair{-pi, least(3, -pi)}, Pair{pi, most(3, pi)}, Pair{0, near[3]});
+    const Turn<Pair> outer(Pair{low[0], least(5, near[5] - pi)}, Pair{high[0], most(5, near[5] + pi)},
+                           Pair{near[0], near[5]});
+    const Turn<Pair> inner(Pair{-pi, least(3, -pi)}, Pair{pi, most(3, pi)}, Pair{0, near[3]});
     const JointGoals goals(outer, inner, Pair{pi / 2, near[4]}, Pair{0, least(4, -pi)}, Pair{pi, most(4, pi)},
-                           0, INFINITY);
+                           pair(0), pair(INFINITY));
     const double ahead = std::remainder(near[0], two_pi);
-    const BallJoints balls(joint_1, wrist_rotor, Pair{0, near[5] - near[3]}, ahead);
-    Point nearest;
+    BallJoints<Pair> balls(joint_1, wrist_rotor);
+    if (any(balls.nearly_stretched())) balls.pass_stretched_points(Pair{0, near[5] - near[3]}, ahead, false);
+    Point<Pair> nearest;
     if (!nearest_arm_angle(balls, goals, ahead, pi, nearest)) {
         left_out = true;
         return;
@@ -313,7 +316,7 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
     const double straight = nearest_turn<double>(balls.nearest()[1], std::clamp(near[0], low[0], high[0]));
     joint[0] = on_limit(0, static_cast<float>(straight), coaxial);
     if (inside(0, joint[0])) offer(true);
-    const Deviations off = nearest_branch(nearest, goals);
+    const auto off = nearest_branch(nearest, goals);
     const auto turned = [&](int i, double by) {
         const double q = near[i] + by;
         return static_cast<float>(heed_limits ? std::clamp<double>(q, low[i], high[i]) : q);

@@ -123,6 +123,29 @@ inline void reduced_sine_cosine(const V& x, V& sine, V& cosine)
     sine = negated(s, quarter), cosine = negated(c, quarter + 1);
 }
 
+template <typename V>
+inline SineCosine<V> sine_cosine_of(const V& angle)
+{
+    SineCosine<V> both;
+    reduced_sine_cosine<sizeof(V) / 8>(angle, both.sine, both.cosine);
+    return both;
+}
+inline SineCosine<double> sine_cosine_of(double angle) // any
+{
+    return sine_cosine<double>(angle);
+}
+
+// Without its sign, which that of zero has, too.
+template <typename V>
+inline V magnitude(const V& a)
+{
+    return std::bit_cast<V>(std::bit_cast<typename Lanes<sizeof(V) / 8>::Integer>(a) & INT64_MAX);
+}
+inline double magnitude(double a)
+{
+    return std::fabs(a);
+}
+
 // Of any angle, out of line: a file for newer processors must not emit a function that others share.
 SineCosine<double> lone_sine_cosine(double x);
 
@@ -152,5 +175,22 @@ inline bool any(bool holds)
 {
     return holds;
 }
+#ifdef __SSE2__ // by the signs, without a way through memory
+inline bool any(const Lanes<2>::Integer& holds)
+{
+    return _mm_movemask_pd(std::bit_cast<__m128d>(holds)) != 0;
+}
+#endif
+#ifdef __AVX512F__
+inline bool any(const Lanes<8>::Integer& holds)
+{
+    return _mm512_movepi64_mask(std::bit_cast<__m512i>(holds)) != 0;
+}
+#elif defined __AVX__
+inline bool any(const Lanes<4>::Integer& holds)
+{
+    return _mm256_movemask_pd(std::bit_cast<__m256d>(holds)) != 0;
+}
+#endif
 
 } // namespace kx

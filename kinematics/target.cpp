@@ -34,8 +34,9 @@ void clamp_reference(const ARM_MODEL& arm, const float* reference, float* clampe
 
 float within_reason(float degrees)
 {
-    constexpr float most = 160 * 360;
-    return std::fabs(degrees) > most ? std::fmod(degrees, 360.0f) + std::copysign(most, degrees) : degrees;
+    return std::fabs(degrees) > most_reasonable
+               ? std::fmod(degrees, 360.0f) + std::copysign(most_reasonable, degrees)
+               : degrees;
 }
 
 int settle_on_limits(const ARM_MODEL& arm, float* joint)

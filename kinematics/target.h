@@ -85,6 +85,7 @@ void clamp_reference(const ARM_MODEL& arm, const float* reference, float* clampe
 
 // A reference many turns away (degrees) prefers a solution as one a few hundred turns away does, but the squares
 // of its distances would leave no digits for the others'.
+inline constexpr float most_reasonable = 160 * 360;
 float within_reason(float degrees);
 
 // Puts joints, degrees, that only rounding takes beyond a limit on it. The first that keeps its limits no

@@ -217,6 +217,7 @@ TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
     }
     for (bool installed : {false, true}) {
         if (installed) install();
+        const float range = installed ? 0.5f : 4;
         std::vector<KinPose> pose(count), target(count);
         std::vector<float> solution(joints.size(), 77);
         std::vector<int> code(count);
@@ -225,7 +226,7 @@ TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
             target[n] = pose[n] = Arm_Model_Pose(&arm, &joints[at]);
             if (n % 50 == 0) target[n].position.x = 3;
             if (n % 51 == 0) target[n].quaternion.w *= 1.01f;
-            code[n] = Arm_Model_Inverse(&arm, &references[at], &target[n], 4, &solution[at]);
+            code[n] = Arm_Model_Inverse(&arm, &references[at], &target[n], range, &solution[at]);
         }
         constexpr int batches[][3] = {{8, count, 4}, {8, count, 1}, {8, 5, 1}, {4, count, 1},
                                       {4, 3, 1},     {2, count, 1}, {2, 0, 1}};
@@ -235,7 +236,7 @@ TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
             Arm_Model_Poses(&arm, size, joints.data(), poses.data(), threads);
             std::vector<int> codes(count, -5);
             std::vector<float> found(joints.size(), 77);
-            EXPECT_EQ(Arm_Model_Inverses(&arm, size, references.data(), target.data(), 4, found.data(),
+            EXPECT_EQ(Arm_Model_Inverses(&arm, size, references.data(), target.data(), range, found.data(),
                                          codes.data(), threads),
                       std::count(code.begin(), code.begin() + size, ARM_SOLVED));
             for (int n = 0; n < count; ++n) {
