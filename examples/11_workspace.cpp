@@ -71,7 +71,10 @@ int main(int argc, char** argv)
                         270 - 215 * t, 25 + 35 * t, column, row, end - column, end - column);
         }
     fprintf(picture, "</svg>\n");
-    fclose(picture);
+    if (ferror(picture) || fclose(picture) != 0) {
+        perror(argv[2]);
+        return 1;
+    }
     printf("%zu poses, manipulability up to %.4f\n", poses.size(), most);
     return 0;
 }

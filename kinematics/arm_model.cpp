@@ -106,7 +106,7 @@ int Arm_Model_Inverse(const ARM_MODEL* arm, const float* reference, const KinPos
     if (!geometry(arm->model)) return ARM_UNKNOWN;
     float near[7], joint[7];
     clamp_reference(*arm, reference, near);
-    const Transform flange = flange_target(*arm, *target, true);
+    const Transform flange = flange_target(*arm, *target, By::quaternion);
     Found found = Found::none;
     if (arm->model != 47) {
         found = nearest_six(*arm, near, flange, true, joint);
@@ -124,7 +124,7 @@ int Arm_Model_Inverse(const ARM_MODEL* arm, const float* reference, const KinPos
 int Arm_Model_Solutions(const ARM_MODEL* arm, const KinPose* target, float result[8][7])
 {
     if (!geometry(arm->model) || arm->model == 47) return 0;
-    return all_six(*arm, flange_target(*arm, *target, true), result);
+    return all_six(*arm, flange_target(*arm, *target, By::quaternion), result);
 }
 
 double Arm_Model_Angle(const ARM_MODEL* arm, const float* joint)
@@ -135,14 +135,14 @@ double Arm_Model_Angle(const ARM_MODEL* arm, const float* joint)
 int Arm_Model_Solutions_At(const ARM_MODEL* arm, const KinPose* target, double angle, float result[8][7])
 {
     if (arm->model != 47) return 0;
-    const Transform flange = flange_target(*arm, *target, true);
+    const Transform flange = flange_target(*arm, *target, By::quaternion);
     return reached_seven(arm, flange) ? all_seven(*arm, flange, angle, result) : 0;
 }
 
 int Arm_Model_Angles(const ARM_MODEL* arm, const KinPose* target, ARM_INTERVAL intervals[ARM_INTERVALS])
 {
     if (arm->model != 47) return 0;
-    const Transform flange = flange_target(*arm, *target, true);
+    const Transform flange = flange_target(*arm, *target, By::quaternion);
     return reached_seven(arm, flange) ? arm_angles_of(*arm, flange, intervals) : 0;
 }
 

@@ -231,6 +231,7 @@ double Arm_Capsule_Distance(const ARM_CAPSULE* a, const ARM_CAPSULE* b)
 double Arm_Model_Clearance(const ARM_MODEL* arm, const float* joint)
 {
     if (arm->joints <= 0) return INFINITY;
+    if (!std::all_of(joint, joint + arm->joints, [](float q) { return std::isfinite(q); })) return NAN;
     ARM_CAPSULE rest[ARM_CAPSULES], now[ARM_CAPSULES];
     const float zero[7] = {};
     Arm_Model_Capsules(arm, zero, rest);

@@ -47,8 +47,8 @@ int inverse_kinematics(int model, const float* reference, const KINEMATIC* targe
     const ARM_MODEL arm = loaded_arm(model);
     float clamped[7];
     clamp_reference(arm, reference, clamped);
-    const bool seven = model == 47;
-    const Transform flange = flange_target(arm, *target, seven ? flag != 1 : flag == 0);
+    const bool seven = model == 47, by_quaternion = seven ? flag != 1 : flag == 0;
+    const Transform flange = flange_target(arm, *target, by_quaternion ? By::unit_quaternion : By::euler);
     return seven ? inverse_seven(arm, clamped, flange, flag == 2 ? pi : 0.26, result)
                  : inverse_six(arm, clamped, flange, result);
 }

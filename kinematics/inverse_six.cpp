@@ -32,7 +32,7 @@ class SixJoints {
 
     SixJoints(const ARM_MODEL& model, const float* reference_degrees, const Transform& flange_in_base,
               Wanted what)
-        : arm(six_joint_arm(model)), flange(flange_in_base), chain(chain_limits(model)), wanted(what)
+        : arm(six_joint_arm(model)), flange(flange_in_base), chain(geometry(model.model)->chain), wanted(what)
     {
         for (int i = 0; i < 6; ++i) {
             best[i] = reference[i] = reference_degrees[i] * radians_per_degree;
@@ -84,17 +84,20 @@ class SixJoints {
     void consider(const float joint[6], const Rotation& wrist, float distance);
     void share_turn(const Rotation& wrist, float joint[6]) const;
 
-    bool admits(int joint, float q)
-    {
-        const double theta = q + arm.offset[joint];
-        const bool kept =
-            !(theta < chain[joint].lower - limit_slack || theta > chain[joint].upper + limit_slack);
-        left_out |= !kept;
-        return kept;
-    }
     bool inside(int joint, double q) const
     {
         return q >= low[joint] - inside_slack && q <= high[joint] + inside_slack;
+    }
+    // Whether to go on with joint 1 or 3. A classic result goes by what was typed for the chain.
+    bool admits(int joint, float q) const
+    {
+        if (wanted != Wanted::nearest) return inside(joint, q);
+        const double theta = q + arm.offset[joint];
+        return !(theta < chain[joint].lower - limit_slack || theta > chain[joint].upper + limit_slack);
+    }
+    double cosine_of_elbow(double x) const
+    {
+        return elbow_cosine<double>(arm, x - arm.a2, centre[2] - arm.d1);
     }
     // The limit, for an angle beyond it by no more than `slack`.
     float on_limit(int joint, float q, double slack) const
@@ -111,7 +114,7 @@ class SixJoints {
 
     const SixJointArm arm;
     const Transform flange;
-    const std::array<Range, 7> chain;
+    const Range* const chain; // limits of its angles
     const Wanted wanted;
     const double cosine_bound = wanted == Wanted::nearest ? classic_bound : rounding_bound;
     float reference[6], low[6], high[6]; // limits
@@ -128,12 +131,15 @@ int SixJoints::shoulders(Shoulder found[4])
 {
     const Shoulders<double> both(arm, centre[0], centre[1]);
     const auto [cx, cy, r2, x, scale] = both;
-    if (arm.d3 * arm.d3 > cosine_bound * cosine_bound * r2) return 0;
+    if (!(arm.d3 * arm.d3 <= cosine_bound * cosine_bound * r2)) return 0;
 
     int n = 0;
     const auto add = [&](double angle, Direction<double> theta1, double along) {
         const float q1 = at_joint(0, angle - arm.offset[0]);
-        if (admits(0, q1)) found[n++] = {q1, theta1, along};
+        if (admits(0, q1))
+            found[n++] = {q1, theta1, along};
+        else
+            left_out |= std::fabs(cosine_of_elbow(along)) < cosine_bound;
     };
     if (x < near_axis && wanted != Wanted::all_inside) {
         const double theta = reference[0] + arm.offset[0], c = std::cos(theta), s = std::sin(theta);
@@ -151,14 +157,17 @@ int SixJoints::shoulders(Shoulder found[4])
 
 int SixJoints::elbows(const Shoulder& shoulder, Elbow found[3])
 {
-    const double c = elbow_cosine<double>(arm, shoulder.x - arm.a2, centre[2] - arm.d1);
+    const double c = cosine_of_elbow(shoulder.x);
     if (!(std::fabs(c) < cosine_bound)) return 0;
 
     int n = 0;
     const auto add = [&](double cosine, double sine) {
         const Direction theta3 = theta3_of<double>(arm, {cosine, sine});
         const float q3 = at_joint(2, arc_tangent(theta3.sine, theta3.cosine) - arm.offset[2]);
-        if (admits(2, q3)) found[n++] = {q3, theta3};
+        if (admits(2, q3))
+            found[n++] = {q3, theta3};
+        else
+            left_out = true;
     };
     if (c > nearly_stretched_cosine && wanted != Wanted::all_inside) {
         const double e = reference[2] + arm.offset[2] + arc_tangent(-arm.d4, arm.a4);

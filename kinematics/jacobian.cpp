@@ -104,9 +104,10 @@ ARM_DEXTERITY Arm_Model_Dexterity(const ARM_MODEL* arm, const float* joint)
 {
     double row[6][7], value[6];
     Arm_Model_Jacobian(arm, joint, ARM_WORLD, row);
-    for (const auto& numbers : row)
-        for (double x : numbers)
-            if (std::isnan(x)) return {NAN, NAN, NAN};
+    const auto is_number = [](double x) { return std::isfinite(x); }; // the last joint may be in no row
+    if (!std::all_of(joint, joint + arm->joints, is_number) ||
+        !std::all_of(&row[0][0], &row[0][0] + 6 * 7, is_number))
+        return {NAN, NAN, NAN};
     singular_values(row, value);
     double product = 1;
     for (double v : value)

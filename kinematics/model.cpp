@@ -113,8 +113,10 @@ std::array<Range, 7> chain_limits(const ARM_MODEL& arm)
     std::array<Range, 7> limits = {};
     for (int i = 0; i < g.joints; ++i) {
         const auto radians = [&](float degrees) { return (degrees + g.offset[i]) * radians_per_degree; };
-        limits[i].lower = arm.lower[i] > g.joint[i].lower ? radians(arm.lower[i]) : g.chain[i].lower;
-        limits[i].upper = arm.upper[i] < g.joint[i].upper ? radians(arm.upper[i]) : g.chain[i].upper;
+        const auto& [lower, upper] = g.joint[i];
+        const bool seven = g.joints == 7;
+        limits[i].lower = seven && arm.lower[i] <= lower ? g.chain[i].lower : radians(arm.lower[i]);
+        limits[i].upper = seven && arm.upper[i] >= upper ? g.chain[i].upper : radians(arm.upper[i]);
     }
     return limits;
 }

@@ -5,21 +5,22 @@
 namespace kx {
 namespace {
 
-// A unit quaternion gives the rotation of its Euler angles without the way through them, on which a tool that
-// points along +-X (ry = +-90 degrees, where rounding makes the asin inexact or NaN) would lose its turn.
-// Others mean what quaternion2euler makes of them.
-Rotation rotation_of_quaternion(const Quaternion& q)
+// A quaternion gives the rotation without the way through Euler angles, on which a tool that points along +-X
+// (ry = +-90 degrees, where rounding makes the asin inexact or NaN) would lose its turn.
+Rotation turn_of(const KINEMATIC& target, By orientation)
 {
-    const QuaternionRotation<double> unit(q.w, q.x, q.y, q.z);
-    return unit.off < unit_rounding ? unit.r : rotation_of(quaternion2euler(q.w, q.x, q.y, q.z));
+    if (orientation == By::euler) return rotation_of(target.euler);
+    const auto& [w, x, y, z] = target.quaternion;
+    const QuaternionRotation<double> by(w, x, y, z);
+    const bool direct = orientation == By::quaternion || by.off < unit_rounding;
+    return direct ? by.r : rotation_of(quaternion2euler(w, x, y, z));
 }
 
 } // namespace
 
-Transform flange_target(const ARM_MODEL& arm, const KINEMATIC& target, bool from_quaternion)
+Transform flange_target(const ARM_MODEL& arm, const KINEMATIC& target, By orientation)
 {
-    Transform t = {from_quaternion ? rotation_of_quaternion(target.quaternion) : rotation_of(target.euler),
-                   {target.position.x, target.position.y, target.position.z}};
+    Transform t = {turn_of(target, orientation), {target.position.x, target.position.y, target.position.z}};
     if (!is_identity(arm.tool)) append(t, matrix_inv(arm.tool));
     if (const Euler& e = arm.installation; e.rx != 0 || e.ry != 0 || e.rz != 0)
         take_off_base(t, rotation_of(e));

@@ -76,9 +76,13 @@ F onto(float lower, float upper, const F& joint, float within)
 inline constexpr float limit_rounding = 0.001f; // degrees
 inline constexpr float reference_rounding = 0.05f;
 
+// Which of a target's two orientations counts: its quaternion, of any length; the same, but one that is not of unit
+// length means what quaternion2euler makes of it; its Euler angles.
+enum class By { quaternion, unit_quaternion, euler };
+
 // Where the flange must be, seen from the arm's base: the tool is taken off the target of the tool, and the
 // installation off the base.
-Transform flange_target(const ARM_MODEL& arm, const KINEMATIC& target, bool from_quaternion);
+Transform flange_target(const ARM_MODEL& arm, const KINEMATIC& target, By orientation);
 
 // Copies reference joints, degrees; one that lies up to 0.05 degrees beyond a limit is put on it.
 void clamp_reference(const ARM_MODEL& arm, const float* reference, float* clamped);

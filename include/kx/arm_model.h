@@ -36,10 +36,10 @@ typedef struct ARM_MODEL {
 
 /** What an inverse computation returns. */
 typedef enum ARM_INVERSE KX_INT32 {
-    ARM_SOLVED = 0, /**< solution written */
-    ARM_OUT_OF_REACH =
-        1, /**< no joint angles at all reach the target to within 4 micrometres, or it is no number */
-    ARM_UNKNOWN = 2,       /**< the model's code is none of 36, 46 and 47 */
+    ARM_SOLVED = 0,       /**< solution written */
+    ARM_OUT_OF_REACH = 1, /**< no joint angles at all reach the target, but for rounding (2 to 4 micrometres),
+                               or it is no number */
+    ARM_UNKNOWN = 2,      /**< the model's code is none of 36, 46 and 47 */
     ARM_OUTSIDE_LIMITS = 3 /**< only joint angles beyond the limits (or the arm angle's range) reach it */
 } ARM_INVERSE;
 
@@ -62,12 +62,12 @@ KX_API int Arm_Model_Init(ARM_MODEL* arm, int model, int variant);
 KX_API int Arm_Model_Limit(ARM_MODEL* arm, int number, float lower, float upper);
 
 /**
- * Tool pose: position as Forward_Kinematics, orientation within the last digit. Where that loses digits, near gimbal
- * lock (a tool along +-x), quaternion and angles here still are the tool's.
+ * Tool pose: position as Forward_Kinematics, orientation to within 2e-6 rad, but for the sign of the quaternion. Where
+ * that loses digits, towards gimbal lock (a tool along +-x), quaternion and angles here still are the tool's.
  * @param arm the arm, made by Arm_Model_Init
  * @param joint joint angles, degrees
- * @return the pose; Euler angles lie in [-3.13, pi], below that they are given plus 2 pi. Ten zeros for an
- * unknown model
+ * @return the pose; Euler angles below -3.13 are given plus 2 pi, so that all are in [-3.13, 3.1532). Ten zeros
+ * for an unknown model
  */
 KX_API KinPose Arm_Model_Pose(const ARM_MODEL* arm, const float* joint);
 
@@ -102,7 +102,7 @@ typedef enum ARM_FRAME KX_INT32 {
  * @param joint joint angles, degrees
  * @param frame whose axes
  * @param jacobian receives six rows, one column per joint: metres per radian in x, y, z, then radians per
- * radian about x, y, z. A seventh column is zero for six joints
+ * radian about x, y, z. A seventh column is zero for six joints, all are for an unknown model
  */
 KX_API void Arm_Model_Jacobian(const ARM_MODEL* arm, const float* joint, ARM_FRAME frame,
                                double jacobian[6][7]);
@@ -120,18 +120,20 @@ typedef struct ARM_DEXTERITY {
  * Manipulability at the tool's origin, and how near the next singularity is.
  * @param arm the arm, made by Arm_Model_Init
  * @param joint joint angles, degrees
- * @return the measures; NaN for joints that are not numbers
+ * @return the measures; NaN for joints that are not numbers, zeros for an unknown model
  */
 KX_API ARM_DEXTERITY Arm_Model_Dexterity(const ARM_MODEL* arm, const float* joint);
 
 /**
  * Of all joint angles within the limits that put the tool at a pose, those nearest to a reference: with the
  * least sum of squared differences. Singular places are no exception: where joints turn about one axis, to within
- * 5e-5 rad (3e-6 rad with seven joints), they share the turn so that the sum is least. Where inverse_kinematics returns 1, this finds the same, except
- * in a nearly straight wrist, where inverse_kinematics lets the flange lean and this does not.
+ * 5e-5 rad (3e-6 rad with seven joints), they share the turn so that the sum is least. Where inverse_kinematics
+ * returns 1, this finds the same, except in a nearly straight wrist, where inverse_kinematics lets the flange lean and
+ * this does not, and with joint 3 of model 36 beyond -149.4 degrees, where only this goes.
  * @param arm the arm, made by Arm_Model_Init
- * @param reference joint angles to stay near, degrees; may lie outside the limits
- * @param target tool pose: its position and its unit quaternion
+ * @param reference joint angles to stay near, degrees; may lie outside the limits. Near one that is no number
+ * nothing is found
+ * @param target tool pose: its position and its quaternion, of any length
  * @param range how far the arm angle (see Arm_Model_Angle) may be from the reference's, radians, for seven
  * joints; pi or more: anywhere
  * @param result receives the joint angles, degrees, if 0 is returned; may be `reference`
@@ -145,7 +147,7 @@ KX_API int Arm_Model_Inverse(const ARM_MODEL* arm, const float* reference, const
  * Joint 6 is given nearest to zero; one full turn more or less may also lie within its limits. At a singular
  * place, where joints share a turn, one representative of each family.
  * @param arm the arm, made by Arm_Model_Init
- * @param target tool pose: its position and its unit quaternion
+ * @param target tool pose: its position and its quaternion, of any length
  * @param result receives them, degrees
  * @return how many, 0 to 8; 0 for seven joints
  */
@@ -163,7 +165,7 @@ KX_API double Arm_Model_Angle(const ARM_MODEL* arm, const float* joint);
 /**
  * All joint angles within the limits that put the tool of a seven-joint arm at a pose with a given arm angle.
  * @param arm the arm, made by Arm_Model_Init
- * @param target tool pose: its position and its unit quaternion
+ * @param target tool pose: its position and its quaternion, of any length
  * @param angle arm angle, radians
  * @param result receives them, degrees; of angles a turn apart the one nearest to zero
  * @return how many, 0 to 8; 0 for six joints
@@ -183,7 +185,7 @@ enum { ARM_INTERVALS = 40 };
 /**
  * Arm angles at which the tool of a seven-joint arm reaches a pose within the limits.
  * @param arm the arm, made by Arm_Model_Init
- * @param target tool pose: its position and its unit quaternion
+ * @param target tool pose: its position and its quaternion, of any length
  * @param intervals receives them in ascending order; one that contains pi goes on beyond it
  * @return how many; 0 if none, or for six joints
  */
@@ -287,7 +289,8 @@ KX_API double Arm_Capsule_Distance(const ARM_CAPSULE* a, const ARM_CAPSULE* b);
  * to within 5 cm, while all joints are at zero; so an elbow folded onto itself does not show.
  * @param arm the arm, made by Arm_Model_Init
  * @param joint joint angles, degrees
- * @return metres; negative if they overlap: how deep; infinity for an unknown model
+ * @return metres; negative if they overlap: how deep; NaN for joints that are not numbers, infinity for an unknown
+ * model
  */
 KX_API double Arm_Model_Clearance(const ARM_MODEL* arm, const float* joint);
 

@@ -13,8 +13,9 @@
  * Finds the joint angles that put an arm's tool at a pose, nearest to a reference.
  *
  * Of all solutions the one with the smallest sum of squared joint distances to the reference is chosen. For
- * six joints every solution of the closed form takes part, with joint 6 within half a turn of the
- * reference's, and only the chosen one is held against the joint limits. For seven joints those inside the
+ * six joints every solution of the closed form takes part whose joints 1 and 3 are where the chain may be (joint 3 of
+ * model 36: from -149.4 to 165.06 degrees; all others: their limits), with joint 6 within half a turn of the
+ * reference's, and only the chosen one is held against all joint limits. For seven joints those inside the
  * limits take part whose arm angle (the turn of the elbow about the line from shoulder to wrist, counted from
  * the vertical plane through it) is no farther from the reference's own than the flag allows; only joint 4,
  * which the target alone bends, may be outside. Take the arm's present joints as reference, and consecutive

@@ -97,7 +97,7 @@ KX_API void setLwt(int variant);
  * Tool pose of an arm.
  * @param model 36, 46 or 47; another code gives ten zeros
  * @param joint joint angles, degrees: six, or seven for model 47
- * @return the pose; Euler angles lie in [-3.13, pi], below that they are given plus 2 pi
+ * @return the pose; Euler angles below -3.13 are given plus 2 pi, so that all are in [-3.13, 3.1532)
  */
 KX_API KinPose Forward_Kinematics(int model, const float* joint);
 

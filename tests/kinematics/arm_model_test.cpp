@@ -102,7 +102,10 @@ TEST_P(ArmModel, InstalledWithAToolIsKdls)
         EXPECT_NEAR(ratio, values[5] / values[0], 1e-4);
     }
     EXPECT_LT(Arm_Model_Dexterity(&arm, Joints{}.data()).distance, 1e-6);
-    EXPECT_TRUE(std::isnan(Arm_Model_Dexterity(&arm, Joints{nan_f}.data()).distance));
+    const Joints none = {0, 0, 0, 0, 0, nan_f, nan_f};
+    Arm_Model_Init(&arm, model, 0); // without a tool the last joint moves nothing
+    EXPECT_TRUE(std::isnan(Arm_Model_Dexterity(&arm, none.data()).distance));
+    EXPECT_TRUE(std::isnan(Arm_Model_Clearance(&arm, none.data())));
 }
 
 TEST_P(ArmModel, InverseTellsWhyThereIsNone)
@@ -110,10 +113,10 @@ TEST_P(ArmModel, InverseTellsWhyThereIsNone)
     const Joints joint = {10, 20, 30, 40, 50, 60, 70};
     const KinPose there = pose(joint), beside = pose({30, 20, 30, 40, 50, 60, 70}),
                   in_line = pose({10, 20, 30, 40, 0, 60});
-    KinPose far = there, nowhere = there;
-    far.position.x = 5, nowhere.quaternion.w = nan_f;
+    KinPose far = there, nowhere = there, not_turned = there;
+    far.position.x = 5, nowhere.position.x = nan_f, not_turned.quaternion = {};
     Joints found = joint;
-    for (const KinPose& target : {far, nowhere}) {
+    for (const KinPose& target : {far, nowhere, not_turned}) {
         float solutions[8][7];
         ARM_INTERVAL angles[ARM_INTERVALS];
         EXPECT_EQ(inverse(joint, target, found), ARM_OUT_OF_REACH);
@@ -126,6 +129,7 @@ TEST_P(ArmModel, InverseTellsWhyThereIsNone)
     EXPECT_EQ(inverse({}, there, found), ARM_SOLVED);
     EXPECT_TRUE(reaches(found, there));
     EXPECT_EQ(inverse(joint, beside, found), ARM_OUTSIDE_LIMITS);
+    EXPECT_EQ(inverse(joint, far, found), ARM_OUT_OF_REACH);
     for (int number :
          {4, 5, 6}) // of a straight wrist: its joints share more turn than these limits leave them
         ASSERT_EQ(Arm_Model_Limit(&arm, number, -1, 1), 0);

@@ -22,7 +22,6 @@ inline ARM_MODEL arm_within_its_chain(int model)
     constexpr float of_seven[] = {179.9997f, 129.998f, 179.9997f, 135, 179.9997f, 127.998f, 360};
     ARM_MODEL arm;
     Arm_Model_Init(&arm, model, 0);
-    if (model == 36) arm.lower[2] = -149.399f;
     for (int i = 0; i < 7 && model == 47; ++i)
         arm.upper[i] = of_seven[i], arm.lower[i] = -of_seven[i];
     return arm;

@@ -146,7 +146,8 @@ class Model {
         return fits(joints) ? Arm_Model_Beyond_Limits(&arm_, joints.data()) : 1;
     }
 
-    /** The least distance between two bodies of the arm that are not neighbours, m; negative if they overlap. */
+    /** The least distance between two bodies of the arm that are not neighbours, m; negative if they overlap, NaN for
+     *  joints that are not numbers. */
     double clearance_m(const Degrees& joints) const
     {
         return fits(joints) ? Arm_Model_Clearance(&arm_, joints.data())
@@ -170,7 +171,7 @@ class Model {
     };
 
     /** The inverse for many targets, each with a reference of its own.
-     *  @param targets tool poses: position and unit quaternion count
+     *  @param targets tool poses: position and quaternion count
      *  @param references joint_count() degrees for each, one after the other; their number decides
      *  @param range_rad as for inverse()
      *  @param threads how many may share the work */
