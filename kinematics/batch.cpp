@@ -136,11 +136,13 @@ int Arm_Model_Inverses(const ARM_MODEL* arm, int count, const float* references,
             if (side_by_side)
                 side_by_side(batch, number, at(references, first), targets + first, at(results, first),
                              codes + first);
+            int own = 0;
             for (int n = first; n < first + number; ++n) {
                 if (!side_by_side || codes[n] == left_to_single_call)
                     codes[n] = Arm_Model_Inverse(arm, at(references, n), &targets[n], range, at(results, n));
-                if (codes[n] == ARM_SOLVED) solved.fetch_add(1, std::memory_order_relaxed);
+                own += codes[n] == ARM_SOLVED;
             }
+            solved.fetch_add(own, std::memory_order_relaxed);
         });
     };
     if (arm->model == 36 || arm->model == 46) {
