@@ -53,7 +53,8 @@ void print_json(const Answer& answer)
             numbers.push_back(*unit ? Json(shortest(value)) : Json(static_cast<int>(value)));
         object[name] = is_array ? numbers : numbers.front();
     }
-    std::printf("%s\n", object.dump().c_str());
+    // A controller's words may be in any encoding, and are cut at any byte.
+    std::printf("%s\n", object.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
 } // namespace

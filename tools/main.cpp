@@ -1,4 +1,5 @@
 // kx: drives a robot arm from a terminal or a script.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <iterator>
@@ -31,6 +32,14 @@ std::string is_given(const std::string& text)
 std::string is_prefix(const std::string& text)
 {
     return kx::description::is_prefix(text) ? "" : text + " is no prefix: letters, digits, _; first no digit";
+}
+
+/** Words of a controller, or the name of a file, fit for a terminal. */
+std::string printable(std::string text)
+{
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < ' ' || c == 127; }, '?');
+    return text;
 }
 
 constexpr const char* footer = R"(
@@ -220,7 +229,8 @@ class CommandLine {
     {
         if (given_.json ? !answer.is_printed : answer.status == KX_SUCCESS) print(answer, given_.json);
         if (answer.status != KX_SUCCESS)
-            std::fprintf(stderr, "kx: %s: status %d: %s\n", name_.c_str(), answer.status, answer.why.c_str());
+            std::fprintf(stderr, "kx: %s: status %d: %s\n", name_.c_str(), answer.status,
+                         printable(answer.why).c_str());
         return answer.status;
     }
 

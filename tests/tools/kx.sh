@@ -107,6 +107,7 @@ check 11 '' '*the arm has 6 joints, model 47 has not' --model 47 record "$work/n
 check 0 'time_s,*' '*' export "$work/full.mcap"
 check 65 '' '*kx.sh: it is no MCAP file' export "$0"
 check 65 '' '*cannot read *' export "$work/none.mcap"
+check 65 '{"status":65,"meaning":"cannot read none*"}' '*cannot read none\?*' --json export $'none\e\xff'
 check 64 '' '*either --csv or --json*' --json export "$work/a.mcap" --csv
 
 # An interrupt stops the arm: it stands, far from where it was sent.
