@@ -4,8 +4,6 @@
 #include "kinematics/matrix.h"
 #include "kx/arm_model.h"
 
-#include <array>
-
 namespace kx {
 
 struct Range {
@@ -32,9 +30,5 @@ const Geometry* geometry(int model);
 
 // The arm that the exported parameters describe once the model is loaded.
 ARM_MODEL loaded_arm(int model);
-
-// Limits of the chain angles, radians. Of seven joints, where a joint's limits are the arm's own, the ones typed
-// for the chain; those of model 36 leave out 0.6 degrees that its joint 3 may use.
-std::array<Range, 7> chain_limits(const ARM_MODEL& arm);
 
 } // namespace kx

@@ -43,8 +43,7 @@ InverseBatch::InverseBatch(const ARM_MODEL& arm) : model(arm), has_tool(!is_iden
     if (is_turned) base = rotation_of(arm.installation);
 }
 
-SixBatch::SixBatch(const ARM_MODEL& six)
-    : InverseBatch(six), arm(six_joint_arm(six)), chain(chain_limits(six))
+SixBatch::SixBatch(const ARM_MODEL& six) : InverseBatch(six), arm(six_joint_arm(six))
 {
     for (int i = 0; i < 6; ++i) {
         radians[i] = {degrees[i].lower * radians_per_degree, degrees[i].upper * radians_per_degree};

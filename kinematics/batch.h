@@ -31,7 +31,6 @@ struct SixBatch : InverseBatch {
     SixJointArm arm;
     Range radians[6]; // the limits
     Range inside[6];  // the same, as far as rounding stretches them
-    std::array<Range, 7> chain;
 
     explicit SixBatch(const ARM_MODEL& model);
 };

@@ -1,7 +1,6 @@
 // Inverse kinematics of seven-joint arms for several targets at once: the search of the single call, with a pair of lanes for
 // each. A step is taken as long as one of them needs it; so those go side by side that need about as many. What is
-// rare is left to the single call: singular places, targets without a solution, references that have no arm angle,
-// quaternions that are not of unit length.
+// rare is left to the single call: singular places, targets without a solution, references that have no arm angle.
 //
 // For files that are compiled for different processors; so nothing here has a name that they could share.
 #pragma once
@@ -62,16 +61,15 @@ void SevenSideBySide<V>::begin(const SevenBatch& batch, const float* const (&ref
         left_ |= !(magnitude(widened(degrees)) <= most_reasonable);
         joint_[i] = widened(typename Lanes<lanes>::Float(degrees * radians_per_degree));
     }
-    const Flanges<lanes> flange(batch, poses);
-    const SevenTarget<V> target(batch.model, batch.lengths, flange);
+    const SevenTarget<V> target(batch.model, batch.lengths, flanges<lanes>(batch, poses));
     const RotorOf<V> line = target.line();
     const Reference<V> present(batch.lengths, joint_);
     const Elbow<V> elbow = Elbow<V>::of_cosine(batch.lengths, target.elbow_cosine);
     const BallRotors<V> rotors(line, elbow, target.rotation);
     balls_ = BallJoints<V>(rotors.shoulder, rotors.wrist);
     const Holds<V> stretched = balls_.nearly_stretched();
-    left_ |= flange.not_unit | !(magnitude(target.elbow_cosine) < 1 - elbow_rounding) |
-             present.has_no_plane(line) | of_shoulder(stretched) | of_wrist(stretched);
+    left_ |= !(magnitude(target.elbow_cosine) < 1 - elbow_rounding);
+    left_ |= present.has_no_plane(line) | of_shoulder(stretched) | of_wrist(stretched);
     is_there_ = present.is_at(target);
     elbow_ = elbow.angle;
     goals_ = goals_of(joint_, batch.limits, elbow_, true);

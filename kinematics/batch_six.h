@@ -1,7 +1,6 @@
 // Inverse kinematics of six-joint arms for several targets at once: the search of the single call, with a lane for
 // each. A lane takes its shoulders and elbows nearest first, and a step is left out once it brings none of them
-// any nearer. What is rare is left to the single call: singular places, targets without a solution, quaternions
-// that are not of unit length.
+// any nearer. What is rare is left to the single call: singular places, targets without a solution.
 //
 // For files that are compiled for different processors; so nothing here has a name that they could share.
 #pragma once
@@ -30,7 +29,7 @@ class SixSideBySide {
     }
 
   private:
-    // A candidate's joints and their squared distance from the reference, infinite if the chain's limits leave it
+    // A candidate's joints and their squared distance from the reference, infinite if its limits leave it
     // out; and what else of it is needed.
     struct Shoulder {
         Float q1, distance;
@@ -49,10 +48,8 @@ class SixSideBySide {
     Float as_far_as(int joint, const Float& q) const { return square(Float(q - reference[joint])); }
     Float unless_left_out(int joint, const Float& q, const Float& distance) const
     {
-        const Double theta = widened(q) + batch.arm.offset[joint];
-        const auto out = (theta < batch.chain[joint].lower - limit_slack) |
-                         (theta > batch.chain[joint].upper + limit_slack);
-        return narrowed(out) ? Float{} + INFINITY : distance;
+        const auto out = (q < batch.inside[joint].lower) | (q > batch.inside[joint].upper);
+        return out ? Float{} + INFINITY : distance;
     }
     Float at_joint(int joint, const Double& angle) const
     {
@@ -67,7 +64,7 @@ class SixSideBySide {
 
     const SixBatch& batch;
     Float reference[6]; // radians
-    Flanges<lanes> flange;
+    TransformOf<Double> flange;
     Double centre[3];                                  // of the wrist
     Float best[6], best_distance = Float{} + INFINITY; // minus infinity for what is left to the single call
 };
@@ -75,11 +72,10 @@ class SixSideBySide {
 template <int lanes>
 SixSideBySide<lanes>::SixSideBySide(const SixBatch& shared, const float* const (&references)[lanes],
                                     const KinPose* const (&targets)[lanes])
-    : batch(shared), flange(shared, targets)
+    : batch(shared), flange(flanges<lanes>(shared, targets))
 {
     for (int i = 0; i < 6; ++i)
         best[i] = reference[i] = reference_of<lanes>(batch, i, references) * radians_per_degree;
-    leave(flange.not_unit);
     centre[0] = flange.p.x - batch.arm.lwt * flange.r[0][2];
     centre[1] = flange.p.y - batch.arm.lwt * flange.r[1][2];
     centre[2] = flange.p.z - batch.arm.lwt * flange.r[2][2];

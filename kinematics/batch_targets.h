@@ -17,30 +17,27 @@ typename Lanes<lanes>::Float reference_of(const InverseBatch& batch, int joint,
     return onto(lower, upper, degrees, reference_rounding);
 }
 
-// Where the flange must be for each target; the quaternions that are not of unit length are taken otherwise.
+// Where the flange must be for each target.
 template <int lanes>
-struct Flanges : TransformOf<typename Lanes<lanes>::Double> {
-    typename Lanes<lanes>::Integer not_unit;
-
-    Flanges(const InverseBatch& batch, const KinPose* const (&targets)[lanes])
-    {
-        using Double = typename Lanes<lanes>::Double;
-        const auto all = [&](const auto& of) {
-            return widened(side_by_side<lanes>([&](int lane) { return of(*targets[lane]); }));
-        };
-        const QuaternionRotation<Double> unit(all([](const KinPose& t) { return t.quaternion.w; }),
-                                              all([](const KinPose& t) { return t.quaternion.x; }),
-                                              all([](const KinPose& t) { return t.quaternion.y; }),
-                                              all([](const KinPose& t) { return t.quaternion.z; }));
-        not_unit = !(unit.off < unit_rounding);
-        this->r = unit.r;
-        this->p = {all([](const KinPose& t) { return t.position.x; }),
-                   all([](const KinPose& t) { return t.position.y; }),
-                   all([](const KinPose& t) { return t.position.z; })};
-        if (batch.has_tool) append(*this, batch.tool_inverse);
-        if (batch.is_turned) take_off_base(*this, batch.base);
-    }
-};
+TransformOf<typename Lanes<lanes>::Double> flanges(const InverseBatch& batch,
+                                                   const KinPose* const (&targets)[lanes])
+{
+    using Double = typename Lanes<lanes>::Double;
+    const auto all = [&](const auto& of) {
+        return widened(side_by_side<lanes>([&](int lane) { return of(*targets[lane]); }));
+    };
+    const QuaternionRotation<Double> by(all([](const KinPose& t) { return t.quaternion.w; }),
+                                        all([](const KinPose& t) { return t.quaternion.x; }),
+                                        all([](const KinPose& t) { return t.quaternion.y; }),
+                                        all([](const KinPose& t) { return t.quaternion.z; }));
+    TransformOf<Double> flange = {by.r,
+                                  {all([](const KinPose& t) { return t.position.x; }),
+                                   all([](const KinPose& t) { return t.position.y; }),
+                                   all([](const KinPose& t) { return t.position.z; })}};
+    if (batch.has_tool) append(flange, batch.tool_inverse);
+    if (batch.is_turned) take_off_base(flange, batch.base);
+    return flange;
+}
 
 } // namespace
 } // namespace kx

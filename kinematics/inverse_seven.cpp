@@ -11,13 +11,15 @@ namespace kx {
 
 SevenLimits limits_of_seven(const ARM_MODEL& arm, bool joints_own)
 {
-    const auto chain = chain_limits(arm);
+    const Geometry& g = *geometry(arm.model);
     SevenLimits limits;
     for (int i = 0; i < 7; ++i) {
-        limits.lower[i] = chain[i].lower, limits.upper[i] = chain[i].upper;
+        const double lower = arm.lower[i] * radians_per_degree, upper = arm.upper[i] * radians_per_degree;
+        limits.lower[i] = arm.lower[i] > g.joint[i].lower ? lower : g.chain[i].lower;
+        limits.upper[i] = arm.upper[i] < g.joint[i].upper ? upper : g.chain[i].upper;
         if (!joints_own) continue;
-        limits.lower[i] = std::min<double>(limits.lower[i], arm.lower[i] * radians_per_degree);
-        limits.upper[i] = std::max<double>(limits.upper[i], arm.upper[i] * radians_per_degree);
+        limits.lower[i] = std::min(limits.lower[i], lower);
+        limits.upper[i] = std::max(limits.upper[i], upper);
     }
     return limits;
 }

@@ -107,20 +107,6 @@ ARM_MODEL loaded_arm(int model)
     return arm;
 }
 
-std::array<Range, 7> chain_limits(const ARM_MODEL& arm)
-{
-    const Geometry& g = *geometry(arm.model);
-    std::array<Range, 7> limits = {};
-    for (int i = 0; i < g.joints; ++i) {
-        const auto radians = [&](float degrees) { return (degrees + g.offset[i]) * radians_per_degree; };
-        const auto& [lower, upper] = g.joint[i];
-        const bool seven = g.joints == 7;
-        limits[i].lower = seven && arm.lower[i] <= lower ? g.chain[i].lower : radians(arm.lower[i]);
-        limits[i].upper = seven && arm.upper[i] >= upper ? g.chain[i].upper : radians(arm.upper[i]);
-    }
-    return limits;
-}
-
 } // namespace kx
 
 using namespace kx;

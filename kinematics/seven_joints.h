@@ -21,8 +21,8 @@ struct SevenLimits {
     std::array<double, 7> lower, upper;
 };
 
-// The limits of the chain were typed with fewer digits than the joints' own and are up to 3e-5 radians
-// narrower. Where they leave nothing, the joints' own count.
+// Where they are the arm's own, those that were typed for the chain, with fewer digits: they are up to 3e-5 radians
+// narrower. Where these leave nothing, the joints' own count.
 SevenLimits limits_of_seven(const ARM_MODEL& arm, bool joints_own);
 
 namespace {
@@ -171,7 +171,7 @@ struct Reference {
     RotorOf<V> line() const
     {
         const V zero = {}, one = all_of<V>(1);
-        const auto negative = elbow.angle < 0;
+        const auto negative = elbow.forward < 0;
         return shoulder * elbow.lift * RotorOf<V>{negative ? zero : one, zero, zero, negative ? one : zero};
     }
 

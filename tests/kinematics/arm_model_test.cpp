@@ -198,9 +198,11 @@ TEST_P(ArmModel, AllSolutions)
             EXPECT_TRUE(at_end || inside == (count > 0)) << angle;
             how_near_to_joint(count);
         }
+        Joints turn_on = joint; // which is the same place
+        turn_on[3] += 360;
         const double off = how_near_to_joint(
             model == 47
-                ? Arm_Model_Solutions_At(&arm, &target, Arm_Model_Angle(&arm, joint.data()), solutions)
+                ? Arm_Model_Solutions_At(&arm, &target, Arm_Model_Angle(&arm, turn_on.data()), solutions)
                 : Arm_Model_Solutions(&arm, &target, solutions));
         // Near a singular place, or where joints of a ball turn about one axis, the target's rounding moves them.
         const double bend = model == 47 ? std::min(std::fabs(joint[1]), std::fabs(joint[5])) : 90;
