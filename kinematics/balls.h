@@ -53,11 +53,19 @@ inline V of_both(const V& pairs) // their sum, or what both say
         return of_shoulder(pairs) + of_wrist(pairs);
 }
 
-// Numbers of a target.
+// A number of the targets: one for all, or one for each.
 template <typename V>
 inline V all_of(double number)
 {
     return V{} + number;
+}
+template <typename V, typename Number>
+inline V each_of(const Number& number)
+{
+    V all = {};
+    for (int target = 0; target < targets_in<V>; ++target)
+        all[2 * target] = all[2 * target + 1] = number(target);
+    return all;
 }
 
 } // namespace kx

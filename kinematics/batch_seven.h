@@ -109,17 +109,13 @@ V SevenSideBySide<V>::nearest_arm_angle(const Ends* const (&ends)[targets]) cons
     search.offer(psi_, at_psi_);
 
     int most = 0;
-    V count;
-    for (int target = 0; target < targets; ++target) {
-        const int own = ends[target]->count;
-        count[2 * target] = count[2 * target + 1] = own;
-        most = own > most ? own : most;
-    }
+    for (const Ends* of_target : ends)
+        most = of_target->count > most ? of_target->count : most;
+    const V count = each_of<V>([&](int target) { return ends[target]->count; });
     Point<V> point[Ends::usual];
     for (int i = 0; i < most; ++i) {
-        V end;
-        for (int target = 0; target < targets; ++target)
-            end[2 * target] = end[2 * target + 1] = ends[target]->psi[i < ends[target]->count ? i : 0];
+        const V end =
+            each_of<V>([&](int target) { return ends[target]->psi[i < ends[target]->count ? i : 0]; });
         point[i].move_to(ArmAngle<V>(end), balls_, goals_);
         search.offer(end, count > i ? search.squared_distance(point[i]) : never);
     }
