@@ -306,34 +306,45 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
     const RotorOf<Pair> wrist_rotor[] = {forearm * rotation, forearm * half_turn_back * rotation};
     const RotorOf<Pair> joint_1[] = {aside, half_turn * aside};
 
-    const auto least = [&](int i, double none) { return heed_limits ? low[i] - inside_slack : none; };
-    const auto most = [&](int i, double none) { return heed_limits ? high[i] + inside_slack : none; };
-    const Turn<Pair> outer(Pair{low[0], least(5, near[5] - pi)}, Pair{high[0], most(5, near[5] + pi)},
-                           Pair{near[0], near[5]});
-    const Turn<Pair> inner(Pair{-pi, least(3, -pi)}, Pair{pi, most(3, pi)}, Pair{0, near[3]});
-    const JointGoals goals(outer, inner, Pair{pi / 2, near[4]}, Pair{0, least(4, -pi)}, Pair{pi, most(4, pi)},
-                           pair(0), pair(INFINITY));
-    const double ahead = std::remainder(near[0], two_pi);
-    BallJoints<Pair> balls(joint_1, wrist_rotor);
-    if (any(balls.nearly_stretched())) balls.pass_stretched_points(Pair{0, near[5] - near[3]}, ahead, false);
-    Point<Pair> nearest;
-    if (!nearest_arm_angle(balls, goals, ahead, pi, nearest)) {
-        left_out = true;
-        return;
-    }
-    // Where the wrist is straight, joints 4 and 6 share their turn, which the search passes on one side only.
-    const double straight = nearest_turn<double>(balls.nearest()[1], std::clamp(near[0], low[0], high[0]));
-    joint[0] = on_limit(0, static_cast<float>(straight), coaxial);
-    if (inside(0, joint[0])) offer(true);
-    const auto off = nearest_branch(nearest, goals);
-    const auto turned = [&](int i, double by) {
-        const double q = near[i] + by;
-        return static_cast<float>(heed_limits ? std::clamp<double>(q, low[i], high[i]) : q);
+    // With joints 4 and 6 up to `slack` beyond their limits. False if there is no solution.
+    const auto search = [&](double slack) {
+        const auto least = [&](int i, double none) { return heed_limits ? low[i] - slack : none; };
+        const auto most = [&](int i, double none) { return heed_limits ? high[i] + slack : none; };
+        const Turn<Pair> outer(Pair{low[0], least(5, near[5] - pi)}, Pair{high[0], most(5, near[5] + pi)},
+                               Pair{near[0], near[5]});
+        const Turn<Pair> inner(Pair{-pi, least(3, -pi)}, Pair{pi, most(3, pi)}, Pair{0, near[3]});
+        const JointGoals goals(outer, inner, Pair{pi / 2, near[4]}, Pair{0, least(4, -pi)},
+                               Pair{pi, most(4, pi)}, pair(0), pair(INFINITY));
+        const double ahead = std::remainder(near[0], two_pi);
+        BallJoints<Pair> balls(joint_1, wrist_rotor);
+        if (any(balls.nearly_stretched()))
+            balls.pass_stretched_points(Pair{0, near[5] - near[3]}, ahead, false);
+        Point<Pair> nearest;
+        if (!nearest_arm_angle(balls, goals, ahead, pi, nearest)) return false;
+        // Where the wrist is straight, joints 4 and 6 share their turn, which the search passes on one side only.
+        const double straight =
+            nearest_turn<double>(balls.nearest()[1], std::clamp(near[0], low[0], high[0]));
+        joint[0] = on_limit(0, static_cast<float>(straight), coaxial);
+        if (inside(0, joint[0])) offer(true);
+        const auto off = nearest_branch(nearest, goals);
+        double beyond = 0;
+        const auto turned = [&](int i, double by) {
+            const double q = near[i] + by, kept = heed_limits ? std::clamp<double>(q, low[i], high[i]) : q;
+            beyond = slack > inside_slack ? q - kept : 0;
+            return static_cast<float>(kept);
+        };
+        joint[4] = turned(4, off.middle[1]);
+        joint[5] = turned(5, off.outer[1]);
+        joint[3] = turned(3, off.inner[1] + beyond);
+        joint[0] = turned(0, off.outer[0] + (c23 < 0 ? beyond : -beyond));
+        if (beyond != 0) return false;
+        offer();
+        return true;
     };
-    joint[0] = turned(0, off.outer[0]);
-    joint[3] = turned(3, off.inner[1]), joint[4] = turned(4, off.middle[1]),
-    joint[5] = turned(5, off.outer[1]);
-    offer();
+    // Below an upright forearm a nearly straight wrist leaves to joint 4, and that to joint 1, what is beyond the limits of
+    // joint 6: the target's rounding hides it.
+    const bool is_upright = std::fabs(s23) < coaxial && unnoticed / tilt > inside_slack;
+    if (!(is_upright && search(unnoticed / tilt)) && !search(inside_slack)) left_out = true;
 }
 
 // With a straight wrist axes 4 and 6 are one line, and only theta4 + theta6 counts; folded back on itself,
