@@ -279,10 +279,11 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
         if (!only_if_straight) consider(joint, turned, distance);
     };
 
+    const double sign = c23 < 0 ? 1 : -1; // joint 1 turns the other way if the forearm points down
     const double tilt = std::max(std::fabs(ahead_of_it[0][2]), std::fabs(ahead_of_it[1][2]));
     if (std::fabs(s23) < coaxial && tilt < coaxial) { // axes 1, 4 and 6 are one line
-        const double none = 1000, sign = c23 < 0 ? 1 : -1;
-        SharedTurn turn; // joint 1 turns the other way if the forearm points down
+        const double none = 1000;
+        SharedTurn turn;
         turn.add(sign * near[0], sign < 0 ? -high[0] : low[0], sign < 0 ? -low[0] : high[0]);
         for (int i : {3, 5})
             turn.add(near[i], heed_limits ? low[i] : -none, heed_limits ? high[i] : none);
@@ -336,7 +337,7 @@ void SixJoints::turn_about_axis_1(const Elbow& elbow, bool heed_limits)
         joint[4] = turned(4, off.middle[1]);
         joint[5] = turned(5, off.outer[1]);
         joint[3] = turned(3, off.inner[1] + beyond);
-        joint[0] = turned(0, off.outer[0] + (c23 < 0 ? beyond : -beyond));
+        joint[0] = turned(0, off.outer[0] + sign * beyond);
         if (beyond != 0) return false;
         offer();
         return true;
