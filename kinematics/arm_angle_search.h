@@ -129,11 +129,17 @@ void Search<V>::refine(const Piece<V>& piece, const Branches<V>& feasible)
         promising |= can_win(piece.lower_bounds()(n, goals_)) & 1 << n;
     promising &= feasible;
     Holds<V> halve = {};
-    for (; any(promising != 0); promising &= promising - 1) {
+    const auto left = [&]() -> Holds<V> { // where there are any
+        if constexpr (targets_in<V> == 1)
+            return Holds<V>{} - (promising[0] != 0);
+        else
+            return promising != 0;
+    };
+    for (Holds<V> tried = left(); any(tried); promising &= promising - 1, tried = left()) {
         const BranchStart<V> start = piece.start(Branch<V>(promising & -promising));
         const Distance<V> at_a = piece.distance(start, a.angles), at_b = piece.distance(start, b.angles);
         const V bend = piece.least_bend(start);
-        const Holds<V> wanted = (promising != 0) & can_win(lower_bound(at_a, at_b, bend));
+        const Holds<V> wanted = tried & can_win(lower_bound(at_a, at_b, bend));
         const Holds<V> convex = wanted & (bend >= 0);
         if (any(convex)) descend(piece, start, at_a, at_b, bend, convex);
         halve |= wanted & !convex;

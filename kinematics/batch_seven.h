@@ -115,7 +115,7 @@ V SevenSideBySide<V>::nearest_arm_angle(const Ends* const (&ends)[targets]) cons
     Point<V> point[Ends::usual];
     for (int i = 0; i < most; ++i) {
         const V end =
-            each_of<V>([&](int target) { return ends[target]->psi[i < ends[target]->count ? i : 0]; });
+            each_of<V>([&](int target) { return i < ends[target]->count ? ends[target]->psi[i] : 0; });
         point[i].move_to(ArmAngle<V>(end), balls_, goals_);
         search.offer(end, count > i ? search.squared_distance(point[i]) : never);
     }

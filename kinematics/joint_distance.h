@@ -48,8 +48,14 @@ struct Branch {
     Holds<V> elbow, shoulder, wrist;
 
     explicit Branch(const Branches<V>& one)
-        : elbow((one & 0xf0) != 0), shoulder((one & 0xcc) != 0), wrist((one & 0xaa) != 0)
     {
+        if constexpr (targets_in<V> == 1) { // integers of 64 bits are compared in many steps
+            static constexpr Holds<V> says[] = {{0, 0}, {-1, -1}};
+            const auto number = std::countr_zero(static_cast<unsigned>(one[0]));
+            elbow = says[number >> 2], shoulder = says[number >> 1 & 1], wrist = says[number & 1];
+        } else {
+            elbow = (one & 0xf0) != 0, shoulder = (one & 0xcc) != 0, wrist = (one & 0xaa) != 0;
+        }
     }
     Holds<V> turned() const { return beside(shoulder, wrist); }
     Holds<V> inner_turned() const { return turned() ^ elbow; }
