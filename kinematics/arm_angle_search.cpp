@@ -3,6 +3,75 @@
 
 namespace kx {
 
+namespace {
+
+// What the processor cannot foresee is chosen without a branch, since behind a mispredicted one it begins anew only when the
+// arc tangents are known that it depends on.
+class Search {
+  public:
+    Best<Pair> best;
+
+    Search(const BallJoints<Pair>& balls, const JointGoals<Pair>& goals) : balls_(balls), goals_(goals)
+    {
+        descended_to_.psi = pair(NAN);
+    }
+    // In these branches, which are feasible all along the piece.
+    void refine(const Piece<Pair>& piece, std::int64_t feasible);
+    void move_to_best(Point<Pair>& point) const;
+
+  private:
+    void descend(Descent<Pair>& descent);
+
+    const BallJoints<Pair>& balls_;
+    const JointGoals<Pair>& goals_;
+    BallAngles<Pair> descended_to_; // as a rule the best
+};
+
+void Search::move_to_best(Point<Pair>& point) const
+{
+    if (any(descended_to_.psi != best.psi())) {
+        point.move_to(ArmAngle<Pair>(best.psi()), balls_, goals_);
+    } else {
+        point.angles = descended_to_;
+        point.place(goals_);
+    }
+}
+
+void Search::refine(const Piece<Pair>& piece, std::int64_t feasible)
+{
+    const Point<Pair>&a = piece.first(), &b = piece.last();
+    bool halve = false;
+    for (auto left = best.promising(piece, goals_)[0] & feasible; left != 0; left &= left - 1) {
+        Descent<Pair> descent(piece, Branch<Pair>(Branches<Pair>{} + (left & -left)));
+        if (!best.beaten_by(descent.lower_bound())[0]) continue;
+        if (descent.least_bend[0] >= 0)
+            descend(descent);
+        else
+            halve = true;
+    }
+    if (!halve || !(b.angles.psi - a.angles.psi >= least_width)[0]) return;
+    Point<Pair> middle;
+    middle.move_to(ArmAngle<Pair>((a.angles.psi + b.angles.psi) / 2), balls_, goals_);
+    best.offer(middle.angles.psi, squared_distance(middle, goals_));
+    refine(Piece<Pair>(balls_, goals_, a, middle), feasible);
+    refine(Piece<Pair>(balls_, goals_, middle, b), feasible);
+}
+
+void Search::descend(Descent<Pair>& descent)
+{
+    if (!descent.wide_enough()[0]) return;
+    BallAngles<Pair> angles;
+    do {
+        balls_.evaluate(ArmAngle<Pair>(descent.next()), angles);
+        const Distance<Pair> there = descent.start.distance(angles);
+        best.offer(there.psi, there.squared);
+        descent.narrow(there);
+    } while ((descent.wide_enough() & best.beaten_by(descent.lower_bound()))[0]);
+    if (!any(angles.psi != best.psi())) descended_to_ = angles;
+}
+
+} // namespace
+
 bool nearest_arm_angle(const BallJoints<Pair>& balls, const JointGoals<Pair>& goals, double middle,
                        double range, Point<Pair>& nearest)
 {
@@ -13,8 +82,8 @@ bool nearest_arm_angle(const BallJoints<Pair>& balls, const JointGoals<Pair>& go
     if (feasible.contains(psi)[0]) {
         Point<Pair> own;
         own.move_to(ArmAngle<Pair>(psi), balls, goals);
-        at_psi = search.squared_distance(own);
-        search.offer(psi, at_psi);
+        at_psi = squared_distance(own, goals);
+        search.best.offer(psi, at_psi);
     }
     Ends ends[1];
     ends_of_pieces(balls, goals, feasible, window_about(psi, range, balls, goals, at_psi), ends);
@@ -32,7 +101,7 @@ bool nearest_arm_angle(const BallJoints<Pair>& balls, const JointGoals<Pair>& go
     for (int i = 0; i < count_of_ends; ++i)
         point[i].move_to(arm[i], balls, goals);
     for (int i = 0; i < count_of_ends; ++i)
-        search.offer(point[i].angles.psi, search.squared_distance(point[i]));
+        search.best.offer(point[i].angles.psi, squared_distance(point[i], goals));
     Piece<Pair> piece[most]; // those that may hold anything nearer
     double least[most];
     int count = 0;
@@ -41,7 +110,7 @@ bool nearest_arm_angle(const BallJoints<Pair>& balls, const JointGoals<Pair>& go
         piece[count] = Piece(balls, goals, point[i], point[i + 1]);
         const Pair bound = piece[count].lower_bounds().least(goals);
         least[count] = bound[0];
-        count -= static_cast<int>(search.can_win(bound)[0]);
+        count -= static_cast<int>(search.best.beaten_by(bound)[0]);
     }
 
     // The most promising one first, and so on.
@@ -49,12 +118,12 @@ bool nearest_arm_angle(const BallJoints<Pair>& balls, const JointGoals<Pair>& go
         int next = 0;
         for (int k = 1; k < count; ++k)
             next = least[k] < least[next] ? k : next;
-        if (!search.can_win(pair(least[next]))[0]) break;
+        if (!search.best.beaten_by(pair(least[next]))[0]) break;
         least[next] = INFINITY;
         const Pair from = piece[next].first().angles.psi, to = piece[next].last().angles.psi;
-        search.refine(piece[next], feasible_between(from, to, balls, goals, feasible));
+        search.refine(piece[next], feasible_between(from, to, balls, goals, feasible)[0]);
     }
-    if (std::isnan(search.best()[0])) return false;
+    if (std::isnan(search.best.psi()[0])) return false;
     search.move_to_best(nearest);
     return true;
 }

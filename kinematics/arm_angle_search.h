@@ -17,6 +17,8 @@
 
 namespace kx {
 
+inline constexpr double least_width = 1e-12; // of a piece, at which rounding rules
+
 // The joints as distances from their references, and the branch.
 template <typename V>
 struct Deviations {
@@ -28,7 +30,7 @@ struct Deviations {
 template <typename V>
 Deviations<V> nearest_branch(const Point<V>& p, const JointGoals<V>& goals)
 {
-    const Branches<V> inside = goals.narrow ? p.feasible(goals) : Branches<V>{} + all_branches;
+    const Branches<V> inside = goals.narrow() ? p.feasible(goals) : Branches<V>{} + all_branches;
     const Branch<V> best(squared_distances(p, goals).least(goals, inside).branch);
     const V outer = best.turned() ? p.outer[1] : p.outer[0];
     const V inner = best.inner_turned() ? p.inner[1] : p.inner[0];
@@ -37,17 +39,39 @@ Deviations<V> nearest_branch(const Point<V>& p, const JointGoals<V>& goals)
             goals.inner.deviation(inner)};
 }
 
-// Lower bound between two arm angles, given one of the second derivative: two parabolas continue the ends
-// with this bend, and none of their points is above the distance. If they open downwards, both are least
-// where they meet; if upwards, the tangents are at least as low where they meet, and a parabola at its
-// vertex.
+// A branch of a piece between two arm angles that come closer and closer about the least distance, where this is convex.
 template <typename V>
-V lower_bound(const Distance<V>& a, const Distance<V>& b, const V& least_bend)
+struct Descent {
+    BranchStart<V> start;
+    Distance<V> a, b;
+    V least_bend;
+    Holds<V> halve; // for safety: at least every other step does
+
+    Descent() = default; // whose members have no values
+    Descent(const Piece<V>& piece, const Branch<V>& branch)
+        : start(piece.start(branch)), a(start.distance(piece.first().angles)),
+          b(start.distance(piece.last().angles)), least_bend(piece.least_bend(start)), halve{}
+    {
+    }
+    V width() const { return b.psi - a.psi; }
+    Holds<V> wide_enough() const { return width() >= least_width; }
+    // What the distance does not fall below: two parabolas continue the ends with the least bend, and none of their points
+    // is above the distance. If they open downwards, both are least where they meet; if upwards, the tangents are at least
+    // as low where they meet, and a parabola at its vertex.
+    V lower_bound() const;
+    // Where it may be least: the minimum of the cubic through values and rates; it falls at a and rises at b.
+    V next() const;
+    // Goes on from there.
+    void narrow(const Distance<V>& there);
+};
+
+template <typename V>
+V Descent<V>::lower_bound() const
 {
-    const V width = b.psi - a.psi, bend = min(V{}, least_bend);
-    const V t =
-        (a.squared - b.squared + (b.rate - bend * width / 2) * width) / (b.rate - a.rate - bend * width);
-    const V meeting = min(width, max(t, V{}));
+    const V bend = min(V{}, least_bend);
+    const V t = (a.squared - b.squared + (b.rate - bend * width() / 2) * width()) /
+                (b.rate - a.rate - bend * width());
+    const V meeting = min(width(), max(t, V{}));
     const V meet = a.squared + (a.rate + bend * meeting / 2) * meeting;
     const V vertices =
         beside(a.squared, b.squared) - square(beside(a.rate, b.rate)) / (2 * max(least_bend, V{}));
@@ -55,130 +79,62 @@ V lower_bound(const Distance<V>& a, const Distance<V>& b, const V& least_bend)
     return max(of_wrist(vertices), max(of_shoulder(vertices), meet));
 }
 
-// The minimum of the cubic through values and rates; it falls at a and rises at b.
 template <typename V>
-V cubic_minimum(const Distance<V>& a, const Distance<V>& b)
+V Descent<V>::next() const
 {
-    const V width = b.psi - a.psi;
-    const V z = 3 * (a.squared - b.squared) / width + a.rate + b.rate;
+    const V z = 3 * (a.squared - b.squared) / width() + a.rate + b.rate;
     const V root = square_root(max(V(z * z - a.rate * b.rate), V{}));
-    return b.psi - width * (b.rate + root - z) / (b.rate - a.rate + 2 * root);
+    const V cubic = b.psi - width() * (b.rate + root - z) / (b.rate - a.rate + 2 * root);
+    const Holds<V> inside = (cubic > a.psi) & (cubic < b.psi);
+    return (~halve & inside) ? cubic : a.psi + width() / 2;
 }
 
-// What the processor cannot foresee is chosen without a branch, since behind a mispredicted one it begins anew only when the
-// arc tangents are known that it depends on.
 template <typename V>
-class Search {
-  public:
-    Search(const BallJoints<V>& balls, const JointGoals<V>& goals) : balls_(balls), goals_(goals)
-    {
-        descended_to_.psi = all_of<V>(NAN);
-    }
+void Descent<V>::narrow(const Distance<V>& d)
+{
+    const V before = width();
+    const auto move = [&d](Distance<V>& end, const Holds<V>& there) {
+        end = {there ? d.psi : end.psi, there ? d.squared : end.squared, there ? d.rate : end.rate};
+    };
+    move(a, d.rate < 0);
+    move(b, !(d.rate < 0));
+    halve = width() > before / 2;
+}
 
-    V squared_distance(const Point<V>& p) const // of the nearest branch
-    {
-        const auto squared = squared_distances(p, goals_);
-        return goals_.narrow ? squared.least(goals_, p.feasible(goals_)).squared : squared.least(goals_);
-    }
+// The least of what was looked at.
+template <typename V>
+class Best {
+  public:
+    V squared_distance() const { return of_shoulder(best_); }
+    V psi() const { return of_wrist(best_); } // NaN if it was nowhere feasible
     void offer(const V& psi, const V& squared)
     {
-        best_ = squared < of_shoulder(best_) ? beside(squared, psi) : best_;
+        best_ = squared < squared_distance() ? beside(squared, psi) : best_;
     }
-    // In these branches, which are feasible all along the piece.
-    void refine(const Piece<V>& piece, const Branches<V>& feasible);
-
-    Holds<V> can_win(const V& squared_distance) const
+    Holds<V> beaten_by(const V& squared) const
     {
         constexpr double tolerance = 1e-9; // rad^2
-        return squared_distance < of_shoulder(best_) - tolerance;
+        return squared < squared_distance() - tolerance;
     }
-    // Where it is least of all that was looked at; NaN if it was nowhere feasible.
-    V best() const { return of_wrist(best_); }
-    void move_to_best(Point<V>& point) const;
+    // The branches of a piece that may hold less.
+    Branches<V> promising(const Piece<V>& piece, const JointGoals<V>& goals) const
+    {
+        Branches<V> branches = {};
+        for (int n = 0; n < 8; ++n)
+            branches |= beaten_by(piece.lower_bounds()(n, goals)) & 1 << n;
+        return branches;
+    }
 
   private:
-    static constexpr double least_width = 1e-12; // of a piece, at which rounding rules
-
-    // Where it is wanted, since the lower bound can win.
-    void descend(const Piece<V>& piece, const BranchStart<V>& start, Distance<V> a, Distance<V> b,
-                 const V& least_bend, const Holds<V>& wanted);
-
-    const BallJoints<V>& balls_;
-    const JointGoals<V>& goals_;
     V best_ = beside(all_of<V>(INFINITY), all_of<V>(NAN)); // squared distance beside arm angle
-    BallAngles<V> descended_to_;                           // as a rule the best
 };
 
+// Of the nearest branch.
 template <typename V>
-void Search<V>::move_to_best(Point<V>& point) const
+V squared_distance(const Point<V>& p, const JointGoals<V>& goals)
 {
-    if (any(descended_to_.psi != best())) {
-        point.move_to(ArmAngle<V>(best()), balls_, goals_);
-    } else {
-        point.angles = descended_to_;
-        point.place(goals_);
-    }
-}
-
-template <typename V>
-void Search<V>::refine(const Piece<V>& piece, const Branches<V>& feasible)
-{
-    const Point<V>&a = piece.first(), &b = piece.last();
-    Branches<V> promising = {};
-    for (int n = 0; n < 8; ++n)
-        promising |= can_win(piece.lower_bounds()(n, goals_)) & 1 << n;
-    promising &= feasible;
-    Holds<V> halve = {};
-    const auto left = [&]() -> Holds<V> { // where there are any
-        if constexpr (targets_in<V> == 1)
-            return Holds<V>{} - (promising[0] != 0);
-        else
-            return promising != 0;
-    };
-    for (Holds<V> tried = left(); any(tried); promising &= promising - 1, tried = left()) {
-        const BranchStart<V> start = piece.start(Branch<V>(promising & -promising));
-        const Distance<V> at_a = piece.distance(start, a.angles), at_b = piece.distance(start, b.angles);
-        const V bend = piece.least_bend(start);
-        const Holds<V> wanted = tried & can_win(lower_bound(at_a, at_b, bend));
-        const Holds<V> convex = wanted & (bend >= 0);
-        if (any(convex)) descend(piece, start, at_a, at_b, bend, convex);
-        halve |= wanted & !convex;
-    }
-    halve &= b.angles.psi - a.angles.psi >= least_width;
-    if (!any(halve)) return;
-    Point<V> middle;
-    middle.move_to(ArmAngle<V>((a.angles.psi + b.angles.psi) / 2), balls_, goals_);
-    offer(middle.angles.psi, halve ? squared_distance(middle) : all_of<V>(INFINITY));
-    refine(Piece<V>(balls_, goals_, a, middle), feasible & halve);
-    refine(Piece<V>(balls_, goals_, middle, b), feasible & halve);
-}
-
-// Convex between a and b, and falling at a, rising at b.
-template <typename V>
-void Search<V>::descend(const Piece<V>& piece, const BranchStart<V>& start, Distance<V> a, Distance<V> b,
-                        const V& least_bend, const Holds<V>& wanted)
-{
-    const auto move = [](Distance<V>& to, const Holds<V>& where, const Distance<V>& d) {
-        to = {where ? d.psi : to.psi, where ? d.squared : to.squared, where ? d.rate : to.rate};
-    };
-    BallAngles<V> angles;
-    angles.psi = all_of<V>(NAN);
-    V width = b.psi - a.psi;
-    Holds<V> halve = {}; // for safety: at least every other step does
-    for (Holds<V> going = wanted & (width >= least_width); any(going);
-         going &= (width >= least_width) & can_win(lower_bound(a, b, least_bend))) {
-        const V cubic = cubic_minimum(a, b);
-        const Holds<V> usual = ~halve & (cubic > a.psi) & (cubic < b.psi);
-        const V psi = usual ? cubic : a.psi + width / 2;
-        balls_.evaluate(ArmAngle<V>(psi), angles);
-        const Distance<V> d = piece.distance(start, angles);
-        offer(psi, going ? d.squared : all_of<V>(INFINITY));
-        move(a, going & (d.rate < 0), d);
-        move(b, going & !(d.rate < 0), d);
-        halve = b.psi - a.psi > width / 2;
-        width = b.psi - a.psi;
-    }
-    if (targets_in<V> == 1 && !any(angles.psi != best())) descended_to_ = angles;
+    const auto squared = squared_distances(p, goals);
+    return goals.narrow() ? squared.least(goals, p.feasible(goals)).squared : squared.least(goals);
 }
 
 // Which arm angles keep the middle joints within the greater of their limits.
@@ -193,23 +149,30 @@ class Feasible {
     // The ends, NaN if there are none.
     V first() const { return nearest_ - (reach_ < pi ? reach_ : all_of<V>(NAN)); }
     V last() const { return nearest_ + (reach_ < pi ? reach_ : all_of<V>(NAN)); }
-    Holds<V> contains(const V& psi) const
+    Holds<V> contains(const V& psi) const { return of_both(keeps(psi, nearest_, reach_)); }
+    // The same, for an arm angle of each ball.
+    Holds<V> contains_either(const V& psi) const
     {
-        constexpr double rounding = 1e-9;
-        const V off = psi - nearest_,
-                beyond = abs(V(off - two_pi * rounded(V(off * (1 / two_pi))))) - rounding;
-        return of_both(beyond <= reach_);
+        return keeps(psi, nearest_, reach_) & keeps(psi, of_the_other(nearest_), of_the_other(reach_));
     }
 
   private:
+    static Holds<V> keeps(const V& psi, const V& nearest, const V& reach) // of one ball
+    {
+        constexpr double rounding = 1e-9;
+        const V off = psi - nearest,
+                beyond = abs(V(off - two_pi * rounded(V(off * (1 / two_pi))))) - rounding;
+        return beyond <= reach;
+    }
+
     V nearest_, reach_;
 };
 
 // Arm angles, at most 2 + 8 + 8, in ascending order; and where limits are narrow 4 + 16 more.
 struct Ends {
-    static constexpr int usual = 18, most = 38;
+    static constexpr int usual = 18, most = 38, room = 40; // also for what turns out not to count
     int count = 0;
-    double psi[most + 1]; // and room for one more
+    double psi[room] = {};
 };
 
 // Each goes behind those that are smaller, which are counted: without a branch, and all of them, as numbers that
@@ -217,23 +180,20 @@ struct Ends {
 template <typename V, int room>
 void put_in_order(const double* found, Ends& ends)
 {
-    constexpr int width = sizeof(V) / sizeof(double), vectors = (room + 1 + width) / width;
+    constexpr int width = sizeof(V) / sizeof(double), vectors = (room + width - 1) / width;
     double key[vectors * width];
-    for (int i = 0; i < room + 2; ++i)
+    for (int i = 0; i < vectors * width; ++i)
         key[i] = std::bit_cast<double>((std::bit_cast<std::int64_t>(found[i]) & ~std::int64_t{63}) | i);
-    std::fill(key + room + 2, std::end(key), INFINITY);
     V keys[vectors];
     std::memcpy(keys, key, sizeof keys);
-    for (int i = 0; i < ends.count; ++i) {
-        const V own = all_of<V>(key[i]);
-        Holds<V> smaller = {};
-        for (const V& others : keys)
-            smaller += others < own; // each that is counts as -1
-        std::int64_t count = 0;
-        for (int lane = 0; lane < width; ++lane)
-            count -= smaller[lane];
-        ends.psi[count] = found[i];
-    }
+    Holds<V> smaller[vectors] = {};
+    for (int i = 0; i < ends.count; ++i)
+        for (int k = 0; k < vectors; ++k)
+            smaller[k] -= all_of<V>(key[i]) < keys[k];
+    std::int64_t place[vectors * width];
+    std::memcpy(place, smaller, sizeof place);
+    for (int i = 0; i < ends.count; ++i)
+        ends.psi[place[i]] = found[i];
 }
 
 // Arm angles from one to another, with one between.
@@ -249,29 +209,32 @@ void ends_of_pieces(const BallJoints<V>& balls, const JointGoals<V>& goals, cons
                     const Window<V>& window, Ends* ends)
 {
     constexpr int targets = targets_in<V>;
-    double found[targets][Ends::most + 2];
-    for (auto& of_target : found)
-        std::fill(std::begin(of_target), std::end(of_target), INFINITY);
-    const auto add = [&](const V& angle) { // without a branch: half of them would be mispredicted
-        const Holds<V> kept = (angle >= window.from) & (angle <= window.to) & feasible.contains(angle);
+    double found[targets][Ends::room] = {};
+    // Of each ball, or the two ends; without a branch: half of them would be mispredicted.
+    const auto add = [&](const V& angles, const Holds<V>& kept) {
+        double angle[2 * targets];
+        std::int64_t counts[2 * targets];
+        std::memcpy(angle, &angles, sizeof angle);
+        std::memcpy(counts, &kept, sizeof counts);
         for (int target = 0; target < targets; ++target) {
-            found[target][ends[target].count] = angle[2 * target];
-            ends[target].count -= static_cast<int>(kept[2 * target]);
+            for (int i = 2 * target; i < 2 * target + 2; ++i) {
+                found[target][ends[target].count] = angle[i];
+                ends[target].count -= static_cast<int>(counts[i]);
+            }
         }
     };
     const auto add_both = [&](V angles) {
         angles -= two_pi * rounded(V((angles - window.psi) * (1 / two_pi)));
-        add(of_shoulder(angles));
-        add(of_wrist(angles));
+        add(angles, (angles >= window.from) & (angles <= window.to) & feasible.contains_either(angles));
     };
-    add(window.from);
-    add(window.to);
+    const V window_ends = beside(window.from, window.to);
+    add(window_ends, feasible.contains_either(window_ends));
     for (const V& angles : {balls.nearest(), V(balls.nearest() + pi), feasible.first(), feasible.last()})
         add_both(angles);
     for (const Roots<V>& turn_ends : {balls.outer_at(goals.outer.start), balls.inner_at(goals.inner.start)})
         for (const V& angles : turn_ends.psi)
             add_both(angles);
-    if (goals.narrow) {
+    if (goals.narrow()) {
         const V reach = balls.reach(min(abs(goals.middle_lower), abs(goals.middle_upper)));
         add_both(balls.nearest() - reach);
         add_both(balls.nearest() + reach);
@@ -284,8 +247,7 @@ void ends_of_pieces(const BallJoints<V>& balls, const JointGoals<V>& goals, cons
     }
 
     for (int target = 0; target < targets; ++target) {
-        found[target][ends[target].count] = INFINITY; // not what was left out last
-        if (goals.narrow)
+        if (goals.narrow())
             put_in_order<V, Ends::most>(found[target], ends[target]);
         else
             put_in_order<V, Ends::usual>(found[target], ends[target]);
@@ -299,7 +261,7 @@ Branches<V> feasible_between(const V& a, const V& b, const BallJoints<V>& balls,
 {
     const V middle = (a + b) / 2;
     const Holds<V> contained = feasible.contains(middle);
-    if (!goals.narrow || !any(contained)) return contained & all_branches;
+    if (!goals.narrow() || !any(contained)) return contained & all_branches;
     Point<V> p;
     p.move_to(ArmAngle<V>(middle), balls, goals);
     return contained & p.feasible(goals);

@@ -45,6 +45,15 @@ inline V of_wrist(const V& both)
     (std::make_integer_sequence<int, 2 * targets_in<V>>());
 }
 template <typename V>
+inline V of_the_other(const V& both)
+{
+    return [&]<int... i>(std::integer_sequence<int, i...>)
+    {
+        return __builtin_shufflevector(both, both, (i ^ 1)...);
+    }
+    (std::make_integer_sequence<int, 2 * targets_in<V>>());
+}
+template <typename V>
 inline V of_both(const V& pairs) // their sum, or what both say
 {
     if constexpr (std::is_same_v<V, Holds<V>>)
@@ -53,19 +62,10 @@ inline V of_both(const V& pairs) // their sum, or what both say
         return of_shoulder(pairs) + of_wrist(pairs);
 }
 
-// A number of the targets: one for all, or one for each.
 template <typename V>
 inline V all_of(double number)
 {
     return V{} + number;
-}
-template <typename V, typename Number>
-inline V each_of(const Number& number)
-{
-    V all = {};
-    for (int target = 0; target < targets_in<V>; ++target)
-        all[2 * target] = all[2 * target + 1] = number(target);
-    return all;
 }
 
 } // namespace kx

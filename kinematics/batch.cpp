@@ -59,7 +59,7 @@ SevenBatch::SevenBatch(const ARM_MODEL& seven, double of_arm_angles)
       range(std::min(of_arm_angles, pi))
 {
     const Pair straight[7] = {};
-    usual = range >= 0 && !goals_of(straight, limits, pair(0), true).narrow;
+    usual = range >= 0 && !goals_of(straight, limits, pair(0), true).narrow();
 }
 
 namespace {

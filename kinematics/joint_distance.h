@@ -26,12 +26,14 @@ template <typename V>
 struct JointGoals {
     Turn<V> outer, inner;
     V middle_reference, middle_lower, middle_upper;
-    V elbow_cost[2]; // squared distance of the elbow from its reference, bent either way; or infinite
-    bool narrow;     // not every branch keeps the limits where the middle joints can
+    V elbow_cost[2];     // squared distance of the elbow from its reference, bent either way; or infinite
+    Holds<V> leaves_out; // not every branch keeps the limits where the middle joints can
 
     JointGoals() = default;
     JointGoals(const Turn<V>& outer, const Turn<V>& inner, const V& middle_reference, const V& middle_lower,
                const V& middle_upper, const V& elbow, const V& elbow_bent_other_way);
+    // Such limits are not for several targets side by side.
+    bool narrow() const { return targets_in<V> == 1 && any(leaves_out); }
     V middle_limit() const { return max(abs(middle_lower), abs(middle_upper)); }
 };
 
@@ -114,12 +116,16 @@ struct Distance {
     V psi, squared, rate;
 };
 
-// One branch of a piece, by its deviations at the first end.
+// A branch of a piece, from its first end on.
 template <typename V>
 struct BranchStart {
-    V sum, difference; // outer + inner, outer - inner
-    V middle_sign;
+    Course<V> sum, difference;             // outer + inner, outer - inner
+    V sum_deviation, difference_deviation; // of these from the reference
+    V middle_reference;                    // for the middle angle in [0, pi]
     V elbow_cost;
+
+    // At any arm angle of the piece.
+    Distance<V> distance(const BallAngles<V>& angles) const;
 };
 
 // The arm angles between two that lie so close that, from one to the other, both balls' middle angles move
@@ -137,8 +143,6 @@ class Piece {
     // What the squared distances do not fall below.
     const SquaredDistances<V>& lower_bounds() const { return lower_bounds_; }
     BranchStart<V> start(const Branch<V>& branch) const;
-    // At any arm angle of the piece.
-    Distance<V> distance(const BranchStart<V>& start, const BallAngles<V>& angles) const;
     // Lower bound of the second derivative of the squared distance.
     V least_bend(const BranchStart<V>& start) const;
 
@@ -207,8 +211,8 @@ JointGoals<V>::JointGoals(const Turn<V>& outer_turn, const Turn<V>& inner_turn, 
     : outer(outer_turn), inner(inner_turn), middle_reference(reference), middle_lower(lower),
       middle_upper(upper), elbow_cost{elbow, elbow_bent_other_way}
 {
-    narrow = any((outer.low != 0) | (outer.high != two_pi) | (inner.low != 0) | (inner.high != two_pi) |
-                 (lower != -upper));
+    leaves_out = ~of_both((outer.low == 0) & (outer.high == two_pi) & (inner.low == 0) &
+                          (inner.high == two_pi) & (lower == -upper));
 }
 
 template <typename V>
@@ -268,7 +272,7 @@ typename SquaredDistances<V>::Least SquaredDistances<V>::least(const JointGoals<
     for (int n = 0; n < 8; ++n) {
         const V here = (*this)(n, goals);
         auto nearer = here < best.squared;
-        if (goals.narrow) nearer &= (of_these & 1 << n) != 0;
+        if (goals.narrow()) nearer &= (of_these & 1 << n) != 0;
         best = {nearer ? here : best.squared, nearer ? Branches<V>{} + (1 << n) : best.branch};
     }
     return best;
@@ -337,20 +341,24 @@ BranchStart<V> Piece<V>::start(const Branch<V>& branch) const
 {
     const V outer = branch.turned() ? outer_[1] : outer_[0];
     const V inner = branch.inner_turned() ? inner_[1] : inner_[0];
-    return {outer + inner, outer - inner, branch.middle_sign(),
+    return {a_->angles.sum,
+            a_->angles.difference,
+            outer + inner,
+            outer - inner,
+            branch.middle_sign() * goals_->middle_reference,
             branch.elbow ? goals_->elbow_cost[1] : goals_->elbow_cost[0]};
 }
 
 // outer^2 + inner^2 = (sum^2 + difference^2)/2
 template <typename V>
-Distance<V> Piece<V>::distance(const BranchStart<V>& start, const BallAngles<V>& p) const
+Distance<V> BranchStart<V>::distance(const BallAngles<V>& p) const
 {
-    const V sum = start.sum + rise(a_->angles.sum, p.sum),
-            difference = start.difference + rise(a_->angles.difference, p.difference);
-    const V middle = p.middle.value - start.middle_sign * goals_->middle_reference;
-    const V squared = (square(sum) + square(difference)) / 2 + square(middle);
-    const V rate = sum * p.sum.rate + difference * p.difference.rate + 2 * middle * p.middle.rate;
-    return {p.psi, of_both(squared) + start.elbow_cost, of_both(rate)};
+    const V sum_there = sum_deviation + rise(sum, p.sum),
+            difference_there = difference_deviation + rise(difference, p.difference);
+    const V middle = p.middle.value - middle_reference;
+    const V squared = (square(sum_there) + square(difference_there)) / 2 + square(middle);
+    const V rate = sum_there * p.sum.rate + difference_there * p.difference.rate + 2 * middle * p.middle.rate;
+    return {p.psi, of_both(squared) + elbow_cost, of_both(rate)};
 }
 
 template <typename V>
@@ -375,10 +383,10 @@ V Piece<V>::least_bend(const BranchStart<V>& start) const
     const Interval<V> sum_bend = enclose(a.sum_gain, b.sum_gain) * middle_rate;
     const Interval<V> difference_bend = enclose(a.difference_gain, b.difference_gain) * middle_rate;
 
-    const Interval<V> sum = enclose<V>(start.sum, start.sum + sum_rise_);
-    const Interval<V> difference = enclose<V>(start.difference, start.difference + difference_rise_);
-    const Interval<V> middle =
-        enclose(a.middle.value, b.middle.value) - V(start.middle_sign * goals_->middle_reference);
+    const Interval<V> sum = enclose<V>(start.sum_deviation, start.sum_deviation + sum_rise_);
+    const Interval<V> difference =
+        enclose<V>(start.difference_deviation, start.difference_deviation + difference_rise_);
+    const Interval<V> middle = enclose(a.middle.value, b.middle.value) - start.middle_reference;
 
     const V sums = least_square(enclose(a.sum.rate, b.sum.rate)) + (sum * sum_bend).low;
     const V differences =

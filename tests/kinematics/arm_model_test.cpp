@@ -214,9 +214,11 @@ TEST_P(ArmModel, AllSolutions)
 TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
 {
     constexpr int count = 1203;
+    ASSERT_EQ(Arm_Model_Init(&arm, model, 0), 0); // the limits with which seven joints go side by side
     std::vector<float> joints, references;
     for (int n = 0; n < count; ++n) {
-        const Joints joint = n % 2 ? problems.hard() : problems.anywhere(), reference = problems.near(joint);
+        const Joints joint = n % 2 ? problems.hard() : problems.anywhere(),
+                     reference = n % 5 ? problems.near(joint) : joint; // at rest
         joints.insert(joints.end(), joint.begin(), joint.begin() + arm.joints);
         references.insert(references.end(), reference.begin(), reference.begin() + arm.joints);
         if (n % 97 == 0) joints.back() = n % 2 ? 1e8f : nan_f;
@@ -255,6 +257,29 @@ TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
         }
     }
     kx::most_lanes = 8;
+}
+
+// Of so many some need more room than they have beside others, and are begun again alone.
+TEST(SevenJoints, LongSearchesInABatchHaveTheBitsOfSingleCalls)
+{
+    constexpr int count = 20000;
+    ARM_MODEL arm;
+    ASSERT_EQ(Arm_Model_Init(&arm, 47, 0), 0);
+    hard::Problems problems(arm, seed());
+    std::vector<float> references, alone(count * 7), found(count * 7);
+    std::vector<KinPose> target;
+    int solved = 0;
+    for (int n = 0; n < count; ++n) {
+        const Joints joint = problems.anywhere(), reference = problems.anywhere();
+        references.insert(references.end(), reference.begin(), reference.begin() + 7);
+        target.push_back(Arm_Model_Pose(&arm, joint.data()));
+        solved += Arm_Model_Inverse(&arm, reference.data(), &target[n], 4, &alone[n * 7]) == ARM_SOLVED;
+    }
+    std::vector<int> codes(count);
+    EXPECT_EQ(
+        Arm_Model_Inverses(&arm, count, references.data(), target.data(), 4, found.data(), codes.data(), 1),
+        solved);
+    EXPECT_EQ(found, alone);
 }
 
 KDL::Vector vector(const Position& p)
