@@ -204,7 +204,7 @@ KX_API void Arm_Model_Poses(const ARM_MODEL* arm, int count, const float* joints
                             int threads);
 
 /**
- * Arm_Model_Inverse for many targets, each with a reference of its own.
+ * Arm_Model_Inverse for many targets, each with a reference of its own. For seven joints each thread needs 200 KiB of stack.
  * @param arm the arm, made by Arm_Model_Init
  * @param count how many
  * @param references count * arm->joints joint angles, degrees

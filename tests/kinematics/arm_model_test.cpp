@@ -259,14 +259,14 @@ TEST_P(ArmModel, BatchesHaveTheBitsOfSingleCalls)
     kx::most_lanes = 8;
 }
 
-// Of so many some need more room than they have beside others, and are begun again alone.
+// Of so many some need more room than they have beside others, and are begun again alone. The results may be the references.
 TEST(SevenJoints, LongSearchesInABatchHaveTheBitsOfSingleCalls)
 {
     constexpr int count = 20000;
     ARM_MODEL arm;
     ASSERT_EQ(Arm_Model_Init(&arm, 47, 0), 0);
     hard::Problems problems(arm, seed());
-    std::vector<float> references, alone(count * 7), found(count * 7);
+    std::vector<float> references, alone(count * 7);
     std::vector<KinPose> target;
     int solved = 0;
     for (int n = 0; n < count; ++n) {
@@ -276,10 +276,10 @@ TEST(SevenJoints, LongSearchesInABatchHaveTheBitsOfSingleCalls)
         solved += Arm_Model_Inverse(&arm, reference.data(), &target[n], 4, &alone[n * 7]) == ARM_SOLVED;
     }
     std::vector<int> codes(count);
-    EXPECT_EQ(
-        Arm_Model_Inverses(&arm, count, references.data(), target.data(), 4, found.data(), codes.data(), 1),
-        solved);
-    EXPECT_EQ(found, alone);
+    EXPECT_EQ(Arm_Model_Inverses(&arm, count, references.data(), target.data(), 4, references.data(),
+                                 codes.data(), 1),
+              solved);
+    EXPECT_EQ(references, alone);
 }
 
 KDL::Vector vector(const Position& p)
