@@ -70,6 +70,18 @@ void Search::descend(Descent<Pair>& descent)
     if (!any(angles.psi != best.psi())) descended_to_ = angles;
 }
 
+// The branches that are feasible all the way from one end to the next.
+std::int64_t feasible_between(double a, double b, const BallJoints<Pair>& balls,
+                              const JointGoals<Pair>& goals, const Feasible<Pair>& feasible)
+{
+    const Pair middle = pair((a + b) / 2);
+    if (!feasible.contains(middle)[0]) return 0;
+    if (!goals.narrow()) return all_branches;
+    Point<Pair> p;
+    p.move_to(ArmAngle<Pair>(middle), balls, goals);
+    return p.feasible(goals)[0];
+}
+
 } // namespace
 
 bool nearest_arm_angle(const BallJoints<Pair>& balls, const JointGoals<Pair>& goals, double middle,
@@ -120,8 +132,8 @@ bool nearest_arm_angle(const BallJoints<Pair>& balls, const JointGoals<Pair>& go
             next = least[k] < least[next] ? k : next;
         if (!search.best.beaten_by(pair(least[next]))[0]) break;
         least[next] = INFINITY;
-        const Pair from = piece[next].first().angles.psi, to = piece[next].last().angles.psi;
-        search.refine(piece[next], feasible_between(from, to, balls, goals, feasible)[0]);
+        const double from = piece[next].first().angles.psi[0], to = piece[next].last().angles.psi[0];
+        search.refine(piece[next], feasible_between(from, to, balls, goals, feasible));
     }
     if (std::isnan(search.best.psi()[0])) return false;
     search.move_to_best(nearest);
@@ -137,7 +149,7 @@ int feasible_arm_angles(const BallJoints<Pair>& balls, const JointGoals<Pair>& g
     int count = 0;
     for (int i = 0; i + 1 < ends[0].count; ++i) {
         const double from = ends[0].psi[i], to = ends[0].psi[i + 1];
-        if (feasible_between(pair(from), pair(to), balls, goals, feasible)[0] == 0) continue;
+        if (feasible_between(from, to, balls, goals, feasible) == 0) continue;
         if (count > 0 && intervals[count - 1].to == from)
             intervals[count - 1].to = to;
         else

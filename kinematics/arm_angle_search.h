@@ -254,19 +254,6 @@ void ends_of_pieces(const BallJoints<V>& balls, const JointGoals<V>& goals, cons
     }
 }
 
-// The branches that are feasible all the way from one end to the next.
-template <typename V>
-Branches<V> feasible_between(const V& a, const V& b, const BallJoints<V>& balls, const JointGoals<V>& goals,
-                             const Feasible<V>& feasible)
-{
-    const V middle = (a + b) / 2;
-    const Holds<V> contained = feasible.contains(middle);
-    if (!goals.narrow() || !any(contained)) return contained & all_branches;
-    Point<V> p;
-    p.move_to(ArmAngle<V>(middle), balls, goals);
-    return contained & p.feasible(goals);
-}
-
 // Of the arm angles up to `range` to either side of psi those that may be as near to the reference as psi, where the squared
 // distance is `at_psi`. Joints of a ball that move by a squared distance of s turn it by sqrt(2*s) at most, which they do
 // if outer and inner joint turn about one axis. And it is turned from the reference at least by as much as the arm angle

@@ -16,42 +16,35 @@ inline constexpr int targets_in = sizeof(V) / sizeof(Pair);
 template <typename V>
 using Holds = decltype(V{} < V{});
 
+// Element i of the result is that of a and b, one behind the other, whose number From tells.
+template <typename V, typename From>
+inline V shuffled(const V& a, const V& b, From)
+{
+    return [&]<int... i>(std::integer_sequence<int, i...>)
+    {
+        return __builtin_shufflevector(a, b, From()(i)...);
+    }
+    (std::make_integer_sequence<int, 2 * targets_in<V>>());
+}
 template <typename V>
 inline V beside(const V& shoulder, const V& wrist)
 {
-    constexpr int n = 2 * targets_in<V>;
-    return [&]<int... i>(std::integer_sequence<int, i...>)
-    {
-        return __builtin_shufflevector(shoulder, wrist, (i % 2 ? n + i : i)...);
-    }
-    (std::make_integer_sequence<int, n>());
+    return shuffled(shoulder, wrist, [](int i) { return i % 2 ? 2 * targets_in<V> + i : i; });
 }
 template <typename V>
 inline V of_shoulder(const V& both)
 {
-    return [&]<int... i>(std::integer_sequence<int, i...>)
-    {
-        return __builtin_shufflevector(both, both, (i - i % 2)...);
-    }
-    (std::make_integer_sequence<int, 2 * targets_in<V>>());
+    return shuffled(both, both, [](int i) { return i - i % 2; });
 }
 template <typename V>
 inline V of_wrist(const V& both)
 {
-    return [&]<int... i>(std::integer_sequence<int, i...>)
-    {
-        return __builtin_shufflevector(both, both, (i - i % 2 + 1)...);
-    }
-    (std::make_integer_sequence<int, 2 * targets_in<V>>());
+    return shuffled(both, both, [](int i) { return i | 1; });
 }
 template <typename V>
 inline V of_the_other(const V& both)
 {
-    return [&]<int... i>(std::integer_sequence<int, i...>)
-    {
-        return __builtin_shufflevector(both, both, (i ^ 1)...);
-    }
-    (std::make_integer_sequence<int, 2 * targets_in<V>>());
+    return shuffled(both, both, [](int i) { return i ^ 1; });
 }
 template <typename V>
 inline V of_both(const V& pairs) // their sum, or what both say
