@@ -228,7 +228,7 @@ void ends_of_pieces(const BallJoints<V>& balls, const JointGoals<V>& goals, cons
         add(angles, (angles >= window.from) & (angles <= window.to) & feasible.contains_either(angles));
     };
     const V window_ends = beside(window.from, window.to);
-    add(window_ends, feasible.contains_either(window_ends));
+    add(window_ends, (window.from <= window.to) & feasible.contains_either(window_ends));
     for (const V& angles : {balls.nearest(), V(balls.nearest() + pi), feasible.first(), feasible.last()})
         add_both(angles);
     for (const Roots<V>& turn_ends : {balls.outer_at(goals.outer.start), balls.inner_at(goals.inner.start)})

@@ -135,7 +135,7 @@ KX_API ARM_DEXTERITY Arm_Model_Dexterity(const ARM_MODEL* arm, const float* join
  * nothing is found
  * @param target tool pose: its position and its quaternion, of any length
  * @param range how far the arm angle (see Arm_Model_Angle) may be from the reference's, radians, for seven
- * joints; pi or more: anywhere
+ * joints; pi or more: anywhere, 0 or less: nowhere else
  * @param result receives the joint angles, degrees, if 0 is returned; may be `reference`
  * @return an ARM_INVERSE
  */
