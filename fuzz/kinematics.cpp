@@ -1,10 +1,11 @@
 // The kinematics of any bytes as numbers: flat functions and arm models return, write what they say, and find
-// solutions that keep the limits.
+// solutions that keep the limits; batches what single calls find.
 #include "kx/arm_model.h"
 #include "kx_base.h"
 
 #include "target.h"
 
+#include <algorithm>
 #include <cstring>
 
 void judge(std::string_view input)
@@ -41,6 +42,18 @@ void judge(std::string_view input)
         ARM_INTERVAL intervals[ARM_INTERVALS];
         require(Arm_Model_Angles(&arm, &target, intervals) <= ARM_INTERVALS, "intervals that fit");
     }
+    const float* const from[] = {in.reference, in.joint, in.reference};
+    const KinPose targets[] = {Arm_Model_Pose(&arm, in.joint), in.target, Arm_Model_Pose(&arm, in.reference)};
+    float references[3 * 7], results[3 * 7] = {}, alone[3 * 7] = {};
+    int codes[3];
+    for (int n = 0; n < 3; ++n)
+        std::copy_n(from[n], arm.joints, references + n * arm.joints);
+    Arm_Model_Inverses(&arm, 3, references, targets, in.limit[0], results, codes, 1);
+    for (int n = 0; n < 3; ++n)
+        require(Arm_Model_Inverse(&arm, from[n], &targets[n], in.limit[0], alone + n * arm.joints) ==
+                    codes[n],
+                "a batch has the codes of single calls");
+    require(std::memcmp(results, alone, sizeof alone) == 0, "and their bits");
     Arm_Model_Dexterity(&arm, in.joint);
     Arm_Model_Clearance(&arm, in.joint);
 }
