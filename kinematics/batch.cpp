@@ -64,13 +64,13 @@ SevenBatch::SevenBatch(const ARM_MODEL& seven, double of_arm_angles)
 
 namespace {
 
-constexpr int most_threads = 64, portion = 256;
+constexpr int most_threads = 64, portion_of_many = 256, portion_of_one = 65536;
 
 // Work on elements [0, count), done in portions by whoever comes for the next one.
 struct Work {
     void (*run)(const void* what, int first, int count);
     const void* what;
-    int count;
+    int count, portion;
     std::atomic<int> next{0};
 
     void take_part()
@@ -90,11 +90,11 @@ void* take_part(void* work)
 template <typename Run>
 void share_out(int count, int threads, const Run& run)
 {
+    if (count <= 0) return;
+    const int helpers = std::clamp(threads, 1, std::min(most_threads, 1 + (count - 1) / portion_of_many)) - 1;
     Work work = {
         [](const void* what, int first, int number) { (*static_cast<const Run*>(what))(first, number); },
-        &run, count};
-    const int helpers =
-        std::clamp(std::min(threads, (count + portion - 1) / portion) - 1, 0, most_threads - 1);
+        &run, count, helpers > 0 ? portion_of_many : portion_of_one};
     pthread_t helper[most_threads];
     int started = 0;
     while (started < helpers && pthread_create(&helper[started], nullptr, take_part, &work) == 0)
