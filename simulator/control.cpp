@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include <asio/posix/stream_descriptor.hpp>
 #include <asio/read_until.hpp>
@@ -32,7 +33,7 @@ class Talk : public std::enable_shared_from_this<Talk<In>> {
         asio::async_read_until(in_, asio::dynamic_buffer(said_, longest_line), '\n',
                                [self = this->shared_from_this()](asio::error_code error, std::size_t length) {
                                    if (error == asio::error::not_found)
-                                       self->answer("the line is too long", false);
+                                       self->skip();
                                    else if (!error)
                                        self->hear(length);
                                    else
@@ -49,10 +50,19 @@ class Talk : public std::enable_shared_from_this<Talk<In>> {
     }
 
   private:
+    /** The rest of a line that is too long is no other line. */
+    void skip()
+    {
+        said_.clear();
+        if (std::exchange(skips_, true)) return read();
+        answer("the line is too long", false);
+    }
+
     void hear(std::size_t length)
     {
         std::string line = said_.substr(0, length - 1);
         said_.erase(0, length);
+        if (std::exchange(skips_, false)) return read();
         if (line.ends_with('\r')) line.pop_back();
         const std::string wrong = act_(line);
         understood_ |= wrong.empty();
@@ -80,7 +90,7 @@ class Talk : public std::enable_shared_from_this<Talk<In>> {
     const Log log_;
     const std::function<void()> ended_;
     std::string said_, answer_;
-    bool understood_ = false;
+    bool understood_ = false, skips_ = false;
 };
 
 unsigned short port_of(const std::string& text)

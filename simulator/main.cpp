@@ -8,6 +8,8 @@
 #include <stdexcept>
 
 #include <CLI/CLI.hpp>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <kx_base.h>
 
@@ -205,6 +207,15 @@ void complete_arms(const CLI::App& app, ServerOptions& options)
     if (ports.size() != arms) throw std::invalid_argument("--port is given once, or once for each --model");
 }
 
+/** One that is closed would be the next client's. */
+void have_standard_streams()
+{
+    int spare = open("/dev/null", O_RDWR);
+    while (spare >= 0 && spare <= STDERR_FILENO)
+        spare = open("/dev/null", O_RDWR);
+    close(spare);
+}
+
 int complain(const std::exception& error, int status)
 {
     std::fprintf(stderr, "kx-controller: %s\n", error.what());
@@ -215,6 +226,7 @@ int complain(const std::exception& error, int status)
 
 int main(int argc, char** argv)
 {
+    have_standard_streams();
     ServerOptions options;
     Given given;
     CLI::App app("Virtual controller of a robot arm, or of several: many clients, simulated arms.",

@@ -6,6 +6,7 @@
 
 #include <asio/post.hpp>
 
+#include "commands/command.h"
 #include "commands/request.h"
 #include "devices/modbus_tcp.h"
 #include "line/past.h"
@@ -178,7 +179,7 @@ void Station::catch_up()
 void Station::record(const ServerOptions& options)
 {
     if (!options.record.ends_with(".mcap"))
-        return taps_.push_back(std::make_shared<Recorder>(options.record));
+        return taps_.push_back(std::make_shared<Recorder>(options.record, log_));
     mcap_ = std::make_shared<McapRecorder>(options.record, options.models.front());
     taps_.push_back(mcap_);
     sample();

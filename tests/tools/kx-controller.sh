@@ -28,16 +28,22 @@ done
 coproc "$controller" --port 0 --host localhost --control - 2>"$work/err"
 read -r -u "${COPROC[0]}" listening
 [[ $listening == *127.0.0.1:* ]] || fail "$listening"
-for line in pause 'step 0.01' 'di 1 on' 'every do 1 rises, +0.5 di 2 on' 'ai 1'; do echo "$line"; done >&"${COPROC[1]}"
-for _ in 1 2 3 4; do
+long=$(printf 'refuse%400s')
+for line in pause 'step 0.01' 'di 1 on' 'every do 1 rises, +0.5 di 2 on' "${long// / movej}" 'ai 1'; do echo "$line"; done >&"${COPROC[1]}"
+for wanted in ok ok ok ok 'error: the line is too long' 'error: ai: VOLTS is missing'; do
   read -r -u "${COPROC[0]}" answer
-  [ "$answer" = ok ] || fail "$answer"
+  [ "$answer" = "$wanted" ] || fail "$answer instead of $wanted"
 done
-read -r -u "${COPROC[0]}" answer
-[[ $answer == 'error: ai: VOLTS is missing' ]] || fail "$answer"
 pid=$COPROC_PID
 kill -INT "$pid"
 wait "$pid" || fail "interrupted: status $?"
+
+# A closed standard input has ended, too. A full disk is said, and leaves whole lines.
+timeout 60 "$controller" --port 0 --until-eof <&- >/dev/null || fail "closed input: status $?"
+for _ in {1..5}; do echo "${long:0:146}"; done | sed 's/ / movej/g' |
+  (trap '' XFSZ && ulimit -f 2 && exec "$controller" --port 0 --control - --until-eof --record "$work/full.jsonl" 2>&1) |
+  grep -q 'cannot write .*full.jsonl: File too large' || fail 'a full disk is not said'
+"$controller" --port 0 --replay "$work/full.jsonl" --until-eof </dev/null >/dev/null 2>&1 || fail "full: $(<"$work/full.jsonl")"
 
 # The manual knows every option, and all that can happen; the completion takes them from the help.
 "$controller" --help >"$work/help"
