@@ -25,7 +25,9 @@ class Reading {
     {
         if (!is_mcap(file)) throw Damaged("it is no MCAP file");
         file_.seekg(0, std::ios::end);
-        end_ = static_cast<std::uint64_t>(file_.tellg());
+        const std::streamoff end = file_.tellg();
+        if (end < 0) throw Damaged("only a file can be read, not a pipe");
+        end_ = static_cast<std::uint64_t>(end);
     }
 
     Account read()

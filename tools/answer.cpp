@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -50,7 +51,7 @@ void print_json(const Answer& answer)
     for (const auto& [name, unit, values, is_array] : answer.rows) {
         Json numbers = Json::array();
         for (const double value : values)
-            numbers.push_back(*unit ? Json(shortest(value)) : Json(static_cast<int>(value)));
+            numbers.push_back(*unit ? Json(shortest(value)) : Json(static_cast<std::int64_t>(value)));
         object[name] = is_array ? numbers : numbers.front();
     }
     // A controller's words may be in any encoding, and are cut at any byte.

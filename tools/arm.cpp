@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <thread>
@@ -25,13 +27,16 @@ struct Address {
 
 Address parse(const std::string& text)
 {
-    const std::size_t colon = text.rfind(':');
-    char more = 0;
-    int port;
-    if (colon == std::string::npos || colon == 0 ||
-        std::sscanf(text.c_str() + colon + 1, "%5d%c", &port, &more) != 1 || port < 1 || port > 65535)
+    const std::size_t colon = std::min(text.rfind(':'), text.size());
+    std::string host = text.substr(0, colon);
+    if (host.starts_with('[') && host.ends_with(']'))
+        host = host.substr(1, host.size() - 2); // as ::1 is shown
+    const char* const end = text.data() + text.size();
+    std::uint16_t port = 0;
+    const auto read = std::from_chars(std::min(text.data() + colon + 1, end), end, port);
+    if (host.empty() || read.ec != std::errc() || read.ptr != end || port == 0)
         throw WrongUse("--arm " + text + " is not of the form HOST:PORT, e.g. 127.0.0.1:8080");
-    return {text.substr(0, colon), port};
+    return {host, port};
 }
 
 int milliseconds(double seconds)

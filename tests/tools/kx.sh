@@ -73,6 +73,8 @@ check 64 '' '*on or off, not maybe*' io do 1 maybe
 check 64 '' '*empty argument*' io do 1 ''
 check 64 '' '*not one JSON object*' raw '[1]'
 check 64 '' '*HOST:PORT*' --arm 127.0.0.1 state
+check 64 '' '*HOST:PORT*' --arm '127.0.0.1: 80' state
+check 5 '' '*cannot be reached' --arm '[::1]:1' state
 check 64 '' '*there is no foo, only state movej * raw*' foo
 check 64 '' '*a command is needed: state movej * raw*' --json
 # Descriptions; other programs judge what they say, and the guide writes them into files.
@@ -106,6 +108,7 @@ check 11 '' '*the arm has 6 joints, model 47 has not' --model 47 record "$work/n
 [ $? = 65 ] && grep -q 'full.mcap: File too large' "$work/err" || { echo "full: $(<"$work/err")" && failures=1; }
 check 0 'time_s,*' '*' export "$work/full.mcap"
 check 65 '' '*kx.sh: it is no MCAP file' export "$0"
+check 65 '' '*only a file can be read, not a pipe' export <(cat "$work/a.mcap")
 check 65 '' '*cannot read *' export "$work/none.mcap"
 check 65 '{"status":65,"meaning":"cannot read none*"}' '*cannot read none\?*' --json export $'none\e\xff'
 check 64 '' '*either --csv or --json*' --json export "$work/a.mcap" --csv
