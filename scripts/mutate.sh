@@ -4,9 +4,9 @@
 #
 #     mutate.sh [count [seed [folder...]]]
 #
-# Each change is one operator, constant, key, code or order. Those
-# that do not compile do not count, nor those from which a compiler that optimises makes the same library, as Papadakis,
-# Jia, Harman and Le Traon (2015) tell equal programs; a test that hangs has noticed.
+# Each change is one operator, constant, key, code or order. Those that do not compile do not count, nor those from which a
+# compiler that optimises makes the same library, as Papadakis, Jia, Harman and Le Traon (2015) tell equal programs; a test
+# that hangs has noticed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 count=${1:-100}

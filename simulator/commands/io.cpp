@@ -58,7 +58,7 @@ constexpr Command io_table[] = {
      [](Call& call) { call.peripherals.io.set_tool_output(channel(call), state(call)); }},
     {.name = "set_tool_IO_mode",
      .key = "set_state",
-     .handle = // 1 output, .recognised_by = 0 input
+     .handle = // 1 output, 0 input
      [](Call& call) { call.peripherals.io.tool_is_output[channel(call)] = state(call); }},
     {"get_tool_IO_state", "",
      [](Call& call) -> Json {

@@ -70,8 +70,11 @@ std::vector<double> numbers(const Json& array, std::size_t count)
     if (!array.is_array() || array.size() != count)
         throw Refused("an array of " + std::to_string(count) + " numbers was expected");
     std::vector<double> values;
-    for (const Json& value : array)
-        values.push_back(number(value, "each number", -2147483648.0, 2147483647.0));
+    for (const Json& json : array) {
+        const double value = value_of(json);
+        if (!(std::abs(value) <= INT32_MAX)) throw Refused("a number of at most 32 bits was expected");
+        values.push_back(value);
+    }
     return values;
 }
 

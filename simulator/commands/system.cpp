@@ -35,7 +35,7 @@ constexpr Command system_table[] = {
     {"clear_system_runtime", "clear_state", [](Call& call) { call.peripherals.system.clear_runtime(); }},
     {.name = "get_joint_odom",
      .key = "odom",
-     .handle = // whole degrees, .recognised_by = both directions added up
+     .handle = // whole degrees, both directions added up
      [](Call& call) -> Json {
          Json degrees = Json::array();
          for (const Drive& drive : call.arm.drives.each())

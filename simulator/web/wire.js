@@ -41,7 +41,9 @@ export class Wire {
       if (!way) return;
       event.preventDefault();
       const here = [...this.#list.children].find(({ line }) => line.number === this.#chosen);
-      this.#choose((here ? here[way] : this.#list.lastChild)?.line);
+      let next = here ? here[way] : this.#list.lastChild;
+      while (next?.line.gap) next = next[way];
+      this.#choose(next?.line);
     });
   }
 
