@@ -393,6 +393,53 @@ TEST(Stream, EndsInTheStatedWay)
     }
 }
 
+// No watchdog, any silence, any distance; but a hiccup, right behind the first set-point, ends it.
+TEST(Stream, WhatIsZeroNeverEndsIt)
+{
+    KX_STREAM_OPTIONS options = Simulated::defaults();
+    options.watchdog = options.silence = 0;
+    options.following_error = 0;
+    Simulated sim(46, options);
+    ASSERT_EQ(sim.flight->pass(sim.at, 0, sim.time), KX_SUCCESS);
+    sim.answers = false;
+    EXPECT_TRUE(sim.step());
+    const double elsewhere[7] = {90};
+    sim.flight->told(sim.time, false, 0, elsewhere);
+    sim.run(3);
+    EXPECT_EQ(sim.flight->reason(), KX_STREAM_RUNS);
+
+    sim.begin();
+    sim.flight->pass(sim.at, 0, sim.time);
+    EXPECT_TRUE(sim.step());
+    EXPECT_FALSE(sim.step(0.2));
+    EXPECT_EQ(sim.flight->reason(), KX_STREAM_HICCUP);
+}
+
+// An arm that is where the set-points were eight cycles ago, to and fro.
+TEST(Stream, TellsTheLag)
+{
+    constexpr int late = 8;
+    Simulated sim;
+    sim.answers = false;
+    Circle circle;
+    std::vector<std::vector<double>> way;
+    for (int i = 0; i < 2000; ++i) {
+        circle.give(sim);
+        ASSERT_TRUE(sim.step());
+        way.emplace_back(sim.passed[0], sim.passed[0] + 7);
+        double measured[7];
+        std::ranges::copy(way[way.size() > late ? way.size() - 1 - late : 0], measured);
+        sim.flight->told(sim.time, false, 0, measured);
+    }
+    KX_STREAM_COUNTERS counters = {};
+    sim.flight->fill(counters);
+    const double lag = 1000 * late * sim.flight->cycle();
+    EXPECT_NEAR(counters.lag_median, lag, 0.05 * lag);
+    EXPECT_NEAR(counters.lag_p99, lag, 0.05 * lag);
+    EXPECT_EQ(counters.cycles, 2000u);
+    EXPECT_EQ(counters.pushes, 2000u);
+}
+
 TEST(Stream, PosesKeepThePosture)
 {
     for (const int model : {36, 46, 47}) {
