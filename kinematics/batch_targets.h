@@ -26,11 +26,11 @@ TransformOf<typename Lanes<lanes>::Double> flanges(const InverseBatch& batch,
     const auto all = [&](const auto& of) {
         return widened(side_by_side<lanes>([&](int lane) { return of(*targets[lane]); }));
     };
-    const QuaternionRotation<Double> by(all([](const KinPose& t) { return t.quaternion.w; }),
-                                        all([](const KinPose& t) { return t.quaternion.x; }),
-                                        all([](const KinPose& t) { return t.quaternion.y; }),
-                                        all([](const KinPose& t) { return t.quaternion.z; }));
-    TransformOf<Double> flange = {by.r,
+    const auto turn = rotation_of_quaternion<Double>(all([](const KinPose& t) { return t.quaternion.w; }),
+                                                     all([](const KinPose& t) { return t.quaternion.x; }),
+                                                     all([](const KinPose& t) { return t.quaternion.y; }),
+                                                     all([](const KinPose& t) { return t.quaternion.z; }));
+    TransformOf<Double> flange = {turn,
                                   {all([](const KinPose& t) { return t.position.x; }),
                                    all([](const KinPose& t) { return t.position.y; }),
                                    all([](const KinPose& t) { return t.position.z; })}};

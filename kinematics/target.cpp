@@ -10,10 +10,11 @@ namespace {
 Rotation turn_of(const KINEMATIC& target, By orientation)
 {
     if (orientation == By::euler) return rotation_of(target.euler);
-    const auto& [w, x, y, z] = target.quaternion;
-    const QuaternionRotation<double> by(w, x, y, z);
-    const bool direct = orientation == By::quaternion || by.off < unit_rounding;
-    return direct ? by.r : rotation_of(quaternion2euler(w, x, y, z));
+    const auto& q = target.quaternion;
+    const double w = q.w, x = q.x, y = q.y, z = q.z;
+    const bool is_unit = std::fabs(w * w + x * x + y * y + z * z - 1) < 1e-6;
+    if (orientation == By::quaternion || is_unit) return rotation_of_quaternion(w, x, y, z);
+    return rotation_of(quaternion2euler(q.w, q.x, q.y, q.z));
 }
 
 } // namespace

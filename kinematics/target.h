@@ -14,22 +14,15 @@ struct TransformOf {
 };
 using Transform = TransformOf<double>;
 
-// The rotation of a quaternion; and how far the square of its length is from 1.
+// Of a quaternion of any length.
 template <typename V>
-struct QuaternionRotation {
-    RotationOf<V> r;
-    V off;
-
-    QuaternionRotation(const V& w, const V& x, const V& y, const V& z)
-    {
-        const V norm = w * w + x * x + y * y + z * z, f = 2 / norm;
-        off = abs(norm - 1);
-        r = {{{1 - f * (y * y + z * z), f * (x * y - w * z), f * (x * z + w * y)},
-              {f * (x * y + w * z), 1 - f * (x * x + z * z), f * (y * z - w * x)},
-              {f * (x * z - w * y), f * (y * z + w * x), 1 - f * (x * x + y * y)}}};
-    }
-};
-inline constexpr double unit_rounding = 1e-6; // of the square of a unit quaternion's length
+RotationOf<V> rotation_of_quaternion(const V& w, const V& x, const V& y, const V& z)
+{
+    const V f = 2 / (w * w + x * x + y * y + z * z);
+    return {{{1 - f * (y * y + z * z), f * (x * y - w * z), f * (x * z + w * y)},
+             {f * (x * y + w * z), 1 - f * (x * x + z * z), f * (y * z - w * x)},
+             {f * (x * z - w * y), f * (y * z + w * x), 1 - f * (x * x + y * y)}}};
+}
 
 // t = t * m
 template <typename V>
