@@ -268,7 +268,7 @@ KX_API int KX_Link_Counters(int link, KX_LINK_COUNTERS* counters);
 /**
  * Has the state of an arm asked for again and again. A second subscription takes the place of the first.
  * @link_handle
- * @param hz how often a second, up to 1000; 0 ends it, and no callback of it runs when this returns, but the one that calls it
+ * @param hz how often a second, from once a day up to 1000; 0 ends it, and no callback of it runs when this returns, but the one that calls it
  * @param callback receives each state, or why there is none
  * @param user handed to the callback
  * @return 0, KX_BAD_DESCRIPTOR, or KX_WRONG_TYPE for another rate

@@ -7,6 +7,7 @@
 #include "runtime/link/loop.h"
 #include "runtime/link/subscribe.h"
 
+#include <math.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -194,6 +195,8 @@ int KX_Link_Counters(int handle, KX_LINK_COUNTERS* counters)
     return KX_SUCCESS;
 }
 
+constexpr double longest_period = 86400.0 * second; // ns
+
 int kx::link::subscribe(int handle, double hz, Request& request, AnswerHandler handler, void (*callback)(),
                         void* user)
 {
@@ -205,7 +208,7 @@ int kx::link::subscribe(int handle, double hz, Request& request, AnswerHandler h
         if (wanted.serial) link->places.give_up(wanted.serial);
         wanted = {};
         if (hz > 0) {
-            wanted.period = static_cast<Time>(static_cast<double>(second) / hz);
+            wanted.period = static_cast<Time>(fmin(static_cast<double>(second) / hz, longest_period));
             wanted.due = now();
             wanted.kind = request.answer();
             wanted.line = *request.framed();

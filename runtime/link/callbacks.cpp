@@ -1,5 +1,4 @@
 #include "runtime/link/callbacks.h"
-#include "kx/library.h"
 #include "runtime/classic/state.h"
 #include "runtime/push.h"
 #include "runtime/quiet_thread.h"

@@ -14,6 +14,8 @@ Time next_check(Time until);
 // Looks, with no mutex held. True when the wait has to end.
 bool check_ends_wait();
 
+void end_waits_of_child(); // of a fork: nobody answers there
+
 } // namespace kx::link
 
 #endif

@@ -7,7 +7,6 @@
 
 #include <cjson/cJSON.h>
 #include <stdio.h>
-#include <string.h>
 #include <sys/socket.h>
 
 namespace kx::link {
@@ -168,25 +167,27 @@ static bool is_awaited(const Place& place)
 
 int send_with_place(Link& link, const Place& place, const Line& line, bool is_secret)
 {
-    if (is_awaited(place)) {
+    const bool has_place = is_awaited(place), is_alone = link.places.size() == 0;
+    if (has_place) {
         const int reserved = nature_of(place.kind) == Nature::stop ? 0 : places_for_stops;
-        // The end of a motion that nobody waits for may be far off; who waits asks meanwhile.
-        const bool is_due = place.owner != Place::queued || nature_of(place.kind) != Nature::motion;
-        if (is_due && (link.unheard_since == 0 || link.places.size() == 0)) link.unheard_since = place.sent;
         if (link.places.size() >= Places::capacity - reserved) return KX_OUTBOX_FULL;
         link.places.add(place);
     }
-    const int status = transmit(link, line, place.kind, place.serial);
-    if (status == KX_SUCCESS) {
-        static constexpr char hidden[] = "(a request with a password)";
-        if (is_secret)
-            tell_line(link, KX_LINK_LINE_OUT, hidden, sizeof hidden - 1);
-        else
-            tell_line(link, KX_LINK_LINE_OUT, line.text, static_cast<size_t>(line.length));
-    } else if (Place gone; is_awaited(place)) {
-        link.places.take_back(place.serial, gone);
+    if (const int fault = transmit(link, line, place.kind, place.serial)) {
+        Place gone;
+        if (has_place) link.places.take_back(place.serial, gone);
+        return fault;
     }
-    return status;
+    // The end of a motion that nobody waits for may be far off; who waits asks meanwhile.
+    const bool is_due = place.owner != Place::queued || nature_of(place.kind) != Nature::motion;
+    if (has_place && is_due && (link.unheard_since == 0 || is_alone)) link.unheard_since = place.sent;
+
+    static constexpr char hidden[] = "(a request with a password)";
+    if (is_secret)
+        tell_line(link, KX_LINK_LINE_OUT, hidden, sizeof hidden - 1);
+    else
+        tell_line(link, KX_LINK_LINE_OUT, line.text, static_cast<size_t>(line.length));
+    return KX_SUCCESS;
 }
 
 static Time reply_timeout(const Link& link, KeyCode kind)
@@ -297,6 +298,7 @@ static int leave(int handle, Call& call, uint64_t serial, bool is_cancelled)
 {
     Locked link(handle);
     if (call.is_done) return call.status;
+    if (!link) return KX_CANCELLED; // in a child that the thread's check has forked
     if (link->outbox.take_back(serial)) {
         Place gone;
         --link->counters.sent;

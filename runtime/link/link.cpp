@@ -3,11 +3,8 @@
 #include "runtime/link/check.h"
 #include "runtime/link/loop.h"
 
-#include <cjson/cJSON.h>
-#include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
-#include <sys/epoll.h>
+#include <utility>
 
 namespace kx::link {
 
@@ -52,12 +49,16 @@ bool Locked::wait_for_change(Time until)
     pthread_mutex_unlock(&link_->mutex);
     wait_while(link_->changes, seen, next_check(until));
     const bool goes_on = !check_ends_wait();
-    pthread_mutex_lock(&link_->mutex);
-    --link_->watchers;
-    if (link_->handle == handle) return goes_on;
-    pthread_mutex_unlock(&link_->mutex);
-    link_ = nullptr;
-    return false;
+    Link* const link = std::exchange(link_, nullptr);
+    if (at_place(handle % link_capacity) != link) return false; // in a child that the check has forked
+    pthread_mutex_lock(&link->mutex);
+    --link->watchers;
+    if (link->handle != handle) {
+        pthread_mutex_unlock(&link->mutex);
+        return false;
+    }
+    link_ = link;
+    return goes_on;
 }
 
 static Link* make_place(int index)
@@ -143,6 +144,7 @@ void close_locked(Link& link)
 // A forked child has none of the threads, and must not keep its parent's connections open.
 static void forget_all_links()
 {
+    end_waits_of_child();
     forget_callbacks();
     forget_loop();
     table_mutex = PTHREAD_MUTEX_INITIALIZER;

@@ -5,7 +5,6 @@
 
 #include <cjson/cJSON.h>
 #include <sched.h>
-#include <stdio.h>
 #include <string.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
@@ -343,7 +342,8 @@ static void ask_for_state(Link& link)
                          time,
                          deadline,
                          deadline + link.options.late_reply_ms * millisecond};
-    if (const int status = send_with_place(link, place, wanted.line))
+    const int status = send_with_place(link, place, wanted.line);
+    if (status != KX_SUCCESS && status != KX_LOST) // which is told when the loop finds it
         tell_answer(link, status, nullptr, time);
 }
 

@@ -131,15 +131,20 @@ TEST(Loss, OfASilentPeerIsDiscovered)
 
 TEST(Loss, IsNotSeenWhereNothingIsDue)
 {
-    Linked arm(with([](auto& o) { o.silence_ms = 3000, o.reply_timeout_ms = o.late_reply_ms = 1; }));
+    Linked arm(with([](auto& o) { o.silence_ms = 3000, o.reply_timeout_ms = o.late_reply_ms = 1; }), 2048);
     EXPECT_EQ(ask(arm.link), -KX_TIMED_OUT);
     std::this_thread::sleep_for(3100ms);
     EXPECT_EQ(ask(arm.link), -KX_TIMED_OUT) << "the first one is long forgotten";
     arm.end.say(object(1));
     EXPECT_TRUE(eventually([&] { return arm.counters().received == 1; }));
     EXPECT_EQ(arm.move(false), 0);
+    while (Set_WiFi_AP_Data(arm.link, "cell", nullptr) == 0) { // which is not answered
+    }
+    EXPECT_EQ(ask(arm.link), -KX_OUTBOX_FULL);
+    while (arm.counters().outbox > 0)
+        arm.end.request();
     std::this_thread::sleep_for(3100ms);
-    EXPECT_EQ(ask(arm.link), -KX_TIMED_OUT) << "a motion takes its time";
+    EXPECT_EQ(ask(arm.link), -KX_TIMED_OUT) << "a motion takes its time, and what was not sent has no answer";
 }
 
 // --- lines
@@ -517,7 +522,7 @@ TEST(Subscription, TellsALossAndGoesOnBehindIt)
     static std::atomic<int> last;
     last = -1;
     const auto take = [](const KX_ARM_STATE* state, void*) { last = state->status; };
-    ASSERT_EQ(KX_Link_Subscribe(arm.link, 1, take, nullptr), 0);
+    ASSERT_EQ(KX_Link_Subscribe(arm.link, 1e-300, take, nullptr), 0) << "however seldom";
     EXPECT_EQ(arm.end.command(), "get_current_arm_state");
     arm.end.say(R"({"command":"get_current_arm_state"})");
     EXPECT_TRUE(eventually([] { return last == KX_BAD_REPLY; }));
@@ -609,6 +614,27 @@ TEST(Opening, OfOneMoreThanThereMayBeIsRefused)
 }
 
 #ifndef __SANITIZE_THREAD__ // which allows no threads in a child of threads
+TEST(Fork, ByWhatAThreadLooksAtEndsTheChildsWait)
+{
+    const auto fork_once = [](void* child) {
+        auto& pid = *static_cast<pid_t*>(child);
+        if (pid < 0) pid = fork();
+        return static_cast<int>(pid > 0); // which ends the parent's wait
+    };
+    for (const bool asks : {true, false}) {
+        Linked arm;
+        pid_t child = -1;
+        KX_Link_Call_Check(fork_once, &child);
+        const int status = asks ? -ask(arm.link) : KX_Link_Wait(arm.link, KX_LINK_DOWN, patience);
+        if (child == 0) _exit(status);
+        KX_Link_Call_Check(nullptr, nullptr);
+        EXPECT_EQ(status, KX_CANCELLED);
+        int ended = -1;
+        waitpid(child, &ended, 0);
+        EXPECT_TRUE(WIFEXITED(ended) && WEXITSTATUS(ended) == KX_CANCELLED) << ended;
+    }
+}
+
 TEST(Fork, LeavesTheChildWithoutItsParentsLinksAndFreeToOpenItsOwn)
 {
     Linked arm;
