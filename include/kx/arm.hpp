@@ -198,16 +198,19 @@ class BasicArm : public Moving<Errors> {
         JOINT_STATE raw = {};
         JointHealth health;
         health.temperature_celsius = Base::template of_all_joints<PerJoint<float>>();
+        const char* command = "Get_Arm_All_State";
         int status = Get_Arm_All_State(this->link(), &raw);
-        if (status == KX_SUCCESS)
+        if (status == KX_SUCCESS) {
+            command = "Get_Joint_Temperature";
             status = Get_Joint_Temperature(this->link(), health.temperature_celsius.data());
+        }
         const auto joints = static_cast<size_t>(joint_count());
         health.voltage_volt = PerJoint<float>(std::span<const float>(raw.voltage, joints));
         health.current_ampere = PerJoint<float>(std::span<const float>(raw.current, joints));
         health.error = Base::template of_all_joints<PerJoint<int>>();
         std::copy_n(raw.err_flag, joints, health.error.begin());
         health.controller_error = raw.sys_err;
-        return Base::outcome("Get_Arm_All_State", status, health);
+        return Base::outcome(command, status, health);
     }
 
     /** Sets the arm's initial joint position. */
@@ -304,7 +307,7 @@ class BasicArm : public Moving<Errors> {
     Done<Errors> wait_until_ready(std::chrono::milliseconds timeout) const
     {
         return Base::outcome("KX_Link_Wait",
-                             KX_Link_Wait(this->link(), KX_LINK_READY, static_cast<int>(timeout.count())));
+                             KX_Link_Wait(this->link(), KX_LINK_READY, detail::milliseconds(timeout)));
     }
 
     /** Makes settings now, and again on each later connection before the arm is ready: `arm.set_up([&] {
@@ -325,8 +328,7 @@ class BasicArm : public Moving<Errors> {
     /** Sets how long answers are waited for, 1 ms or more. */
     Done<Errors> set_timeout(std::chrono::milliseconds timeout) const
     {
-        return Base::outcome("KX_Link_Timeout",
-                             KX_Link_Timeout(this->link(), static_cast<int>(timeout.count())));
+        return Base::outcome("KX_Link_Timeout", KX_Link_Timeout(this->link(), detail::milliseconds(timeout)));
     }
 
     /** What the connection has done. */
@@ -382,7 +384,7 @@ class CallTimeout {
   public:
     /** @param timeout 1 ms or more */
     explicit CallTimeout(std::chrono::milliseconds timeout)
-        : before_(KX_Link_Call_Timeout(static_cast<int>(timeout.count())))
+        : before_(KX_Link_Call_Timeout(detail::milliseconds(timeout)))
     {
     }
     CallTimeout(const CallTimeout&) = delete;

@@ -264,12 +264,14 @@ TEST(Arm, RefusesWhatDoesNotFitBeforeAnythingIsSent)
                          code(arm.io.set_output(-1, true)),
                          code(arm.io.set_tool_voltage(9)),
                          code(arm.frames.use_tool(std::string("tool\0", 5))),
+                         code(arm.frames.tool(std::string("tool\0", 5))),
+                         code(arm.frames.work(std::string("work\0", 5))),
                          code(arm.gripper.pick(NAN)),
                          code(arm.gripper.move_to(1e300)),
                          code(arm.force.hold({.newton = 1e10})),
                          code(arm.settings.set_dynamics(std::span(dynamics, 11))),
                          code(arm.wait_between_motions(std::chrono::hours(10000)))};
-    EXPECT_EQ(std::ranges::count(codes, KX_NOT_FINITE), 12) << testing::PrintToString(codes);
+    EXPECT_EQ(std::ranges::count(codes, KX_NOT_FINITE), 14) << testing::PrintToString(codes);
     EXPECT_EQ(code(arm.states(0)), KX_WRONG_TYPE) << "a queue that waits for ever";
     EXPECT_EQ(code(Quiet("127.0.0.1", 1, 46).connected()), KX_BAD_DESCRIPTOR);
     EXPECT_EQ(code(Quiet("127.0.0.1", 1, 45).stop()), KX_BAD_DESCRIPTOR);
@@ -375,6 +377,9 @@ TEST(Pushes, ReachCallbackAndQueuesInTheirUnits)
     EXPECT_TRUE(push->type == 2 && push->joints == Degrees({0, 2, 0, 0, 0, 0}));
     EXPECT_EQ(push->pose, Pose::m_rad(0.25, 0, 0, 0, 0, 1.5));
     EXPECT_TRUE(all->next() && !all->next(1ms) && called == 3);
+    newest->close();
+    newest->put(*push);
+    EXPECT_FALSE(newest->next());
     const std::jthread closer([&] { arm->close(); });
     EXPECT_FALSE(all->next(1h));
     EXPECT_FALSE(arm->pushes()->next(1h)); // the arm is closed
@@ -386,6 +391,9 @@ TEST(Values, KnowTheirUnits)
     EXPECT_FLOAT_EQ(radians[0], static_cast<float>(M_PI));
     EXPECT_FLOAT_EQ(Degrees(radians)[1], -90);
     EXPECT_EQ(Degrees(std::vector<float>(8)).size(), 0);
+    Peer peer;
+    peer.answer(R"({"command":"get_system_runtime","day":30000,"hour":1,"min":0,"sec":0})");
+    EXPECT_EQ(kx::Arm("127.0.0.1", peer.port(), 46).system.run_time(), 30000 * 24h + 1h);
     const Pose there = Pose::mm_deg(100, 200, 300, 0, 0, 90);
     EXPECT_EQ(there, Pose::m_rad(0.1, 0.2, 0.3, 0, 0, M_PI / 2));
     // Along its own axes: its x is the base's y.
@@ -478,7 +486,7 @@ TEST(Arm, ReadsBackWhatItHasSet)
     const kx::JointHealth health = arm.health();
     EXPECT_TRUE(health.temperature_celsius[5] > 0 && health.voltage_volt[0] > 1);
     EXPECT_EQ(health.error, kx::PerJoint<int>({0, 0, 0, 0, 0, 0}));
-    EXPECT_EQ(arm.states(200)->next(1h)->joints, there);
+    EXPECT_EQ(arm.states(200)->next(std::chrono::milliseconds::max()).value().joints, there);
     arm.force.start_following();
     arm.force.follow_pose(Pose(), {});
     arm.force.stop_following();

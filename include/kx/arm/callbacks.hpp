@@ -33,6 +33,8 @@ namespace detail {
 
 /** What a link hands to an arm's callbacks and queues; lives as long as the link. */
 class Callbacks {
+    using Subscriber = std::function<void(const State&)>;
+
   public:
     /** For an arm of six or seven joints. */
     Callbacks(const Options& options, int joint_count) : options_(options), joint_count_(joint_count) {}
@@ -76,10 +78,11 @@ class Callbacks {
     }
 
     /** Who receives subscribed states from now on. */
-    void set_subscriber(std::function<void(const State&)> subscriber)
+    void set_subscriber(Subscriber subscriber)
     {
+        auto other = std::make_shared<const Subscriber>(std::move(subscriber));
         const std::lock_guard lock(mutex_);
-        subscriber_ = std::make_shared<const std::function<void(const State&)>>(std::move(subscriber));
+        subscriber_.swap(other); // which is destroyed with the mutex free: it is the application's
     }
 
     /** Hands a subscribed state over: a KX_ARM_STATE_CALLBACK. */
@@ -91,19 +94,15 @@ class Callbacks {
     /** Ends the waits of all queues. */
     void close()
     {
+        std::shared_ptr<const Subscriber> none; // destroyed with the mutex free
         const std::lock_guard lock(mutex_);
         is_closed_ = true;
         for (const auto& weak : pushes_)
             if (const auto queue = weak.lock()) queue->close();
-        subscriber_.reset();
+        subscriber_.swap(none);
     }
 
   private:
-    static int milliseconds(std::chrono::milliseconds time)
-    {
-        return static_cast<int>(std::clamp<int64_t>(time.count(), 0, INT_MAX));
-    }
-
     static Time at(uint64_t nanoseconds) { return Time(std::chrono::nanoseconds(nanoseconds)); }
 
     void take(const CallbackData& raw)
@@ -126,7 +125,7 @@ class Callbacks {
 
     void take(const KX_ARM_STATE& raw)
     {
-        std::shared_ptr<const std::function<void(const State&)>> subscriber;
+        std::shared_ptr<const Subscriber> subscriber;
         {
             const std::lock_guard lock(mutex_);
             subscriber = subscriber_;
@@ -147,7 +146,7 @@ class Callbacks {
     std::mutex mutex_; // guards what follows
     bool is_closed_ = false;
     std::vector<std::weak_ptr<Queue<Push>>> pushes_;
-    std::shared_ptr<const std::function<void(const State&)>> subscriber_;
+    std::shared_ptr<const Subscriber> subscriber_;
 };
 
 } // namespace detail

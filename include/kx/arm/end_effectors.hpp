@@ -29,7 +29,7 @@ class Gripper : public Group<Errors> {
       public:
         explicit Patience(double speed_mm_s) : before_(KX_Link_Call_Timeout(0))
         {
-            const double way_ms = 1000 * 100 / std::max(speed_mm_s, 0.1);
+            const double way_ms = 1000 * 100 / std::max(0.1, speed_mm_s); // where that is no number, too
             KX_Link_Call_Timeout(before_ > 0 ? before_ : static_cast<int>(way_ms) + 3000);
         }
         Patience(const Patience&) = delete;

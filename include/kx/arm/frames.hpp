@@ -66,7 +66,7 @@ class Frames : public Group<Errors> {
     Value<Errors, Frame> tool(const std::string& name) const
     {
         FRAME frame = {};
-        const int status = Get_Given_Tool_Frame(this->link(), name.c_str(), &frame);
+        const int status = this->status(Get_Given_Tool_Frame, name, &frame);
         return Base::outcome("Get_Given_Tool_Frame", status, of(frame, name));
     }
 
@@ -121,7 +121,7 @@ class Frames : public Group<Errors> {
     Value<Errors, Frame> work(const std::string& name) const
     {
         FRAME frame = {};
-        const int status = Get_Given_Work_Frame(this->link(), name.c_str(), &frame.pose);
+        const int status = this->status(Get_Given_Work_Frame, name, &frame.pose);
         return Base::outcome("Get_Given_Work_Frame", status, of(frame, name));
     }
 

@@ -37,8 +37,7 @@ class Motion {
     /** Waits at most so long: true for arrived, false for not yet; otherwise as wait(). */
     Value<Errors, bool> wait_for(std::chrono::milliseconds time) const
     {
-        const int status =
-            await(time.count() < 0 ? 0 : static_cast<int>(std::min<int64_t>(time.count(), INT_MAX)));
+        const int status = await(detail::milliseconds(time));
         const bool is_on_its_way = status == KX_TIMED_OUT && status_ == KX_SUCCESS;
         return Errors::value(link_, command_, is_on_its_way ? int(KX_SUCCESS) : status, !is_on_its_way);
     }

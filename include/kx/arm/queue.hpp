@@ -5,6 +5,7 @@
 #ifndef KX_ARM_QUEUE_HPP
 #define KX_ARM_QUEUE_HPP
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -27,8 +28,10 @@ class Queue {
     /** Takes the oldest; waits at most so long for one. None when there was none in time, or the queue is closed and empty. */
     std::optional<T> next(std::chrono::milliseconds timeout = std::chrono::milliseconds(0))
     {
+        constexpr std::chrono::milliseconds longest = std::chrono::hours(1000000); // more is beyond the clock
         std::unique_lock lock(mutex_);
-        something_.wait_for(lock, timeout, [this] { return !items_.empty() || is_closed_; });
+        something_.wait_for(lock, std::min(timeout, longest),
+                            [this] { return !items_.empty() || is_closed_; });
         if (items_.empty()) return std::nullopt;
         std::optional<T> item(std::move(items_.front()));
         items_.pop_front();
@@ -66,11 +69,12 @@ class Queue {
         return is_closed_;
     }
 
-    /** Adds one. */
+    /** Adds one, unless the queue is closed. */
     void put(T item)
     {
         {
             const std::lock_guard lock(mutex_);
+            if (is_closed_) return;
             if (items_.size() == capacity_) {
                 items_.pop_front();
                 ++lost_;

@@ -7,6 +7,7 @@
 
 #include "kx/arm/group.hpp"
 
+#include <chrono>
 #include <optional>
 #include <span>
 #include <string>
@@ -274,7 +275,9 @@ class System : public Group<Errors> {
         int day = -1, hour = 0, minute = 0, second = 0;
         const int status = Get_System_Runtime(this->link(), untouched, &day, &hour, &minute, &second);
         std::optional<std::chrono::seconds> time;
-        if (day >= 0) time = std::chrono::seconds(((24 * day + hour) * 60 + minute) * 60 + second);
+        if (day >= 0)
+            time = std::chrono::days(day) + std::chrono::hours(hour) + std::chrono::minutes(minute) +
+                   std::chrono::seconds(second);
         return Base::outcome("Get_System_Runtime", status, time);
     }
 

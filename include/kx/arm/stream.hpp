@@ -97,7 +97,7 @@ class Stream {
      *  end() says why. TimedOut when it is still on its way. */
     Value<Errors, bool> finish(std::chrono::milliseconds timeout = std::chrono::minutes(10)) const
     {
-        return running("KX_Stream_Wait", KX_Stream_Wait(stream_, static_cast<int>(timeout.count())));
+        return running("KX_Stream_Wait", KX_Stream_Wait(stream_, detail::milliseconds(timeout)));
     }
 
     /** Why it has ended; KX_STREAM_RUNS while it runs. */

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <climits>
 #include <initializer_list>
 #include <numbers>
 #include <span>
@@ -156,6 +157,16 @@ struct Pose {
 
 /** When something happened: the monotonic clock. */
 using Time = std::chrono::steady_clock::time_point;
+
+namespace detail {
+
+/** As the C functions take a time: whole milliseconds from 0 to what fits. */
+inline int milliseconds(std::chrono::milliseconds time)
+{
+    return static_cast<int>(std::clamp<int64_t>(time.count(), 0, INT_MAX));
+}
+
+} // namespace detail
 
 /** What an arm does at a moment. */
 struct State {
