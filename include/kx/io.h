@@ -1,6 +1,7 @@
 /**
  * @defgroup io Inputs and outputs
- * Inputs and outputs of the controller and of the tool flange.
+ * Inputs and outputs of the controller and of the tool flange. Where all of a kind are read at once, a link writes 16 at most,
+ * and refuses a reply with more: 11.
  *
  * @{
  */

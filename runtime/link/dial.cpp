@@ -42,12 +42,23 @@ int begin_dial(const Address& address, int silence_ms)
     return -1;
 }
 
+// Where nobody listens on a port of this machine, the kernel may choose that very port for the socket that asks for it, and
+// connect it with itself.
+static bool is_its_own_peer(int socket)
+{
+    sockaddr_storage own = {}, peer = {};
+    socklen_t own_size = sizeof own, peer_size = sizeof peer;
+    return getsockname(socket, reinterpret_cast<sockaddr*>(&own), &own_size) == 0 &&
+           getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &peer_size) == 0 &&
+           own_size == peer_size && memcmp(&own, &peer, own_size) == 0;
+}
+
 bool has_connected(int socket)
 {
     int error = EBADF;
     socklen_t size = sizeof error;
     getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size);
-    return error == 0;
+    return error == 0 && !is_its_own_peer(socket);
 }
 
 static int wait_for_connection(int socket, Time until)

@@ -26,6 +26,22 @@ extern "C" int clock_gettime(clockid_t clock, timespec* time)
     return static_cast<int>(failed);
 }
 
+// The kernel may give a socket the port that it asks for.
+static std::atomic<bool> asks_for_its_own_port;
+
+extern "C" int connect(int socket, const sockaddr* address, socklen_t size)
+{
+    sockaddr_in own = {};
+    own.sin_family = AF_INET;
+    own.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (asks_for_its_own_port) {
+        address = reinterpret_cast<sockaddr*>(&own);
+        bind(socket, address, size);
+        getsockname(socket, reinterpret_cast<sockaddr*>(&own), &size);
+    }
+    return static_cast<int>(syscall(SYS_connect, socket, address, size));
+}
+
 namespace {
 
 constexpr int patience = 60000; // ms, where something is certain to come
@@ -595,6 +611,12 @@ TEST(Thread, RunsWhereItIsTold)
     EXPECT_EQ(threads_on_one_processor(), 0);
     EXPECT_EQ(KX_Link_Thread(1000, -1), KX_REFUSED) << "there is no such priority";
     EXPECT_EQ(KX_Link_Thread(0, CPU_SETSIZE), KX_REFUSED) << "nor such a processor";
+}
+
+TEST(Opening, DoesNotTakeItselfForAController)
+{
+    asks_for_its_own_port = true;
+    EXPECT_EQ(KX_Link_Open("127.0.0.1", 8080, 46, nullptr), -KX_BAD_DESCRIPTOR);
 }
 
 TEST(Opening, OfOneMoreThanThereMayBeIsRefused)
