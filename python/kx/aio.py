@@ -9,12 +9,14 @@ Cancelling a task ends its wait within 50 ms; the arm stops only if told to.
 from __future__ import annotations
 
 import asyncio
+import contextlib
 from collections.abc import AsyncIterator, Awaitable, Callable
 from concurrent.futures import ThreadPoolExecutor
 from types import TracebackType
 from typing import Any, Concatenate, Optional, ParamSpec, TypeVar
 
 from kx import _kx
+from kx.errors import Error
 from kx.records import Push, State
 
 P = ParamSpec("P")
@@ -83,14 +85,15 @@ class Motion:
 
     async def __aexit__(self, kind: Optional[type[BaseException]], error: Optional[BaseException],
                         traceback: Optional[TracebackType]) -> None:
-        try:
-            if error is None:
-                await self.wait()
-                return
-        except BaseException:
+        if error is not None:
             await self.stop()
+            return
+        try:
+            await self.wait()
+        except BaseException:
+            with contextlib.suppress(Error):  # the first one tells what happened
+                await self.stop()
             raise
-        await self.stop()
 
 
 class Arm:

@@ -92,7 +92,8 @@ void bind_pose(py::module_& m)
         .def("inverse", &Pose::inverse, "The pose that undoes this one.")
         .def(
             "__eq__", [](const Pose& a, const Pose& b) { return a == b; }, py::is_operator())
-        .def("__hash__", [](const Pose& pose) { return py::hash(py::str(repr(pose))); })
+        .def("__hash__",
+             [](const Pose& p) { return py::hash(py::make_tuple(p.x, p.y, p.z, p.rx, p.ry, p.rz)); })
         .def("__repr__", repr)
         .def("_repr_html_",
              [](const py::object& pose) { return py::module_::import("kx.display").attr("pose")(pose); })

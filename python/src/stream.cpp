@@ -14,14 +14,15 @@ using Rads = std::optional<Radians>;
 using PerJointOrAll = std::optional<Floats>;
 
 // One number for all joints, or one for each.
-void set(float (&limits)[7], const PerJointOrAll& values)
+void set(float (&limits)[7], const PerJointOrAll& values, int joints)
 {
     if (!values) return;
     const py::ssize_t count = values->size();
-    if (count != 1 && count != 6 && count != 7)
-        throw py::value_error("a limit is one number, or one for each joint");
-    for (py::ssize_t i = 0; i < 7; ++i)
-        limits[i] = values->data()[count == 1 ? 0 : std::min(i, count - 1)];
+    if (count != 1 && count != joints)
+        throw py::value_error("a limit is one number, or one for each of the " + std::to_string(joints) +
+                              " joints");
+    for (int i = 0; i < joints; ++i)
+        limits[i] = values->data()[count == 1 ? 0 : i];
 }
 
 template <class T>
@@ -119,9 +120,9 @@ open(const Arm& arm, std::optional<double> rate_hz, std::optional<double> look_a
     set(options.look_ahead, look_ahead_s);
     set(options.watchdog, watchdog_s);
     set(options.silence, silence_s);
-    set(options.velocity, velocity);
-    set(options.acceleration, acceleration);
-    set(options.jerk, jerk);
+    set(options.velocity, velocity, arm.joint_count());
+    set(options.acceleration, acceleration, arm.joint_count());
+    set(options.jerk, jerk, arm.joint_count());
     set(options.tool_velocity, tool_velocity);
     set(options.tool_acceleration, tool_acceleration);
     set(options.tool_jerk, tool_jerk);

@@ -140,7 +140,7 @@ def test_stream(kx_arm: kx.Arm) -> None:
         assert not stream.joints(joints_deg=[1000, 0, 0, 0, 0, 0])
         assert not stream.finish() and "limits" in stream.end_words and not stream.runs
         assert stream.cycle().sent_deg.shape == (6,) and stream.counters().cycles == 0
-    for wrong in ({"rate_hz": 5000}, {"velocity_deg_s": [1, 2]}, {"jerk_deg_s3": "much"}):
+    for wrong in ({"rate_hz": 5000}, {"velocity_deg_s": [1, 2]}, {"velocity_deg_s": [20] * 7}, {"jerk_deg_s3": "much"}):
         with pytest.raises((kx.Error, TypeError, ValueError)):
             kx_arm.stream(**wrong)
 
@@ -177,6 +177,7 @@ def test_pose() -> None:
     for other in same:
         np.testing.assert_allclose(other.matrix, pose.matrix, atol=1e-6)
     assert same[3] == same[4] == pose != pose.inverse() and len({*same[3:], pose}) == 1
+    assert len({kx.Pose.m_rad(0, 0, 0), kx.Pose.m_rad(-0.0, 0, 0)}) == 1
     np.testing.assert_allclose((pose @ pose.inverse()).matrix, np.eye(4), atol=1e-6)
 
 

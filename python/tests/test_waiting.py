@@ -130,6 +130,17 @@ def test_a_cancelled_task_ends_its_wait(kx_controller: kx.Controller) -> None:
     asyncio.run(main())
 
 
+def test_a_motion_that_is_lost_in_its_block_says_so(kx_controller: kx.Controller) -> None:
+    async def main() -> None:
+        async with kx.aio.Arm(kx_controller.host, kx_controller.port, 46) as arm:
+            async with await arm.move_joints(joints_deg=AWAY, speed_percent=2):
+                kx_controller.close()
+
+    with pytest.raises(kx.Lost) as lost:
+        asyncio.run(main())
+    assert lost.value.command == "Movej_Cmd"  # not the stop's
+
+
 @pytest.mark.kx(options=["--fault", "delay 500"])
 @pytest.mark.parametrize("wait", ["motion", "port let go"])
 def test_other_threads_run_while_one_waits(kx_arm: kx.Arm, wait: str) -> None:
