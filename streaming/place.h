@@ -10,13 +10,14 @@
 
 namespace kx::streaming {
 
-// What the arm told, on its way from the link's thread to the sender.
+// What the arm told since the last cycle, on its way from the link's thread to the sender: where it is, and what went
+// wrong, be it that later pushes know of nothing.
 struct Told {
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
     int joints, count = 0;
     double time;
-    bool is_refused;
-    int error;
+    bool is_refused = false;
+    int error = 0;
     Joints measured;
 };
 

@@ -22,8 +22,8 @@ static void take_push(const cJSON* push, void* user)
     const Guard guard(told.mutex);
     ++told.count;
     told.time = KX_Stream_Clock();
-    told.is_refused = status != KX_SUCCESS;
-    told.error = cJSON_IsNumber(error) ? error->valueint : 0;
+    told.is_refused = told.is_refused || status != KX_SUCCESS;
+    if (cJSON_IsNumber(error) && error->valueint != 0) told.error = error->valueint;
     for (int i = 0; i < told.joints; ++i)
         told.measured[i] = static_cast<double>(joint[i]) / 1000; // it tells thousandths
 }
@@ -34,6 +34,8 @@ static void hear(Body& body)
     const Guard guard(told.mutex);
     for (; told.count > 0; --told.count)
         body.flight.told(told.time, told.is_refused, told.error, told.measured);
+    told.is_refused = false;
+    told.error = 0;
 }
 
 // The wire truncates to thousandths; so this rounds.

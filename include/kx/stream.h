@@ -24,8 +24,8 @@
  * KX_STREAM_LOST, KX_STREAM_HICCUP: the arm has stopped, or cannot be told anything), no more are sent.
  *
  * All functions here may be called from any thread at any time, callbacks of links included. None waits, but
- * KX_Stream_Wait and KX_Stream_Close. A stream sends targets and nothing else; whoever else moves the arm meanwhile
- * disturbs it. One stream a link.
+ * KX_Stream_Open, KX_Stream_Wait and KX_Stream_Close. A stream sends targets and nothing else; whoever else moves the arm
+ * meanwhile disturbs it. One stream a link.
  * @{
  */
 #ifndef KX_STREAM_H

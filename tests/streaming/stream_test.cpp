@@ -25,7 +25,12 @@ struct Playing {
     {
         if (request.find("get_joint_degree") != request.npos)
             return R"({"command":"joint_degree","joint":[0,-20000,-60000,0,-80000,0]})";
-        return R"({"command":"joint_state","arm_err":0,"joint":)" + joints(request) + "}";
+        const std::string there = joints(request), told = R"({"command":"joint_state","arm_err":0,"joint":)";
+        const bool is_beyond = atof(there.c_str() + 1) < -20000; // refused, and told where it is at once
+        return (is_beyond ? R"({"command":"joint_state","error":"no"})"
+                            "\r\n"
+                          : "") +
+               told + there + "}";
     }
     std::vector<double> set_points() // of joint 1, degrees
     {
@@ -133,6 +138,17 @@ TEST(StreamOverALink, FaultsInMidMotionEndItInTheStatedWay)
         EXPECT_EQ(KX_Stream_Close(stream), KX_SUCCESS);
         KX_Link_Close(link);
     }
+}
+
+TEST(StreamOverALink, NoPushHidesAnother)
+{
+    Playing controller;
+    const KX_STREAM_OPTIONS options = patient();
+    const int stream = KX_Stream_Open(controller.link, &options);
+    const float beyond[] = {-30, -20, -60, 0, -80, 0};
+    EXPECT_EQ(KX_Stream_Joints(stream, beyond, 0), KX_SUCCESS);
+    EXPECT_EQ(end_of(stream), KX_STREAM_REFUSED);
+    KX_Stream_Close(stream);
 }
 
 TEST(StreamOverALink, MayBeClosedByItsOwnCallbackAndWhileSomebodyWaits)
