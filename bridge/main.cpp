@@ -55,6 +55,8 @@ Address parse(const std::string& text)
         throw CLI::ValidationError("--arm", wrong);
     address.prefix = text.substr(0, begin ? begin - 1 : 0);
     address.host = text.substr(begin, colon - begin);
+    if (address.host.starts_with('[') && address.host.ends_with(']')) // as ::1 is shown
+        address.host = address.host.substr(1, address.host.size() - 2);
     if (begin > 0 && (address.prefix.empty() || !kx::description::is_prefix(address.prefix)))
         throw CLI::ValidationError("--arm", "a prefix is a name of letters, digits and _: " + text);
     return address;

@@ -106,8 +106,9 @@ std::string Server::start_page(const ServerOptions& options)
         about["arms"].push_back(arm->about());
         news.push_back(std::make_shared<News>());
     }
-    for (const auto& [name, arguments, help] : Faults::forms())
-        about["faults"].push_back({name, arguments, help});
+    const bool is_simulated = options.proxy.empty() && options.replay.empty();
+    for (const auto& [name, arguments, help, needs_arm] : Faults::forms())
+        if (is_simulated || !needs_arm) about["faults"].push_back({name, arguments, help});
     const std::string& host = options.web_host;
     page_listener_.emplace(loop_, host, *options.web_port, log_,
                            [this](tcp::socket socket) { web_->serve(std::move(socket)); });

@@ -389,14 +389,14 @@ std::vector<Faults::Form> Faults::forms()
 {
     std::vector<Form> forms;
     for (const Kind& kind : kinds)
-        forms.push_back({kind.name, kind.arguments, kind.help});
+        forms.push_back({kind.name, kind.arguments, kind.help, kind.needs_arm});
     return forms;
 }
 
 std::string Faults::help()
 {
     std::string help;
-    for (const auto& [name, arguments, meaning] : forms()) {
+    for (const auto& [name, arguments, meaning, needs_arm] : forms()) {
         std::string form = "  " + std::string(name) + ' ' + std::string(arguments);
         form.resize(std::max<std::size_t>(form.size() + 2, 34), ' ');
         help += form + std::string(meaning) + '\n';

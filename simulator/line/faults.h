@@ -80,6 +80,7 @@ class Faults {
     /** How they are written. */
     struct Form {
         std::string_view name, arguments, help;
+        bool needs_arm; ///< a simulated one
     };
     static std::vector<Form> forms();
 

@@ -380,6 +380,10 @@ TEST(PageOfAProxy, LooksOn)
     EXPECT_EQ(Get_Joint_Degree(arm, reached), 0);
     EXPECT_EQ(first_of(proxy.page(), "state", stands({target, target + 6}))["mode"], "looking on");
     KX_Link_Close(arm);
+
+    const std::string faults = first_of(proxy.page(), "about")["faults"].dump();
+    EXPECT_NE(faults.find("[\"delay\","), faults.npos);
+    EXPECT_EQ(faults.find("[\"collision\","), faults.npos) << "no arm is simulated here";
 }
 
 } // namespace
