@@ -124,9 +124,10 @@ int KX_Stream_Check(const char* path, int model, const KX_STREAM_OPTIONS* given,
     const KX_STREAM_OPTIONS options = completed(given);
     ARM_MODEL arm;
     if (Arm_Model_Init(&arm, model, 0)) return KX_NOT_RUNNING;
+    if (options.arm) arm = *options.arm;
+    if (!is_possible(options, arm.joints)) return KX_WRONG_TYPE;
     Trajectory trajectory;
-    return check(path, options.arm ? *options.arm : arm, options, trajectory, fault) ? KX_SUCCESS
-                                                                                     : KX_REFUSED;
+    return check(path, arm, options, trajectory, fault) ? KX_SUCCESS : KX_REFUSED;
 }
 
 int KX_Stream_Play(int handle, const char* path, KX_TRAJECTORY_FAULT* fault)

@@ -198,7 +198,7 @@ KX_API int KX_Stream_Play(int stream, const char* path, KX_TRAJECTORY_FAULT* fau
  * @param model 36, 46 or 47; if `options` has an `arm`, that one's limits and tool hold
  * @param options whose limits hold; null: the defaults
  * @param fault receives the first violation; may be null
- * @return 0 none, KX_REFUSED there is one, KX_NOT_RUNNING unknown model
+ * @return 0 none, KX_REFUSED there is one, KX_NOT_RUNNING unknown model, KX_WRONG_TYPE an option out of range
  */
 KX_API int KX_Stream_Check(const char* path, int model, const KX_STREAM_OPTIONS* options,
                            KX_TRAJECTORY_FAULT* fault);

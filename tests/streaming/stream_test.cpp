@@ -179,6 +179,7 @@ TEST(StreamOverALink, RefusesWhatCannotBe)
         KX_STREAM_OPTIONS options = patient();
         change(options);
         EXPECT_EQ(KX_Stream_Open(controller.link, &options), -KX_WRONG_TYPE);
+        EXPECT_EQ(KX_Stream_Check("", 46, &options, nullptr), KX_WRONG_TYPE);
     }
 
     const int stream = KX_Stream_Open(controller.link, nullptr);
