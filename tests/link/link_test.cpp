@@ -147,20 +147,15 @@ TEST(Loss, OfASilentPeerIsDiscovered)
 
 TEST(Loss, IsNotSeenWhereNothingIsDue)
 {
-    Linked arm(with([](auto& o) { o.silence_ms = 3000, o.reply_timeout_ms = o.late_reply_ms = 1; }), 2048);
+    Linked arm(with([](auto& o) { o.silence_ms = 3000, o.reply_timeout_ms = o.late_reply_ms = 1; }));
     EXPECT_EQ(ask(arm.link), -KX_TIMED_OUT);
     std::this_thread::sleep_for(3100ms);
     EXPECT_EQ(ask(arm.link), -KX_TIMED_OUT) << "the first one is long forgotten";
     arm.end.say(object(1));
     EXPECT_TRUE(eventually([&] { return arm.counters().received == 1; }));
     EXPECT_EQ(arm.move(false), 0);
-    while (Set_WiFi_AP_Data(arm.link, "cell", nullptr) == 0) { // which is not answered
-    }
-    EXPECT_EQ(ask(arm.link), -KX_OUTBOX_FULL);
-    while (arm.counters().outbox > 0)
-        arm.end.request();
     std::this_thread::sleep_for(3100ms);
-    EXPECT_EQ(ask(arm.link), -KX_TIMED_OUT) << "a motion takes its time, and what was not sent has no answer";
+    EXPECT_EQ(ask(arm.link), -KX_TIMED_OUT) << "a motion takes its time";
 }
 
 // --- lines
