@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <utility>
 
-#include <asio/posix/stream_descriptor.hpp>
 #include <asio/read_until.hpp>
 #include <asio/write.hpp>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -113,8 +113,8 @@ Control::Control(asio::io_context& loop, const std::string& where, Log log, Act 
     if (where == "-" && fstat(STDIN_FILENO, &input) == 0 && S_ISREG(input.st_mode))
         throw std::invalid_argument("--control - takes a pipe or a terminal; for a file there is --script");
     if (where == "-")
-        std::make_shared<Talk<stream_descriptor>>(stream_descriptor(loop, dup(STDIN_FILENO)), std::move(act),
-                                                  std::move(log), std::move(ended))
+        std::make_shared<Talk<stream_descriptor>>(standard_input(loop), std::move(act), std::move(log),
+                                                  std::move(ended))
             ->read();
     else
         listener_.emplace(loop, "127.0.0.1", port_of(where), log,
@@ -127,6 +127,12 @@ Control::Control(asio::io_context& loop, const std::string& where, Log log, Act 
                               clients.add(client);
                               client->read();
                           });
+}
+
+asio::posix::stream_descriptor standard_input(asio::io_context& loop)
+{
+    const int anew = isatty(STDIN_FILENO) ? open("/proc/self/fd/0", O_RDONLY | O_NOCTTY | O_CLOEXEC) : -1;
+    return {loop, anew >= 0 ? anew : dup(STDIN_FILENO)};
 }
 
 std::optional<asio::ip::tcp::endpoint> Control::endpoint() const

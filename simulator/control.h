@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include <asio/posix/stream_descriptor.hpp>
+
 #include "listener.h"
 
 namespace kx::sim {
@@ -26,5 +28,9 @@ class Control {
   private:
     std::optional<Listener> listener_;
 };
+
+/** The standard input, without waiting in reads. A terminal is opened anew for that: its output, which shares what it was
+ *  opened with, would not wait either, and lose lines. */
+asio::posix::stream_descriptor standard_input(asio::io_context& loop);
 
 } // namespace kx::sim

@@ -6,9 +6,7 @@
 #include <memory>
 
 #include <asio/io_context.hpp>
-#include <asio/posix/stream_descriptor.hpp>
 #include <asio/signal_set.hpp>
-#include <unistd.h>
 
 #include "control.h"
 #include "journal.h"
@@ -75,7 +73,7 @@ Server::Server(const ServerOptions& options)
                 if (until_eof) loop_.stop();
             });
     if (options.until_eof && options.control != "-") {
-        input_.assign(dup(STDIN_FILENO));
+        input_ = standard_input(loop_);
         await_end_of_input();
     }
     signals_.async_wait([this](auto, int) { loop_.stop(); });

@@ -45,6 +45,17 @@ for _ in {1..5}; do echo "${long:0:146}"; done | sed 's/ / movej/g' |
   grep -q 'cannot write .*full.jsonl: File too large' || fail 'a full disk is not said'
 "$controller" --port 0 --replay "$work/full.jsonl" --until-eof </dev/null >/dev/null 2>&1 || fail "full: $(<"$work/full.jsonl")"
 
+# Who waits for a terminal leaves it to others as it is.
+python3 - "$controller" <<'END' || fail 'a terminal does not wait any more'
+import os, pty, subprocess, sys
+_, terminal = pty.openpty()
+with subprocess.Popen([sys.argv[1], "--port", "0", "--control", "-"], stdin=terminal, stdout=subprocess.PIPE) as controller:
+    controller.stdout.readline()
+    waits = os.get_blocking(terminal)
+    controller.terminate()
+sys.exit(not waits)
+END
+
 # The manual knows every option, and all that can happen; the completion takes them from the help.
 "$controller" --help >"$work/help"
 sed 's/\\-/-/g' "$3/kx-controller.1.in" >"$work/manual"
