@@ -42,7 +42,7 @@ wait "$pid" || fail "interrupted: status $?"
 timeout 60 "$controller" --port 0 --until-eof <&- >/dev/null || fail "closed input: status $?"
 for _ in {1..5}; do echo "${long:0:146}"; done | sed 's/ / movej/g' |
   (trap '' XFSZ && ulimit -f 2 && exec "$controller" --port 0 --control - --until-eof --record "$work/full.jsonl" 2>&1) |
-  grep -q 'cannot write .*full.jsonl: File too large' || fail 'a full disk is not said'
+  grep 'cannot write .*full.jsonl: File too large' >/dev/null || fail 'a full disk is not said'
 "$controller" --port 0 --replay "$work/full.jsonl" --until-eof </dev/null >/dev/null 2>&1 || fail "full: $(<"$work/full.jsonl")"
 
 # Who waits for a terminal leaves it to others as it is.
