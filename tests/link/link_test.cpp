@@ -612,6 +612,7 @@ TEST(Opening, DoesNotTakeItselfForAController)
 {
     asks_for_its_own_port = true;
     EXPECT_EQ(KX_Link_Open("127.0.0.1", 8080, 46, nullptr), -KX_BAD_DESCRIPTOR);
+    asks_for_its_own_port = false;
 }
 
 TEST(Opening, OfOneMoreThanThereMayBeIsRefused)
